@@ -1,0 +1,114 @@
+// The engine's side of the debug console: dispatch, the help text, arguments and replies, and the register
+// commands.
+#include "pd69104_engine_console.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+
+namespace {
+
+const CommandEntry commandTable[] = {
+    {"help", &CPD69104Engine::cmdHelp},       {"info", &CPD69104Engine::cmdInfo},
+    {"device", &CPD69104Engine::cmdDevice},   {"channel", &CPD69104Engine::cmdChannel},
+    {"poeport", &CPD69104Engine::cmdPoePort}, {"writeReg", &CPD69104Engine::cmdWriteReg},
+    {"readReg", &CPD69104Engine::cmdReadReg}, {"", nullptr},
+};
+
+// Kept: the line of "help" names no object, and it and the first line end in "\r\n".
+constexpr char HELP_TEXT[] =
+    "usage : \r\n"
+    "\t formatted input !!! 12 = dec(12),0x12 = dec(18),012 = dec(10)\n"
+    "\t>help                                      (= this overview)\r\n"
+    "\t>PD69104Engine info                        (shows pd69104 info)\n"
+    "\t>PD69104Engine device                      (shows pd69104 device info)\n"
+    "\t>PD69104Engine channel <channel_nr>        (shows pd69104 device channel info)\n"
+    "\t>PD69104Engine poeport <channel_nr>        (shows pd69104 poe port status)\n"
+    "\t>PD69104Engine writeReg <address> <value>  (write a pd69104 register)\n"
+    "\t>PD69104Engine readReg <address>           (read a pd69104 register)\n";
+static_assert(sizeof HELP_TEXT - 1 == 571);
+
+bool isNegative(const char* text) {
+  while (std::isspace(static_cast<unsigned char>(*text)) != 0) {
+    text++;
+  }
+  return *text == '-';
+}
+
+} // namespace
+
+std::uint32_t numberArgument(const char* text) {
+  constexpr std::uint32_t MAX = std::numeric_limits<std::uint32_t>::max();
+  errno = 0;
+  const unsigned long long number = std::strtoull(text, nullptr, 0);
+  const unsigned long long magnitude = isNegative(text) ? 0 - number : number;
+  if (errno == ERANGE || magnitude > MAX) {
+    return MAX;
+  }
+  return static_cast<std::uint32_t>(number);
+}
+
+void copyReply(const std::string& reply, char* out, std::uint32_t outLen) {
+  const std::size_t length = std::min<std::size_t>(reply.size(), outLen);
+  std::copy_n(reply.data(), length, out);
+  std::fill_n(out + length, outLen - length, '\0');
+}
+
+std::uint32_t CPD69104Engine::dbgCommand(std::uint32_t argc, const char* const* argv, char* out,
+                                         std::uint32_t outLen) {
+  if (argc > 0) {
+    for (const CommandEntry* entry = commandTable; !entry->name.empty(); entry++) {
+      if (entry->name == argv[0]) {
+        (this->*entry->handler)(argc, argv, out, outLen);
+        return 1;
+      }
+    }
+  }
+  cmdHelp(argc, argv, out, outLen);
+  return 0;
+}
+
+void CPD69104Engine::cmdHelp(std::uint32_t /*argc*/, const char* const* /*argv*/, char* out,
+                             std::uint32_t outLen) {
+  copyReply(HELP_TEXT, out, outLen);
+}
+
+void CPD69104Engine::cmdReadReg(std::uint32_t argc, const char* const* argv, char* out,
+                                std::uint32_t outLen) {
+  std::ostringstream report;
+  if (argc < 2) {
+    report << "MISSING PARAMETERS for command readReg \n";
+  } else {
+    const std::uint32_t address = numberArgument(argv[1]);
+    unsigned value = 0;
+    const Guard guard(&m_mutex);
+    if (m_driver != nullptr && m_driver->PoeReadReg(address, &value)) {
+      report << "PD69104Engine: value read 0x" << std::hex << address << ":0x" << std::hex << value << "\n";
+    } else {
+      report << "ERROR in reading register: 0x" << std::hex << address << "\n";
+    }
+  }
+  copyReply(report.str() + "\n", out, outLen);
+}
+
+void CPD69104Engine::cmdWriteReg(std::uint32_t argc, const char* const* argv, char* out,
+                                 std::uint32_t outLen) {
+  std::ostringstream report;
+  if (argc < 3) {
+    report << "MISSING PARAMETERS for command writeReg \n";
+  } else {
+    const std::uint32_t address = numberArgument(argv[1]);
+    const std::uint32_t value = numberArgument(argv[2]);
+    const Guard guard(&m_mutex);
+    if (m_driver != nullptr && m_driver->PoeWriteReg(address, value)) {
+      // Kept: the whole value is reported, although the register took its low 8 bits.
+      report << "PD69104Engine: value written ok 0x" << std::hex << address << ":0x" << std::hex << value
+             << "\n";
+    } else {
+      report << "ERROR in writing register: 0x" << std::hex << address << "\n";
+    }
+  }
+  copyReply(report.str() + "\n", out, outLen);
+}

@@ -1,0 +1,55 @@
+// What the engine's console commands share: the table that dispatches them, the conversion of their arguments
+// and the pieces that their replies are made of. Every label and word is a whole literal, blanks and line end
+// included: they are an interface and are kept as they are.
+#pragma once
+
+#include "pd69104_engine.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <sstream>
+#include <string>
+
+// A command of the console; an empty name ends the table.
+struct CommandEntry {
+  std::string name;
+  void (CPD69104Engine::*handler)(std::uint32_t argc, const char* const* argv, char* out,
+                                  std::uint32_t outLen);
+};
+
+// The number that an argument stands for: decimal, hexadecimal behind 0x, octal behind 0; anything else is 0.
+// On every machine the result is that of strtoul where unsigned long has 32 bits.
+std::uint32_t numberArgument(const char* text);
+
+// Copies a reply into the console's buffer: never more than outLen bytes, filled up with NUL, not ended by
+// NUL when the reply fills the buffer.
+void copyReply(const std::string& reply, char* out, std::uint32_t outLen);
+
+// The word for a code; a code outside the table is illegal.
+template <std::size_t size>
+const char* decode(const char* const (&words)[size], std::uint32_t code) {
+  return code < size ? words[code] : "ILLEGAL\n";
+}
+
+// One line of a report: the label and the value.
+inline void writeNumber(std::ostringstream& report, const char* label, std::uint32_t number) {
+  report << label << std::dec << number << "\n";
+}
+
+inline void writeSigned(std::ostringstream& report, const char* label, std::int32_t number) {
+  report << label << std::dec << number << "\n";
+}
+
+inline void writeFlag(std::ostringstream& report, const char* label, bool flag) {
+  report << label << (flag ? "TRUE" : "FALSE") << "\n";
+}
+
+// `word` brings its own line end.
+inline void writeWord(std::ostringstream& report, const char* label, const char* word) {
+  report << label << word;
+}
+
+// Tenths of a volt, as volts with one decimal.
+inline void writeVolts(std::ostringstream& report, const char* label, std::uint32_t deciVolts) {
+  report << label << std::dec << deciVolts / 10 << "." << deciVolts % 10 << "\n";
+}

@@ -1,0 +1,161 @@
+// The engine's picture of the chip: what the worker reads each cycle, what it derives from it, and the status
+// message.
+#include "diagnostics.h"
+#include "pd69104_engine.h"
+#include "pd69104_engine_errors.h"
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <mqueue.h>
+
+namespace {
+
+constexpr std::uint32_t RAW_COUNT_MASK = 3; // the chip's event counters have two bits
+
+// PoePortStatus::powerClassification by the chip's classification code.
+constexpr std::uint32_t POWER_CLASSIFICATION[8] = {
+    PowerClassification::NONE,   PowerClassification::CLASS1, PowerClassification::CLASS2,
+    PowerClassification::CLASS3, PowerClassification::CLASS4, PowerClassification::NONE,
+    PowerClassification::CLASS0, PowerClassification::NONE,
+};
+
+// Where a raw count comes from and where its running total goes, in the order of m_prevCounts.
+struct Counter {
+  std::uint32_t PortCounts::*raw;
+  std::uint32_t PoePortStatus::*total;
+  std::uint32_t weight;
+};
+
+constexpr Counter COUNTERS[] = {
+    {&PortCounts::invalidSignatureCount, &PoePortStatus::invalidSignatureCounter, 1},
+    {&PortCounts::powerDeniedCount, &PoePortStatus::powerDeniedCounter, 2}, // kept: counts each denial twice
+    {&PortCounts::overLoadCount, &PoePortStatus::overLoadCounter, 1},
+    {&PortCounts::underLoadCount, &PoePortStatus::underLoadCounter, 1},
+    {&PortCounts::shortCount, &PoePortStatus::shortCounter, 1},
+    {&PortCounts::classErrorCount, &PoePortStatus::classErrorCounter, 1},
+};
+
+bool isBadSignature(std::uint32_t detStatus) {
+  switch (detStatus) {
+  case 1: // short
+  case 2: // capacitance too high
+  case 3: // signature resistance too low
+  case 5: // signature resistance too high
+    return true;
+  default:
+    return false;
+  }
+}
+
+// One port's operational status, by the first rule that holds.
+//
+// Not to be inlined: GCC 12 at -O1 and -O2 (pass ivopts, seen on x86-64 and PowerPC) loses the store in a
+// loop that reads ChannelStatus records and writes PoePortStatus records. With the reading in a call there is
+// no such loop.
+[[gnu::noinline]] std::uint32_t operStatusOf(const PoePortConfig& config, const DeviceStatus& device,
+                                             const ChannelStatus& channel) {
+  if (config.adminEnable == 0) {
+    return OperStatus::DISABLED;
+  }
+  if (device.dev_error || device.thermal_shutdown || channel.fet_error || channel.mosfet_overtemperature) {
+    return OperStatus::OTHERFAULT;
+  }
+  if (channel.det_fail || isBadSignature(channel.det_status)) {
+    return OperStatus::FAULT;
+  }
+  return channel.enable ? OperStatus::DELIVERINGPOWER : OperStatus::SEARCHING;
+}
+
+} // namespace
+
+void CPD69104Engine::readPowerStatus() {
+  PowerStatus power = m_power; // what a failed read keeps is the last known value
+  if (m_driver->PoeGetPowerStatus(&power)) {
+    m_power = power;
+    m_status.mainPower = power.power_limit;
+    m_status.mainConsumption = power.power_consumption;
+  }
+}
+
+void CPD69104Engine::readDeviceStatus() {
+  DeviceStatus device = m_device;
+  if (m_driver->PoeGetDeviceStatus(&device)) {
+    m_device = device;
+    m_status.thermalShutdown = device.thermal_shutdown;
+    m_status.deviceTemperature = device.temperature;
+  } else {
+    // The driver's own state is always current.
+    m_device.hwOperationMode = device.hwOperationMode;
+    m_device.dev_error = device.dev_error;
+    m_device.device_errorcount = device.device_errorcount;
+  }
+  m_status.devError = device.dev_error;
+}
+
+void CPD69104Engine::readChannelCounts() {
+  ChannelCounts counts{};
+  if (!m_driver->PoeGetChannelCounts(&counts)) {
+    return;
+  }
+  for (unsigned port = 0; port < POE_PORTS; port++) {
+    std::uint32_t* previous = m_prevCounts[port];
+    for (const Counter& counter : COUNTERS) {
+      const std::uint32_t raw = counts.port[port].*counter.raw;
+      m_status.port[port].*counter.total += counter.weight * ((raw - *previous) & RAW_COUNT_MASK);
+      *previous++ = raw;
+    }
+  }
+}
+
+bool CPD69104Engine::pollPort(unsigned port) {
+  const Guard guard(&m_mutex);
+  if (port >= POE_PORTS) {
+    SOFTWARE_ERROR(ENGINE_PATH, EngineLine::POLL_PORT, "Illegal portnr [%d]\n", port);
+    return false;
+  }
+  PoePortStatus& status = m_status.port[port];
+  ChannelStatus channel{};
+  const bool ok = m_driver->PoeGetChannelStatus(port, &channel);
+  if (ok) {
+    status.powerClassification = POWER_CLASSIFICATION[channel.pclass];
+    m_channel[port] = channel;
+    status.detectionStatus = channel.det_status;
+  }
+  PortMeasurements measurements{};
+  if (m_driver->PoeGetMeasurements(port, &measurements)) {
+    status.powerConsumption = measurements.power_consumption;
+  }
+  updateOperStatus();
+  return ok;
+}
+
+bool CPD69104Engine::updateOperStatus() {
+  for (unsigned port = 0; port < POE_PORTS; port++) {
+    m_status.port[port].operStatus = operStatusOf(m_config.port[port], m_device, m_channel[port]);
+  }
+  return true;
+}
+
+bool CPD69104Engine::sendStatus() {
+  const mqd_t queue = mq_open(QUEUE_TO_MAIN, O_WRONLY);
+  if (queue == -1) {
+    const int error = errno;
+    SOFTWARE_ERROR(ENGINE_PATH, EngineLine::OPEN_STATUS_QUEUE, "mq_open %s: %s\n", QUEUE_TO_MAIN,
+                   strerror(error));
+    return false;
+  }
+  const PoeStatusMessage message{MSGID_STATUS, m_status};
+  timespec deadline{};
+  clock_gettime(CLOCK_REALTIME, &deadline);
+  deadline.tv_sec += 1;
+  const bool sent =
+      mq_timedsend(queue, reinterpret_cast<const char*>(&message), sizeof message, 0, &deadline) == 0;
+  if (!sent) {
+    const int error = errno;
+    SOFTWARE_ERROR(ENGINE_PATH, EngineLine::SEND_STATUS, "msgsnd failure: %s\n", strerror(error));
+  }
+  mq_close(queue);
+  return sent;
+}

@@ -1,0 +1,52 @@
+#include "platform/host/console_session.h"
+
+#include "platform/host/console_command.h"
+
+namespace Zorvan {
+
+namespace {
+
+constexpr const char* kPrompt = "> ";
+constexpr const char* kLineTooLong = "Line too long (at most 1024 bytes)\n";
+static_assert(LineReader::kMaxLineLength == 1024, "the limit is named in kLineTooLong");
+
+} // namespace
+
+ConsoleSession::ConsoleSession() : m_output(kPrompt) {}
+
+void ConsoleSession::sent(std::size_t count) {
+  m_sent += count;
+  if (hasOutput())
+    return;
+  m_output = std::string(); // gives the memory of a long reply back
+  m_sent = 0;
+}
+
+void ConsoleSession::step(std::vector<char>& buffer) {
+  if (m_over || hasOutput())
+    return;
+  std::string line;
+  switch (m_input.next(&line)) {
+  case LineReader::Result::kNone:
+    break;
+  case LineReader::Result::kLine:
+    answer(line, buffer);
+    break;
+  case LineReader::Result::kTooLong:
+    m_output = std::string(kLineTooLong) + kPrompt;
+    break;
+  }
+}
+
+void ConsoleSession::answer(const std::string& line, std::vector<char>& buffer) {
+  const ConsoleCommand command(line);
+  if (command.isQuit()) {
+    m_over = true;
+    return;
+  }
+  if (!command.isEmpty())
+    m_output = command.run(buffer);
+  m_output += kPrompt;
+}
+
+} // namespace Zorvan

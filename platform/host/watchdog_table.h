@@ -1,0 +1,67 @@
+// The software watchdog's bookkeeping: who has promised a sign of life, and who is late with it.
+//
+// Pure logic: all times are handed in, in milliseconds of one clock that does not go back. Not thread-safe;
+// the supervisor calls it under its lock.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class WatchdogTable {
+public:
+  // One client. Owned by whoever adds it, who removes it before it goes.
+  struct Client {
+    explicit Client(const std::string& clientName) : name(clientName) {}
+
+    const std::string name;
+    std::uint64_t lastFed = 0;   // time of the last sign of life
+    std::uint64_t missedGap = 0; // longest gap that broke the promise since the last check, 0 = none
+    unsigned timeout = 0;        // milliseconds
+    bool started = false;
+    bool reportedLate = false; // and not yet reported as fed again
+  };
+
+  // Something to tell the operator. `gap` is the time without a sign of life.
+  struct Report {
+    enum class Kind { kNotFed, kFedAgain } kind;
+    std::string name;
+    std::uint64_t gap;
+    unsigned timeout;
+  };
+
+  // Result of a check.
+  struct Findings {
+    bool allInTime; // at least one client is started and none is late
+    std::vector<Report> reports;
+  };
+
+  // `client` must not be in the table. It is not supervised before it is started.
+  void add(Client* client);
+
+  // Takes `client` out and returns what is still to be said about it.
+  std::vector<Report> remove(Client* client, std::uint64_t now);
+
+  // Starts the supervision of `client`, or gives it a new time-out. Counts as a sign of life.
+  void start(Client& client, unsigned timeout, std::uint64_t now);
+
+  // A sign of life. Allocates nothing; a promise that was broken before is told by the next check. Has no
+  // effect on a client that is not started.
+  void notify(Client& client, std::uint64_t now);
+
+  // Looks at all clients. Each late client is reported once, and once more when it has been fed again.
+  Findings check(std::uint64_t now);
+
+  // Number of clients that are started.
+  std::size_t startedClients() const;
+
+  // True when `client` is started and over its time at `now`.
+  static bool isLate(const Client& client, std::uint64_t now);
+
+  // Milliseconds since the last sign of life.
+  static std::uint64_t gap(const Client& client, std::uint64_t now);
+
+private:
+  std::vector<Client*> m_clients;
+};

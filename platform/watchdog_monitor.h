@@ -1,0 +1,32 @@
+// A client of the software watchdog: something that promises to give a sign of life in time.
+//
+// A client is supervised from wdm_start on until it is destroyed. All operations may be called from any
+// thread; the owner must not destroy a client while another thread is in one of its operations.
+#pragma once
+
+#include <memory>
+#include <string>
+
+class watchdogMonitor {
+public:
+  // `name` appears in the watchdog's reports. The client is not supervised yet.
+  explicit watchdogMonitor(const std::string& name);
+  watchdogMonitor(const watchdogMonitor&) = delete;
+  watchdogMonitor& operator=(const watchdogMonitor&) = delete;
+  virtual ~watchdogMonitor();
+
+  // Starts the supervision: from now on at most `milliseconds` may pass between two signs of life. The start
+  // counts as the first. Calling it again sets a new time-out and counts as a sign of life.
+  void wdm_start(unsigned milliseconds);
+
+  // The sign of life. `code` is for the caller's own use; 0 means that all is well.
+  void wdm_notify(int code);
+
+  // Writes the client's state as text lines into `buffer`, cut at `length` - 1 characters and always ended by
+  // NUL. Nothing is written when `buffer` is null or `length` is 0.
+  void wdm_dbg(char* buffer, unsigned length) const;
+
+private:
+  class Client;
+  std::shared_ptr<Client> m_client;
+};

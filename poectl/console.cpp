@@ -1,0 +1,44 @@
+#include "poectl/console.h"
+
+#include "poectl/console_client.h"
+#ifdef POECTL_HAS_SHELL
+#include "poectl/console_shell.h"
+#endif
+
+#include <cstdio>
+#include <iostream>
+#include <unistd.h>
+
+namespace {
+
+void printReply(const std::string& words) {
+  const std::string reply = askConsole(consoleLine(words));
+  std::fwrite(reply.data(), 1, reply.size(), stdout);
+  std::fflush(stdout);
+}
+
+int answerStandardInput() {
+  for (std::string line; std::getline(std::cin, line) && line != "quit";) {
+    printReply(line);
+  }
+  return 0;
+}
+
+} // namespace
+
+int console(const std::vector<std::string>& words) {
+  if (words.empty()) {
+#ifdef POECTL_HAS_SHELL
+    if (isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0) {
+      return runConsoleShell();
+    }
+#endif
+    return answerStandardInput();
+  }
+  std::string line;
+  for (const std::string& word : words) {
+    line += line.empty() ? word : " " + word;
+  }
+  printReply(line);
+  return 0;
+}

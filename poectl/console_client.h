@@ -1,0 +1,19 @@
+// The debug console of the service, one command at a time.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+class ConsoleError : public std::runtime_error {
+public:
+  using std::runtime_error::runtime_error;
+};
+
+// Sends one command line, without its line end, over a connection of its own and returns the reply as it
+// came. Throws ConsoleError, whose text is one clear line, when nothing listens, the console refuses or no
+// reply comes in time.
+std::string askConsole(const std::string& command);
+
+// The line to send for the words of a command: they are joined by blanks, and the engine's name is put in
+// front of a bare command of the engine ("channel 0"). Throws ConsoleError for a word that cannot be sent.
+std::string consoleLine(const std::string& words);

@@ -1,0 +1,43 @@
+// The two message queues as the main process uses them.
+//
+// A failure throws QueueError, whose text is one clear line.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <mqueue.h>
+#include <stdexcept>
+#include <string>
+
+class QueueError : public std::runtime_error {
+public:
+  using std::runtime_error::runtime_error;
+};
+
+// "/queueToMain", created on construction and removed on destruction. An existing one belongs to another main
+// process, or is left over from one that was killed, and is refused.
+class StatusQueue {
+public:
+  StatusQueue();
+  StatusQueue(const StatusQueue&) = delete;
+  StatusQueue& operator=(const StatusQueue&) = delete;
+  ~StatusQueue();
+
+  // To be waited on with poll.
+  int descriptor() const { return m_queue; }
+
+  // Takes one message of at most `size` bytes without waiting. Returns its length; 0 when there is none.
+  std::size_t receive(void* buffer, std::size_t size);
+
+private:
+  mqd_t m_queue;
+};
+
+// Sends one message to the service on "/queueToPoe"; waits at most a second for room.
+void sendToService(const void* message, std::size_t length);
+
+// Whether a queue of this name exists.
+bool queueExists(const char* name);
+
+// Removes a queue. False when there was none.
+bool removeQueue(const char* name);

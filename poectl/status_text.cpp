@@ -1,0 +1,71 @@
+#include "poectl/status_text.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+
+namespace {
+
+[[gnu::format(printf, 2, 3)]] void append(std::string& text, const char* format, ...) {
+  char line[256];
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(line, sizeof line, format, arguments);
+  va_end(arguments);
+  text += line;
+}
+
+template <std::size_t size>
+const char* word(const char* const (&words)[size], std::uint32_t code) {
+  return code < size ? words[code] : "?";
+}
+
+void appendChip(std::string& text, unsigned long number, const PoeStatus& status) {
+  append(text, "message %lu: chip %s, bank limit %u W, consumption %u W, temperature %d C%s%s\n", number,
+         mainOperStatusWord(status.mainOperStatus), status.mainPower, status.mainConsumption,
+         status.deviceTemperature, status.thermalShutdown != 0 ? ", THERMAL SHUTDOWN" : "",
+         status.devError != 0 ? ", BUS ERROR" : "");
+}
+
+void appendPort(std::string& text, unsigned number, const PoePortStatus& port, const PoePortConfig* config) {
+  char limit[16] = "-";
+  if (config != nullptr && config->adminEnable != 0) {
+    const std::uint32_t milliWatts = config->powerLimit == 0 ? 40000U : std::min(config->powerLimit, 40000U);
+    snprintf(limit, sizeof limit, "%u", milliWatts / 1000);
+  }
+  const char* admin = config == nullptr ? "-" : config->adminEnable != 0 ? "on" : "off";
+  append(text, "%4u  %-5s  %-15s  %5s  %4u  %7s  %7u  %6u  %8u  %9u  %5u  %8u\n", number, admin,
+         operStatusWord(port.operStatus), classWord(port.powerClassification), port.powerConsumption, limit,
+         port.invalidSignatureCounter, port.powerDeniedCounter, port.overLoadCounter, port.underLoadCounter,
+         port.shortCounter, port.classErrorCounter);
+}
+
+} // namespace
+
+const char* operStatusWord(std::uint32_t operStatus) {
+  constexpr const char* WORDS[] = {"?",     "DISABLED", "SEARCHING", "DELIVERINGPOWER",
+                                   "FAULT", "TEST",     "OTHERFAULT"};
+  return word(WORDS, operStatus);
+}
+
+const char* classWord(std::uint32_t powerClassification) {
+  constexpr const char* WORDS[] = {"-", "0", "1", "2", "3", "4"};
+  return word(WORDS, powerClassification);
+}
+
+const char* mainOperStatusWord(std::uint32_t mainOperStatus) {
+  constexpr const char* WORDS[] = {"not yet checked", "running", "?", "UNREACHABLE"};
+  return word(WORDS, mainOperStatus);
+}
+
+std::string statusText(unsigned long number, const PoeStatus& status,
+                       const std::optional<PoeConfig>& config) {
+  std::string text;
+  appendChip(text, number, status);
+  text += "port  admin  state            class     W  limit W  invalid  denied  overload  underload  short  "
+          "classerr\n";
+  for (unsigned port = 0; port < POE_PORTS; port++) {
+    appendPort(text, port, status.port[port], config ? &config->port[port] : nullptr);
+  }
+  return text;
+}

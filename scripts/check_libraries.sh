@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# The service may need the C and C++ libraries and, for the keep-alive, libsystemd; nothing else.
+set -u
+cd "$(dirname "$0")/.." || exit 1
+needed=$(readelf --dynamic build/release/bin/poe_service | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
+printf '%s\n' "$needed"
+extra=$(printf '%s\n' "$needed" | grep -vE '^(libstdc\+\+|libm|libgcc_s|libc|libsystemd)\.so')
+[ -z "$extra" ] || { echo "not allowed: $extra" >&2; exit 1; }

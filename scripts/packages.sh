@@ -1,0 +1,59 @@
+# Sourced by run, test and .ci/run: installs the Debian packages that are missing.
+#
+# Each list has a line for each package: its name, and what it is needed for.
+
+packages_to_run='
+g++            the C++ compiler
+cmake          the build system
+ninja-build    the build tool
+pkg-config     finds the libraries
+libumockdev-dev the simulated /dev/i2c-0
+libcli11-dev   the command lines of the tools
+libedit-dev    the interactive console
+libsystemd-dev the keep-alive to systemd
+'
+
+packages_to_test='
+libgtest-dev   the tests
+libgmock-dev   the tests
+'
+
+packages_to_check='
+clang-format   the format check
+clang-tidy     the lint check
+gcovr          the coverage report
+'
+
+fail() {
+  echo "${0##*/}: $*" >&2
+  exit 1
+}
+
+# install_packages LIST...: installs what is missing, as root or through sudo.
+install_packages() {
+  local missing=() line name why
+  while read -r name why; do
+    [ -n "$name" ] || continue
+    if ! dpkg-query -W -f='${db:Status-Status}' "$name" 2>/dev/null | grep -qx installed; then
+      missing+=("$name")
+      line+="  $name - $why"$'\n'
+    fi
+  done <<<"$(printf '%s\n' "$@")"
+  [ ${#missing[@]} -eq 0 ] && return
+
+  command -v apt-get >/dev/null || fail "these Debian packages are missing and there is no apt-get to install them: ${missing[*]}"
+  local as_root=()
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || fail "not root and no sudo; install these packages first: apt-get install ${missing[*]}"
+    as_root=(sudo)
+  fi
+  printf '%s: installing packages that are missing:\n%s' "${0##*/}" "$line" >&2
+  local log
+  log=$(mktemp)
+  if ! { "${as_root[@]}" apt-get update &&
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1 </dev/null; then
+    tail -n 5 "$log" >&2
+    fail "cannot install ${missing[*]} (the whole output is in $log)"
+  fi
+  rm -f "$log"
+}

@@ -1,0 +1,29 @@
+// The command line of poe_card.
+#pragma once
+
+#include "simulator/chip_model.h"
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+struct CardOptions {
+  std::vector<std::pair<unsigned, ChipModel::Device>> plugged; // port, device
+  bool adapter = true;
+  bool chipPresent = true;
+  bool help = false;
+  std::string logFile; // empty: the command's syslog lines are left alone
+  std::vector<std::string> command;
+};
+
+// What is wrong with a command line and what is accepted instead, in one line.
+class UsageError : public std::runtime_error {
+public:
+  using std::runtime_error::runtime_error;
+};
+
+extern const char* const CARD_USAGE;
+
+// Throws UsageError.
+CardOptions parseCardOptions(int argc, char** argv);

@@ -1,0 +1,136 @@
+// poe_card: runs a command on a simulated card.
+#include "simulator/card_options.h"
+#include "simulator/child_process.h"
+#include "simulator/chip_model.h"
+#include "simulator/simulated_adapter.h"
+
+#include <glib-unix.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int FAILED = 1;
+constexpr int WRONG_USAGE = 2;
+constexpr const char* MOCK_LIBRARY = "libumockdev-preload.so.0";
+
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+std::string joined(const std::string& first, const std::string& second) {
+  return second.empty() ? first : first + ":" + second;
+}
+
+// The library that makes /dev/i2c-0 appear has to be preloaded, into this
+// process too: starts the program over with it when it is not there.
+void enterMockEnvironment(char** argv) {
+  const std::string preloaded = variable("LD_PRELOAD");
+  if (preloaded.find(MOCK_LIBRARY) != std::string::npos) {
+    return;
+  }
+  setenv("LD_PRELOAD", joined(MOCK_LIBRARY, preloaded).c_str(), 1);
+  // A program built with AddressSanitizer, the command or this one, refuses to
+  // run when its runtime is not the first library.
+  const std::string asanOptions = variable("ASAN_OPTIONS");
+  if (asanOptions.find("verify_asan_link_order") == std::string::npos) {
+    setenv("ASAN_OPTIONS", joined("verify_asan_link_order=0", asanOptions).c_str(), 1);
+  }
+  const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+  execv(self.c_str(), argv);
+  throw std::system_error(errno, std::generic_category(), self);
+}
+
+// The library beside us that takes the command's syslog lines, and where to.
+ChildProcess::Environment syslogCapture(const std::string& file) {
+  const std::filesystem::path bin = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+  const std::string library = (bin.parent_path() / "lib" / "libpoe_card_syslog.so").string();
+  if (access(library.c_str(), R_OK) != 0) {
+    throw std::system_error(errno, std::generic_category(), library);
+  }
+  if (library.find_first_of(": ") != std::string::npos) {
+    throw std::runtime_error("--log: a library path with a blank or colon cannot be preloaded: " + library);
+  }
+  const int fd = open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+  const int error = errno;
+  if (fd < 0) {
+    throw UsageError("--log: cannot write " + file + ": " + std::generic_category().message(error));
+  }
+  close(fd);
+  return {{"LD_PRELOAD", joined(variable("LD_PRELOAD"), library)},
+          {"POE_CARD_SYSLOG", std::filesystem::absolute(file).string()}};
+}
+
+struct Waiting {
+  ChildProcess& child;
+  GMainLoop* loop;
+};
+
+gboolean onSignal(gint /*fd*/, GIOCondition /*condition*/, gpointer data) {
+  const auto* waiting = static_cast<Waiting*>(data);
+  if (!waiting->child.handleSignal()) {
+    return G_SOURCE_CONTINUE;
+  }
+  g_main_loop_quit(waiting->loop);
+  return G_SOURCE_REMOVE;
+}
+
+int run(const CardOptions& options) {
+  ChildProcess child;
+  ChildProcess::Environment environment;
+  if (!options.logFile.empty()) {
+    environment = syslogCapture(options.logFile);
+  }
+  ChipModel chip;
+  chip.setPresent(options.chipPresent);
+  for (const auto& [port, device] : options.plugged) {
+    chip.plug(port, device);
+  }
+  std::optional<SimulatedAdapter> adapter;
+  if (options.adapter) {
+    adapter.emplace(chip);
+  } else if (access(SimulatedAdapter::DEVICE, F_OK) == 0) {
+    throw std::runtime_error(
+        "--no-adapter: this machine has a /dev/i2c-0 of its own, which cannot be hidden");
+  }
+
+  GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
+  Waiting waiting{child, loop};
+  g_unix_fd_add(child.signalFd(), G_IO_IN, onSignal, &waiting);
+  child.start(options.command, environment);
+  g_main_loop_run(loop);
+  g_main_loop_unref(loop);
+  return child.exitStatus();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  try {
+    const CardOptions options = parseCardOptions(argc, argv);
+    if (options.help) {
+      std::fputs(CARD_USAGE, stdout);
+      return EXIT_SUCCESS;
+    }
+    enterMockEnvironment(argv);
+    return run(options);
+  } catch (const UsageError& error) {
+    std::fprintf(stderr, "poe_card: %s\n", error.what());
+    return WRONG_USAGE;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "poe_card: %s\n", error.what());
+    return FAILED;
+  }
+}

@@ -1,0 +1,49 @@
+// A simulated /dev/i2c-0 with one chip at address 0x20. Programs that this
+// process starts see it, through the preloaded umockdev library and an
+// environment variable that the constructor sets.
+#pragma once
+
+#include <umockdev.h>
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+
+class ChipModel;
+
+class SimulatedAdapter {
+public:
+  static constexpr const char* DEVICE = "/dev/i2c-0";
+
+  // The process must have libumockdev-preload.so.0 preloaded. Until the adapter is
+  // destroyed, `chip` belongs to the thread that answers the bus, which is one of
+  // umockdev's. Throws std::runtime_error.
+  explicit SimulatedAdapter(ChipModel& chip);
+  ~SimulatedAdapter();
+  SimulatedAdapter(const SimulatedAdapter&) = delete;
+  SimulatedAdapter& operator=(const SimulatedAdapter&) = delete;
+
+private:
+  struct Unref {
+    void operator()(gpointer object) const { g_object_unref(object); }
+  };
+  using IoctlData = std::unique_ptr<UMockdevIoctlData, Unref>;
+  struct Reply {
+    long result;
+    int error;
+  };
+
+  static IoctlData resolve(UMockdevIoctlData* data, std::size_t offset, std::size_t length);
+  static gboolean onIoctl(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
+  Reply answer(UMockdevIoctlClient* client);
+  static Reply bind(UMockdevIoctlClient* client, unsigned long address);
+  static Reply functions(UMockdevIoctlData* arg);
+  Reply transfer(UMockdevIoctlClient* client, UMockdevIoctlData* arg);
+  void letTimePass();
+
+  ChipModel& m_chip;
+  std::chrono::steady_clock::time_point m_lastTransfer;
+  // In this order: the testbed's thread must not be the last to hold the handler.
+  std::unique_ptr<UMockdevIoctlBase, Unref> m_ioctls;
+  std::unique_ptr<UMockdevTestbed, Unref> m_testbed;
+};

@@ -1,0 +1,15 @@
+// Stops the monotonic clock of the program under test while it lives; the test moves it on. One at a time.
+#pragma once
+
+#include <cstdint>
+
+class SteppedClock {
+public:
+  // The clock stands at `milliseconds`.
+  explicit SteppedClock(std::uint64_t milliseconds);
+  SteppedClock(const SteppedClock&) = delete;
+  SteppedClock& operator=(const SteppedClock&) = delete;
+  ~SteppedClock();
+
+  static void advance(std::uint64_t milliseconds);
+};

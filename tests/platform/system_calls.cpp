@@ -1,0 +1,112 @@
+#include "system_calls.h"
+
+#include <cerrno>
+
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+
+namespace {
+
+std::atomic<int> g_acceptError{0};
+std::atomic<int> g_acceptCalls{0};
+std::atomic<int> g_eventfdError{0};
+std::atomic<int> g_failingFamily{AF_UNSPEC};
+std::atomic<FailingFamily::Call> g_failingCall{FailingFamily::Call::kSocket};
+std::atomic<int> g_familyError{0};
+bool g_sleepScripted = false;
+std::vector<int> g_sleepResults;
+std::vector<ScriptedSleep::Request> g_sleepRequests;
+
+bool fails(int family, FailingFamily::Call call) {
+  if (g_failingFamily != family || g_failingCall != call)
+    return false;
+  errno = g_familyError;
+  return true;
+}
+
+} // namespace
+
+extern "C" {
+
+int __real_accept4(int socket, sockaddr* address, socklen_t* size, int flags);
+int __real_socket(int family, int type, int protocol);
+int __real_bind(int socket, const sockaddr* address, socklen_t size);
+int __real_eventfd(unsigned count, int flags);
+int __real_clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* rest);
+
+int __wrap_accept4(int socket, sockaddr* address, socklen_t* size, int flags) {
+  if (g_acceptError == 0)
+    return __real_accept4(socket, address, size, flags);
+  ++g_acceptCalls;
+  errno = g_acceptError;
+  return -1;
+}
+
+int __wrap_socket(int family, int type, int protocol) {
+  return fails(family, FailingFamily::Call::kSocket) ? -1 : __real_socket(family, type, protocol);
+}
+
+int __wrap_bind(int socket, const sockaddr* address, socklen_t size) {
+  return fails(address->sa_family, FailingFamily::Call::kBind) ? -1 : __real_bind(socket, address, size);
+}
+
+int __wrap_eventfd(unsigned count, int flags) {
+  if (g_eventfdError == 0)
+    return __real_eventfd(count, flags);
+  errno = g_eventfdError;
+  return -1;
+}
+
+int __wrap_clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* rest) {
+  if (!g_sleepScripted)
+    return __real_clock_nanosleep(clock, flags, time, rest);
+  g_sleepRequests.push_back({clock, flags, *time});
+  return g_sleepRequests.size() <= g_sleepResults.size() ? g_sleepResults[g_sleepRequests.size() - 1] : 0;
+}
+
+} // extern "C"
+
+FailingAccept::FailingAccept(int error) {
+  g_acceptCalls = 0;
+  g_acceptError = error;
+}
+
+FailingAccept::~FailingAccept() {
+  g_acceptError = 0;
+}
+
+int FailingAccept::calls() {
+  return g_acceptCalls;
+}
+
+FailingFamily::FailingFamily(int family, Call call, int error) {
+  g_familyError = error;
+  g_failingCall = call;
+  g_failingFamily = family;
+}
+
+FailingFamily::~FailingFamily() {
+  g_failingFamily = AF_UNSPEC;
+}
+
+FailingEventfd::FailingEventfd(int error) {
+  g_eventfdError = error;
+}
+
+FailingEventfd::~FailingEventfd() {
+  g_eventfdError = 0;
+}
+
+ScriptedSleep::ScriptedSleep(const std::vector<int>& results) {
+  g_sleepResults = results;
+  g_sleepRequests.clear();
+  g_sleepScripted = true;
+}
+
+ScriptedSleep::~ScriptedSleep() {
+  g_sleepScripted = false;
+}
+
+const std::vector<ScriptedSleep::Request>& ScriptedSleep::requests() {
+  return g_sleepRequests;
+}

@@ -1,0 +1,284 @@
+#include "platform/watchdog_monitor.h"
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <iterator>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include "captured_syslog.h"
+#include "platform/host/file_descriptor.h"
+#include "platform/host/service_manager.h"
+#include "stepped_clock.h"
+
+namespace {
+
+std::string state(const watchdogMonitor& client) {
+  std::array<char, 4096> buffer{};
+  client.wdm_dbg(buffer.data(), buffer.size());
+  return buffer.data();
+}
+
+std::size_t threads() {
+  const std::filesystem::directory_iterator tasks("/proc/self/task");
+  return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+}
+
+// The system may list a thread that has been joined for a moment more.
+bool becomes(std::size_t (*value)(), std::size_t expected) {
+  for (int i = 0; i < 1000 && value() != expected; ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  return value() == expected;
+}
+
+} // namespace
+
+TEST(WatchdogMonitor, ShowsAClientThatIsNotStarted) {
+  const watchdogMonitor client("PoeMain");
+  EXPECT_EQ(state(client), "watchdog client         : PoeMain\n"
+                           "time-out (ms)           : 0\n"
+                           "last fed (ms ago)       : 0\n"
+                           "state                   : NOT STARTED\n");
+}
+
+TEST(WatchdogMonitor, ShowsAClientThatIsInTime) {
+  const SteppedClock clock(100000);
+  watchdogMonitor client("PoeMain");
+  client.wdm_start(60000);
+  SteppedClock::advance(60000);
+  EXPECT_EQ(state(client), "watchdog client         : PoeMain\n"
+                           "time-out (ms)           : 60000\n"
+                           "last fed (ms ago)       : 60000\n"
+                           "state                   : IN TIME\n");
+}
+
+TEST(WatchdogMonitor, ShowsASignOfLife) {
+  const SteppedClock clock(100000);
+  watchdogMonitor client("PoeMain");
+  client.wdm_start(60000);
+  SteppedClock::advance(1000);
+  client.wdm_notify(7);
+  SteppedClock::advance(12);
+  EXPECT_EQ(state(client), "watchdog client         : PoeMain\n"
+                           "time-out (ms)           : 60000\n"
+                           "last fed (ms ago)       : 12\n"
+                           "state                   : IN TIME\n");
+}
+
+TEST(WatchdogMonitor, ShowsAndReportsAClientThatIsLateAndOneThatIsFedAgain) {
+  const SteppedClock clock(100000);
+  watchdogMonitor client("PoeMain");
+  client.wdm_start(60000);
+  SteppedClock::advance(60001);
+  EXPECT_EQ(state(client), "watchdog client         : PoeMain\n"
+                           "time-out (ms)           : 60000\n"
+                           "last fed (ms ago)       : 60001\n"
+                           "state                   : LATE\n");
+  EXPECT_EQ(awaitLog(1),
+            (Log{{LOG_CRIT, "watchdog client PoeMain not fed for 60001 ms (time-out 60000 ms)\n"}}));
+  SteppedClock::advance(499);
+  client.wdm_notify(0);
+  EXPECT_EQ(awaitLog(1), (Log{{LOG_CRIT, "watchdog client PoeMain fed again after 60500 ms\n"}}));
+}
+
+TEST(WatchdogMonitor, ReportsTheLatenessThatNoCheckHasSeenAtTheLatestWhenTheClientIsDestroyed) {
+  const SteppedClock clock(100000);
+  {
+    watchdogMonitor client("PoeMain");
+    client.wdm_start(60000);
+    SteppedClock::advance(60001);
+  }
+  EXPECT_EQ(takeLog(),
+            (Log{{LOG_CRIT, "watchdog client PoeMain not fed for 60001 ms (time-out 60000 ms)\n"}}));
+}
+
+TEST(WatchdogMonitor, CutsItsStateToTheBuffer) {
+  const watchdogMonitor client("PoeMain");
+  char buffer[] = "0123456789";
+  client.wdm_dbg(buffer, 9);
+  EXPECT_STREQ(buffer, "watchdog");
+  EXPECT_EQ(buffer[9], '9');
+  client.wdm_dbg(buffer, 1);
+  EXPECT_STREQ(buffer, "");
+  EXPECT_EQ(buffer[1], 'a');
+}
+
+TEST(WatchdogMonitor, WritesNothingWithoutABuffer) {
+  const watchdogMonitor client("PoeMain");
+  char buffer[] = "kept";
+  client.wdm_dbg(buffer, 0);
+  EXPECT_STREQ(buffer, "kept");
+  client.wdm_dbg(nullptr, 100);
+}
+
+TEST(WatchdogMonitor, HasASupervisorThreadOnlyWhileAClientIsStarted) {
+  const std::size_t before = threads();
+  {
+    watchdogMonitor one("One");
+    EXPECT_EQ(threads(), before);
+    one.wdm_start(60000);
+    EXPECT_EQ(threads(), before + 1);
+    {
+      watchdogMonitor two("Two");
+      two.wdm_start(60000);
+      two.wdm_start(60000);
+      EXPECT_EQ(threads(), before + 1);
+    }
+    EXPECT_EQ(threads(), before + 1);
+  }
+  EXPECT_TRUE(becomes(&threads, before)) << threads();
+}
+
+TEST(WatchdogMonitor, TheSupervisorCanBeStartedAndEndedAnyNumberOfTimes) {
+  const std::size_t before = threads();
+  for (int i = 0; i < 100; ++i) {
+    watchdogMonitor client("Client");
+    client.wdm_start(60000);
+  }
+  EXPECT_TRUE(becomes(&threads, before)) << threads();
+}
+
+TEST(WatchdogMonitor, ClientsMayComeAndGoOnSeveralThreads) {
+  const std::size_t before = threads();
+  const auto comeAndGo = [] {
+    for (int i = 0; i < 100; ++i) {
+      watchdogMonitor client("Client");
+      client.wdm_start(60000);
+      client.wdm_notify(0);
+      state(client);
+    }
+  };
+  std::thread other(comeAndGo);
+  comeAndGo();
+  other.join();
+  EXPECT_TRUE(becomes(&threads, before)) << threads();
+}
+
+TEST(WatchdogMonitor, AClientThatIsNeverDestroyedDoesNotKeepTheProcessFromItsEnd) {
+  testing::GTEST_FLAG(death_test_style) = "threadsafe";
+  EXPECT_EXIT(
+      {
+        static watchdogMonitor inStaticMemory("Static");
+        inStaticMemory.wdm_start(60000);
+        static auto* const forgotten = new watchdogMonitor("Forgotten");
+        forgotten->wdm_start(60000);
+        std::exit(7);
+      },
+      testing::ExitedWithCode(7), "");
+}
+
+#ifdef POE_HAVE_SYSTEMD
+
+namespace {
+
+// A service manager that the process under test was started by.
+class FakeServiceManager {
+public:
+  FakeServiceManager() : m_socket(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+    const std::string name = "poe-platform-test-" + std::to_string(getpid());
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    name.copy(address.sun_path + 1, sizeof(address.sun_path) - 1);
+    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+    EXPECT_EQ(bind(m_socket.get(), reinterpret_cast<const sockaddr*>(&address), size), 0);
+    announce("@" + name);
+  }
+  FakeServiceManager(const FakeServiceManager&) = delete;
+  FakeServiceManager& operator=(const FakeServiceManager&) = delete;
+  ~FakeServiceManager() { unsetenv("NOTIFY_SOCKET"); }
+
+  // The next message, or "" when there is none within `patience` milliseconds.
+  std::string message(int patience) const {
+    pollfd descriptor{m_socket.get(), POLLIN, 0};
+    if (poll(&descriptor, 1, patience) != 1)
+      return "";
+    std::array<char, 256> bytes{};
+    const ssize_t count = recv(m_socket.get(), bytes.data(), bytes.size(), 0);
+    return std::string(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+  }
+
+  void discardMessages() const {
+    while (!message(0).empty()) {
+    }
+  }
+
+private:
+  static void announce(const std::string& path) { setenv("NOTIFY_SOCKET", path.c_str(), 1); }
+
+  FileDescriptor m_socket;
+};
+
+constexpr int kPatience = 10000;
+
+} // namespace
+
+TEST(KeepAlive, ReachesTheServiceManager) {
+  const FakeServiceManager manager;
+  const ServiceManager connection;
+  EXPECT_EQ(manager.message(0), "");
+  connection.keepAlive();
+  EXPECT_EQ(manager.message(kPatience), "WATCHDOG=1");
+  EXPECT_EQ(manager.message(0), "");
+}
+
+TEST(KeepAlive, IsNotSentWhenNoServiceManagerWasThereToBeginWith) {
+  const ServiceManager connection;
+  const FakeServiceManager manager;
+  connection.keepAlive();
+  EXPECT_EQ(manager.message(0), "");
+}
+
+TEST(KeepAlive, IsSentOnceASecondWhileAllStartedClientsAreInTime) {
+  const FakeServiceManager manager;
+  watchdogMonitor started("Started");
+  const watchdogMonitor notStarted("NotStarted");
+  started.wdm_start(60000);
+  ASSERT_EQ(manager.message(kPatience), "WATCHDOG=1");
+  const auto first = std::chrono::steady_clock::now();
+  ASSERT_EQ(manager.message(kPatience), "WATCHDOG=1");
+  const auto period = std::chrono::steady_clock::now() - first;
+  EXPECT_GT(period, std::chrono::milliseconds(500));
+  EXPECT_LT(period, std::chrono::milliseconds(5000));
+}
+
+TEST(KeepAlive, IsNotSentBeforeAClientIsStartedNorAfterTheLastIsGone) {
+  const FakeServiceManager manager;
+  {
+    watchdogMonitor client("Client");
+    EXPECT_EQ(manager.message(50), "");
+    client.wdm_start(60000);
+    EXPECT_EQ(manager.message(kPatience), "WATCHDOG=1");
+  }
+  manager.discardMessages();
+  EXPECT_EQ(manager.message(1500), "");
+}
+
+TEST(KeepAlive, IsNotSentWhileAClientIsLateAndIsSentAgainAfterwards) {
+  const SteppedClock clock(100000);
+  const FakeServiceManager manager;
+  watchdogMonitor late("Late");
+  watchdogMonitor inTime("InTime");
+  inTime.wdm_start(600000);
+  late.wdm_start(60000);
+  ASSERT_EQ(manager.message(kPatience), "WATCHDOG=1");
+  SteppedClock::advance(60001);
+  ASSERT_EQ(awaitLog(1).size(), 1U);
+  manager.discardMessages();
+  EXPECT_EQ(manager.message(1500), ""); // at least one check goes by
+  late.wdm_notify(0);
+  EXPECT_EQ(manager.message(kPatience), "WATCHDOG=1");
+  EXPECT_EQ(takeLog(), (Log{{LOG_CRIT, "watchdog client Late fed again after 60001 ms\n"}}));
+}
+
+#endif

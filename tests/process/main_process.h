@@ -1,0 +1,50 @@
+// The card's main process in the process tests: the other end of the two queues.
+#pragma once
+
+#include "components/PoeDriver/poe_messages.h"
+
+#include <mqueue.h>
+#include <optional>
+#include <string>
+#include <vector>
+
+// "/queueToMain", created with these attributes and removed at the end.
+class StatusReceiver {
+public:
+  explicit StatusReceiver(long messages = 10);
+  StatusReceiver(const StatusReceiver&) = delete;
+  StatusReceiver& operator=(const StatusReceiver&) = delete;
+  ~StatusReceiver();
+
+  // The bytes of the next message. Empty, after a test failure, when none comes.
+  std::vector<char> nextBytes();
+
+  // The next message, which must be a status message.
+  PoeStatusMessage next();
+
+  // Fills the queue so that nothing more goes in.
+  void fill();
+
+private:
+  mqd_t m_queue;
+};
+
+// "/queueToPoe" as the main process opens it.
+class ConfigSender {
+public:
+  ConfigSender();
+  ConfigSender(const ConfigSender&) = delete;
+  ConfigSender& operator=(const ConfigSender&) = delete;
+  ~ConfigSender();
+
+  void send(const void* bytes, std::size_t length);
+  void send(const PoeConfig& config);
+
+  mq_attr attributes() const;
+  unsigned permissions() const; // the file mode's lower nine bits
+
+private:
+  mqd_t m_queue;
+};
+
+bool queueExists(const std::string& name);

@@ -1,0 +1,48 @@
+// The real service, unmodified, running on the simulated card.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+// How long a test waits for something that must happen.
+constexpr std::chrono::seconds PATIENCE{20};
+
+struct ServiceOptions {
+  std::vector<std::string> card;                                // options of poe_card
+  std::vector<std::pair<std::string, std::string>> environment; // added to the service's
+};
+
+class ServiceProcess {
+public:
+  explicit ServiceProcess(const ServiceOptions& options = {});
+  ServiceProcess(const ServiceProcess&) = delete;
+  ServiceProcess& operator=(const ServiceProcess&) = delete;
+  ~ServiceProcess(); // ends the service
+
+  // What the service has written so far, the log's lines and its standard output in the order of writing.
+  // Each line of the log starts with its priority, as in "<6> ".
+  std::string output() const;
+
+  // Waits until the output contains `text`. False when it does not come.
+  bool waitForOutput(const std::string& text) const;
+
+  // Whether the service runs.
+  bool isRunning();
+
+  // Sends SIGTERM, which interrupts the service's receive, until the service has ended. Returns its exit
+  // status.
+  int interrupt();
+
+  // Waits for the service to end by itself. Returns its exit status, nothing when it goes on.
+  std::optional<int> waitForEnd();
+
+private:
+  bool reap(bool wait);
+
+  std::string m_outputFile;
+  pid_t m_pid = -1;
+  int m_status = 0;
+};

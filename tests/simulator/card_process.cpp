@@ -1,0 +1,129 @@
+#include "card_process.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+[[noreturn]] void throwErrno(const char* what) {
+  throw std::system_error(errno, std::generic_category(), what);
+}
+
+std::string readAll(int fd) {
+  std::string text;
+  std::array<char, 4096> part{};
+  for (ssize_t got = 0; (got = read(fd, part.data(), part.size())) != 0;) {
+    if (got > 0) {
+      text.append(part.data(), static_cast<std::size_t>(got));
+    } else if (errno != EINTR) {
+      throwErrno("read");
+    }
+  }
+  return text;
+}
+
+} // namespace
+
+CardProcess::CardProcess(const std::filesystem::path& tmp, const std::vector<std::string>& arguments) {
+  std::vector<std::string> words = {POE_CARD};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char*> argv;
+  argv.reserve(words.size() + 1);
+  for (std::string& word : words) {
+    argv.push_back(word.data());
+  }
+  argv.push_back(nullptr);
+
+  int out[2];
+  int err[2];
+  if (pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0) {
+    throwErrno("pipe2");
+  }
+  m_pid = fork();
+  if (m_pid < 0) {
+    throwErrno("fork");
+  }
+  if (m_pid == 0) {
+    dup2(out[1], STDOUT_FILENO);
+    dup2(err[1], STDERR_FILENO);
+    setenv("TMPDIR", tmp.c_str(), 1);
+    execv(argv[0], argv.data());
+    _exit(EXIT_FAILURE);
+  }
+  close(out[1]);
+  close(err[1]);
+  m_out = out[0];
+  m_err = err[0];
+}
+
+CardProcess::~CardProcess() {
+  if (m_pid > 0) {
+    kill(m_pid, SIGKILL);
+    waitpid(m_pid, nullptr, 0);
+  }
+  close(m_out);
+  close(m_err);
+}
+
+std::string CardProcess::line() {
+  std::string text;
+  char character = 0;
+  while (read(m_out, &character, 1) == 1 && character != '\n') {
+    text += character;
+  }
+  return text;
+}
+
+void CardProcess::send(int signal) const {
+  kill(m_pid, signal);
+}
+
+std::string CardProcess::rest() {
+  return readAll(m_out);
+}
+
+std::string CardProcess::errors() {
+  return readAll(m_err);
+}
+
+int CardProcess::wait() {
+  int status = 0;
+  while (waitpid(m_pid, &status, 0) < 0) {
+    if (errno != EINTR) {
+      throwErrno("waitpid");
+    }
+  }
+  m_pid = -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+TemporaryDirectory::TemporaryDirectory() {
+  std::string name = (std::filesystem::temp_directory_path() / "poe_card_test.XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) {
+    throwErrno("mkdtemp");
+  }
+  m_path = name;
+}
+
+TemporaryDirectory::~TemporaryDirectory() {
+  std::error_code ignored;
+  std::filesystem::remove_all(m_path, ignored);
+}
+
+CardResult runCard(const std::vector<std::string>& arguments) {
+  const TemporaryDirectory tmp;
+  CardProcess card(tmp.path(), arguments);
+  CardResult result;
+  result.out = card.rest();
+  result.err = card.errors();
+  result.status = card.wait();
+  result.leftFiles = !std::filesystem::is_empty(tmp.path());
+  return result;
+}

@@ -1,0 +1,161 @@
+// The chip model's power management.
+#include "simulator/chip_model.h"
+
+#include <gtest/gtest.h>
+#include <ostream>
+
+namespace {
+
+using Signature = ChipModel::Signature;
+
+constexpr double LONG_ENOUGH = 0.5;
+
+// All ports on, each with a limit of 40 W, in a bank of 100 W.
+class ChipPower : public testing::Test {
+protected:
+  ChipPower() {
+    chip.write(0x89, 100);
+    for (unsigned port = 0; port < 4; ++port) {
+      chip.write(static_cast<std::uint8_t>(0x81 + port), 40);
+    }
+    chip.write(0x44, 0x0F);
+    chip.write(0x12, 0xFF);
+    chip.write(0x14, 0xFF);
+  }
+  void plug(unsigned port, unsigned pdClass, double watts) {
+    chip.plug(port, {Signature::Good, pdClass, watts});
+    chip.advance(LONG_ENOUGH);
+  }
+
+  ChipModel chip;
+};
+
+TEST_F(ChipPower, IsDeniedAboveThePortLimitAndGrantedOnARetryWhenTheLimitIsRaised) {
+  chip.write(0x81, 9);
+  plug(0, 0, 10.0);
+  EXPECT_EQ(chip.reg(0x0C), 0x64) << "good, class 0";
+  EXPECT_EQ(chip.reg(0x10), 0);
+  EXPECT_EQ(chip.reg(0x78), 1);
+  EXPECT_EQ(chip.reg(0x79), 0);
+  chip.write(0x81, 10);
+  chip.advance(2.0);
+  EXPECT_EQ(chip.reg(0x10), 0x11);
+  EXPECT_EQ(chip.reg(0x78), 1);
+}
+
+TEST_F(ChipPower, IsTriedAgainAndDeniedAgainWithTheStatusUnchanged) {
+  chip.write(0x81, 9);
+  plug(0, 3, 10.0);
+  ASSERT_EQ(chip.reg(0x78), 1);
+  for (int i = 0; i < 100; ++i) {
+    chip.advance(0.01);
+    EXPECT_EQ(chip.reg(0x0C), 0x34);
+  }
+  chip.advance(0.3);
+  EXPECT_EQ(chip.reg(0x78), 2);
+}
+
+TEST_F(ChipPower, UsesTheLowSixBitsOfThePortLimit) {
+  chip.write(0x81, 0xC0 | 9);
+  plug(0, 0, 10.0);
+  EXPECT_EQ(chip.reg(0x10), 0);
+}
+
+struct ClassLimit {
+  unsigned pdClass;
+  double most;
+};
+
+void PrintTo(const ClassLimit& row, std::ostream* stream) {
+  *stream << "class " << row.pdClass;
+}
+
+class ChipPowerOfAClass : public ChipPower, public testing::WithParamInterface<ClassLimit> {};
+
+TEST_P(ChipPowerOfAClass, IsGrantedUpToTheClassLimitOnly) {
+  plug(0, GetParam().pdClass, GetParam().most);
+  plug(1, GetParam().pdClass, GetParam().most + 0.1);
+  EXPECT_EQ(chip.reg(0x10), 0x11);
+  EXPECT_EQ(chip.reg(0x78), 0x04);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, ChipPowerOfAClass,
+                         testing::Values(ClassLimit{0, 15.4}, ClassLimit{1, 4.0}, ClassLimit{2, 7.0},
+                                         ClassLimit{3, 15.4}, ClassLimit{4, 36.0}),
+                         [](const auto& row) { return "Class" + std::to_string(row.param.pdClass); });
+
+TEST_F(ChipPower, OfClass4NeedsHighPowerForMoreThanClass3) {
+  chip.write(0x44, 0x0E);
+  plug(0, 4, 20.0);
+  plug(1, 4, 20.0);
+  EXPECT_EQ(chip.reg(0x10), 0x22);
+}
+
+TEST_F(ChipPower, IsDeniedWhenTheBankHasNotEnoughLeft) {
+  chip.write(0x89, 25);
+  plug(0, 3, 12.0);
+  plug(1, 3, 13.0);
+  plug(2, 3, 1.0);
+  EXPECT_EQ(chip.reg(0x10), 0x33);
+  EXPECT_EQ(chip.reg(0x78), 0x10);
+  EXPECT_EQ(chip.reg(0x96), 25);
+}
+
+TEST_F(ChipPower, OfABankOfZeroWattsIsNone) {
+  chip.write(0x89, 0);
+  plug(0, 0, 5.0);
+  EXPECT_EQ(chip.reg(0x10), 0);
+  EXPECT_EQ(chip.reg(0x78), 1);
+}
+
+TEST_F(ChipPower, ComesFromTheActiveBankOfEight) {
+  chip.write(0x8B, 4);
+  chip.setReg(0x91, 2U << 3);
+  plug(0, 0, 5.0);
+  EXPECT_EQ(chip.reg(0x10), 0);
+  chip.setReg(0x91, 8U << 3); // bank 0 again
+  chip.advance(2.0);
+  EXPECT_EQ(chip.reg(0x10), 0x11);
+}
+
+TEST_F(ChipPower, DrawnAboveThePortLimitIsAnOverloadThatIsTriedAgain) {
+  chip.write(0x82, 10);
+  plug(1, 0, 8.0);
+  chip.draw(1, 11.0);
+  EXPECT_EQ(chip.reg(0x10), 0);
+  EXPECT_EQ(chip.reg(0x93), 0);
+  EXPECT_EQ(chip.reg(0x79), 0x04);
+  EXPECT_EQ(chip.reg(0x78), 0);
+  chip.draw(1, 8.0);
+  chip.advance(2.0);
+  EXPECT_EQ(chip.reg(0x10), 0x22);
+  EXPECT_EQ(chip.reg(0x79), 0x04);
+}
+
+TEST_F(ChipPower, AboveALimitThatIsLoweredIsAnOverload) {
+  plug(0, 0, 8.0);
+  chip.write(0x81, 7);
+  EXPECT_EQ(chip.reg(0x10), 0);
+  EXPECT_EQ(chip.reg(0x79), 1);
+}
+
+TEST_F(ChipPower, AboveALoweredBankLimitIsCutFromTheLeastImportantPorts) {
+  chip.write(0x80, 0x24); // priorities of the ports 0..3: 0, 1, 2, 0
+  for (unsigned port = 0; port < 4; ++port) {
+    plug(port, 0, 10.0);
+  }
+  ASSERT_EQ(chip.reg(0x10), 0xFF);
+  chip.write(0x89, 39);
+  EXPECT_EQ(chip.reg(0x10), 0xBB);
+  EXPECT_EQ(chip.reg(0x78), 0x10);
+  chip.write(0x89, 29);
+  EXPECT_EQ(chip.reg(0x10), 0x99);
+  chip.write(0x89, 19);
+  EXPECT_EQ(chip.reg(0x10), 0x11) << "of equal priority, the higher port goes first";
+  chip.write(0x89, 0);
+  EXPECT_EQ(chip.reg(0x10), 0);
+  EXPECT_EQ(chip.reg(0x96), 0);
+  EXPECT_EQ(chip.reg(0x78), 0x55);
+}
+
+} // namespace

@@ -1,0 +1,176 @@
+// What a command sees of the simulated card, and the command line.
+#include "card_process.h"
+
+#include <gtest/gtest.h>
+#include <ostream>
+
+namespace {
+
+CardResult runProbe(std::vector<std::string> options, const std::vector<std::string>& words) {
+  options.insert(options.end(), {"--", CARD_PROBE});
+  options.insert(options.end(), words.begin(), words.end());
+  return runCard(options);
+}
+
+TEST(PoeCardBus, ReadsAndWritesRegistersOfTheChipAtAddress20) {
+  const CardResult result =
+      runProbe({}, {"open", "bind:0x20", "read:0x43", "write:0x12:0x5A", "read:0x12", "read:0x90"});
+  EXPECT_EQ(result.out, "ok\nok\n0x41\nok\n0x5A\n0x90\n");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST(PoeCardBus, AnswersRegister0xCEAndNoneAboveIt) {
+  const CardResult result =
+      runProbe({}, {"open", "bind:0x20", "read:0xCE", "read:0xCF", "write:0xCF:1", "write:0xFF:1"});
+  EXPECT_EQ(result.out, "ok\nok\n0x00\nNo such device or address\nNo such device or address\n"
+                        "No such device or address\n");
+}
+
+TEST(PoeCardBus, HasNothingAtAnotherAddress) {
+  const CardResult result = runProbe({}, {"open", "bind:0x21", "read:0x43", "write:0x12:1"});
+  EXPECT_EQ(result.out, "ok\nok\nNo such device or address\nNo such device or address\n");
+}
+
+TEST(PoeCardBus, HasNothingForAnOpenerThatBoundNoAddress) {
+  const CardResult result = runProbe({}, {"open", "read:0x43"});
+  EXPECT_EQ(result.out, "ok\nNo such device or address\n");
+}
+
+TEST(PoeCardBus, RefusesASlaveAddressOfMoreThanSevenBits) {
+  const CardResult result = runProbe({}, {"open", "bind:0x80", "bind:0x20", "read:0x43"});
+  EXPECT_EQ(result.out, "ok\nInvalid argument\nok\n0x41\n");
+}
+
+TEST(PoeCardBus, KeepsTheAddressesOfSeveralOpenersApart) {
+  const CardResult result = runProbe({}, {"open", "bind:0x20", "open", "bind:0x21", "read:0x43", "opener:0",
+                                          "read:0x43", "opener:1", "bind:0x20", "read:0x43"});
+  EXPECT_EQ(result.out, "ok\nok\nok\nok\nNo such device or address\n0x41\nok\n0x41\n");
+}
+
+TEST(PoeCardBus, ShowsOneChipToAllOpeners) {
+  const CardResult result =
+      runProbe({}, {"open", "bind:0x20", "open", "bind:0x20", "write:0x81:0x1E", "opener:0", "read:0x81"});
+  EXPECT_EQ(result.out, "ok\nok\nok\nok\nok\n0x1E\n");
+}
+
+TEST(PoeCardBus, OffersByteDataTransfersOnly) {
+  const CardResult result = runProbe({}, {"open", "bind:0x20", "functions", "word:0x43", "rdwr", "unknown"});
+  EXPECT_EQ(result.out, "ok\nok\nok\n0x180000\nOperation not supported\nOperation not supported\n"
+                        "Inappropriate ioctl for device\n");
+}
+
+TEST(PoeCardBus, PowersWhatIsPluggedAsRealTimePasses) {
+  const CardResult result = runProbe({"--plug", "1 class=4 watts=12"},
+                                     {"open", "bind:0x20", "write:0x81:30", "write:0x12:0x0C",
+                                      "write:0x14:0x22", "await:0x10:0x22", "read:0x0D", "read:0x93"});
+  EXPECT_EQ(result.out, "ok\nok\nok\nok\nok\n0x22\n0x44\n0x0C\n");
+}
+
+TEST(PoeCardBus, GivesEachPluggedPortItsOwnSignature) {
+  const CardResult result = runProbe({"--plug", "0 signature=short", "--plug", "1 signature=capacitance",
+                                      "--plug", "2 signature=low", "--plug", "3 signature=high"},
+                                     {"open", "bind:0x20", "write:0x12:0xFF", "write:0x14:0xFF",
+                                      "await:0x0F:5", "read:0x0C", "read:0x0D", "read:0x0E"});
+  EXPECT_EQ(result.out, "ok\nok\nok\nok\n0x05\n0x01\n0x02\n0x03\n");
+}
+
+TEST(PoeCardBus, SignatureNoneIsAnOpenPortAndGoodIsClassZero) {
+  const CardResult result =
+      runProbe({"--plug", "0 signature=none", "--plug", "1 signature=good"},
+               {"open", "bind:0x20", "write:0x12:0xFF", "write:0x14:0xFF", "await:0x0D:0x64", "read:0x0C"});
+  EXPECT_EQ(result.out, "ok\nok\nok\nok\n0x64\n0x06\n");
+}
+
+TEST(PoeCardBus, WithoutAnAdapterThereIsNoDevice) {
+  const CardResult result = runProbe({"--no-adapter"}, {"open"});
+  EXPECT_EQ(result.out, "No such file or directory\n");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_FALSE(result.leftFiles);
+}
+
+TEST(PoeCardBus, AnAbsentChipLeavesTheAdapter) {
+  const CardResult result = runProbe({"--absent"}, {"open", "bind:0x20", "read:0x43", "write:0x12:0"});
+  EXPECT_EQ(result.out, "ok\nok\nNo such device or address\nNo such device or address\n");
+}
+
+TEST(PoeCardOptions, HelpIsPrintedWithStatus0) {
+  const CardResult result = runCard({"--help"});
+  EXPECT_EQ(result.out.rfind("usage: poe_card [OPTION]... -- COMMAND [ARG]...\n", 0), 0U);
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST(PoeCardOptions, HelpRunsNothing) {
+  EXPECT_EQ(runCard({"--help", "--", CARD_PROBE, "say:ran"}).out.find("ran\n"), std::string::npos);
+}
+
+TEST(PoeCardOptions, OptionsOfTheCommandAreTheCommandsOwn) {
+  const CardResult result = runCard({"sh", "-c", "echo $0 $1", "--absent", "--nonsense"});
+  EXPECT_EQ(result.out, "--absent --nonsense\n");
+}
+
+struct BadLine {
+  const char* name;
+  std::vector<std::string> arguments;
+  const char* message;
+};
+
+void PrintTo(const BadLine& line, std::ostream* stream) {
+  *stream << line.name;
+}
+
+class PoeCardBadOptions : public testing::TestWithParam<BadLine> {};
+
+TEST_P(PoeCardBadOptions, GetOneLineThatSaysWhatIsAcceptedAndStatus2) {
+  const CardResult result = runCard(GetParam().arguments);
+  EXPECT_EQ(result.err, std::string("poe_card: ") + GetParam().message + "\n");
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.status, 2);
+}
+
+const BadLine BAD_LINES[] = {
+    {"NoCommand",
+     {"--absent"},
+     "there is no command to run; accepted are --plug, --no-adapter, --absent, --log, --help, then -- "
+     "COMMAND"},
+    {"UnknownOption",
+     {"--nonsense", "--", "true"},
+     "'--nonsense' is not understood; accepted are --plug, --no-adapter, --absent, --log, --help, then -- "
+     "COMMAND"},
+    {"UnknownShortOption",
+     {"-xa", "--", "true"},
+     "'-x' is not understood; accepted are --plug, --no-adapter, --absent, --log, --help, then -- COMMAND"},
+    {"ValueForAFlag", {"--absent=yes", "--", "true"}, "--absent takes no value"},
+    {"PlugWithoutValue", {"--plug"}, "--plug needs 'PORT [class=C] [watts=W] [signature=S]'"},
+    {"LogWithoutValue", {"--log"}, "--log needs the name of a file"},
+    {"LogOfNoName", {"--log", "", "--", "true"}, "--log needs the name of a file"},
+    {"LogThatCannotBeWritten",
+     {"--log", "/no/such/directory/log", "--", "true"},
+     "--log: cannot write /no/such/directory/log: No such file or directory"},
+    {"Port4", {"--plug", "4", "--", "true"}, "--plug: '4' does not begin with a port 0 to 3"},
+    {"NoPort", {"--plug", "", "--", "true"}, "--plug: '' does not begin with a port 0 to 3"},
+    {"NegativePort", {"--plug", "-1", "--", "true"}, "--plug: '-1' does not begin with a port 0 to 3"},
+    {"PortWithATail", {"--plug", "1x", "--", "true"}, "--plug: '1x' does not begin with a port 0 to 3"},
+    {"Class5", {"--plug", "0 class=5", "--", "true"}, "--plug: 'class=5' is not class=0 to class=4"},
+    {"EmptyClass", {"--plug", "0 class=", "--", "true"}, "--plug: 'class=' is not class=0 to class=4"},
+    {"TooManyWatts",
+     {"--plug", "0 watts=101", "--", "true"},
+     "--plug: 'watts=101' is not watts=0 to watts=100"},
+    {"NegativeWatts",
+     {"--plug", "0 watts=-1", "--", "true"},
+     "--plug: 'watts=-1' is not watts=0 to watts=100"},
+    {"WattsThatAreNoNumber",
+     {"--plug", "0 watts=nan", "--", "true"},
+     "--plug: 'watts=nan' is not watts=0 to watts=100"},
+    {"UnknownSignature",
+     {"--plug", "0 signature=bad", "--", "true"},
+     "--plug: 'signature=bad' is not signature=good, short, capacitance, low, high or none"},
+    {"UnknownProperty",
+     {"--plug", "0 volts=54", "--", "true"},
+     "--plug: 'volts=54' is not one of class=C, watts=W, signature=S"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Rows, PoeCardBadOptions, testing::ValuesIn(BAD_LINES),
+                         [](const auto& row) { return row.param.name; });
+
+} // namespace
