@@ -6,18 +6,20 @@
 // bank; overload, under-load and short; the two-bit event counters; port reset,
 // power cycle, temperature, thermal shutdown, a chip that is not there.
 //
-// Guessed: how long each step takes and when a port is tried again; that power
-// is granted by what the device draws; that a cut for want of bank power takes
-// the lowest priority, then the highest port number, and counts as power denied;
-// the power per class (class 4 gets more only while its high power enable is
-// set); that a port reset keeps the configuration and the counters; that writing
-// a read-only register is acknowledged and ignored; the power-on values.
+// Guessed: how long each step takes and when a port is tried again (that the
+// status is kept meanwhile, and every denial counted); that power is granted by
+// what the device draws; that a cut for want of bank power takes the lowest
+// priority, then the highest port number, and counts as power denied; the power
+// per class (class 4 gets more only while its high power enable is set); that a
+// short found by detection is an invalid signature, and the short count is for a
+// powered port; that a port reset keeps the configuration and the counters; that
+// writing a read-only register is acknowledged and ignored; power-on values.
 //
 // Left out: static against dynamic calculation, temporary port limits, cutting a
 // low priority port so that a higher one can start, current cut and current
-// limit, disconnect enable, midspan, the least draw that keeps a port powered,
-// class errors, FET errors, MOSFET over-temperature, a supply that changes. Their
-// registers hold what is written.
+// limit, disconnect enable, midspan, the least draw that keeps a port powered:
+// their registers hold what is written. Class errors, FET errors, MOSFET
+// over-temperature, in-PM-mode, a supply that changes: theirs keep what they have.
 //
 // Time passes in advance() only. Not for use from two threads at once.
 #pragma once

@@ -25,7 +25,7 @@ protected:
 
   void doSomething() {
     const unsigned port = below(4);
-    switch (below(12)) {
+    switch (below(13)) {
     case 0:
       m_watts.at(port) = upTo(20.0);
       chip.plug(port, {anySignature(), below(5), m_watts.at(port)});
@@ -47,6 +47,9 @@ protected:
       break;
     case 5:
       chip.write(static_cast<std::uint8_t>(0x81 + port), static_cast<std::uint8_t>(below(64)));
+      break;
+    case 6: // the active bank, which is bank 0
+      chip.write(0x89, static_cast<std::uint8_t>(below(80)));
       break;
     default:
       chip.advance(upTo(LONGEST_STEP));

@@ -1,0 +1,250 @@
+// poectl beside the real service: the console for a script and for a person, and its errors.
+#include "tests/process/process_fixture.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+struct Result {
+  int status;
+  std::string output; // standard output and standard error
+};
+
+Result run(const std::string& command) {
+  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+  std::string output;
+  char block[4096];
+  for (std::size_t length = 0; (length = fread(block, 1, sizeof block, pipe)) > 0;) {
+    output.append(block, length);
+  }
+  const int status = pclose(pipe);
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+}
+
+Result poectl(const std::string& arguments) {
+  return run(std::string(POECTL) + " " + arguments);
+}
+
+const std::string DISABLED_CHANNEL = "channel 2\n"
+                                     "============\n"
+                                     "  enable                  = FALSE\n"
+                                     "  power_good              = FALSE\n"
+                                     "  det_status              = UNKNOWN\n"
+                                     "  pclass                  = UNKNOWN\n"
+                                     "  fet_error               = FALSE\n"
+                                     "  mosfet_overtemperature  = FALSE\n"
+                                     "  in_pm_mode              = FALSE\n"
+                                     "  passed_MSCC_cap_det     = FALSE\n"
+                                     "  det_fail                = FALSE\n"
+                                     "\n";
+
+using PoectlConsole = ServiceTest;
+
+TEST_F(PoectlConsole, SendsItsWordsAndPrintsTheReplyByteForByte) {
+  startService();
+  const Result result = poectl("console PD69104Engine channel 2");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, DISABLED_CHANNEL);
+}
+
+TEST_F(PoectlConsole, PutsTheEngineInFrontOfABareCommand) {
+  startService();
+  EXPECT_EQ(poectl("console channel 2").output, DISABLED_CHANNEL);
+  EXPECT_EQ(poectl("console 'channel 2'").output, DISABLED_CHANNEL);
+  EXPECT_EQ(poectl("console help").output, "PD69104Engine\n");
+  EXPECT_EQ(poectl("console nobody").output, "No such object: nobody\nPD69104Engine\n");
+}
+
+TEST_F(PoectlConsole, CarriesTheWholeHelpTextThoughItLooksLikeAPrompt) {
+  startService();
+  const Result result = poectl("console PD69104Engine help");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output.size(), 571U);
+}
+
+TEST_F(PoectlConsole, ReadsAndWritesRegisters) {
+  startService();
+  EXPECT_EQ(poectl("console writeReg 0x15 0x105").output, "PD69104Engine: value written ok 0x15:0x105\n\n");
+  EXPECT_EQ(poectl("console readReg 0x15").output, "PD69104Engine: value read 0x15:0x5\n\n");
+  EXPECT_EQ(poectl("console readReg 0xCF").output, "ERROR in reading register: 0xcf\n\n");
+}
+
+TEST_F(PoectlConsole, TakesItsCommandsFromStandardInputWhenThatIsNoTerminal) {
+  startService();
+  const Result result =
+      run(std::string("printf 'readReg 0x90\\nchannel 2\\nquit\\nreadReg 0\\n' | ") + POECTL + " console");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "PD69104Engine: value read 0x90:0x0\n\n" + DISABLED_CHANNEL);
+}
+
+TEST_F(PoectlConsole, SaysInOneLineThatNothingListens) {
+  const Result result = poectl("console info");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output,
+            "poectl: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is the "
+            "service running?\n");
+}
+
+TEST_F(PoectlConsole, RefusesALineEndInACommand) {
+  const Result result = poectl("console 'info\ndevice'");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: a console command is one line: it cannot contain a line end\n");
+}
+
+#ifdef POECTL_HAS_SHELL
+
+// poectl's interactive console on a terminal of its own.
+class Terminal {
+public:
+  explicit Terminal(const std::string& stateFolder) {
+    m_pid = forkpty(&m_master, nullptr, nullptr, nullptr);
+    if (m_pid == 0) {
+      setenv("TERM", "vt100", 1);
+      setenv("XDG_STATE_HOME", stateFolder.c_str(), 1);
+      execl(POECTL, POECTL, "console", nullptr);
+      _exit(126);
+    }
+  }
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+  ~Terminal() {
+    close(m_master);
+    waitpid(m_pid, nullptr, 0);
+  }
+
+  void type(const std::string& keys) {
+    EXPECT_EQ(write(m_master, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+  }
+
+  // Whether the screen comes to show `text` behind what was already found.
+  bool shows(const std::string& text) {
+    std::size_t found = 0;
+    while ((found = m_screen.find(text, m_seen)) == std::string::npos) {
+      pollfd readable{m_master, POLLIN, 0};
+      char block[1024];
+      if (poll(&readable, 1, static_cast<int>(PATIENCE.count()) * 1000) != 1) {
+        return false;
+      }
+      const ssize_t length = read(m_master, block, sizeof block);
+      if (length <= 0) {
+        return false;
+      }
+      m_screen.append(block, static_cast<std::size_t>(length));
+    }
+    m_seen = found + text.size();
+    return true;
+  }
+
+private:
+  pid_t m_pid = -1;
+  int m_master = -1;
+  std::string m_screen;
+  std::size_t m_seen = 0;
+};
+
+TEST_F(PoectlConsole, CompletesWordsOnATerminalAndKeepsAHistory) {
+  startService();
+  std::string folder = ::testing::TempDir() + "poectl_XXXXXX";
+  ASSERT_NE(mkdtemp(folder.data()), nullptr);
+  {
+    Terminal terminal(folder);
+    ASSERT_TRUE(terminal.shows("poe> "));
+    terminal.type("PD6\t"); // the object
+    ASSERT_TRUE(terminal.shows("9104Engine "));
+    terminal.type("chan\t"); // its command
+    ASSERT_TRUE(terminal.shows("nel "));
+    terminal.type("2\n");
+    EXPECT_TRUE(terminal.shows("  det_status              = UNKNOWN\r\n"));
+    EXPECT_TRUE(terminal.shows("poe> "));
+    terminal.type("quit\n");
+    EXPECT_FALSE(terminal.shows("never shown"));
+  }
+  {
+    Terminal terminal(folder);
+    ASSERT_TRUE(terminal.shows("poe> "));
+    terminal.type("\x10"); // the line before, from the last time
+    EXPECT_TRUE(terminal.shows("PD69104Engine channel 2"));
+    terminal.type("\x15\x04"); // clear the line, end of input
+    EXPECT_FALSE(terminal.shows("never shown"));
+  }
+  EXPECT_EQ(run("rm -r " + folder).status, 0);
+}
+
+#endif
+
+using Poectl = ServiceTest;
+
+TEST_F(Poectl, SaysWhatIsWrongWithACommandLineAndWhatIsAccepted) {
+  for (const char* arguments : {"", "bogus", "watch --seconds 0", "watch --seconds x", "clean now"}) {
+    const Result result = poectl(arguments);
+    EXPECT_EQ(result.status, 2) << arguments;
+    EXPECT_EQ(result.output.rfind("poectl: ", 0), 0U) << arguments;
+    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << arguments;
+  }
+}
+
+TEST_F(Poectl, WatchRefusesAQueueThatExistsAndLeavesItAlone) {
+  const StatusReceiver other;
+  const Result result = poectl("watch --seconds 1");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output,
+            "poectl: queue /queueToMain exists: another main process is running or was killed; when none "
+            "is, 'poectl clean' removes it\n");
+  EXPECT_TRUE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, WatchWithoutAServiceSaysThatNothingCame) {
+  const Result result = poectl("watch --seconds 0.2");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: no status message came on /queueToMain: is the service running?\n");
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, WatchConfiguresAndShowsTheService) {
+  service = std::make_unique<ServiceProcess>(ServiceOptions{{"--plug", "0 class=2 watts=6"}, {}});
+  const Result result = poectl("watch --example --seconds 5");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_NE(result.output.find(
+                "   0  on     DELIVERINGPOWER      2     6       15        0       0         0          0 "
+                "     0         0\n"
+                "   1  on     SEARCHING"),
+            std::string::npos)
+      << result.output;
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, PreflightNamesWhatIsInTheWay) {
+  EXPECT_EQ(poectl("preflight").status, 0);
+  startService();
+  const Result taken = poectl("preflight");
+  EXPECT_EQ(taken.status, 1);
+  EXPECT_EQ(taken.output, "port 10001 on 127.0.0.1 is taken: is another service running? End it first\n");
+  service.reset();
+  const Result left = poectl("preflight");
+  EXPECT_EQ(left.status, 1);
+  EXPECT_EQ(left.output,
+            "queue /queueToMain exists: another service is running or was killed; when none is, './run "
+            "--clean' removes it\n");
+}
+
+TEST_F(Poectl, CleanRemovesTheQueuesAndNamesThem) {
+  for (const char* name : {"/queueToPoe", "/queueToMain"}) {
+    const mqd_t queue = mq_open(name, O_CREAT | O_RDWR, 0600, nullptr);
+    ASSERT_NE(queue, -1);
+    mq_close(queue);
+  }
+  const Result result = poectl("clean");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "removed queue /queueToPoe\nremoved queue /queueToMain\n");
+  EXPECT_EQ(poectl("clean").output, "");
+}
+
+} // namespace
