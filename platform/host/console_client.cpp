@@ -14,9 +14,9 @@ namespace Zorvan {
 
 namespace {
 
-constexpr std::uint64_t kStallLimit = 60000; // for a client that does not read
-constexpr std::uint64_t kLingerLimit = 2000; // for a client that does not close
-constexpr short kBroken = POLLERR | POLLHUP; // reported whether asked for or not
+constexpr std::uint64_t STALL_LIMIT = 60000; // for a client that does not read
+constexpr std::uint64_t LINGER_LIMIT = 2000; // for a client that does not close
+constexpr short BROKEN = POLLERR | POLLHUP;  // reported whether asked for or not
 
 bool isTemporary(int error) {
   return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
@@ -35,32 +35,39 @@ ConsoleClient::ConsoleClient(FileDescriptor socket, const char* reason) : m_sock
 }
 
 short ConsoleClient::events() const {
-  if (m_phase == Phase::kServed && m_session.hasOutput())
+  if (m_phase == Phase::SERVED && m_session.hasOutput()) {
     return POLLOUT;
+  }
   return POLLIN;
 }
 
 void ConsoleClient::serve(short events, std::vector<char>& buffer) {
-  if (m_phase == Phase::kLingering) {
-    if (events != 0)
+  if (m_phase == Phase::LINGERING) {
+    if (events != 0) {
       discard();
+    }
     return;
   }
-  if (m_session.hasOutput() && (events & (POLLOUT | kBroken)) != 0)
+  if (m_session.hasOutput() && (events & (POLLOUT | BROKEN)) != 0) {
     flush();
-  if (m_phase == Phase::kServed && m_session.wantsInput() && (events & (POLLIN | kBroken)) != 0)
+  }
+  if (m_phase == Phase::SERVED && m_session.wantsInput() && (events & (POLLIN | BROKEN)) != 0) {
     receive();
-  if (m_phase != Phase::kServed)
+  }
+  if (m_phase != Phase::SERVED) {
     return;
+  }
   m_session.step(buffer);
   flush();
-  if (m_phase == Phase::kServed && m_session.isOver() && !m_session.hasOutput())
+  if (m_phase == Phase::SERVED && m_session.isOver() && !m_session.hasOutput()) {
     linger();
+  }
 }
 
 void ConsoleClient::expire(std::uint64_t now) {
-  if (now >= m_deadline)
-    m_phase = Phase::kGone;
+  if (now >= m_deadline) {
+    m_phase = Phase::GONE;
+  }
 }
 
 // The end of input comes after all commands: bytes are only received when no command and no output is left.
@@ -68,42 +75,48 @@ void ConsoleClient::expire(std::uint64_t now) {
 void ConsoleClient::receive() {
   LineReader& input = m_session.input();
   const ssize_t count = recv(m_socket.get(), input.space(), input.spaceSize(), 0);
-  if (count > 0)
+  if (count > 0) {
     input.added(static_cast<std::size_t>(count));
-  else if (count == 0 || !isTemporary(errno))
-    m_phase = Phase::kGone;
+  } else if (count == 0 || !isTemporary(errno)) {
+    m_phase = Phase::GONE;
+  }
 }
 
 void ConsoleClient::flush() {
-  if (!m_session.hasOutput())
-    return;
-  const ssize_t count = send(m_socket.get(), m_session.output(), m_session.outputSize(), MSG_NOSIGNAL);
-  if (count < 0 && !isTemporary(errno)) {
-    m_phase = Phase::kGone;
+  if (!m_session.hasOutput()) {
     return;
   }
-  if (count > 0)
+  const ssize_t count = send(m_socket.get(), m_session.output(), m_session.outputSize(), MSG_NOSIGNAL);
+  if (count < 0 && !isTemporary(errno)) {
+    m_phase = Phase::GONE;
+    return;
+  }
+  if (count > 0) {
     m_session.sent(static_cast<std::size_t>(count));
-  if (!m_session.hasOutput())
-    m_deadline = kNever;
-  else if (count > 0 || m_deadline == kNever)
-    m_deadline = monotonicMilliseconds() + kStallLimit;
+  }
+  if (!m_session.hasOutput()) {
+    m_deadline = NEVER;
+  } else if (count > 0 || m_deadline == NEVER) {
+    m_deadline = monotonicMilliseconds() + STALL_LIMIT;
+  }
 }
 
 // To close a socket with bytes unread resets the connection, and the reset can overtake the last reply. So
 // the client is told that nothing more comes, and what it still sends is thrown away until it closes, too.
 void ConsoleClient::linger() {
-  m_phase = Phase::kLingering;
-  m_deadline = monotonicMilliseconds() + kLingerLimit;
-  if (shutdown(m_socket.get(), SHUT_WR) != 0)
-    m_phase = Phase::kGone;
+  m_phase = Phase::LINGERING;
+  m_deadline = monotonicMilliseconds() + LINGER_LIMIT;
+  if (shutdown(m_socket.get(), SHUT_WR) != 0) {
+    m_phase = Phase::GONE;
+  }
 }
 
 void ConsoleClient::discard() {
   std::array<char, 2048> rubbish;
   const ssize_t count = recv(m_socket.get(), rubbish.data(), rubbish.size(), 0);
-  if (count == 0 || (count < 0 && !isTemporary(errno)))
-    m_phase = Phase::kGone;
+  if (count == 0 || (count < 0 && !isTemporary(errno))) {
+    m_phase = Phase::GONE;
+  }
 }
 
 } // namespace Zorvan

@@ -15,7 +15,7 @@ namespace Zorvan {
 
 class ConsoleClient {
 public:
-  static constexpr std::uint64_t kNever = std::numeric_limits<std::uint64_t>::max();
+  static constexpr std::uint64_t NEVER = std::numeric_limits<std::uint64_t>::max();
 
   // A client that is served.
   explicit ConsoleClient(FileDescriptor socket);
@@ -32,13 +32,13 @@ public:
   short events() const;
 
   // True when there is work that waits for no event.
-  bool isReady() const { return m_phase == Phase::kServed && m_session.canStep(); }
+  bool isReady() const { return m_phase == Phase::SERVED && m_session.canStep(); }
 
   // True until the connection has nothing left but to be closed in good order.
-  bool isServed() const { return m_phase == Phase::kServed; }
+  bool isServed() const { return m_phase == Phase::SERVED; }
 
   // The connection is of no more use.
-  bool isGone() const { return m_phase == Phase::kGone; }
+  bool isGone() const { return m_phase == Phase::GONE; }
 
   // The time at which the client is given up if nothing happens before.
   std::uint64_t deadline() const { return m_deadline; }
@@ -50,7 +50,7 @@ public:
   void expire(std::uint64_t now);
 
 private:
-  enum class Phase { kServed, kLingering, kGone };
+  enum class Phase { SERVED, LINGERING, GONE };
 
   void receive();
   void flush();
@@ -59,8 +59,8 @@ private:
 
   FileDescriptor m_socket;
   ConsoleSession m_session;
-  Phase m_phase = Phase::kServed;
-  std::uint64_t m_deadline = kNever;
+  Phase m_phase = Phase::SERVED;
+  std::uint64_t m_deadline = NEVER;
 };
 
 } // namespace Zorvan

@@ -46,12 +46,14 @@ bool isMissing(int family, int error) {
 
 FileDescriptor listenOnLoopback(int family, std::uint16_t port) {
   FileDescriptor listener(socket(family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  if (listener.isOpen() && prepare(listener.get(), family, port))
+  if (listener.isOpen() && prepare(listener.get(), family, port)) {
     return listener;
+  }
   const int error = errno;
-  if (!isMissing(family, error))
+  if (!isMissing(family, error)) {
     syslog(LOG_ERR, "debug console: cannot listen on %s port %u: %s\n",
            family == AF_INET6 ? "[::1]" : "127.0.0.1", static_cast<unsigned>(port), std::strerror(error));
+  }
   return FileDescriptor();
 }
 

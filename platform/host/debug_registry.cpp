@@ -28,8 +28,9 @@ void DebugRegistry::add(Cdebugable* object) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_entries.push_back({object, ++m_lastSerial, hidden ? &t_token : nullptr, {}, false});
   }
-  if (hidden)
+  if (hidden) {
     atLastGuardRelease(&DebugRegistry::publishOwn);
+  }
 }
 
 void DebugRegistry::publishOwn() {
@@ -40,8 +41,9 @@ void DebugRegistry::publishOwn() {
 void DebugRegistry::publish(const void* thread) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   for (Entry& entry : m_entries) {
-    if (entry.constructingThread == thread)
+    if (entry.constructingThread == thread) {
       entry.constructingThread = nullptr;
+    }
   }
 }
 
@@ -66,8 +68,9 @@ Cdebugable* DebugRegistry::acquireAfter(std::uint64_t* serial) {
     const auto entry = std::find_if(m_entries.begin(), m_entries.end(), [serial](const Entry& e) {
       return e.serial > *serial && e.constructingThread == nullptr && !e.leaving;
     });
-    if (entry == m_entries.end())
+    if (entry == m_entries.end()) {
       return nullptr;
+    }
     if (entry->caller == std::thread::id()) {
       entry->caller = std::this_thread::get_id();
       *serial = entry->serial;
@@ -80,8 +83,9 @@ Cdebugable* DebugRegistry::acquireAfter(std::uint64_t* serial) {
 void DebugRegistry::release(std::uint64_t serial) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   for (Entry& entry : m_entries) {
-    if (entry.serial == serial)
+    if (entry.serial == serial) {
       entry.caller = std::thread::id();
+    }
   }
   m_released.notify_all();
 }
@@ -93,8 +97,9 @@ bool DebugRegistry::Call::next() {
 }
 
 void DebugRegistry::Call::leave() {
-  if (m_object != nullptr)
+  if (m_object != nullptr) {
     instance().release(m_serial);
+  }
   m_object = nullptr;
 }
 

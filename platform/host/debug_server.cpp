@@ -24,15 +24,15 @@ namespace Zorvan {
 
 namespace {
 
-constexpr std::size_t kMaxClients = 16;
-constexpr const char* kTooManyClients = "Too many console clients (at most 16)\n";
-static_assert(kMaxClients == 16, "the limit is named in kTooManyClients");
+constexpr std::size_t MAX_CLIENTS = 16;
+constexpr const char* TOO_MANY_CLIENTS = "Too many console clients (at most 16)\n";
+static_assert(MAX_CLIENTS == 16, "the limit is named in TOO_MANY_CLIENTS");
 
 // Connections that only wait for the other side to close; of more than this the oldest is closed at once.
-constexpr std::size_t kMaxLingering = 16;
+constexpr std::size_t MAX_LINGERING = 16;
 
 // How long no connection is accepted after it has failed, for example for want of descriptors.
-constexpr std::uint64_t kAcceptPause = 1000; // milliseconds
+constexpr std::uint64_t ACCEPT_PAUSE = 1000; // milliseconds
 
 } // namespace
 
@@ -71,10 +71,12 @@ private:
 };
 
 bool CdebugServer::Server::start() {
-  if (m_thread.joinable())
+  if (m_thread.joinable()) {
     return true;
-  if (open() && launch())
+  }
+  if (open() && launch()) {
     return true;
+  }
   close();
   return false;
 }
@@ -82,8 +84,9 @@ bool CdebugServer::Server::start() {
 bool CdebugServer::Server::open() {
   for (const int family : {AF_INET, AF_INET6}) {
     FileDescriptor listener = listenOnLoopback(family, m_port);
-    if (listener.isOpen())
+    if (listener.isOpen()) {
       m_listeners.push_back(std::move(listener));
+    }
   }
   return !m_listeners.empty();
 }
@@ -107,8 +110,9 @@ bool CdebugServer::Server::launch() {
 }
 
 void CdebugServer::Server::stop() {
-  if (!m_thread.joinable())
+  if (!m_thread.joinable()) {
     return;
+  }
   m_stopping = true;
   eventfd_write(m_wake.get(), 1);
   m_thread.join();
@@ -127,12 +131,14 @@ void CdebugServer::Server::run() {
   while (!m_stopping) {
     const int timeout = fillPollSet();
     const std::size_t firstSlot = m_pollSet.size() - m_clients.size();
-    if (poll(m_pollSet.data(), m_pollSet.size(), timeout) < 0)
+    if (poll(m_pollSet.data(), m_pollSet.size(), timeout) < 0) {
       continue; // EINTR; the results are not valid
+    }
     serveClients(firstSlot);
     for (std::size_t slot = 1; slot < firstSlot; ++slot) {
-      if (m_pollSet[slot].revents != 0)
+      if (m_pollSet[slot].revents != 0) {
         acceptOne(m_pollSet[slot].fd);
+      }
     }
     dropClients();
   }
@@ -142,16 +148,18 @@ void CdebugServer::Server::run() {
 int CdebugServer::Server::fillPollSet() {
   const std::uint64_t now = monotonicMilliseconds();
   const bool accepting = now >= m_acceptAgain;
-  std::uint64_t wakeUp = accepting ? ConsoleClient::kNever : m_acceptAgain;
+  std::uint64_t wakeUp = accepting ? ConsoleClient::NEVER : m_acceptAgain;
   m_pollSet.assign(1, {m_wake.get(), POLLIN, 0});
-  for (const FileDescriptor& listener : m_listeners)
+  for (const FileDescriptor& listener : m_listeners) {
     m_pollSet.push_back({listener.get(), static_cast<short>(accepting ? POLLIN : 0), 0});
+  }
   for (const auto& client : m_clients) {
     m_pollSet.push_back({client->socket(), client->events(), 0});
     wakeUp = std::min(wakeUp, client->isReady() ? now : client->deadline());
   }
-  if (wakeUp == ConsoleClient::kNever)
+  if (wakeUp == ConsoleClient::NEVER) {
     return -1;
+  }
   return static_cast<int>(std::min<std::uint64_t>(wakeUp > now ? wakeUp - now : 0, INT_MAX));
 }
 
@@ -161,16 +169,18 @@ void CdebugServer::Server::acceptOne(int listener) {
   if (!socket.isOpen()) {
     // The connection stays in the queue when there is no descriptor for it, and poll() would report it again
     // and again.
-    if (errno != EAGAIN && errno != EINTR && errno != ECONNABORTED)
-      m_acceptAgain = monotonicMilliseconds() + kAcceptPause;
+    if (errno != EAGAIN && errno != EINTR && errno != ECONNABORTED) {
+      m_acceptAgain = monotonicMilliseconds() + ACCEPT_PAUSE;
+    }
     return;
   }
   const auto served = std::count_if(m_clients.begin(), m_clients.end(),
                                     [](const auto& client) { return client->isServed(); });
-  if (static_cast<std::size_t>(served) < kMaxClients)
+  if (static_cast<std::size_t>(served) < MAX_CLIENTS) {
     m_clients.push_back(std::make_unique<ConsoleClient>(std::move(socket)));
-  else
-    m_clients.push_back(std::make_unique<ConsoleClient>(std::move(socket), kTooManyClients));
+  } else {
+    m_clients.push_back(std::make_unique<ConsoleClient>(std::move(socket), TOO_MANY_CLIENTS));
+  }
 }
 
 // One command of each client a round, so that a client with many does not keep the others waiting.
@@ -186,8 +196,9 @@ void CdebugServer::Server::dropClients() {
   m_clients.erase(std::remove_if(m_clients.begin(), m_clients.end(), isGone), m_clients.end());
   const auto isLingering = [](const auto& client) { return !client->isServed(); };
   if (static_cast<std::size_t>(std::count_if(m_clients.begin(), m_clients.end(), isLingering)) >
-      kMaxLingering)
+      MAX_LINGERING) {
     m_clients.erase(std::find_if(m_clients.begin(), m_clients.end(), isLingering));
+  }
 }
 
 CdebugServer::CdebugServer(std::uint16_t port, std::uint32_t bufferSize)

@@ -21,10 +21,12 @@ std::uint32_t Cdebugable::dbgCommand(std::uint32_t /*argc*/, const char* const* 
 }
 
 std::uint32_t Cdebugable::dbgFind(const std::string& name, char* out, std::uint32_t outLen) {
-  if (!name.empty() && name != m_name)
+  if (!name.empty() && name != m_name) {
     return 0;
-  if (outLen > 0)
+  }
+  if (outLen > 0) {
     out[m_name.copy(out, outLen - 1)] = '\0';
+  }
   return 1;
 }
 

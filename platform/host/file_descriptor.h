@@ -14,8 +14,9 @@ public:
     return *this;
   }
   ~FileDescriptor() {
-    if (m_descriptor >= 0)
+    if (m_descriptor >= 0) {
       close(m_descriptor);
+    }
   }
 
   bool isOpen() const { return m_descriptor >= 0; }

@@ -10,22 +10,22 @@
 
 class LineReader {
 public:
-  static constexpr std::size_t kMaxLineLength = 1024; // bytes, the line end not counted
+  static constexpr std::size_t MAX_LINE_LENGTH = 1024; // bytes, the line end not counted
 
   enum class Result {
-    kNone,    // no line is complete
-    kLine,    // a line was taken
-    kTooLong, // a line of more than kMaxLineLength bytes was thrown away, as a whole
+    NONE,     // no line is complete
+    LINE,     // a line was taken
+    TOO_LONG, // a line of more than MAX_LINE_LENGTH bytes was thrown away, as a whole
   };
 
-  // Where the next bytes go and how many there is room for, which is never 0 after next() has answered kNone.
+  // Where the next bytes go and how many there is room for, which is never 0 after next() has answered NONE.
   char* space() { return m_bytes.data() + m_used; }
   std::size_t spaceSize() const { return m_bytes.size() - m_used; }
 
   // `count` bytes have been put into the free space.
   void added(std::size_t count) { m_used += count; }
 
-  // True when next() would answer anything but kNone.
+  // True when next() would answer anything but NONE.
   bool hasLine() const;
 
   // Takes the next line, which ends with "\n" or "\r\n", without its end.
@@ -34,7 +34,7 @@ public:
 private:
   void drop(std::size_t count);
 
-  std::array<char, 2 * kMaxLineLength> m_bytes;
+  std::array<char, 2 * MAX_LINE_LENGTH> m_bytes;
   std::size_t m_used = 0;
   bool m_skipping = false; // the start of an overlong line has been thrown away already
 };

@@ -9,8 +9,9 @@
 ServiceManager::ServiceManager() : m_present(std::getenv("NOTIFY_SOCKET") != nullptr) {}
 
 void ServiceManager::keepAlive() const {
-  if (m_present)
+  if (m_present) {
     sd_notify(0, "WATCHDOG=1"); // a lost message is made good by the next one
+  }
 }
 
 #else

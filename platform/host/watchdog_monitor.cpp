@@ -27,13 +27,15 @@ void watchdogMonitor::wdm_notify(int /*code*/) {
 }
 
 void watchdogMonitor::wdm_dbg(char* buffer, unsigned length) const {
-  if (buffer == nullptr)
+  if (buffer == nullptr) {
     return;
+  }
   const WatchdogTable::Client client = WatchdogSupervisor::instance().snapshot(*m_client);
   const std::uint64_t now = monotonicMilliseconds();
   const char* state = "NOT STARTED";
-  if (client.started)
+  if (client.started) {
     state = WatchdogTable::isLate(client, now) ? "LATE" : "IN TIME";
+  }
   const std::uint64_t gap = client.started ? WatchdogTable::gap(client, now) : 0;
   std::snprintf(buffer, length,
                 "watchdog client         : %s\n"

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr std::chrono::seconds kCheckPeriod(1);
+constexpr std::chrono::seconds CHECK_PERIOD(1);
 
 unsigned printable(std::uint64_t milliseconds) {
   constexpr std::uint64_t most = std::numeric_limits<unsigned>::max();
@@ -22,12 +22,13 @@ unsigned printable(std::uint64_t milliseconds) {
 
 void log(const std::vector<WatchdogTable::Report>& reports) {
   for (const WatchdogTable::Report& report : reports) {
-    if (report.kind == WatchdogTable::Report::Kind::kNotFed)
+    if (report.kind == WatchdogTable::Report::Kind::NOT_FED) {
       syslog(LOG_CRIT, "watchdog client %s not fed for %u ms (time-out %u ms)\n", report.name.c_str(),
              printable(report.gap), report.timeout);
-    else
+    } else {
       syslog(LOG_CRIT, "watchdog client %s fed again after %u ms\n", report.name.c_str(),
              printable(report.gap));
+    }
   }
 }
 
@@ -65,8 +66,9 @@ void WatchdogSupervisor::remove(Client* client) {
 void WatchdogSupervisor::start(Client& client, unsigned timeout) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_table.start(client, timeout, monotonicMilliseconds());
-  if (!m_thread.joinable())
+  if (!m_thread.joinable()) {
     launch();
+  }
 }
 
 void WatchdogSupervisor::launch() {
@@ -96,9 +98,10 @@ void WatchdogSupervisor::run(unsigned generation) {
     // thread, so they come in order.
     lock.unlock();
     log(findings.reports);
-    if (findings.allInTime)
+    if (findings.allInTime) {
       serviceManager.keepAlive();
+    }
     lock.lock();
-    m_ended.wait_for(lock, kCheckPeriod, [&] { return m_generation != generation; });
+    m_ended.wait_for(lock, CHECK_PERIOD, [&] { return m_generation != generation; });
   }
 }

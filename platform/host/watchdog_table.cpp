@@ -13,11 +13,13 @@ void report(std::vector<Report>& reports, Report::Kind kind, const WatchdogTable
 
 // A client may have been late and fed again between two checks; then both are reported now, in this order.
 void reportFedAgain(std::vector<Report>& reports, WatchdogTable::Client& client) {
-  if (client.missedGap == 0)
+  if (client.missedGap == 0) {
     return;
-  if (!client.reportedLate)
-    report(reports, Report::Kind::kNotFed, client, client.missedGap);
-  report(reports, Report::Kind::kFedAgain, client, client.missedGap);
+  }
+  if (!client.reportedLate) {
+    report(reports, Report::Kind::NOT_FED, client, client.missedGap);
+  }
+  report(reports, Report::Kind::FED_AGAIN, client, client.missedGap);
   client.reportedLate = false;
   client.missedGap = 0;
 }
@@ -32,8 +34,9 @@ std::vector<Report> WatchdogTable::remove(Client* client, std::uint64_t now) {
   m_clients.erase(std::remove(m_clients.begin(), m_clients.end(), client), m_clients.end());
   std::vector<Report> reports;
   reportFedAgain(reports, *client);
-  if (isLate(*client, now) && !client->reportedLate)
-    report(reports, Report::Kind::kNotFed, *client, gap(*client, now));
+  if (isLate(*client, now) && !client->reportedLate) {
+    report(reports, Report::Kind::NOT_FED, *client, gap(*client, now));
+  }
   return reports;
 }
 
@@ -44,8 +47,9 @@ void WatchdogTable::start(Client& client, unsigned timeout, std::uint64_t now) {
 }
 
 void WatchdogTable::notify(Client& client, std::uint64_t now) {
-  if (isLate(client, now))
+  if (isLate(client, now)) {
     client.missedGap = std::max(client.missedGap, gap(client, now));
+  }
   client.lastFed = now;
 }
 
@@ -53,11 +57,13 @@ WatchdogTable::Findings WatchdogTable::check(std::uint64_t now) {
   Findings findings{startedClients() != 0, {}};
   for (Client* client : m_clients) {
     reportFedAgain(findings.reports, *client);
-    if (!isLate(*client, now))
+    if (!isLate(*client, now)) {
       continue;
+    }
     findings.allInTime = false;
-    if (!client->reportedLate)
-      report(findings.reports, Report::Kind::kNotFed, *client, gap(*client, now));
+    if (!client->reportedLate) {
+      report(findings.reports, Report::Kind::NOT_FED, *client, gap(*client, now));
+    }
     client->reportedLate = true;
   }
   return findings;

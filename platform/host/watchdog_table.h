@@ -25,7 +25,7 @@ public:
 
   // Something to tell the operator. `gap` is the time without a sign of life.
   struct Report {
-    enum class Kind { kNotFed, kFedAgain } kind;
+    enum class Kind { NOT_FED, FED_AGAIN } kind;
     std::string name;
     std::uint64_t gap;
     unsigned timeout;

@@ -17,7 +17,7 @@ using Zorvan::ConsoleClient;
 
 namespace {
 
-constexpr std::size_t kReplySize = std::size_t{4} * 1024 * 1024; // more than the sockets hold
+constexpr std::size_t REPLY_SIZE = std::size_t{4} * 1024 * 1024; // more than the sockets hold
 
 struct SocketPair {
   SocketPair() {
@@ -40,7 +40,7 @@ protected:
 
   // What has come so far.
   std::string read() const {
-    std::string bytes(kReplySize, '\0');
+    std::string bytes(REPLY_SIZE, '\0');
     const ssize_t count = recv(m_pair.theirs.get(), bytes.data(), bytes.size(), 0);
     bytes.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     return bytes;
@@ -55,8 +55,8 @@ protected:
 
   const SteppedClock m_clock{100000};
   const Echo m_echo{"Echo"};
-  const Talker m_huge{"Huge", [](const auto&) { return std::string(kReplySize, 'x'); }};
-  std::vector<char> m_buffer = std::vector<char>(kReplySize);
+  const Talker m_huge{"Huge", [](const auto&) { return std::string(REPLY_SIZE, 'x'); }};
+  std::vector<char> m_buffer = std::vector<char>(REPLY_SIZE);
   SocketPair m_pair;
   ConsoleClient m_client{std::move(m_pair.ours)};
 };
@@ -69,7 +69,7 @@ TEST_F(ConsoleClientTest, IsSentItsPromptWithoutAsking) {
 
 TEST_F(ConsoleClientTest, WaitsForInputWithoutADeadline) {
   EXPECT_EQ(m_client.events(), POLLIN);
-  EXPECT_EQ(m_client.deadline(), ConsoleClient::kNever);
+  EXPECT_EQ(m_client.deadline(), ConsoleClient::NEVER);
   EXPECT_FALSE(m_client.isReady());
 }
 
@@ -129,8 +129,8 @@ TEST_F(ConsoleClientTest, HasNoDeadlineAnyMoreWhenAllIsSent) {
     received += part.size();
     serve(POLLOUT);
   }
-  EXPECT_EQ(received, 2 + kReplySize + 2);
-  EXPECT_EQ(m_client.deadline(), ConsoleClient::kNever);
+  EXPECT_EQ(received, 2 + REPLY_SIZE + 2);
+  EXPECT_EQ(m_client.deadline(), ConsoleClient::NEVER);
   EXPECT_EQ(m_client.events(), POLLIN);
 }
 

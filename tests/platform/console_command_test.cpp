@@ -29,8 +29,9 @@ public:
   }
 
   void dbgHelp(std::uint32_t argc, const char* const* argv, std::ostringstream& out) override {
-    for (std::uint32_t i = 0; i < argc; ++i)
+    for (std::uint32_t i = 0; i < argc; ++i) {
       out << '<' << argv[i] << '>';
+    }
     out << '\n';
   }
 
@@ -145,8 +146,9 @@ TEST(ConsoleCommand, OfTwoObjectsWithOneNameTheOtherAnswersWhenTheFirstIsGone) {
 TEST(ConsoleCommand, HasAsManyWordsAsALineCanHold) {
   Recorder recorder;
   std::string line = "Recorder";
-  for (int i = 0; i < 500; ++i)
+  for (int i = 0; i < 500; ++i) {
     line += " w";
+  }
   run(line);
   EXPECT_EQ(recorder.m_argc, 500U);
 }

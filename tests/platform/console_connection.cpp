@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr int kPatience = 10000; // milliseconds
+constexpr int PATIENCE = 10000; // milliseconds
 
 struct LoopbackAddress {
   LoopbackAddress(int family, std::uint16_t port) {
@@ -43,11 +43,13 @@ struct LoopbackAddress {
 FileDescriptor boundSocket(int family, std::uint16_t port) {
   FileDescriptor bound(socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const int on = 1;
-  if (family == AF_INET6)
+  if (family == AF_INET6) {
     setsockopt(bound.get(), IPPROTO_IPV6, IPV6_V6ONLY, &on, sizeof(on));
+  }
   const LoopbackAddress address(family, port);
-  if (!bound.isOpen() || bind(bound.get(), &address.any, address.size) != 0)
+  if (!bound.isOpen() || bind(bound.get(), &address.any, address.size) != 0) {
     return FileDescriptor();
+  }
   // Only now: the port was to be nobody else's, but the server under test may have it, too.
   setsockopt(bound.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
   return bound;
@@ -57,8 +59,9 @@ FileDescriptor boundSocket(int family, std::uint16_t port) {
 
 ReservedPort::ReservedPort() {
   for (int attempt = 0; attempt < 100; ++attempt) {
-    if (reserve())
+    if (reserve()) {
       return;
+    }
   }
   ADD_FAILURE() << "no free port";
 }
@@ -66,8 +69,9 @@ ReservedPort::ReservedPort() {
 bool ReservedPort::reserve() {
   m_socket4 = boundSocket(AF_INET, 0);
   LoopbackAddress address(AF_INET, 0);
-  if (getsockname(m_socket4.get(), &address.any, &address.size) != 0)
+  if (getsockname(m_socket4.get(), &address.any, &address.size) != 0) {
     return false;
+  }
   m_number = ntohs(address.v4.sin_port);
   m_socket6 = boundSocket(AF_INET6, m_number);
   return m_socket6.isOpen();
@@ -87,8 +91,9 @@ ConsoleConnection::ConsoleConnection(std::uint16_t port, int family, int receive
     : m_socket(socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   const int on = 1;
   setsockopt(m_socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
-  if (receiveBuffer != 0)
+  if (receiveBuffer != 0) {
     setsockopt(m_socket.get(), SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof(receiveBuffer));
+  }
   const LoopbackAddress address(family, port);
   m_connected = connect(m_socket.get(), &address.any, address.size) == 0;
 }
@@ -111,7 +116,7 @@ void ConsoleConnection::send(const std::string& bytes) const {
 
 bool ConsoleConnection::awaitInput() const {
   pollfd descriptor{m_socket.get(), POLLIN, 0};
-  const int ready = poll(&descriptor, 1, kPatience);
+  const int ready = poll(&descriptor, 1, PATIENCE);
   EXPECT_EQ(ready, 1) << "nothing came";
   return ready == 1;
 }
@@ -121,8 +126,9 @@ std::string ConsoleConnection::receive(std::size_t count) const {
   std::size_t received = 0;
   while (received < count && awaitInput()) {
     const ssize_t more = recv(m_socket.get(), &bytes[received], count - received, 0);
-    if (more <= 0)
+    if (more <= 0) {
       break;
+    }
     received += static_cast<std::size_t>(more);
   }
   bytes.resize(received);
@@ -134,10 +140,12 @@ std::string ConsoleConnection::receiveToEnd() const {
   std::array<char, 65536> chunk;
   while (awaitInput()) {
     const ssize_t count = recv(m_socket.get(), chunk.data(), chunk.size(), 0);
-    if (count < 0)
+    if (count < 0) {
       return bytes + (errno == ECONNRESET ? "(reset)" : "(error)");
-    if (count == 0)
+    }
+    if (count == 0) {
       return bytes;
+    }
     bytes.append(chunk.data(), static_cast<std::size_t>(count));
   }
   return bytes + "(timed out)";
@@ -147,8 +155,9 @@ std::string ConsoleConnection::receiveReply() const {
   std::string bytes;
   while (bytes.size() < 2 || bytes.compare(bytes.size() - 2, 2, "> ") != 0) {
     const std::string byte = receive(1);
-    if (byte.empty())
+    if (byte.empty()) {
       return bytes + "(no prompt)";
+    }
     bytes += byte;
   }
   return bytes.substr(0, bytes.size() - 2);
@@ -165,8 +174,9 @@ void ConsoleConnection::finish() const {
 
 void ConsoleConnection::close(bool reset) {
   const linger now{1, 0};
-  if (reset)
+  if (reset) {
     setsockopt(m_socket.get(), SOL_SOCKET, SO_LINGER, &now, sizeof(now));
+  }
   const FileDescriptor closed(std::move(m_socket));
 }
 

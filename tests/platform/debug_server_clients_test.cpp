@@ -21,7 +21,7 @@
 namespace {
 
 // More than the buffers of a connection can take.
-constexpr std::uint32_t kHugeReply = 16 * 1024 * 1024;
+constexpr std::uint32_t HUGE_REPLY = 16 * 1024 * 1024;
 
 using Connections = std::vector<std::unique_ptr<ConsoleConnection>>;
 
@@ -53,8 +53,9 @@ protected:
 
   // Does the process come to have this many descriptors? `client` keeps the server going.
   bool descriptorsBecome(std::size_t expected, const ConsoleConnection& client) const {
-    for (int i = 0; i < 10000 && openDescriptors() != expected; ++i)
+    for (int i = 0; i < 10000 && openDescriptors() != expected; ++i) {
       letARoundGoBy(client);
+    }
     return openDescriptors() == expected;
   }
 
@@ -65,7 +66,7 @@ protected:
 
 class DebugServerWithHugeReplies : public DebugServerClients {
 protected:
-  DebugServerWithHugeReplies() : DebugServerClients(kHugeReply) {}
+  DebugServerWithHugeReplies() : DebugServerClients(HUGE_REPLY) {}
 
   // A client that has sent `commands` and reads nothing.
   std::unique_ptr<ConsoleConnection> stalled(const std::string& commands) const {
@@ -78,7 +79,7 @@ protected:
   std::atomic<int> m_calls{0};
   const Talker m_huge{"Huge", [this](const auto&) {
                         ++m_calls;
-                        return std::string(kHugeReply, 'x');
+                        return std::string(HUGE_REPLY, 'x');
                       }};
 };
 
@@ -99,12 +100,14 @@ TEST_F(DebugServerClients, ServesManyAtOnceAndRunsOneCommandAtATime) {
   threads.reserve(clients.size());
   for (const auto& client : clients) {
     threads.emplace_back([&client] {
-      for (int i = 0; i < 50; ++i)
+      for (int i = 0; i < 50; ++i) {
         EXPECT_EQ(client->ask("Talker " + std::to_string(i)), std::to_string(i));
+      }
     });
   }
-  for (std::thread& thread : threads)
+  for (std::thread& thread : threads) {
     thread.join();
+  }
   EXPECT_EQ(calls, 800);
 }
 
@@ -121,8 +124,9 @@ TEST_F(DebugServerClients, TakesOneCommandOfEachClientInTurn) {
   const auto eager = connected();
   const auto modest = connected();
   std::string commands;
-  for (int i = 0; i < 20; ++i)
+  for (int i = 0; i < 20; ++i) {
     commands += "Talker a\n";
+  }
   eager->send(commands);
   ASSERT_TRUE(entered.wait());
   modest->send("Talker b\nTalker b\n");
@@ -163,12 +167,15 @@ TEST_F(DebugServerClients, TwoHundredConnectionsAtOnceLeaveNoDescriptorBehind) {
   const auto witness = connected();
   const std::size_t before = openDescriptors();
   Connections clients(200);
-  for (auto& client : clients)
+  for (auto& client : clients) {
     client = std::make_unique<ConsoleConnection>(m_port.number());
-  for (std::size_t i = 0; i < 15; ++i)
+  }
+  for (std::size_t i = 0; i < 15; ++i) {
     EXPECT_EQ(clients[i]->receive(2), "> ");
-  for (std::size_t i = 15; i < clients.size(); ++i)
+  }
+  for (std::size_t i = 15; i < clients.size(); ++i) {
     EXPECT_EQ(clients[i]->receiveToEnd(), "Too many console clients (at most 16)\n");
+  }
   clients.clear();
   EXPECT_TRUE(descriptorsBecome(before, *witness)) << openDescriptors() << " instead of " << before;
 }
@@ -238,17 +245,20 @@ TEST_F(DebugServerClients, WantOfDescriptorsDoesNotMakeTheServerSpin) {
   {
     const FailingAccept noDescriptors(EMFILE);
     waiting = std::make_unique<ConsoleConnection>(m_port.number());
-    for (int i = 0; i < 50; ++i)
+    for (int i = 0; i < 50; ++i) {
       letARoundGoBy(*witness);
+    }
     EXPECT_EQ(FailingAccept::calls(), 1);
     SteppedClock::advance(999);
     letARoundGoBy(*witness);
     EXPECT_EQ(FailingAccept::calls(), 1);
     SteppedClock::advance(1);
+    letARoundGoBy(*witness); // begun before the clock was advanced
     letARoundGoBy(*witness);
     EXPECT_EQ(FailingAccept::calls(), 2);
   }
   SteppedClock::advance(1000);
+  letARoundGoBy(*witness);
   letARoundGoBy(*witness);
   EXPECT_EQ(waiting->receive(2), "> ");
 }
@@ -258,8 +268,9 @@ TEST_F(DebugServerClients, AcceptsAgainASecondAfterWantOfDescriptors) {
   {
     const FailingAccept noDescriptors(ENFILE);
     waiting = std::make_unique<ConsoleConnection>(m_port.number());
-    while (FailingAccept::calls() == 0)
+    while (FailingAccept::calls() == 0) {
       std::this_thread::yield();
+    }
   }
   EXPECT_EQ(waiting->receive(2), "> ");
 }
@@ -267,18 +278,19 @@ TEST_F(DebugServerClients, AcceptsAgainASecondAfterWantOfDescriptors) {
 TEST_F(DebugServerWithHugeReplies, OneThatDoesNotReadHasItsNextCommandWaitWhileOthersAreServed) {
   const auto client = stalled("Huge\nHuge\n");
   const auto other = connected();
-  for (int i = 0; i < 20; ++i)
+  for (int i = 0; i < 20; ++i) {
     letARoundGoBy(*other);
+  }
   EXPECT_EQ(m_calls, 1);
   client->finish();
-  const std::string reply = std::string(kHugeReply, 'x') + "> ";
+  const std::string reply = std::string(HUGE_REPLY, 'x') + "> ";
   EXPECT_TRUE(client->receiveToEnd() == reply + reply);
   EXPECT_EQ(m_calls, 2);
 }
 
 TEST_F(DebugServerWithHugeReplies, AReplyIsSentWholeBeforeTheConnectionIsClosedAfterQuit) {
   const auto client = stalled("Huge\nquit\nHuge\n");
-  const std::string reply = std::string(kHugeReply, 'x') + "> ";
+  const std::string reply = std::string(HUGE_REPLY, 'x') + "> ";
   EXPECT_TRUE(client->receiveToEnd() == reply);
   EXPECT_EQ(m_calls, 1);
 }
@@ -303,17 +315,17 @@ TEST_F(DebugServerWithHugeReplies, OneThatReadsSlowlyStays) {
   const auto other = connected();
   const auto client = stalled("Huge\n");
   letARoundGoBy(*other);
-  constexpr std::size_t kPart = kHugeReply / 4;
+  constexpr std::size_t PART = HUGE_REPLY / 4;
   std::string reply;
   for (int i = 0; i < 3; ++i) {
     SteppedClock::advance(59999);
-    const std::string part = client->receive(kPart);
-    EXPECT_EQ(part.size(), kPart);
+    const std::string part = client->receive(PART);
+    EXPECT_EQ(part.size(), PART);
     reply += part;
     letARoundGoBy(*other);
   }
   client->finish();
-  EXPECT_TRUE(reply + client->receiveToEnd() == std::string(kHugeReply, 'x') + "> ");
+  EXPECT_TRUE(reply + client->receiveToEnd() == std::string(HUGE_REPLY, 'x') + "> ");
 }
 
 TEST_F(DebugServerWithHugeReplies, OneThatVanishesInTheMiddleOfAReplyIsDropped) {

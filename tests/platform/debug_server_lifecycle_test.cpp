@@ -45,8 +45,9 @@ std::set<int> inheritedDescriptors() {
   std::set<int> result;
   for (int descriptor = 0; descriptor < 1024; ++descriptor) {
     const int flags = fcntl(descriptor, F_GETFD);
-    if (flags >= 0 && (flags & FD_CLOEXEC) == 0)
+    if (flags >= 0 && (flags & FD_CLOEXEC) == 0) {
       result.insert(descriptor);
+    }
   }
   return result;
 }
@@ -209,13 +210,13 @@ TEST_F(DebugServerLifecycle, TheOtherAddressThatIsFreeIsServed) {
 }
 
 TEST_F(DebugServerLifecycle, AMachineThatDoesNotKnowIPv6IsNoError) {
-  const FailingFamily noIPv6(AF_INET6, FailingFamily::Call::kSocket, EAFNOSUPPORT);
+  const FailingFamily noIPv6(AF_INET6, FailingFamily::Call::SOCKET, EAFNOSUPPORT);
   EXPECT_TRUE(m_server.start());
   EXPECT_TRUE(isServed(AF_INET));
 }
 
 TEST_F(DebugServerLifecycle, AMachineWithoutAnIPv6AddressIsNoError) {
-  const FailingFamily noIPv6(AF_INET6, FailingFamily::Call::kBind, EADDRNOTAVAIL);
+  const FailingFamily noIPv6(AF_INET6, FailingFamily::Call::BIND, EADDRNOTAVAIL);
   EXPECT_TRUE(m_server.start());
   EXPECT_TRUE(isServed(AF_INET));
 }

@@ -80,8 +80,9 @@ TEST_F(DebugServerTest, WhatComesAfterQuitIsThrownAwayAndSpoilsNothing) {
   const ConsoleConnection client(m_port.number());
   client.receive(2);
   std::string tail;
-  for (int i = 0; i < 20000; ++i)
+  for (int i = 0; i < 20000; ++i) {
     tail += "Echo two\n";
+  }
   client.send("Echo one\nquit\n" + tail);
   EXPECT_EQ(client.receiveToEnd(), "[one]\n> ");
 }
@@ -106,8 +107,9 @@ TEST_F(DebugServerTest, BinaryBytesHarmNothing) {
   client.receive(2);
   std::string all;
   for (int byte = 255; byte >= 0; --byte) {
-    if (byte != '\n')
+    if (byte != '\n') {
       all += static_cast<char>(byte);
+    }
   }
   const std::string name = all.substr(0, all.find(' '));
   EXPECT_EQ(client.ask(all), "No such object: " + name + "\nEcho\n");

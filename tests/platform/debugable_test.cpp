@@ -216,8 +216,9 @@ TEST(Cdebugable, IsNeverCalledHalfBuilt) {
     }
   });
   std::vector<std::unique_ptr<Guarded>> objects(200);
-  for (auto& object : objects)
+  for (auto& object : objects) {
     object = std::make_unique<Guarded>(std::this_thread::yield);
+  }
   done = true;
   console.join();
 }
@@ -298,8 +299,9 @@ TEST(Cdebugable, IsCalledByOneThreadAtATime) {
     return "";
   });
   const auto askOften = [] {
-    for (int i = 0; i < 500; ++i)
+    for (int i = 0; i < 500; ++i) {
       ask("Name");
+    }
   };
   std::thread other(askOften);
   askOften();

@@ -16,8 +16,9 @@ bool isFree() {
   int result = 0;
   std::thread([&result] {
     result = pthread_mutex_trylock(&g_mutex);
-    if (result == 0)
+    if (result == 0) {
       pthread_mutex_unlock(&g_mutex);
+    }
   }).join();
   EXPECT_TRUE(result == 0 || result == EBUSY);
   return result == 0;

@@ -21,8 +21,9 @@ std::vector<std::string> lines(LineReader& reader, const std::string& bytes, std
     std::memcpy(reader.space(), bytes.data() + at, size);
     reader.added(size);
     at += size;
-    for (Result taken = reader.next(&line); taken != Result::kNone; taken = reader.next(&line))
-      result.push_back(taken == Result::kLine ? line : "(too long)");
+    for (Result taken = reader.next(&line); taken != Result::NONE; taken = reader.next(&line)) {
+      result.push_back(taken == Result::LINE ? line : "(too long)");
+    }
   }
   return result;
 }
@@ -79,8 +80,9 @@ TEST_P(LineReaderInPieces, ThrowsAVeryLongLineAwayOnce) {
 TEST_P(LineReaderInPieces, KeepsBytesOfAllValues) {
   std::string all;
   for (int byte = 0; byte < 256; ++byte) {
-    if (byte != '\n')
+    if (byte != '\n') {
       all += static_cast<char>(byte);
+    }
   }
   EXPECT_EQ(read(all + "\n"), std::vector<std::string>{all});
 }
@@ -92,6 +94,6 @@ TEST(LineReader, SaysThatALineIsThereBeforeItIsTaken) {
   reader.added(3);
   EXPECT_TRUE(reader.hasLine());
   std::string line;
-  EXPECT_EQ(reader.next(&line), Result::kLine);
+  EXPECT_EQ(reader.next(&line), Result::LINE);
   EXPECT_FALSE(reader.hasLine());
 }

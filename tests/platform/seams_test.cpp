@@ -24,7 +24,7 @@ TEST(Seams, TakenLogLinesAreGone) {
 }
 
 TEST(Seams, LogLinesOfThePlatformAreCaptured) {
-  const FailingFamily noSockets(AF_INET, FailingFamily::Call::kSocket, EACCES);
+  const FailingFamily noSockets(AF_INET, FailingFamily::Call::SOCKET, EACCES);
   EXPECT_FALSE(Zorvan::listenOnLoopback(AF_INET, 1234).isOpen());
   EXPECT_EQ(takeLog(),
             (Log{{LOG_ERR, "debug console: cannot listen on 127.0.0.1 port 1234: Permission denied\n"}}));

@@ -13,8 +13,9 @@ std::atomic<std::uint64_t> g_milliseconds{0};
 extern "C" int __real_clock_gettime(clockid_t clock, timespec* time);
 
 extern "C" int __wrap_clock_gettime(clockid_t clock, timespec* time) {
-  if (clock != CLOCK_MONOTONIC || !g_stopped)
+  if (clock != CLOCK_MONOTONIC || !g_stopped) {
     return __real_clock_gettime(clock, time);
+  }
   const std::uint64_t now = g_milliseconds;
   time->tv_sec = static_cast<std::time_t>(now / 1000);
   time->tv_nsec = static_cast<long>(now % 1000 * 1000000);

@@ -11,15 +11,16 @@ std::atomic<int> g_acceptError{0};
 std::atomic<int> g_acceptCalls{0};
 std::atomic<int> g_eventfdError{0};
 std::atomic<int> g_failingFamily{AF_UNSPEC};
-std::atomic<FailingFamily::Call> g_failingCall{FailingFamily::Call::kSocket};
+std::atomic<FailingFamily::Call> g_failingCall{FailingFamily::Call::SOCKET};
 std::atomic<int> g_familyError{0};
 bool g_sleepScripted = false;
 std::vector<int> g_sleepResults;
 std::vector<ScriptedSleep::Request> g_sleepRequests;
 
 bool fails(int family, FailingFamily::Call call) {
-  if (g_failingFamily != family || g_failingCall != call)
+  if (g_failingFamily != family || g_failingCall != call) {
     return false;
+  }
   errno = g_familyError;
   return true;
 }
@@ -35,31 +36,34 @@ int __real_eventfd(unsigned count, int flags);
 int __real_clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* rest);
 
 int __wrap_accept4(int socket, sockaddr* address, socklen_t* size, int flags) {
-  if (g_acceptError == 0)
+  if (g_acceptError == 0) {
     return __real_accept4(socket, address, size, flags);
+  }
   ++g_acceptCalls;
   errno = g_acceptError;
   return -1;
 }
 
 int __wrap_socket(int family, int type, int protocol) {
-  return fails(family, FailingFamily::Call::kSocket) ? -1 : __real_socket(family, type, protocol);
+  return fails(family, FailingFamily::Call::SOCKET) ? -1 : __real_socket(family, type, protocol);
 }
 
 int __wrap_bind(int socket, const sockaddr* address, socklen_t size) {
-  return fails(address->sa_family, FailingFamily::Call::kBind) ? -1 : __real_bind(socket, address, size);
+  return fails(address->sa_family, FailingFamily::Call::BIND) ? -1 : __real_bind(socket, address, size);
 }
 
 int __wrap_eventfd(unsigned count, int flags) {
-  if (g_eventfdError == 0)
+  if (g_eventfdError == 0) {
     return __real_eventfd(count, flags);
+  }
   errno = g_eventfdError;
   return -1;
 }
 
 int __wrap_clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* rest) {
-  if (!g_sleepScripted)
+  if (!g_sleepScripted) {
     return __real_clock_nanosleep(clock, flags, time, rest);
+  }
   g_sleepRequests.push_back({clock, flags, *time});
   return g_sleepRequests.size() <= g_sleepResults.size() ? g_sleepResults[g_sleepRequests.size() - 1] : 0;
 }

@@ -21,7 +21,7 @@ public:
 // While it lives, socket() fails with `error` for the address family, or bind() if socket() is to succeed.
 class FailingFamily {
 public:
-  enum class Call { kSocket, kBind };
+  enum class Call { SOCKET, BIND };
   FailingFamily(int family, Call call, int error);
   FailingFamily(const FailingFamily&) = delete;
   FailingFamily& operator=(const FailingFamily&) = delete;

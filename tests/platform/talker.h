@@ -35,8 +35,9 @@ public:
   explicit Echo(const std::string& name)
       : Talker(name, [](const Words& words) {
           std::string reply;
-          for (const std::string& word : words)
+          for (const std::string& word : words) {
             reply += "[" + word + "]";
+          }
           return reply + "\n";
         }) {}
 };

@@ -37,17 +37,20 @@ std::size_t threads() {
 
 // The system may list a thread that has been joined for a moment more.
 bool becomes(std::size_t (*value)(), std::size_t expected) {
-  for (int i = 0; i < 1000 && value() != expected; ++i)
+  for (int i = 0; i < 1000 && value() != expected; ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
   return value() == expected;
 }
 
-// The number of threads before a test starts its own. A sanitizer runs one for itself from the first thread on.
+// The number of threads before a test starts its own. A sanitizer runs one for itself from the first thread
+// on.
 std::size_t threadsBefore() {
   const std::size_t alone = threads();
   std::thread([] {}).join();
-  for (int i = 0; i < 20 && threads() > alone; ++i)
+  for (int i = 0; i < 20 && threads() > alone; ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
   return threads();
 }
 
@@ -210,8 +213,9 @@ public:
   // The next message, or "" when there is none within `patience` milliseconds.
   std::string message(int patience) const {
     pollfd descriptor{m_socket.get(), POLLIN, 0};
-    if (poll(&descriptor, 1, patience) != 1)
+    if (poll(&descriptor, 1, patience) != 1) {
       return "";
+    }
     std::array<char, 256> bytes{};
     const ssize_t count = recv(m_socket.get(), bytes.data(), bytes.size(), 0);
     return std::string(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
@@ -228,7 +232,7 @@ private:
   FileDescriptor m_socket;
 };
 
-constexpr int kPatience = 10000;
+constexpr int PATIENCE = 10000;
 
 } // namespace
 
@@ -237,7 +241,7 @@ TEST(KeepAlive, ReachesTheServiceManager) {
   const ServiceManager connection;
   EXPECT_EQ(manager.message(0), "");
   connection.keepAlive();
-  EXPECT_EQ(manager.message(kPatience), "WATCHDOG=1");
+  EXPECT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
   EXPECT_EQ(manager.message(0), "");
 }
 
@@ -253,9 +257,9 @@ TEST(KeepAlive, IsSentOnceASecondWhileAllStartedClientsAreInTime) {
   watchdogMonitor started("Started");
   const watchdogMonitor notStarted("NotStarted");
   started.wdm_start(60000);
-  ASSERT_EQ(manager.message(kPatience), "WATCHDOG=1");
+  ASSERT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
   const auto first = std::chrono::steady_clock::now();
-  ASSERT_EQ(manager.message(kPatience), "WATCHDOG=1");
+  ASSERT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
   const auto period = std::chrono::steady_clock::now() - first;
   EXPECT_GT(period, std::chrono::milliseconds(500));
   EXPECT_LT(period, std::chrono::milliseconds(5000));
@@ -267,7 +271,7 @@ TEST(KeepAlive, IsNotSentBeforeAClientIsStartedNorAfterTheLastIsGone) {
     watchdogMonitor client("Client");
     EXPECT_EQ(manager.message(50), "");
     client.wdm_start(60000);
-    EXPECT_EQ(manager.message(kPatience), "WATCHDOG=1");
+    EXPECT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
   }
   manager.discardMessages();
   EXPECT_EQ(manager.message(1500), "");
@@ -280,13 +284,13 @@ TEST(KeepAlive, IsNotSentWhileAClientIsLateAndIsSentAgainAfterwards) {
   watchdogMonitor inTime("InTime");
   inTime.wdm_start(600000);
   late.wdm_start(60000);
-  ASSERT_EQ(manager.message(kPatience), "WATCHDOG=1");
+  ASSERT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
   SteppedClock::advance(60001);
   ASSERT_EQ(awaitLog(1).size(), 1U);
   manager.discardMessages();
   EXPECT_EQ(manager.message(1500), ""); // at least one check goes by
   late.wdm_notify(0);
-  EXPECT_EQ(manager.message(kPatience), "WATCHDOG=1");
+  EXPECT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
   EXPECT_EQ(takeLog(), (Log{{LOG_CRIT, "watchdog client Late fed again after 60001 ms\n"}}));
 }
 

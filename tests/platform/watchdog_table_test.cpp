@@ -15,7 +15,7 @@ static bool operator==(const Report& a, const Report& b) {
 }
 
 static std::ostream& operator<<(std::ostream& stream, const Report& report) {
-  return stream << (report.kind == Kind::kNotFed ? "not fed " : "fed again ") << report.name << ' '
+  return stream << (report.kind == Kind::NOT_FED ? "not fed " : "fed again ") << report.name << ' '
                 << report.gap << ' ' << report.timeout;
 }
 
@@ -63,7 +63,7 @@ TEST_F(WatchdogTableTest, AClientIsInTimeUpToItsTimeOutAndLateAfterIt) {
 TEST_F(WatchdogTableTest, ALateClientIsReportedOnce) {
   m_table.start(m_one, 1000, 0);
   EXPECT_EQ(reportsAt(1000), Reports());
-  EXPECT_EQ(reportsAt(1001), (Reports{{Kind::kNotFed, "One", 1001, 1000}}));
+  EXPECT_EQ(reportsAt(1001), (Reports{{Kind::NOT_FED, "One", 1001, 1000}}));
   EXPECT_EQ(reportsAt(2001), Reports());
 }
 
@@ -71,7 +71,7 @@ TEST_F(WatchdogTableTest, ALateClientIsReportedOnceMoreWhenItIsFedAgain) {
   m_table.start(m_one, 1000, 0);
   reportsAt(1500);
   m_table.notify(m_one, 1700);
-  EXPECT_EQ(reportsAt(2500), (Reports{{Kind::kFedAgain, "One", 1700, 1000}}));
+  EXPECT_EQ(reportsAt(2500), (Reports{{Kind::FED_AGAIN, "One", 1700, 1000}}));
   EXPECT_EQ(reportsAt(2600), Reports());
 }
 
@@ -88,14 +88,14 @@ TEST_F(WatchdogTableTest, AClientThatIsLateAgainIsReportedAgain) {
   reportsAt(1500);
   m_table.notify(m_one, 1700);
   reportsAt(2500);
-  EXPECT_EQ(reportsAt(2800), (Reports{{Kind::kNotFed, "One", 1100, 1000}}));
+  EXPECT_EQ(reportsAt(2800), (Reports{{Kind::NOT_FED, "One", 1100, 1000}}));
 }
 
 TEST_F(WatchdogTableTest, LatenessBetweenTwoChecksIsReportedToo) {
   m_table.start(m_one, 100, 0);
   reportsAt(50);
   m_table.notify(m_one, 300);
-  EXPECT_EQ(reportsAt(350), (Reports{{Kind::kNotFed, "One", 300, 100}, {Kind::kFedAgain, "One", 300, 100}}));
+  EXPECT_EQ(reportsAt(350), (Reports{{Kind::NOT_FED, "One", 300, 100}, {Kind::FED_AGAIN, "One", 300, 100}}));
 }
 
 TEST_F(WatchdogTableTest, OfSeveralGapsBetweenTwoChecksTheLongestIsReported) {
@@ -103,14 +103,14 @@ TEST_F(WatchdogTableTest, OfSeveralGapsBetweenTwoChecksTheLongestIsReported) {
   m_table.notify(m_one, 150);
   m_table.notify(m_one, 450);
   m_table.notify(m_one, 600);
-  EXPECT_EQ(reportsAt(600), (Reports{{Kind::kNotFed, "One", 300, 100}, {Kind::kFedAgain, "One", 300, 100}}));
+  EXPECT_EQ(reportsAt(600), (Reports{{Kind::NOT_FED, "One", 300, 100}, {Kind::FED_AGAIN, "One", 300, 100}}));
 }
 
 TEST_F(WatchdogTableTest, FedAgainAndLateOnceMoreAreReportedInThisOrder) {
   m_table.start(m_one, 100, 0);
   reportsAt(200);
   m_table.notify(m_one, 300);
-  EXPECT_EQ(reportsAt(500), (Reports{{Kind::kFedAgain, "One", 300, 100}, {Kind::kNotFed, "One", 200, 100}}));
+  EXPECT_EQ(reportsAt(500), (Reports{{Kind::FED_AGAIN, "One", 300, 100}, {Kind::NOT_FED, "One", 200, 100}}));
 }
 
 TEST_F(WatchdogTableTest, ASignOfLifeInTimeIsNoEvent) {
@@ -133,7 +133,7 @@ TEST_F(WatchdogTableTest, ANewStartSetsANewTimeOutAndIsASignOfLife) {
   m_table.start(m_one, 1000, 0);
   m_table.start(m_one, 500, 800);
   EXPECT_EQ(reportsAt(1300), Reports());
-  EXPECT_EQ(reportsAt(1301), (Reports{{Kind::kNotFed, "One", 501, 500}}));
+  EXPECT_EQ(reportsAt(1301), (Reports{{Kind::NOT_FED, "One", 501, 500}}));
   EXPECT_EQ(m_table.startedClients(), 1U);
 }
 
@@ -141,7 +141,7 @@ TEST_F(WatchdogTableTest, ANewStartOfALateClientFeedsItAgain) {
   m_table.start(m_one, 1000, 0);
   reportsAt(1500);
   m_table.start(m_one, 5000, 2000);
-  EXPECT_EQ(reportsAt(2000), (Reports{{Kind::kFedAgain, "One", 2000, 5000}}));
+  EXPECT_EQ(reportsAt(2000), (Reports{{Kind::FED_AGAIN, "One", 2000, 5000}}));
 }
 
 TEST_F(WatchdogTableTest, OneLateClientIsEnoughForNotBeingInTime) {
@@ -156,7 +156,7 @@ TEST_F(WatchdogTableTest, EachLateClientIsReported) {
   m_table.start(m_one, 1000, 0);
   m_table.start(m_two, 500, 0);
   EXPECT_EQ(reportsAt(2000),
-            (Reports{{Kind::kNotFed, "One", 2000, 1000}, {Kind::kNotFed, "Two", 2000, 500}}));
+            (Reports{{Kind::NOT_FED, "One", 2000, 1000}, {Kind::NOT_FED, "Two", 2000, 500}}));
 }
 
 TEST_F(WatchdogTableTest, ARemovedClientIsNoneAnyMore) {
@@ -172,8 +172,8 @@ TEST_F(WatchdogTableTest, ARemovedClientLeavesTheReportsThatAreDue) {
   m_table.start(m_two, 100, 0);
   m_table.notify(m_one, 300);
   EXPECT_EQ(m_table.remove(&m_one, 350),
-            (Reports{{Kind::kNotFed, "One", 300, 100}, {Kind::kFedAgain, "One", 300, 100}}));
-  EXPECT_EQ(m_table.remove(&m_two, 350), (Reports{{Kind::kNotFed, "Two", 350, 100}}));
+            (Reports{{Kind::NOT_FED, "One", 300, 100}, {Kind::FED_AGAIN, "One", 300, 100}}));
+  EXPECT_EQ(m_table.remove(&m_two, 350), (Reports{{Kind::NOT_FED, "Two", 350, 100}}));
 }
 
 TEST_F(WatchdogTableTest, ARemovedClientThatWasReportedAsLateIsNotReportedAgain) {

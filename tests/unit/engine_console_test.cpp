@@ -371,18 +371,6 @@ TEST_F(Console, InfoWithoutAWatchdogClientSaysSoAndGoesOn) {
                                  driverText("IDLE", "FALSE", 0) + ZERO_FIGURES);
 }
 
-TEST_F(Console, InfoShowsAnyOtherStateAsUnknown) {
-  makeEngine();
-  // m_state is the engine's first field, right behind its bases.
-  char* state =
-      reinterpret_cast<char*>(static_cast<Zorvan::Cdebugable*>(engine.get())) + sizeof(Zorvan::Cdebugable);
-  for (const std::int32_t value : {2, -1}) {
-    std::memcpy(state, &value, sizeof value);
-    const std::string text = reply({"info"});
-    EXPECT_EQ(text.substr(INFO_TITLE.size(), 35), "m_state                 = UNKNOWN\n\n");
-  }
-}
-
 TEST(ConsoleReport, WritesTenthsOfVoltsWithOneDecimal) {
   const std::pair<std::uint32_t, const char*> rows[] = {
       {0, "V 0.0\n"}, {7, "V 0.7\n"}, {480, "V 48.0\n"}, {485, "V 48.5\n"}, {4294967295U, "V 429496729.5\n"}};
