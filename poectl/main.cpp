@@ -32,9 +32,8 @@ int execute(const CLI::App& application, const WatchOptions& watchOptions,
   return clean();
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+// Understands the command line and carries it out. Returns the exit status.
+int commandLine(int argc, char** argv) {
   CLI::App application("Plays the card's main process: configures the PoE service and shows its status.",
                        "poectl");
   application.set_version_flag("--version", POE_VERSION);
@@ -59,13 +58,21 @@ int main(int argc, char** argv) {
     if (application.get_subcommands().empty()) {
       throw CLI::ValidationError("a command is missing");
     }
-    return execute(application, watchOptions, consoleCommand->remaining());
   } catch (const CLI::Success& request) { // help and version
     return application.exit(request);
   } catch (const CLI::ParseError& error) {
     std::fprintf(stderr, "poectl: %s; 'poectl --help' lists what is accepted\n", error.what());
     return BAD_COMMAND_LINE;
-  } catch (const std::runtime_error& error) { // QueueError, ConsoleError
+  }
+  return execute(application, watchOptions, consoleCommand->remaining());
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return commandLine(argc, argv);
+  } catch (const std::exception& error) { // QueueError, ConsoleError
     std::fprintf(stderr, "poectl: %s\n", error.what());
     return FAILED;
   }

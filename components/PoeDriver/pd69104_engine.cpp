@@ -25,9 +25,9 @@ pthread_mutex_t CPD69104Engine::m_mutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP
 CPD69104Engine::CPD69104Engine() : CPD69104Engine(Guard(&m_mutex)) {}
 
 CPD69104Engine::CPD69104Engine(const Guard&)
-    : ThreadClass(), Cdebugable("PD69104Engine"), m_state(EngineState::IDLE), m_driver(nullptr), m_status(),
-      m_config(), m_configValid(false), m_thread(0), m_running(false), m_watchdog(nullptr), m_power(),
-      m_device(), m_channel(), m_prevCounts() {
+    : Cdebugable("PD69104Engine"), m_state(EngineState::IDLE), m_driver(nullptr), m_status(), m_config(),
+      m_configValid(false), m_thread(0), m_running(false), m_watchdog(nullptr), m_power(), m_device(),
+      m_channel(), m_prevCounts() {
   m_watchdog = new (std::nothrow) watchdogMonitor("PoeEngine");
   for (PoePortStatus& port : m_status.port) {
     port.operStatus = OperStatus::OTHERFAULT;

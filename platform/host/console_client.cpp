@@ -16,7 +16,6 @@ namespace {
 
 constexpr std::uint64_t STALL_LIMIT = 60000; // for a client that does not read
 constexpr std::uint64_t LINGER_LIMIT = 2000; // for a client that does not close
-constexpr short BROKEN = POLLERR | POLLHUP;  // reported whether asked for or not
 
 bool isTemporary(int error) {
   return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
@@ -48,14 +47,10 @@ void ConsoleClient::serve(short events, std::vector<char>& buffer) {
     }
     return;
   }
-  if (m_session.hasOutput() && (events & (POLLOUT | BROKEN)) != 0) {
-    flush();
-  }
-  if (m_phase == Phase::SERVED && m_session.wantsInput() && (events & (POLLIN | BROKEN)) != 0) {
+  // Whatever the event is, also one that was not asked for: what has broken shows in the call that fails.
+  // While output waits, neither bytes nor a command are taken.
+  if (events != 0) {
     receive();
-  }
-  if (m_phase != Phase::SERVED) {
-    return;
   }
   m_session.step(buffer);
   flush();
@@ -73,6 +68,9 @@ void ConsoleClient::expire(std::uint64_t now) {
 // The end of input comes after all commands: bytes are only received when no command and no output is left.
 // So nothing is unread or unsent then, and the socket can be closed at once.
 void ConsoleClient::receive() {
+  if (!m_session.wantsInput()) {
+    return;
+  }
   LineReader& input = m_session.input();
   const ssize_t count = recv(m_socket.get(), input.space(), input.spaceSize(), 0);
   if (count > 0) {

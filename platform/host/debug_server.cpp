@@ -195,8 +195,8 @@ void CdebugServer::Server::dropClients() {
   const auto isGone = [](const auto& client) { return client->isGone(); };
   m_clients.erase(std::remove_if(m_clients.begin(), m_clients.end(), isGone), m_clients.end());
   const auto isLingering = [](const auto& client) { return !client->isServed(); };
-  if (static_cast<std::size_t>(std::count_if(m_clients.begin(), m_clients.end(), isLingering)) >
-      MAX_LINGERING) {
+  auto lingering = static_cast<std::size_t>(std::count_if(m_clients.begin(), m_clients.end(), isLingering));
+  for (; lingering > MAX_LINGERING; --lingering) {
     m_clients.erase(std::find_if(m_clients.begin(), m_clients.end(), isLingering));
   }
 }

@@ -58,6 +58,7 @@ protected:
   const Talker m_huge{"Huge", [](const auto&) { return std::string(REPLY_SIZE, 'x'); }};
   std::vector<char> m_buffer = std::vector<char>(REPLY_SIZE);
   SocketPair m_pair;
+  const FileDescriptor m_unread{dup(m_pair.ours.get())}; // to look at what the client has left in its socket
   ConsoleClient m_client{std::move(m_pair.ours)};
 };
 
@@ -91,12 +92,22 @@ TEST_F(ConsoleClientTest, IsReadyWhileItHasMoreCommands) {
   EXPECT_FALSE(m_client.isReady());
 }
 
-TEST_F(ConsoleClientTest, WaitsForRoomWhileOutputWaitsAndTakesNoInput) {
+TEST_F(ConsoleClientTest, WaitsForRoomWhileOutputWaits) {
   read();
   write("Huge\nEcho one\n");
   serve(POLLIN);
   EXPECT_EQ(m_client.events(), POLLOUT);
   EXPECT_FALSE(m_client.isReady());
+}
+
+TEST_F(ConsoleClientTest, TakesNoInputWhileOutputWaits) {
+  write("Huge\n");
+  serve(POLLIN);
+  serve(POLLIN);
+  write("Echo one\n");
+  serve(POLLIN | POLLOUT);
+  std::array<char, 64> unread{};
+  EXPECT_EQ(recv(m_unread.get(), unread.data(), unread.size(), MSG_PEEK), 9);
 }
 
 TEST_F(ConsoleClientTest, IsGivenUpAfterAMinuteWithoutProgress) {
@@ -171,7 +182,7 @@ TEST_F(ConsoleClientTest, IsGoneWhenItClosesAfterQuit) {
 
 TEST_F(ConsoleClientTest, IsGoneAtTheEndOfItsInput) {
   m_pair.theirs = FileDescriptor();
-  serve(POLLIN | POLLHUP);
+  serve(POLLHUP);
   EXPECT_TRUE(m_client.isGone());
 }
 

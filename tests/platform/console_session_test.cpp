@@ -97,6 +97,14 @@ TEST_F(ConsoleSessionTest, WantsInputWhenThereIsNoWholeLine) {
   EXPECT_FALSE(m_session.wantsInput());
 }
 
+TEST_F(ConsoleSessionTest, WantsNoInputBeforeItsOutputIsSent) {
+  EXPECT_FALSE(m_session.wantsInput());
+  m_session.sent(1);
+  EXPECT_FALSE(m_session.wantsInput());
+  m_session.sent(1);
+  EXPECT_TRUE(m_session.wantsInput());
+}
+
 TEST_F(ConsoleSessionTest, IsOverAfterQuitAndTakesNothingMore) {
   output();
   put("quit\nEcho one\n");

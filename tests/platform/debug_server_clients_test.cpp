@@ -181,11 +181,24 @@ TEST_F(DebugServerClients, TwoHundredConnectionsAtOnceLeaveNoDescriptorBehind) {
 }
 
 TEST_F(DebugServerClients, RefusedOnesThatStayDoNotPileUp) {
+  Gate entered;
+  Gate leave;
+  const Talker talker("Talker", [&](const auto&) {
+    entered.open();
+    leave.wait();
+    return "";
+  });
   const auto witness = connected();
   const std::size_t before = openDescriptors();
-  Connections clients(100);
+  witness->send("Talker\n");
+  ASSERT_TRUE(entered.wait());
+  Connections clients(100); // in two queues, which the server finds full
+  for (std::size_t i = 0; i < clients.size(); ++i) {
+    clients[i] = std::make_unique<ConsoleConnection>(m_port.number(), i % 2 == 0 ? AF_INET : AF_INET6);
+  }
+  leave.open();
+  EXPECT_EQ(witness->receiveReply(), "");
   for (auto& client : clients) {
-    client = std::make_unique<ConsoleConnection>(m_port.number());
     EXPECT_EQ(client->receive(2).size(), 2U);
   }
   letARoundGoBy(*witness);

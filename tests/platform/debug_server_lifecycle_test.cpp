@@ -1,6 +1,7 @@
 // Start and stop of the debug console's server.
 #include "platform/debug_server.h"
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -142,27 +143,33 @@ TEST_F(DebugServerLifecycle, StopWaitsForACommandInProgress) {
 }
 
 TEST_F(DebugServerLifecycle, StopTakesNoFurtherCommand) {
-  Gate entered;
-  Gate leave;
-  std::atomic<int> calls{0};
+  std::array<Gate, 3> entered;
+  std::array<Gate, 3> leave;
+  std::atomic<std::size_t> calls{0};
   const Talker talker("Talker", [&](const auto&) {
-    ++calls;
-    entered.open();
-    leave.wait();
+    const std::size_t call = calls++;
+    entered.at(call).open();
+    leave.at(call).wait();
     return "";
   });
   EXPECT_TRUE(m_server.start());
   const ConsoleConnection first(m_port.number());
   const ConsoleConnection second(m_port.number());
-  EXPECT_EQ(second.receiveReply(), "");
-  first.send("Talker\nTalker\n");
-  ASSERT_TRUE(entered.wait());
+  const ConsoleConnection third(m_port.number());
+  EXPECT_EQ(third.receiveReply(), "");
+  first.send("Talker\n");
+  ASSERT_TRUE(entered[0].wait());
+  // Both are there when the server looks again.
   second.send("Talker\n");
+  third.send("Talker\n");
+  leave[0].open();
+  ASSERT_TRUE(entered[1].wait());
   auto stop = std::async(std::launch::async, [&] { m_server.stop(); });
   EXPECT_EQ(stop.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-  leave.open();
+  leave[2].open();
+  leave[1].open();
   stop.get();
-  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(calls, 2U);
 }
 
 TEST_F(DebugServerLifecycle, TheDestructorStops) {
@@ -219,6 +226,13 @@ TEST_F(DebugServerLifecycle, AMachineWithoutAnIPv6AddressIsNoError) {
   const FailingFamily noIPv6(AF_INET6, FailingFamily::Call::BIND, EADDRNOTAVAIL);
   EXPECT_TRUE(m_server.start());
   EXPECT_TRUE(isServed(AF_INET));
+}
+
+TEST_F(DebugServerLifecycle, AMachineWithoutIPv4IsReported) {
+  const FailingFamily noIPv4(AF_INET, FailingFamily::Call::SOCKET, EAFNOSUPPORT);
+  EXPECT_TRUE(m_server.start());
+  EXPECT_EQ(takeLog(), (Log{cannotListen("127.0.0.1", "Address family not supported by protocol")}));
+  EXPECT_TRUE(isServed(AF_INET6));
 }
 
 TEST_F(DebugServerLifecycle, WantOfAnEventDescriptorIsReported) {

@@ -11,7 +11,7 @@ namespace {
 std::mutex mutex;
 LogLines captured;
 
-std::string formatted(const char* format, va_list arguments) {
+[[gnu::format(printf, 1, 0)]] std::string formatted(const char* format, va_list arguments) {
   char text[4096];
   const int length = vsnprintf(text, sizeof text, format, arguments);
   return length < static_cast<int>(sizeof text) ? text : "(line too long for the capture)";
@@ -19,7 +19,7 @@ std::string formatted(const char* format, va_list arguments) {
 
 } // namespace
 
-extern "C" void __wrap_syslog(int priority, const char* format, ...) {
+extern "C" [[gnu::format(printf, 2, 3)]] void __wrap_syslog(int priority, const char* format, ...) {
   const UncountedAllocations uncounted;
   va_list arguments;
   va_start(arguments, format);

@@ -308,7 +308,8 @@ TEST_F(PoeDriverInfo, CutsTheTextAtEverySizeAndTouchesNothingBehindIt) {
   for (int size = 1; size <= static_cast<int>(whole.size()) + 2; size++) {
     std::string buffer(whole.size() + 16, '#');
     EXPECT_TRUE(driver.PoeDriverInfo(buffer.data(), size));
-    EXPECT_EQ(std::string(buffer.c_str()), whole.substr(0, static_cast<std::size_t>(size) - 1)) << size;
+    EXPECT_EQ(buffer.substr(0, buffer.find('\0')), whole.substr(0, static_cast<std::size_t>(size) - 1))
+        << size;
     EXPECT_EQ(buffer.find_first_not_of('#', static_cast<std::size_t>(size)), std::string::npos) << size;
   }
 }
