@@ -8,6 +8,7 @@ cmake          the build system
 ninja-build    the build tool
 pkg-config     finds the libraries
 libumockdev-dev the simulated /dev/i2c-0
+umockdev       the simulated /dev/i2c-0
 libcli11-dev   the command lines of the tools
 libedit-dev    the interactive console
 libsystemd-dev the keep-alive to systemd

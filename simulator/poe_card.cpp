@@ -16,6 +16,7 @@
 #include <string>
 #include <system_error>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -40,6 +41,9 @@ void enterMockEnvironment(char** argv) {
   const std::string preloaded = variable("LD_PRELOAD");
   if (preloaded.find(MOCK_LIBRARY) != std::string::npos) {
     return;
+  }
+  if (dlopen(MOCK_LIBRARY, RTLD_LAZY | RTLD_LOCAL) == nullptr) { // ld.so itself would only warn
+    throw std::runtime_error(std::string(dlerror()) + "; the Debian package umockdev has it");
   }
   setenv("LD_PRELOAD", joined(MOCK_LIBRARY, preloaded).c_str(), 1);
   // A program built with AddressSanitizer, the command or this one, refuses to

@@ -181,9 +181,26 @@ TEST_F(ConsoleClientTest, IsGoneWhenItClosesAfterQuit) {
 }
 
 TEST_F(ConsoleClientTest, IsGoneAtTheEndOfItsInput) {
+  read();
   m_pair.theirs = FileDescriptor();
   serve(POLLHUP);
   EXPECT_TRUE(m_client.isGone());
+}
+
+TEST_F(ConsoleClientTest, IsGoneAtAReset) {
+  m_pair.theirs = FileDescriptor(); // with the prompt unread
+  serve(POLLHUP);
+  EXPECT_TRUE(m_client.isGone());
+}
+
+TEST_F(ConsoleClientTest, AnEventWithNothingToReceiveHarmsNothing) {
+  serve(POLLIN);
+  EXPECT_TRUE(m_client.isServed());
+  write("quit\n");
+  serve(POLLIN);
+  serve(POLLIN);
+  EXPECT_FALSE(m_client.isServed());
+  EXPECT_FALSE(m_client.isGone());
 }
 
 TEST_F(ConsoleClientTest, IsGoneWhenItBreaksOffWhileOutputWaits) {
