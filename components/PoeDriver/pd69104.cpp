@@ -179,5 +179,6 @@ bool CPD69104::PoeDriverInfo(char* buf, int size) {
            "m_poeErrorCount         : %u\n",
            modeName(m_HwOperationMode), m_i2c_filename, m_i2c_adapter_nr, m_i2c_file,
            m_poeError ? "TRUE" : "FALSE", m_poeErrorCount);
+  buf[size - 1] = '\0';
   return true;
 }

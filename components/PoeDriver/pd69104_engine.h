@@ -105,6 +105,7 @@ private:
   void readPowerStatus();
   void readDeviceStatus();
   void readChannelCounts();
+  void updatePortOperStatus(unsigned port);
   bool exceedsBudget() const;
   unsigned portsToRestart() const;
   bool keepsRunning(unsigned port, std::uint32_t* budget) const;

@@ -3,7 +3,7 @@
 
 namespace {
 
-constexpr int STATE_TEXT_SIZE = 4095;
+constexpr int STATE_TEXT_SIZE = 4095; // what the state texts may fill, without a NUL
 
 constexpr const char* DETECTION_WORDS[] = {"UNKNOWN\n", "SHORT\n",         "CPD_TOO_HIGH\n", "RSIG_TOO_LOW\n",
                                            "GOOD\n",    "RSIG_TOO_HIGH\n", "OPEN_CIRCUIT\n"};
@@ -123,8 +123,8 @@ std::string CPD69104Engine::engineText() {
   text += stateLine(m_state);
   text += "\n";
   if (m_watchdog != nullptr) {
-    char state[STATE_TEXT_SIZE] = {};
-    m_watchdog->wdm_dbg(state, sizeof state);
+    char state[STATE_TEXT_SIZE + 1] = {};
+    m_watchdog->wdm_dbg(state, STATE_TEXT_SIZE);
     text += state;
   } else {
     text += "No watchdog device found\n";
@@ -135,8 +135,8 @@ std::string CPD69104Engine::engineText() {
 
 // The driver's part of "info": its state and the figures of the power management.
 std::string CPD69104Engine::powerText() {
-  char state[STATE_TEXT_SIZE] = {};
-  m_driver->PoeDriverInfo(state, sizeof state);
+  char state[STATE_TEXT_SIZE + 1] = {};
+  m_driver->PoeDriverInfo(state, STATE_TEXT_SIZE);
 
   std::ostringstream report;
   writeVolts(report, "main voltage (V)        = ", m_power.main_voltage);

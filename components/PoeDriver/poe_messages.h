@@ -85,7 +85,7 @@ struct PoeStatus {
   PoePortStatus port[POE_PORTS];
   std::int32_t deviceTemperature; // degrees Celsius
   std::uint8_t thermalShutdown;   // 1: the chip reports thermal shutdown
-  std::uint8_t devError;          // 1: the last transfer with the chip failed
+  std::uint8_t devError;          // 1: the last transfer failed when the device status was read
   std::uint8_t padding[2];        // 0
 };
 

@@ -93,11 +93,14 @@ TEST_F(StartUp, WithoutAWatchdogClientReportsItStartsNothingAndEndsWith255) {
 }
 
 TEST_F(StartUp, WithoutItsQueueReportsItStartsNothingAndEndsWith255) {
+  // The missing adapter shows that the engine is constructed all the same.
   service = std::make_unique<ServiceProcess>(
-      ServiceOptions{{}, {{"POE_TEST_FAIL_MQ_OPEN", std::to_string(EACCES)}}});
+      ServiceOptions{{"--no-adapter"}, {{"POE_TEST_FAIL_MQ_OPEN", std::to_string(EACCES)}}});
   EXPECT_EQ(service->waitForEnd(), 255);
   EXPECT_EQ(service->output(),
-            "<2> [CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - Permission denied(13)\n");
+            "<2> [CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - Permission denied(13)\n"
+            "<3> SWERR ERROR DETECTED: components/PoeDriver/pd69104 294 \n"
+            "<3> Cannot open I2C driver /dev/i2c-0: No such file or directory\n");
 }
 
 TEST_F(StartUp, RemovesTheQueueThatItCouldNotOpen) {

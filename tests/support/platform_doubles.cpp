@@ -4,7 +4,7 @@
 #include "platform/watchdog_monitor.h"
 #include "tests/support/allocation.h"
 
-#include <cstdio>
+#include <cstring>
 #include <mutex>
 #include <utility>
 
@@ -13,6 +13,7 @@ namespace {
 std::mutex mutex;
 std::vector<std::string> watchdogEvents;
 std::function<void(double)> sleepAction;
+std::string watchdogText;
 
 void note(const std::string& name, const std::string& event) {
   const UncountedAllocations uncounted;
@@ -25,6 +26,11 @@ void note(const std::string& name, const std::string& event) {
 void onSleep(std::function<void(double)> action) {
   const std::lock_guard<std::mutex> lock(mutex);
   sleepAction = std::move(action);
+}
+
+void setWatchdogText(const std::string& text) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  watchdogText = text;
 }
 
 std::vector<std::string> takeWatchdogEvents() {
@@ -66,5 +72,7 @@ void watchdogMonitor::wdm_notify(int code) {
 }
 
 void watchdogMonitor::wdm_dbg(char* buffer, unsigned length) const {
-  snprintf(buffer, length, "state of %s\n", m_client->name.c_str());
+  const std::lock_guard<std::mutex> lock(mutex);
+  const std::string text = watchdogText.empty() ? "state of " + m_client->name + "\n" : watchdogText;
+  std::strncpy(buffer, text.c_str(), length);
 }

@@ -9,6 +9,10 @@
 // Called by BetterSleep in place of sleeping. An empty function makes it return at once.
 void onSleep(std::function<void(double seconds)> action);
 
+// What wdm_dbg writes instead of "state of NAME", as far as there is room, without a NUL when it fills the
+// room. An empty text brings that back.
+void setWatchdogText(const std::string& text);
+
 // Every event of every watchdog client since the last call: "NAME created", "NAME start 60000", "NAME notify
 // 0", "NAME deleted".
 std::vector<std::string> takeWatchdogEvents();

@@ -76,6 +76,9 @@ int __wrap_mq_timedsend(mqd_t queue, const char* data, size_t length, unsigned p
   EXPECT_EQ(deadline->tv_sec, PosixDoubles::TIME_OF_DAY.tv_sec + 1);
   EXPECT_EQ(deadline->tv_nsec, PosixDoubles::TIME_OF_DAY.tv_nsec);
   doubles->calls.push_back("mq_timedsend " + std::to_string(length));
+  if (doubles->onSend) {
+    doubles->onSend();
+  }
   if (doubles->sendError != 0) {
     return failWith(doubles->sendError);
   }

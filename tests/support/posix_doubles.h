@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,9 @@ public:
   int sendError = 0;
   int createError = 0;
   int joinError = 0;
+
+  // Called in the place of a send, before it succeeds or fails.
+  std::function<void()> onSend;
 
   // Each call as text, for example "mq_open /queueToMain O_WRONLY", in order.
   std::vector<std::string> calls;

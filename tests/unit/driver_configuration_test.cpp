@@ -303,6 +303,11 @@ TEST_F(PoeSetPortPowerLimit, HandlesEveryFailedTransfer) {
 
 using PoeSetBankPowerLimit = DriverTest;
 
+TEST_F(PoeSetBankPowerLimit, AcceptsTheLastBankAndTheHighestLimit) {
+  EXPECT_TRUE(driver.PoeSetBankPowerLimit(7, 255));
+  EXPECT_EQ(bus.takeTransfers(), Transfers{W(0x90, 255)});
+}
+
 TEST_F(PoeSetBankPowerLimit, WritesTheRegisterOfTheBank) {
   for (unsigned bank = 0; bank < 8; bank++) {
     EXPECT_TRUE(driver.PoeSetBankPowerLimit(bank, 255 - bank));

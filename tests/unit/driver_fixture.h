@@ -1,4 +1,4 @@
-// A driver on a bus whose registers hold what is written, with helpers that the driver's tests share.
+// A driver on a bus whose registers hold what is written, and what the driver's tests share.
 #pragma once
 
 #include "components/PoeDriver/pd69104.h"

@@ -314,6 +314,13 @@ TEST_F(PoeDriverInfo, CutsTheTextAtEverySizeAndTouchesNothingBehindIt) {
   }
 }
 
+TEST_F(PoeDriverInfo, EndsTheBufferWithNulAlsoBehindAShorterText) {
+  std::string buffer(1000, '#');
+  EXPECT_TRUE(driver.PoeDriverInfo(buffer.data(), 900));
+  EXPECT_EQ(buffer[899], '\0');
+  EXPECT_EQ(buffer[900], '#');
+}
+
 TEST_F(PoeDriverInfo, OfNoSizeEndsTheTextAtItsStart) {
   char buffer[2] = {'#', '#'};
   EXPECT_TRUE(driver.PoeDriverInfo(buffer, 0));

@@ -2,7 +2,8 @@
 #include "components/PoeDriver/pd69104_engine_console.h"
 #include "tests/unit/engine_fixture.h"
 
-#include <gmock/gmock.h>
+#include <algorithm>
+#include <atomic>
 #include <random>
 #include <thread>
 
@@ -45,6 +46,9 @@ protected:
     EXPECT_EQ(text.find_first_not_of('\0', length), std::string::npos);
     return text.substr(0, length);
   }
+
+  // Where the first cycle of a record begins; the record may start in the middle of a command.
+  static std::size_t firstWholePiece(const std::string& record) { return record.find(HEALTHY_CYCLE); }
 
   void makeEngineWithoutDriver() {
     const FailingNew noDriver(sizeof(CPD69104));
@@ -194,12 +198,12 @@ TEST_F(Console, ReadRegShowsARegisterInLowerCaseHexadecimal) {
   makeEngine();
   registers[0x1A] = 5;
   registers[0xCE] = 0xFE;
-  for (const char* address : {"26", "0x1a", "0X1A", "032"}) {
+  for (const char* address : {"26", "0x1A", "0x1a", "0X1A", "032"}) {
     EXPECT_EQ(reply({"readReg", address, "surplus"}), "PD69104Engine: value read 0x1a:0x5\n\n");
   }
   EXPECT_EQ(reply({"readReg", "0xCE"}), "PD69104Engine: value read 0xce:0xfe\n\n");
   EXPECT_EQ(reply({"readReg", "zz"}), "PD69104Engine: value read 0x0:0x0\n\n");
-  EXPECT_EQ(registersMoved(), "R1A R1A R1A R1A RCE R00 ");
+  EXPECT_EQ(registersMoved(), "R1A R1A R1A R1A R1A RCE R00 ");
 }
 
 TEST_F(Console, ReadRegBehindTheLastRegisterFailsWithoutATransfer) {
@@ -358,6 +362,17 @@ TEST_F(Console, InfoCarriesABankLimitOverAFailedReadAndTakesAFailedFlagAsFalse) 
   }
 }
 
+TEST_F(Console, InfoCarriesAWatchdogTextThatFillsItsRoomWithoutANul) {
+  makeEngine();
+  setWatchdogText(std::string(5000, 'w'));
+  EXPECT_EQ(reply({"info"}), INFO_TITLE + "m_state                 = IDLE\n\n" + std::string(4095, 'w') +
+                                 "\n" + driverText("IDLE", "FALSE", 0) + ZERO_FIGURES);
+  std::string cut;
+  EXPECT_EQ(call({"info"}, 4000, &cut), 1U);
+  EXPECT_EQ(cut.find('\0'), std::string::npos);
+  setWatchdogText("");
+}
+
 TEST_F(Console, InfoWithoutADriverObjectEndsAfterItsLineWithoutAnEmptyOne) {
   makeEngineWithoutDriver();
   EXPECT_EQ(reply({"info"}),
@@ -458,6 +473,7 @@ TEST_F(Console, ChannelAndPoePortRejectANumberAboveThree) {
   makeEngine();
   for (const char* command : {"channel", "poeport"}) {
     EXPECT_EQ(reply({command, "4"}), "RANGE ERROR for command <channel> [4]\n\n");
+    EXPECT_EQ(reply({command, "7"}), "RANGE ERROR for command <channel> [7]\n\n");
     EXPECT_EQ(reply({command, "0x10"}), "RANGE ERROR for command <channel> [16]\n\n");
     EXPECT_EQ(reply({command, "-1"}), "RANGE ERROR for command <channel> [4294967295]\n\n");
   }
@@ -493,6 +509,13 @@ TEST_F(Console, ChannelShowsTheLastPolledRecord) {
         }
         EXPECT_EQ(registersMoved(), "");
       });
+}
+
+TEST_F(Console, ChannelThreeMayBeWrittenInEveryBase) {
+  makeEngine();
+  for (const char* number : {"3", "03", "0x3", "0X3", "+3"}) {
+    EXPECT_EQ(reply({"channel", number}).substr(0, 23), "channel 3\n============\n");
+  }
 }
 
 TEST_F(Console, ChannelShowsEachFlagAndTheIllegalDetection) {
@@ -651,6 +674,22 @@ TEST_F(Console, PoePortLeavesOutTheLinesOfEachFailedReading) {
   takeLog();
 }
 
+TEST_F(Console, PoePortShowsOneLessThanTheConfiguredPriority) {
+  for (std::uint32_t priority = 1; priority <= 3; priority++) {
+    afterACycle(
+        [&] {
+          PoeConfig config = fourPorts();
+          config.port[2].priority = priority;
+          configure(config);
+        },
+        [&] {
+          const std::string text = reply({"poeport", "2"});
+          EXPECT_NE(text.find("  priority                  = " + std::to_string(priority - 1) + "\n"),
+                    std::string::npos);
+        });
+  }
+}
+
 TEST_F(Console, PoePortDecodesEveryClass) {
   const std::pair<unsigned, const char*> rows[] = {{0, "NONE"},   {1, "CLASS1"}, {2, "CLASS2"}, {3, "CLASS3"},
                                                    {4, "CLASS4"}, {5, "NONE"},   {6, "CLASS0"}, {7, "NONE"}};
@@ -697,29 +736,56 @@ TEST_F(Console, PoePortDecodesEveryOperationalState) {
 
 // Together with the worker.
 
-TEST_F(Console, AnswersFourClientsWhileTheWorkerRuns) {
+// Four clients ask as fast as they can while the worker runs its cycles. The bus then must have seen nothing
+// but whole cycles and whole commands, one behind the other: a command delays a cycle by its own transfers
+// and by nothing else.
+TEST_F(Console, LetsEveryCycleAndEveryCommandMakeItsTransfersInOnePiece) {
   makeEngine();
-  std::vector<Step> steps(200, [] {});
   std::atomic<bool> running{true};
   std::vector<std::thread> clients;
-  for (unsigned client = 0; client < 4; client++) {
-    clients.emplace_back([&] {
-      const char* const commands[][2] = {
-          {"info", ""}, {"device", ""}, {"channel", "1"}, {"poeport", "2"}, {"readReg", "0x43"}};
-      std::vector<char> out(SIZE);
-      while (running) {
-        for (const auto& words : commands) {
-          EXPECT_EQ(engine->dbgCommand(2, words, out.data(), SIZE), 1U);
-        }
+  const auto ask = [&] {
+    const char* const commands[][2] = {
+        {"info", ""}, {"device", ""}, {"channel", "1"}, {"poeport", "2"}, {"readReg", "0x43"}};
+    std::vector<char> out(SIZE);
+    while (running) {
+      for (const auto& words : commands) {
+        EXPECT_EQ(engine->dbgCommand(2, words, out.data(), SIZE), 1U);
       }
-    });
-  }
+    }
+  };
+  const auto startClients = [&] {
+    for (unsigned client = 0; client < 4; client++) {
+      clients.emplace_back(ask);
+    }
+    bus.takeTransfers(); // the set-up, and what the clients have done so far: the next cycle begins the
+                         // record
+  };
+  std::vector<Step> steps(100, [] {});
+  steps.front() = startClients;
+  std::string record;
+  steps.back() = [&] {
+    running = false;
+    for (std::thread& client : clients) {
+      client.join();
+    }
+    record = registersMoved();
+  };
   runCycles(steps);
-  running = false;
-  for (std::thread& client : clients) {
-    client.join();
-  }
   EXPECT_EQ(takeLog(), DEFAULT_CONFIGURATION_NOTICE);
+
+  const std::string pieces[] = {HEALTHY_CYCLE, "R7F R89 R8A R8B R8C R8D R8E R8F R90 ",
+                                "R83 R87 R80 R71 R72 R3A R3B R38 R39 R94 ", "R43 "};
+  std::size_t cycles = 0;
+  std::size_t position = firstWholePiece(record);
+  while (position < record.size()) {
+    const auto piece = std::find_if(std::begin(pieces), std::end(pieces), [&](const std::string& candidate) {
+      return record.compare(position, candidate.size(), candidate) == 0;
+    });
+    ASSERT_NE(piece, std::end(pieces)) << "at " << record.substr(position, 80);
+    cycles += piece == std::begin(pieces) ? 1U : 0U;
+    position += piece->size();
+  }
+  EXPECT_GE(cycles, 98U);
 }
 
 } // namespace

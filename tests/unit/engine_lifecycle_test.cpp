@@ -146,7 +146,16 @@ TEST_F(EngineStop, BeforeTheWorkerRunsLeavesOutTheCycle) {
   EXPECT_TRUE(posix.messages.empty());
 }
 
-class EngineRun : public EngineTest {};
+class EngineRun : public EngineTest {
+protected:
+  // The reply to the console's "info".
+  std::string consoleInfo() {
+    const char* argv[] = {"info"};
+    char out[8192];
+    EXPECT_EQ(engine->dbgCommand(1, argv, out, sizeof out), 1U);
+    return out;
+  }
+};
 
 TEST_F(EngineRun, PrintsItsLineSetsUpTheChipAndRunsCyclesUntilItIsStopped) {
   makeEngine();
@@ -203,6 +212,7 @@ TEST_F(EngineRun, WithoutADriverObjectEndsAtOnceAndSendsNothing) {
   EXPECT_TRUE(posix.messages.empty());
   EXPECT_EQ(bus.transferCount(), 0U);
   EXPECT_THAT(takeWatchdogEvents(), ElementsAre("PoeEngine start 60000"));
+  EXPECT_NE(consoleInfo().find("m_state                 = IDLE\n"), std::string::npos);
   configure(fourPorts()); // still ignored
   EXPECT_EQ(bus.transferCount(), 0U);
 }
@@ -218,46 +228,45 @@ TEST_F(EngineRun, WithoutAWatchdogClientRunsAllTheSame) {
   takeLog();
 }
 
-TEST_F(EngineRun, WithoutAnAdapterGoesOnAndSendsStatusThreeEveryCycle) {
+TEST_F(EngineRun, WithoutAnAdapterGoesOnAsActiveAndSendsTheUnchangedValuesWithStatusThreeEveryCycle) {
   bus.openErrors = {ENOENT};
   makeEngine();
   takeLog();
-  std::vector<LogLines> logs;
-  const auto check = [&] {
-    EXPECT_EQ(status().mainOperStatus, 3U);
-    EXPECT_EQ(status().devError, 1U);
-    EXPECT_EQ(operStates(), "1 1 1 1 ");
-    logs.push_back(takeLog());
+  PoeStatus expected{};
+  expected.mainOperStatus = 3;
+  expected.devError = 1;
+  const auto expectMessage = [&](std::uint32_t operStatus) {
+    for (PoePortStatus& port : expected.port) {
+      port.operStatus = operStatus;
+    }
+    const PoeStatus sent = status();
+    EXPECT_EQ(std::memcmp(&sent, &expected, sizeof sent), 0);
   };
-  runCycles({check,
-             [&] {
-               check();
-               configure(fourPorts());
+  runCycles({[&] {
+               expectMessage(1);
+               EXPECT_EQ(takeLog(), DEFAULT_CONFIGURATION_NOTICE);
+               EXPECT_NE(consoleInfo().find("m_state                 = ACTIVE\n"), std::string::npos);
              },
              [&] {
-               EXPECT_EQ(operStates(), "6 6 6 6 ");
-               logs.push_back(takeLog());
+               expectMessage(1);
+               configure(fourPorts());
+               EXPECT_EQ(takeLog(), LogLines{});
+             },
+             [&] {
+               expectMessage(6);
+               // The limits exceed a budget of 0 W; but no port is known to be powered.
+               EXPECT_EQ(takeLog(), LogLines{});
              }});
   EXPECT_EQ(posix.messages.size(), 3U);
-  EXPECT_EQ(logs, (std::vector<LogLines>{DEFAULT_CONFIGURATION_NOTICE, {}, {}}));
 }
 
 TEST_F(EngineRun, SendsOutsideTheEngineMutex) {
   makeEngine();
-  runCycles({[&] {
-    // Were the mutex held here, the configuration from another thread would wait for ever.
-    std::thread mainThread;
-    bool done = false;
-    {
-      mainThread = std::thread([&] {
-        PoeConfig config = fourPorts();
-        engine->applyConfig(config, false);
-        done = true;
-      });
-    }
-    mainThread.join();
-    EXPECT_TRUE(done);
-  }});
+  bool applied = false;
+  // Were the mutex held during the send, the other thread would wait for ever.
+  posix.onSend = [&] { std::thread([&] { applied = engine->applyConfig(fourPorts(), false); }).join(); };
+  runCycles({[] {}});
+  EXPECT_TRUE(applied);
   takeLog();
 }
 

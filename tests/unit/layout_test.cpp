@@ -60,7 +60,12 @@ protected:
   }
 
   void setState(std::int32_t state) {
-    std::memcpy(reinterpret_cast<char*>(engine.get()) + ENGINE_BASES, &state, sizeof state);
+    poke(offsetof(EngineLayout, state), static_cast<std::uint32_t>(state));
+  }
+
+  // Puts a word into the engine, at an offset of EngineLayout.
+  void poke(std::size_t offset, std::uint32_t word) {
+    std::memcpy(reinterpret_cast<char*>(engine.get()) + ENGINE_BASES + offset, &word, sizeof word);
   }
 };
 
@@ -156,6 +161,54 @@ TEST_F(Layout, InfoShowsAnyOtherStateAsUnknown) {
     const std::string expected = "\n==============\npd69104 Engine\n==============\n\n"
                                  "m_state                 = UNKNOWN\n\nstate of PoeEngine\n\n";
     EXPECT_EQ(std::string(out).substr(0, expected.size()), expected);
+  }
+}
+
+// A line of a console report: what stands behind its label.
+std::string valueIn(CPD69104Engine& engine, const char* command, const std::string& label) {
+  const char* argv[] = {command, "1"};
+  char out[8192];
+  EXPECT_EQ(engine.dbgCommand(2, argv, out, sizeof out), 1U);
+  const std::string text = out;
+  const std::size_t start = text.find(label);
+  EXPECT_NE(start, std::string::npos) << label;
+  return text.substr(start + label.size(), text.find('\n', start) - start - label.size());
+}
+
+TEST_F(Layout, PoePortDecodesEveryStoredStateAndClass) {
+  const char* const states[] = {"ILLEGAL", "DISABLED", "SEARCHING",  "DELIVERINGPOWER",
+                                "FAULT",   "TEST",     "OTHERFAULT", "ILLEGAL"};
+  const char* const classes[] = {"NONE",   "CLASS0", "CLASS1",  "CLASS2",
+                                 "CLASS3", "CLASS4", "ILLEGAL", "ILLEGAL"};
+  makeEngine();
+  for (std::uint32_t code = 0; code < 8; code++) {
+    poke(offsetof(EngineLayout, status) + offsetof(PoeStatus, port[1].operStatus), code);
+    poke(offsetof(EngineLayout, status) + offsetof(PoeStatus, port[1].powerClassification), code);
+    EXPECT_EQ(valueIn(*engine, "poeport", "  Oper status               = "), states[code]);
+    EXPECT_EQ(valueIn(*engine, "poeport", "  powerClassification       = "), classes[code]);
+  }
+}
+
+TEST_F(Layout, ChannelDecodesCodesBehindItsTablesAsIllegal) {
+  makeEngine();
+  for (const std::uint32_t code : {8U, 9U, 0xFFFFFFFFU}) {
+    poke(offsetof(EngineLayout, channel[1].det_status), code);
+    poke(offsetof(EngineLayout, channel[1].pclass), code);
+    EXPECT_EQ(valueIn(*engine, "channel", "  det_status              = "), "ILLEGAL");
+    EXPECT_EQ(valueIn(*engine, "channel", "  pclass                  = "), "ILLEGAL");
+  }
+}
+
+TEST_F(Layout, InfoPrintsExtremeFigures) {
+  makeEngine();
+  const std::pair<std::uint32_t, const char*> rows[] = {{0, "0.0"}, {7, "0.7"}, {4294967295U, "429496729.5"}};
+  for (const auto& [deciVolts, text] : rows) {
+    poke(offsetof(EngineLayout, power.main_voltage), deciVolts);
+    poke(offsetof(EngineLayout, power.min_shutdown_voltage), deciVolts);
+    poke(offsetof(EngineLayout, power.power_limit), deciVolts);
+    EXPECT_EQ(valueIn(*engine, "info", "main voltage (V)        = "), text);
+    EXPECT_EQ(valueIn(*engine, "info", "min_shutdown_voltage    = "), text);
+    EXPECT_EQ(valueIn(*engine, "info", "power_limit (this bank) = "), std::to_string(deciVolts));
   }
 }
 

@@ -1,0 +1,30 @@
+// What the process entry calls, in its tests: the inbound queue and the debug server, both only writing down
+// what happens to them (see PosixDoubles for the rest of the calls).
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+// One receive from the inbound queue.
+struct Receive {
+  std::vector<char> message; // what is received
+  int error = 0;             // or the errno with which it fails
+};
+
+class MainDoubles {
+public:
+  static constexpr int INBOUND = 0x1F;
+
+  MainDoubles();
+  ~MainDoubles();
+  MainDoubles(const MainDoubles&) = delete;
+  MainDoubles& operator=(const MainDoubles&) = delete;
+
+  // The receives to come; behind the last, one fails with EINTR.
+  std::vector<Receive> receives;
+  int openError = 0; // errno of the open of the inbound queue; 0: it succeeds
+
+  // Everything in its order: "mq_open ...", "mq_timedreceive", "server created 10001 8192", ...
+  std::vector<std::string> events;
+};

@@ -1,0 +1,203 @@
+// The process entry, stepped: the order of its calls, its receive loop, and each of its steps failing.
+#include "components/PoeDriver/pd69104_engine.h"
+#include "platform/debug_server.h"
+#include "platform/trace_object.h"
+#include "tests/support/allocation.h"
+#include "tests/support/i2c_bus.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/platform_doubles.h"
+#include "tests/support/posix_doubles.h"
+#include "tests/unit/main_doubles.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <gmock/gmock.h>
+
+int poeServiceMain();
+extern std::uint8_t g_running;
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+
+const LogLine READY = {6, "[INFO] main:80 (main) - Card is ready"};
+const LogLine INTERRUPTED = {
+    2, "[CRITICAL] main:126 (main) - msg receive failed mqd=1f - Interrupted system call\n"};
+
+std::vector<char> bytes(std::uint32_t msgId, std::size_t length) {
+  std::vector<char> message(std::max(length, sizeof msgId));
+  std::memcpy(message.data(), &msgId, sizeof msgId);
+  message.resize(length);
+  return message;
+}
+
+std::vector<char> configuration(std::uint8_t adminEnable) {
+  PoeConfigMessage message{};
+  message.config.port[0].adminEnable = adminEnable;
+  message.config.port[0].priority = 1;
+  std::vector<char> raw(sizeof message);
+  std::memcpy(raw.data(), &message, sizeof message);
+  return raw;
+}
+
+class Main : public StrictLogTest {
+protected:
+  Main() {
+    g_running = 1;
+    takeWatchdogEvents();
+    ::testing::internal::CaptureStdout();
+  }
+
+  ~Main() override { EXPECT_EQ(g_traceObject, nullptr); }
+
+  // Runs the process. The worker's thread never gets to run.
+  int run() {
+    const int exitCode = poeServiceMain();
+    output = ::testing::internal::GetCapturedStdout();
+    return exitCode;
+  }
+
+  // The order of everything that happens to the queue and the server.
+  static std::vector<std::string> eventsWith(unsigned receives) {
+    std::vector<std::string> events = {"mq_open /queueToPoe", "server created 10001 8192", "server start"};
+    for (unsigned i = 0; i < receives; i++) {
+      events.insert(events.end(), {"mq_getattr", "mq_timedreceive"});
+    }
+    events.insert(events.end(), {"server stop", "server deleted", "mq_close 31", "mq_unlink /queueToPoe"});
+    return events;
+  }
+
+  std::vector<std::string> watchdogEventsWith(unsigned passes) {
+    std::vector<std::string> events = {"PoeMain created", "PoeEngine created", "PoeMain start 60000"};
+    events.insert(events.end(), passes, "PoeMain notify 0");
+    events.insert(events.end(), {"PoeEngine deleted", "PoeMain deleted"});
+    return events;
+  }
+
+  RegisterFile registers;
+  I2cBus bus{registers};
+  PosixDoubles posix;
+  MainDoubles doubles;
+  std::string output;
+};
+
+TEST_F(Main, StartsAndStopsEverythingInOrder) {
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(output, "Now starting debugServer\nNow starting pd69104\n...Cpd69104Engine::start\n");
+  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(1)));
+  EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(1)));
+  EXPECT_THAT(posix.calls, ElementsAre("pthread_create", "pthread_join"));
+  EXPECT_EQ(bus.closed, std::vector<int>{I2cBus::DESCRIPTOR});
+  EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
+}
+
+TEST_F(Main, FeedsItsWatchdogAndGoesOnAfterEachTimeOut) {
+  doubles.receives = {{{}, ETIMEDOUT}, {{}, ETIMEDOUT}, {{}, ETIMEDOUT}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(4)));
+  EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(4)));
+  EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
+}
+
+TEST_F(Main, EndsOnAnyOtherErrorWithItsTextAndStatusZero) {
+  doubles.receives = {{{}, EBADF}, {{}, ETIMEDOUT}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(1)));
+  EXPECT_EQ(
+      takeLog(),
+      (LogLines{READY,
+                {2, "[CRITICAL] main:126 (main) - msg receive failed mqd=1f - Bad file descriptor\n"}}));
+}
+
+TEST_F(Main, UsesATraceObjectThatIsThereAndDeletesIt) {
+  g_traceObject = new TraceObject("Test", 7);
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(
+      takeLog(),
+      (LogLines{{7, "[DEBUG1] main:79 (main) - listen to queue  /queueToPoe(31)\n"}, READY, INTERRUPTED}));
+}
+
+TEST_F(Main, ReadsTheTraceLevelAnewForEveryLine) {
+  g_traceObject = new TraceObject("Test", 5);
+  doubles.receives = {{bytes(5, 4), 0}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(takeLog(), (LogLines{{3, "[ERROR] main:138 (main) - Unkown msgid 5 received\n"}, INTERRUPTED}));
+}
+
+TEST_F(Main, ReportsEveryUnknownIdAndIgnoresAMessageOfNoLength) {
+  doubles.receives = {{bytes(17, 188), 0}, {{}, 0}, {bytes(0xFFFFFFFF, 4), 0}, {bytes(1, 2000), 0}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(5)));
+  EXPECT_EQ(takeLog(), (LogLines{READY,
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid 17 received\n"},
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid -1 received\n"},
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid 1 received\n"},
+                                 INTERRUPTED}));
+}
+
+TEST_F(Main, CompletesAShortMessageFromTheOneBefore) {
+  // Three bytes of an id leave the fourth as it was: of 0x01020304 on a machine of either byte order, one
+  // byte stays.
+  doubles.receives = {{bytes(0x01020304, 4), 0}, {{1, 1, 1}, 0}};
+  EXPECT_EQ(run(), 0);
+  const std::uint32_t completed = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 0x01010104 : 0x01010101;
+  EXPECT_EQ(takeLog(), (LogLines{READY,
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid 16909060 received\n"},
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid " + std::to_string(completed) +
+                                         " received\n"},
+                                 INTERRUPTED}));
+}
+
+// Without a worker the engine is IDLE and drops the configuration.
+TEST_F(Main, HandsAConfigurationToTheEngineWhichDropsItWhileIdle) {
+  doubles.receives = {{configuration(1), 0}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(bus.transferCount(), 0U);
+  EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
+}
+
+// What a failed start leaves: created, not started, deleted.
+const std::vector<std::string> NOT_STARTED = {"mq_open /queueToPoe", "server created 10001 8192",
+                                              "server stop", "server deleted"};
+
+TEST_F(Main, WithoutItsQueueCreatesAndDeletesTheRestStartsNothingAndReturnsMinusOne) {
+  doubles.openError = ENOSPC;
+  EXPECT_EQ(run(), -1);
+  EXPECT_EQ(output, "");
+  std::vector<std::string> expected = NOT_STARTED;
+  expected.insert(expected.end(), {"mq_close -1", "mq_unlink /queueToPoe"});
+  EXPECT_THAT(doubles.events, ElementsAreArray(expected));
+  EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(0)));
+  EXPECT_TRUE(posix.calls.empty());
+  EXPECT_EQ(bus.opened.size(), 1U);
+  EXPECT_EQ(bus.closed.size(), 1U);
+  EXPECT_EQ(takeLog(),
+            (LogLines{{2, "[CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - No space left on "
+                          "device(28)\n"}}));
+}
+
+TEST_F(Main, WithoutAWatchdogClientCreatesAndDeletesTheRestStartsNothingAndReturnsMinusOne) {
+  const FailingNew noWatchdog(sizeof(watchdogMonitor)); // neither the engine's
+  EXPECT_EQ(run(), -1);
+  EXPECT_EQ(output, "");
+  std::vector<std::string> expected = NOT_STARTED;
+  expected.insert(expected.end(), {"mq_close 31", "mq_unlink /queueToPoe"});
+  EXPECT_THAT(doubles.events, ElementsAreArray(expected));
+  EXPECT_TRUE(takeWatchdogEvents().empty());
+  EXPECT_TRUE(posix.calls.empty());
+  EXPECT_EQ(bus.closed.size(), 1U);
+  EXPECT_EQ(takeLog(), softwareError("main", 60, "Failed to create wdmon\n") + LogLines{READY});
+}
+
+TEST_F(Main, WithoutAnEngineLeavesOutTheLoopAndReturnsZero) {
+  const FailingNew noEngine(sizeof(CPD69104Engine));
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(output, "Now starting debugServer\n");
+  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(0)));
+  EXPECT_THAT(takeWatchdogEvents(), ElementsAre("PoeMain created", "PoeMain start 60000", "PoeMain deleted"));
+  EXPECT_EQ(takeLog(), LogLines{READY});
+}
+
+} // namespace
