@@ -35,16 +35,12 @@ ConsoleCommand::ConsoleCommand(std::string line) : m_line(std::move(line)) {
   }
 }
 
-bool ConsoleCommand::isAlone(const char* word) const {
-  return m_words.size() == 1 && m_name == word;
-}
-
 std::string ConsoleCommand::run(std::vector<char>& buffer) const {
   std::string reply;
   if (callObject(buffer, &reply)) {
     return reply;
   }
-  if (!isAlone("help")) {
+  if (m_name != "help") {
     reply = "No such object: " + m_name + "\n";
   }
   return reply + listObjects();

@@ -16,14 +16,13 @@ public:
   bool isEmpty() const { return m_words.empty(); }
 
   // True for the line that ends the conversation.
-  bool isQuit() const { return isAlone("quit"); }
+  bool isQuit() const { return m_name == "quit"; }
 
   // Carries out a command that is not empty and returns the reply. `buffer` is the one that the object's
   // handler is given; what is in it before and after does not matter.
   std::string run(std::vector<char>& buffer) const;
 
 private:
-  bool isAlone(const char* word) const;
   bool callObject(std::vector<char>& buffer, std::string* reply) const;
   std::string listObjects() const;
 
