@@ -25,6 +25,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <pthread.h>
+#include <sstream>
 #include <string>
 
 enum class EngineState : std::int32_t {
@@ -112,6 +113,10 @@ private:
   void restartPorts(unsigned restartMask);
   std::string engineText();
   std::string powerText();
+  void reportPort(std::uint32_t argc, const char* const* argv, char* out, std::uint32_t outLen,
+                  void (CPD69104Engine::*writeLines)(std::ostringstream& report, unsigned port));
+  void writeChannelLines(std::ostringstream& report, unsigned port);
+  void writePoePortLines(std::ostringstream& report, unsigned port);
 
   static pthread_mutex_t m_mutex; // the engine mutex
 

@@ -37,6 +37,16 @@ bool isNegative(const char* text) {
   return *text == '-';
 }
 
+// The line of a register command: what happened to which register, and the value when it went well.
+void writeRegister(std::ostringstream& report, const char* event, std::uint32_t address, bool ok,
+                   std::uint32_t value) {
+  report << event << std::hex << address;
+  if (ok) {
+    report << ":0x" << std::hex << value;
+  }
+  report << "\n";
+}
+
 } // namespace
 
 std::uint32_t numberArgument(const char* text) {
@@ -84,15 +94,14 @@ void CPD69104Engine::cmdReadReg(std::uint32_t argc, const char* const* argv, cha
     const std::uint32_t address = numberArgument(argv[1]);
     unsigned value = 0;
     const Guard guard(&m_mutex);
-    if (m_driver != nullptr && m_driver->PoeReadReg(address, &value)) {
-      report << "PD69104Engine: value read 0x" << std::hex << address << ":0x" << std::hex << value << "\n";
-    } else {
-      report << "ERROR in reading register: 0x" << std::hex << address << "\n";
-    }
+    const bool ok = m_driver != nullptr && m_driver->PoeReadReg(address, &value);
+    writeRegister(report, ok ? "PD69104Engine: value read 0x" : "ERROR in reading register: 0x", address, ok,
+                  value);
   }
   copyReply(report.str() + "\n", out, outLen);
 }
 
+// Kept: the whole value is reported, although the register takes its low 8 bits.
 void CPD69104Engine::cmdWriteReg(std::uint32_t argc, const char* const* argv, char* out,
                                  std::uint32_t outLen) {
   std::ostringstream report;
@@ -102,13 +111,9 @@ void CPD69104Engine::cmdWriteReg(std::uint32_t argc, const char* const* argv, ch
     const std::uint32_t address = numberArgument(argv[1]);
     const std::uint32_t value = numberArgument(argv[2]);
     const Guard guard(&m_mutex);
-    if (m_driver != nullptr && m_driver->PoeWriteReg(address, value)) {
-      // Kept: the whole value is reported, although the register took its low 8 bits.
-      report << "PD69104Engine: value written ok 0x" << std::hex << address << ":0x" << std::hex << value
-             << "\n";
-    } else {
-      report << "ERROR in writing register: 0x" << std::hex << address << "\n";
-    }
+    const bool ok = m_driver != nullptr && m_driver->PoeWriteReg(address, value);
+    writeRegister(report, ok ? "PD69104Engine: value written ok 0x" : "ERROR in writing register: 0x",
+                  address, ok, value);
   }
   copyReply(report.str() + "\n", out, outLen);
 }

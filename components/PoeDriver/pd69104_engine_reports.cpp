@@ -44,23 +44,6 @@ bool portArgument(std::uint32_t argc, const char* const* argv, std::ostringstrea
   return true;
 }
 
-void writePortTitle(std::ostringstream& report, std::uint32_t port) {
-  report << "channel " << std::dec << port << "\n"
-         << "============\n";
-}
-
-void writeChannel(std::ostringstream& report, const ChannelStatus& channel) {
-  writeFlag(report, "  enable                  = ", channel.enable);
-  writeFlag(report, "  power_good              = ", channel.power_good);
-  writeWord(report, "  det_status              = ", decode(DETECTION_WORDS, channel.det_status));
-  writeWord(report, "  pclass                  = ", decode(CHIP_CLASS_WORDS, channel.pclass));
-  writeFlag(report, "  fet_error               = ", channel.fet_error);
-  writeFlag(report, "  mosfet_overtemperature  = ", channel.mosfet_overtemperature);
-  writeFlag(report, "  in_pm_mode              = ", channel.in_pm_mode);
-  writeFlag(report, "  passed_MSCC_cap_det     = ", channel.passed_MSCC_cap_det);
-  writeFlag(report, "  det_fail                = ", channel.det_fail);
-}
-
 void writePortState(std::ostringstream& report, const PoePortConfig& config, const PoePortStatus& status) {
   writeFlag(report, "  admin enable              = ", config.adminEnable != 0);
   writeWord(report, "  Oper status               = ", decode(OPER_STATUS_WORDS, status.operStatus));
@@ -172,36 +155,49 @@ void CPD69104Engine::cmdDevice(std::uint32_t /*argc*/, const char* const* /*argv
   copyReply(report.str(), out, outLen);
 }
 
-void CPD69104Engine::cmdChannel(std::uint32_t argc, const char* const* argv, char* out,
-                                std::uint32_t outLen) {
+// What the two port reports have in common: everything around their lines.
+void CPD69104Engine::reportPort(std::uint32_t argc, const char* const* argv, char* out, std::uint32_t outLen,
+                                void (CPD69104Engine::*writeLines)(std::ostringstream&, unsigned)) {
   std::ostringstream report;
   std::uint32_t port = 0;
   if (portArgument(argc, argv, report, &port)) {
     const Guard guard(&m_mutex);
-    writePortTitle(report, port);
+    report << "channel " << std::dec << port << "\n"
+           << "============\n";
     if (m_driver == nullptr) {
       report << "No POE device found\n";
     } else {
-      writeChannel(report, m_channel[port]);
+      (this->*writeLines)(report, port);
     }
   }
   copyReply(report.str() + "\n", out, outLen);
 }
 
+void CPD69104Engine::cmdChannel(std::uint32_t argc, const char* const* argv, char* out,
+                                std::uint32_t outLen) {
+  reportPort(argc, argv, out, outLen, &CPD69104Engine::writeChannelLines);
+}
+
+void CPD69104Engine::writeChannelLines(std::ostringstream& report, unsigned port) {
+  const ChannelStatus& channel = m_channel[port];
+  writeFlag(report, "  enable                  = ", channel.enable);
+  writeFlag(report, "  power_good              = ", channel.power_good);
+  writeWord(report, "  det_status              = ", decode(DETECTION_WORDS, channel.det_status));
+  writeWord(report, "  pclass                  = ", decode(CHIP_CLASS_WORDS, channel.pclass));
+  writeFlag(report, "  fet_error               = ", channel.fet_error);
+  writeFlag(report, "  mosfet_overtemperature  = ", channel.mosfet_overtemperature);
+  writeFlag(report, "  in_pm_mode              = ", channel.in_pm_mode);
+  writeFlag(report, "  passed_MSCC_cap_det     = ", channel.passed_MSCC_cap_det);
+  writeFlag(report, "  det_fail                = ", channel.det_fail);
+}
+
 void CPD69104Engine::cmdPoePort(std::uint32_t argc, const char* const* argv, char* out,
                                 std::uint32_t outLen) {
-  std::ostringstream report;
-  std::uint32_t port = 0;
-  if (portArgument(argc, argv, report, &port)) {
-    const Guard guard(&m_mutex);
-    writePortTitle(report, port);
-    if (m_driver == nullptr) {
-      report << "No POE device found\n";
-    } else {
-      writePortState(report, m_config.port[port], m_status.port[port]);
-      writePortReadings(report, *m_driver, port);
-      writePortCounters(report, m_status.port[port]);
-    }
-  }
-  copyReply(report.str() + "\n", out, outLen);
+  reportPort(argc, argv, out, outLen, &CPD69104Engine::writePoePortLines);
+}
+
+void CPD69104Engine::writePoePortLines(std::ostringstream& report, unsigned port) {
+  writePortState(report, m_config.port[port], m_status.port[port]);
+  writePortReadings(report, *m_driver, port);
+  writePortCounters(report, m_status.port[port]);
 }

@@ -35,11 +35,11 @@ int degreesCelsius(unsigned raw) {
   return static_cast<int>(raw * TEMPERATURE_UNIT) + TEMPERATURE_OF_ZERO;
 }
 
-// Hands a register's value to `store` when it could be read, and tells whether it could.
-template <typename Store>
-bool read(CPD69104& chip, unsigned address, Store store) {
+// Hands a value to `store` when it could be read, and tells whether it could.
+template <bool (CPD69104::*READ)(unsigned, unsigned*), typename Store>
+bool readWith(CPD69104& chip, unsigned address, Store store) {
   unsigned value = 0;
-  const bool ok = chip.PoeReadReg(address, &value);
+  const bool ok = (chip.*READ)(address, &value);
   if (ok) {
     store(value);
   }
@@ -47,13 +47,13 @@ bool read(CPD69104& chip, unsigned address, Store store) {
 }
 
 template <typename Store>
+bool read(CPD69104& chip, unsigned address, Store store) {
+  return readWith<&CPD69104::PoeReadReg>(chip, address, store);
+}
+
+template <typename Store>
 bool read16(CPD69104& chip, unsigned address, Store store) {
-  unsigned value = 0;
-  const bool ok = chip.PoeReadReg16(address, &value);
-  if (ok) {
-    store(value);
-  }
-  return ok;
+  return readWith<&CPD69104::PoeReadReg16>(chip, address, store);
 }
 
 // The six event counters, in the order in which they are read.

@@ -4,37 +4,12 @@
 #include "components/PoeDriver/pd69104.h"
 #include "tests/support/i2c_bus.h"
 #include "tests/support/log_capture.h"
+#include "tests/unit/driver_info_text.h"
 
 #include <cerrno>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
-
-// The driver's state text with these values.
-inline std::string driverInfo(const std::string& mode, const std::string& error, unsigned count,
-                              const std::string& file = "31249", const std::string& adapter = "0") {
-  return "==============\n"
-         "PD69104 DRIVER\n"
-         "==============\n"
-         "m_HwOperationMode       : " +
-         mode +
-         "\n"
-         "\n"
-         "m_i2c_filename          : /dev/i2c-" +
-         adapter +
-         "\n"
-         "m_i2c_adapter_nr        : " +
-         adapter +
-         "\n"
-         "m_i2c_file              : " +
-         file +
-         "\n"
-         "m_poeError              : " +
-         error +
-         "\n"
-         "m_poeErrorCount         : " +
-         std::to_string(count) + "\n";
-}
 
 inline std::string infoOf(CPD69104& driver) {
   char text[4095];
