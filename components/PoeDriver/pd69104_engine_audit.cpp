@@ -4,13 +4,15 @@
 
 #include <syslog.h>
 
+// The priorities in the order in which they are served.
+static constexpr std::uint32_t priorityOrder[] = {1, 2, 3};
+
 namespace {
 
 // The default configuration leaves this bank's limit at 0: any other value marks a chip that has lost its
 // configuration. The main process must therefore keep it at 0.
 constexpr unsigned MARKER_BANK = 7;
 
-constexpr std::uint32_t priorityOrder[] = {1, 2, 3};
 constexpr std::uint32_t DETECTION_GOOD = 4;
 constexpr unsigned EVERY_PORT = 0x0F;
 

@@ -8,14 +8,14 @@
 #include <cstdlib>
 #include <limits>
 
-namespace {
-
-const CommandEntry commandTable[] = {
+static const CommandEntry commandTable[] = {
     {"help", &CPD69104Engine::cmdHelp},       {"info", &CPD69104Engine::cmdInfo},
     {"device", &CPD69104Engine::cmdDevice},   {"channel", &CPD69104Engine::cmdChannel},
     {"poeport", &CPD69104Engine::cmdPoePort}, {"writeReg", &CPD69104Engine::cmdWriteReg},
     {"readReg", &CPD69104Engine::cmdReadReg}, {"", nullptr},
 };
+
+namespace {
 
 // Kept: the line of "help" names no object, and it and the first line end in "\r\n".
 constexpr char HELP_TEXT[] =
