@@ -19,6 +19,12 @@ libgtest-dev   the tests
 libgmock-dev   the tests
 '
 
+packages_for_powerpc='
+g++-powerpc-linux-gnu the compiler for the card
+qemu-user      runs what is built for the card
+googletest     the tests, built for the card
+'
+
 packages_to_check='
 clang-format   the format check
 clang-tidy     the lint check

@@ -178,7 +178,6 @@ TEST(WatchdogMonitor, ClientsMayComeAndGoOnSeveralThreads) {
 }
 
 TEST(WatchdogMonitor, AClientThatIsNeverDestroyedDoesNotKeepTheProcessFromItsEnd) {
-  testing::GTEST_FLAG(death_test_style) = "threadsafe";
   EXPECT_EXIT(
       {
         static watchdogMonitor inStaticMemory("Static");
