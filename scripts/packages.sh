@@ -10,6 +10,7 @@ pkg-config     finds the libraries
 libumockdev-dev the simulated /dev/i2c-0
 umockdev       the simulated /dev/i2c-0
 libcli11-dev   the command lines of the tools
+libtomlplusplus-dev the configuration files of poectl
 libedit-dev    the interactive console
 libsystemd-dev the keep-alive to systemd
 '
