@@ -183,7 +183,8 @@ TEST_F(PoectlConsole, CompletesWordsOnATerminalAndKeepsAHistory) {
 using Poectl = ServiceTest;
 
 TEST_F(Poectl, SaysWhatIsWrongWithACommandLineAndWhatIsAccepted) {
-  for (const char* arguments : {"", "bogus", "watch --seconds 0", "watch --seconds x", "clean now"}) {
+  for (const char* arguments : {"", "bogus", "watch --seconds 0", "watch --seconds x", "clean now", "apply",
+                                "check", "example now"}) {
     const Result result = poectl(arguments);
     EXPECT_EQ(result.status, 2) << arguments;
     EXPECT_EQ(result.output.rfind("poectl: ", 0), 0U) << arguments;
@@ -219,6 +220,61 @@ TEST_F(Poectl, WatchConfiguresAndShowsTheService) {
             std::string::npos)
       << result.output;
   EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+std::string configOf(const std::string& enable) {
+  std::string text = "[banks]\nbank0 = 100\n";
+  for (const char* port : {"0", "1", "2", "3"}) {
+    text += std::string("[port.") + port + "]\nenable = " + enable + "\npriority = 1\nlimit = 15000\n";
+  }
+  return text;
+}
+
+Result apply(const std::string& config) {
+  return run("printf '" + config + "' | " + POECTL + " apply -");
+}
+
+TEST_F(Poectl, ApplyConfiguresTheService) {
+  startService({{"--plug", "0 class=2 watts=6"}, {}});
+  const Result result = apply(configOf("true"));
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "");
+  EXPECT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
+}
+
+TEST_F(Poectl, ApplyTakesTheExampleFromAFile) {
+  startService({{"--plug", "0 class=2 watts=6"}, {}});
+  const std::string file = ::testing::TempDir() + "poectl_example.toml";
+  const std::string program = POECTL;
+  const Result result = run(program + " example >" + file + " && " + program + " apply " + file);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "");
+  EXPECT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
+  unlink(file.c_str());
+}
+
+TEST_F(Poectl, ApplyWithoutAServiceSaysSo) {
+  const Result result = apply(configOf("true"));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output,
+            "poectl: cannot open /queueToPoe: No such file or directory; is the service running?\n");
+}
+
+TEST_F(Poectl, ApplyAndCheckRefuseABadFileAndSendNothing) {
+  const mqd_t queue = mq_open("/queueToPoe", O_CREAT | O_RDONLY, 0600, nullptr);
+  ASSERT_NE(queue, -1);
+  const std::string error = "standard input:4:10: 'enable' is of the wrong type; true or false is accepted\n";
+  const Result applied = apply(configOf("7"));
+  EXPECT_EQ(applied.status, 2);
+  EXPECT_EQ(applied.output, error);
+  const Result checked = run("printf '" + configOf("7") + "' | " + POECTL + " check -");
+  EXPECT_EQ(checked.status, 2);
+  EXPECT_EQ(checked.output, error);
+  mq_attr attributes{};
+  EXPECT_EQ(mq_getattr(queue, &attributes), 0);
+  EXPECT_EQ(attributes.mq_curmsgs, 0);
+  mq_close(queue);
+  mq_unlink("/queueToPoe");
 }
 
 TEST_F(Poectl, PreflightNamesWhatIsInTheWay) {
