@@ -2,6 +2,7 @@
 //
 // Exit status: 0 when the command did its work, 1 when it could not (one line on standard error says why), 2
 // for a command line or a configuration that is not understood.
+#include "poectl/audit_text.h"
 #include "poectl/config_commands.h"
 #include "poectl/config_file.h"
 #include "poectl/console.h"
@@ -22,6 +23,7 @@ constexpr int BAD_INPUT = 2;
 
 struct Options {
   std::string file;
+  ExplainOptions explain;
   WatchOptions watch;
 };
 
@@ -35,6 +37,21 @@ void addConfigCommands(CLI::App& application, Options& options) {
   check->footer("Example: poectl check card.toml");
   CLI::App* example = application.add_subcommand("example", "print a configuration with comments");
   example->footer("Example: poectl example >card.toml");
+}
+
+void addExplainCommand(CLI::App& application, Options& options) {
+  CLI::App* explain =
+      application.add_subcommand("explain", "tell what the power-budget audit does with a configuration");
+  explain->add_option("FILE", options.file, "the configuration; - is standard input")->required();
+  explain
+      ->add_option("--bank-limit", options.explain.bankLimit,
+                   "W that the active bank allows (default: bank 0 of the file)")
+      ->check(CLI::Range(0, 255)); // what the chip's register holds
+  explain
+      ->add_option("--port", options.explain.ports,
+                   "a port's state, 'P detection=WORD powered=yes|no' (default: detected good and powered)")
+      ->allow_extra_args(false);
+  explain->footer("Example: poectl explain card.toml --bank-limit 30 --port '1 powered=no'");
 }
 
 void addWatchCommand(CLI::App& application, WatchOptions& options) {
@@ -68,6 +85,9 @@ int execute(const CLI::App& command, const Options& options) {
   if (name == "example") {
     return printExample();
   }
+  if (name == "explain") {
+    return explainFile(options.file, options.explain);
+  }
   if (name == "console") {
     return console(command.remaining());
   }
@@ -89,6 +109,7 @@ int commandLine(int argc, char** argv) {
 
   Options options;
   addConfigCommands(application, options);
+  addExplainCommand(application, options);
   addWatchCommand(application, options.watch);
   addConsoleCommands(application);
 
@@ -111,6 +132,9 @@ int commandLine(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     return commandLine(argc, argv);
+  } catch (const PortStateError& error) {
+    std::fprintf(stderr, "poectl: %s\n", error.what());
+    return BAD_INPUT;
   } catch (const ConfigError& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return BAD_INPUT;
