@@ -9,6 +9,7 @@
 #include "poectl/console_client.h"
 #include "poectl/preflight.h"
 #include "poectl/queue.h"
+#include "poectl/status.h"
 #include "poectl/watch.h"
 
 #include <CLI/CLI.hpp>
@@ -24,6 +25,8 @@ constexpr int BAD_INPUT = 2;
 struct Options {
   std::string file;
   ExplainOptions explain;
+  bool json = false;
+  bool prometheus = false;
   WatchOptions watch;
 };
 
@@ -54,6 +57,21 @@ void addExplainCommand(CLI::App& application, Options& options) {
   explain->footer("Example: poectl explain card.toml --bank-limit 30 --port '1 powered=no'");
 }
 
+void addStatusCommand(CLI::App& application, Options& options) {
+  CLI::App* status =
+      application.add_subcommand("status", "create /queueToMain, wait for one status message and show it");
+  CLI::Option* json = status->add_flag("--json", options.json, "as JSON, under the records' field names");
+  status->add_flag("--prometheus", options.prometheus, "in the text format of Prometheus")->excludes(json);
+  status->footer("Example: poectl status --json");
+}
+
+StatusFormat statusFormat(const Options& options) {
+  if (options.json) {
+    return StatusFormat::JSON;
+  }
+  return options.prometheus ? StatusFormat::PROMETHEUS : StatusFormat::TEXT;
+}
+
 void addWatchCommand(CLI::App& application, WatchOptions& options) {
   CLI::App* watch = application.add_subcommand("watch", "create /queueToMain and show the status messages");
   watch->add_option("--seconds", options.seconds, "end after this time (default: when interrupted)")
@@ -75,7 +93,7 @@ void addConsoleCommands(CLI::App& application) {
 }
 
 int execute(const CLI::App& command, const Options& options) {
-  const std::string name = command.get_name();
+  const std::string& name = command.get_name();
   if (name == "apply") {
     return applyFile(options.file);
   }
@@ -87,6 +105,9 @@ int execute(const CLI::App& command, const Options& options) {
   }
   if (name == "explain") {
     return explainFile(options.file, options.explain);
+  }
+  if (name == "status") {
+    return printStatus(statusFormat(options));
   }
   if (name == "console") {
     return console(command.remaining());
@@ -110,6 +131,7 @@ int commandLine(int argc, char** argv) {
   Options options;
   addConfigCommands(application, options);
   addExplainCommand(application, options);
+  addStatusCommand(application, options);
   addWatchCommand(application, options.watch);
   addConsoleCommands(application);
 

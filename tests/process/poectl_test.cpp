@@ -183,8 +183,9 @@ TEST_F(PoectlConsole, CompletesWordsOnATerminalAndKeepsAHistory) {
 using Poectl = ServiceTest;
 
 TEST_F(Poectl, SaysWhatIsWrongWithACommandLineAndWhatIsAccepted) {
-  for (const char* arguments : {"", "bogus", "watch --seconds 0", "watch --seconds x", "clean now", "apply",
-                                "check", "example now"}) {
+  for (const char* arguments :
+       {"", "bogus", "watch --seconds 0", "watch --seconds x", "clean now", "apply", "check", "example now",
+        "explain", "status --json --prometheus", "explain - --bank-limit 256", "explain - --port 4"}) {
     const Result result = poectl(arguments);
     EXPECT_EQ(result.status, 2) << arguments;
     EXPECT_EQ(result.output.rfind("poectl: ", 0), 0U) << arguments;
@@ -275,6 +276,46 @@ TEST_F(Poectl, ApplyAndCheckRefuseABadFileAndSendNothing) {
   EXPECT_EQ(attributes.mq_curmsgs, 0);
   mq_close(queue);
   mq_unlink("/queueToPoe");
+}
+
+TEST_F(Poectl, StatusShowsOneMessageOfTheService) {
+  service = std::make_unique<ServiceProcess>(ServiceOptions{});
+  const Result text = poectl("status");
+  EXPECT_EQ(text.status, 0);
+  EXPECT_EQ(
+      text.output,
+      "message 1: chip running, bank limit 0 W, consumption 0 W, temperature 40 C\n"
+      "port  admin  state            class     W  limit W  invalid  denied  overload  underload  short  "
+      "classerr\n"
+      "   0  -      DISABLED             -     0        -        0       0         0          0      0  "
+      "       0\n"
+      "   1  -      DISABLED             -     0        -        0       0         0          0      0  "
+      "       0\n"
+      "   2  -      DISABLED             -     0        -        0       0         0          0      0  "
+      "       0\n"
+      "   3  -      DISABLED             -     0        -        0       0         0          0      0  "
+      "       0\n");
+  const Result json = poectl("status --json");
+  EXPECT_EQ(json.status, 0);
+  EXPECT_EQ(json.output.rfind("{\n  \"mainPower\": 0,\n  \"mainOperStatus\": 1,\n", 0), 0U) << json.output;
+  const Result prometheus = poectl("status --prometheus");
+  EXPECT_EQ(prometheus.status, 0);
+  EXPECT_NE(prometheus.output.find("\npoe_device_temperature_celsius 40\n"), std::string::npos)
+      << prometheus.output;
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, StatusWithoutAServiceSaysThatNothingCame) {
+  const Result result = poectl("status");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: no status message came on /queueToMain: is the service running?\n");
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, StatusEndsWithASignalAndLeavesNoQueue) {
+  const Result result = run(std::string("timeout --preserve-status -s INT 0.3 ") + POECTL + " status");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_FALSE(queueExists("/queueToMain"));
 }
 
 TEST_F(Poectl, PreflightNamesWhatIsInTheWay) {
