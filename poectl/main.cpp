@@ -1,11 +1,15 @@
 // poectl: plays the card's main process for a person or a script.
 //
 // Exit status: 0 when the command did its work, 1 when it could not (one line on standard error says why), 2
-// for a command line that is not understood.
+// for a command line or a configuration that is not understood.
+#include "poectl/audit_text.h"
+#include "poectl/config_commands.h"
+#include "poectl/config_file.h"
 #include "poectl/console.h"
 #include "poectl/console_client.h"
 #include "poectl/preflight.h"
 #include "poectl/queue.h"
+#include "poectl/status.h"
 #include "poectl/watch.h"
 
 #include <CLI/CLI.hpp>
@@ -16,17 +20,102 @@
 namespace {
 
 constexpr int FAILED = 1;
-constexpr int BAD_COMMAND_LINE = 2;
+constexpr int BAD_INPUT = 2;
 
-int execute(const CLI::App& application, const WatchOptions& watchOptions,
-            const std::vector<std::string>& words) {
-  if (application.got_subcommand("console")) {
-    return console(words);
+struct Options {
+  std::string file;
+  ExplainOptions explain;
+  bool json = false;
+  bool prometheus = false;
+  WatchOptions watch;
+};
+
+void addConfigCommands(CLI::App& application, Options& options) {
+  CLI::App* apply = application.add_subcommand("apply", "send a configuration to the service");
+  apply->add_option("FILE", options.file, "the configuration; - is standard input")->required();
+  apply->footer("Example: poectl apply card.toml");
+  CLI::App* check =
+      application.add_subcommand("check", "tell what the service does with a configuration; nothing is sent");
+  check->add_option("FILE", options.file, "the configuration; - is standard input")->required();
+  check->footer("Example: poectl check card.toml");
+  CLI::App* example = application.add_subcommand("example", "print a configuration with comments");
+  example->footer("Example: poectl example >card.toml");
+}
+
+void addExplainCommand(CLI::App& application, Options& options) {
+  CLI::App* explain =
+      application.add_subcommand("explain", "tell what the power-budget audit does with a configuration");
+  explain->add_option("FILE", options.file, "the configuration; - is standard input")->required();
+  explain
+      ->add_option("--bank-limit", options.explain.bankLimit,
+                   "W that the active bank allows (default: bank 0 of the file)")
+      ->check(CLI::Range(0, 255)); // what the chip's register holds
+  explain
+      ->add_option("--port", options.explain.ports,
+                   "a port's state, 'P detection=WORD powered=yes|no' (default: detected good and powered)")
+      ->allow_extra_args(false);
+  explain->footer("Example: poectl explain card.toml --bank-limit 30 --port '1 powered=no'");
+}
+
+void addStatusCommand(CLI::App& application, Options& options) {
+  CLI::App* status =
+      application.add_subcommand("status", "create /queueToMain, wait for one status message and show it");
+  CLI::Option* json = status->add_flag("--json", options.json, "as JSON, under the records' field names");
+  status->add_flag("--prometheus", options.prometheus, "in the text format of Prometheus")->excludes(json);
+  status->footer("Example: poectl status --json");
+}
+
+StatusFormat statusFormat(const Options& options) {
+  if (options.json) {
+    return StatusFormat::JSON;
   }
-  if (application.got_subcommand("watch")) {
-    return watch(watchOptions);
+  return options.prometheus ? StatusFormat::PROMETHEUS : StatusFormat::TEXT;
+}
+
+void addWatchCommand(CLI::App& application, WatchOptions& options) {
+  CLI::App* watch = application.add_subcommand("watch", "create /queueToMain and show the status messages");
+  watch->add_option("--seconds", options.seconds, "end after this time (default: when interrupted)")
+      ->check(CLI::Range(0.1, 1e9));
+  watch->add_flag("--example", options.sendExample,
+                  "send the example configuration when the service is seen to run");
+  watch->footer("Example: poectl watch --seconds 10");
+}
+
+void addConsoleCommands(CLI::App& application) {
+  CLI::App* console =
+      application.add_subcommand("console", "send a command to the service's debug console, or open it");
+  console->prefix_command(); // what follows belongs to the console, also when it looks like an option
+  console->footer("Example: poectl console channel 0");
+  application.add_subcommand("preflight", "tell whether the queues and the console's port are free")
+      ->footer("Example: poectl preflight");
+  application.add_subcommand("clean", "remove the queues that a killed service or main process left behind")
+      ->footer("Example: poectl clean");
+}
+
+int execute(const CLI::App& command, const Options& options) {
+  const std::string& name = command.get_name();
+  if (name == "apply") {
+    return applyFile(options.file);
   }
-  if (application.got_subcommand("preflight")) {
+  if (name == "check") {
+    return checkFile(options.file);
+  }
+  if (name == "example") {
+    return printExample();
+  }
+  if (name == "explain") {
+    return explainFile(options.file, options.explain);
+  }
+  if (name == "status") {
+    return printStatus(statusFormat(options));
+  }
+  if (name == "console") {
+    return console(command.remaining());
+  }
+  if (name == "watch") {
+    return watch(options.watch);
+  }
+  if (name == "preflight") {
     return preflight();
   }
   return clean();
@@ -39,19 +128,12 @@ int commandLine(int argc, char** argv) {
   application.set_version_flag("--version", POE_VERSION);
   application.require_subcommand(0, 1);
 
-  WatchOptions watchOptions;
-  CLI::App* watchCommand =
-      application.add_subcommand("watch", "create /queueToMain and show the status messages");
-  watchCommand
-      ->add_option("--seconds", watchOptions.seconds, "end after this time (default: when interrupted)")
-      ->check(CLI::Range(0.1, 1e9));
-  watchCommand->add_flag("--example", watchOptions.sendExample,
-                         "send the example configuration when the service is seen to run");
-  CLI::App* consoleCommand =
-      application.add_subcommand("console", "send a command to the service's debug console, or open it");
-  consoleCommand->prefix_command(); // what follows belongs to the console, also when it looks like an option
-  application.add_subcommand("preflight", "tell whether the queues and the console's port are free");
-  application.add_subcommand("clean", "remove the queues that a killed service or main process left behind");
+  Options options;
+  addConfigCommands(application, options);
+  addExplainCommand(application, options);
+  addStatusCommand(application, options);
+  addWatchCommand(application, options.watch);
+  addConsoleCommands(application);
 
   try {
     application.parse(argc, argv);
@@ -62,9 +144,9 @@ int commandLine(int argc, char** argv) {
     return application.exit(request);
   } catch (const CLI::ParseError& error) {
     std::fprintf(stderr, "poectl: %s; 'poectl --help' lists what is accepted\n", error.what());
-    return BAD_COMMAND_LINE;
+    return BAD_INPUT;
   }
-  return execute(application, watchOptions, consoleCommand->remaining());
+  return execute(*application.get_subcommands().front(), options);
 }
 
 } // namespace
@@ -72,6 +154,12 @@ int commandLine(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     return commandLine(argc, argv);
+  } catch (const PortStateError& error) {
+    std::fprintf(stderr, "poectl: %s\n", error.what());
+    return BAD_INPUT;
+  } catch (const ConfigError& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return BAD_INPUT;
   } catch (const std::exception& error) { // QueueError, ConsoleError
     std::fprintf(stderr, "poectl: %s\n", error.what());
     return FAILED;

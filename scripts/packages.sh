@@ -10,6 +10,8 @@ pkg-config     finds the libraries
 libumockdev-dev the simulated /dev/i2c-0
 umockdev       the simulated /dev/i2c-0
 libcli11-dev   the command lines of the tools
+libtomlplusplus-dev the configuration files of poectl
+nlohmann-json3-dev the status of poectl as JSON
 libedit-dev    the interactive console
 libsystemd-dev the keep-alive to systemd
 '

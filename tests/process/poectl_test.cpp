@@ -183,7 +183,9 @@ TEST_F(PoectlConsole, CompletesWordsOnATerminalAndKeepsAHistory) {
 using Poectl = ServiceTest;
 
 TEST_F(Poectl, SaysWhatIsWrongWithACommandLineAndWhatIsAccepted) {
-  for (const char* arguments : {"", "bogus", "watch --seconds 0", "watch --seconds x", "clean now"}) {
+  for (const char* arguments :
+       {"", "bogus", "watch --seconds 0", "watch --seconds x", "clean now", "apply", "check", "example now",
+        "explain", "status --json --prometheus", "explain - --bank-limit 256", "explain - --port 4"}) {
     const Result result = poectl(arguments);
     EXPECT_EQ(result.status, 2) << arguments;
     EXPECT_EQ(result.output.rfind("poectl: ", 0), 0U) << arguments;
@@ -218,6 +220,101 @@ TEST_F(Poectl, WatchConfiguresAndShowsTheService) {
                 "   1  on     SEARCHING"),
             std::string::npos)
       << result.output;
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+std::string configOf(const std::string& enable) {
+  std::string text = "[banks]\nbank0 = 100\n";
+  for (const char* port : {"0", "1", "2", "3"}) {
+    text += std::string("[port.") + port + "]\nenable = " + enable + "\npriority = 1\nlimit = 15000\n";
+  }
+  return text;
+}
+
+Result apply(const std::string& config) {
+  return run("printf '" + config + "' | " + POECTL + " apply -");
+}
+
+TEST_F(Poectl, ApplyConfiguresTheService) {
+  startService({{"--plug", "0 class=2 watts=6"}, {}});
+  const Result result = apply(configOf("true"));
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "");
+  EXPECT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
+}
+
+TEST_F(Poectl, ApplyTakesTheExampleFromAFile) {
+  startService({{"--plug", "0 class=2 watts=6"}, {}});
+  const std::string file = ::testing::TempDir() + "poectl_example.toml";
+  const std::string program = POECTL;
+  const Result result = run(program + " example >" + file + " && " + program + " apply " + file);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "");
+  EXPECT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
+  unlink(file.c_str());
+}
+
+TEST_F(Poectl, ApplyWithoutAServiceSaysSo) {
+  const Result result = apply(configOf("true"));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output,
+            "poectl: cannot open /queueToPoe: No such file or directory; is the service running?\n");
+}
+
+TEST_F(Poectl, ApplyAndCheckRefuseABadFileAndSendNothing) {
+  const mqd_t queue = mq_open("/queueToPoe", O_CREAT | O_RDONLY, 0600, nullptr);
+  ASSERT_NE(queue, -1);
+  const std::string error = "standard input:4:10: 'enable' is of the wrong type; true or false is accepted\n";
+  const Result applied = apply(configOf("7"));
+  EXPECT_EQ(applied.status, 2);
+  EXPECT_EQ(applied.output, error);
+  const Result checked = run("printf '" + configOf("7") + "' | " + POECTL + " check -");
+  EXPECT_EQ(checked.status, 2);
+  EXPECT_EQ(checked.output, error);
+  mq_attr attributes{};
+  EXPECT_EQ(mq_getattr(queue, &attributes), 0);
+  EXPECT_EQ(attributes.mq_curmsgs, 0);
+  mq_close(queue);
+  mq_unlink("/queueToPoe");
+}
+
+TEST_F(Poectl, StatusShowsOneMessageOfTheService) {
+  service = std::make_unique<ServiceProcess>(ServiceOptions{});
+  const Result text = poectl("status");
+  EXPECT_EQ(text.status, 0);
+  EXPECT_EQ(
+      text.output,
+      "message 1: chip running, bank limit 0 W, consumption 0 W, temperature 40 C\n"
+      "port  admin  state            class     W  limit W  invalid  denied  overload  underload  short  "
+      "classerr\n"
+      "   0  -      DISABLED             -     0        -        0       0         0          0      0  "
+      "       0\n"
+      "   1  -      DISABLED             -     0        -        0       0         0          0      0  "
+      "       0\n"
+      "   2  -      DISABLED             -     0        -        0       0         0          0      0  "
+      "       0\n"
+      "   3  -      DISABLED             -     0        -        0       0         0          0      0  "
+      "       0\n");
+  const Result json = poectl("status --json");
+  EXPECT_EQ(json.status, 0);
+  EXPECT_EQ(json.output.rfind("{\n  \"mainPower\": 0,\n  \"mainOperStatus\": 1,\n", 0), 0U) << json.output;
+  const Result prometheus = poectl("status --prometheus");
+  EXPECT_EQ(prometheus.status, 0);
+  EXPECT_NE(prometheus.output.find("\npoe_device_temperature_celsius 40\n"), std::string::npos)
+      << prometheus.output;
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, StatusWithoutAServiceSaysThatNothingCame) {
+  const Result result = poectl("status");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: no status message came on /queueToMain: is the service running?\n");
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, StatusEndsWithASignalAndLeavesNoQueue) {
+  const Result result = run(std::string("timeout --preserve-status -s INT 0.3 ") + POECTL + " status");
+  EXPECT_EQ(result.status, 1);
   EXPECT_FALSE(queueExists("/queueToMain"));
 }
 

@@ -1,0 +1,13 @@
+// What the service does with a configuration, in words.
+#pragma once
+
+#include "components/PoeDriver/poe_messages.h"
+
+#include <string>
+
+// The limit in W that the chip gets for a bank.
+std::uint32_t chipBankLimit(std::uint32_t bankPowerLimit);
+
+// A line for each bank that is not 0, one for each port, one for the sum of the limits; then a line that
+// starts with "warning: " for everything that is probably not meant.
+std::string configText(const PoeConfig& config);

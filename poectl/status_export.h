@@ -1,0 +1,13 @@
+// Status messages for programs: JSON and the text format of Prometheus.
+#pragma once
+
+#include "components/PoeDriver/poe_messages.h"
+
+#include <string>
+
+// The record under its own field names, with the decoded word beside each code. One JSON object, indented,
+// with a line end behind it.
+std::string statusJson(const PoeStatus& status);
+
+// One metric for each field; those of the ports have the label "port".
+std::string statusPrometheus(const PoeStatus& status);

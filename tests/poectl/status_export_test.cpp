@@ -1,0 +1,181 @@
+// Status messages as JSON and for Prometheus.
+#include "poectl/status_export.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Every field has a value of its own.
+PoeStatus sample() {
+  PoeStatus status{};
+  status.mainPower = 100;
+  status.mainOperStatus = 1;
+  status.mainConsumption = 28;
+  status.port[0] = {3, 4, 5, 22, 11, 12, 13, 14, 15, 4294967295};
+  status.port[1] = {2, 6, 0, 0, 21, 23, 24, 25, 26, 27};
+  status.port[2] = {1, 0, 1, 1, 31, 32, 33, 34, 35, 36};
+  status.port[3] = {7, 8, 6, 5, 41, 42, 43, 44, 45, 46};
+  status.deviceTemperature = -5;
+  status.thermalShutdown = 1;
+  return status;
+}
+
+TEST(StatusJson, NamesTheFieldsAndTheCodes) {
+  EXPECT_EQ(statusJson(sample()), R"({
+  "mainPower": 100,
+  "mainOperStatus": 1,
+  "mainOperStatusWord": "running",
+  "reserved": 0,
+  "mainConsumption": 28,
+  "port": [
+    {
+      "operStatus": 3,
+      "operStatusWord": "DELIVERINGPOWER",
+      "detectionStatus": 4,
+      "detectionStatusWord": "good",
+      "powerClassification": 5,
+      "powerClassificationWord": "4",
+      "powerConsumption": 22,
+      "invalidSignatureCounter": 11,
+      "powerDeniedCounter": 12,
+      "overLoadCounter": 13,
+      "underLoadCounter": 14,
+      "shortCounter": 15,
+      "classErrorCounter": 4294967295
+    },
+    {
+      "operStatus": 2,
+      "operStatusWord": "SEARCHING",
+      "detectionStatus": 6,
+      "detectionStatusWord": "open_circuit",
+      "powerClassification": 0,
+      "powerClassificationWord": "-",
+      "powerConsumption": 0,
+      "invalidSignatureCounter": 21,
+      "powerDeniedCounter": 23,
+      "overLoadCounter": 24,
+      "underLoadCounter": 25,
+      "shortCounter": 26,
+      "classErrorCounter": 27
+    },
+    {
+      "operStatus": 1,
+      "operStatusWord": "DISABLED",
+      "detectionStatus": 0,
+      "detectionStatusWord": "unknown",
+      "powerClassification": 1,
+      "powerClassificationWord": "0",
+      "powerConsumption": 1,
+      "invalidSignatureCounter": 31,
+      "powerDeniedCounter": 32,
+      "overLoadCounter": 33,
+      "underLoadCounter": 34,
+      "shortCounter": 35,
+      "classErrorCounter": 36
+    },
+    {
+      "operStatus": 7,
+      "operStatusWord": "?",
+      "detectionStatus": 8,
+      "detectionStatusWord": "?",
+      "powerClassification": 6,
+      "powerClassificationWord": "?",
+      "powerConsumption": 5,
+      "invalidSignatureCounter": 41,
+      "powerDeniedCounter": 42,
+      "overLoadCounter": 43,
+      "underLoadCounter": 44,
+      "shortCounter": 45,
+      "classErrorCounter": 46
+    }
+  ],
+  "deviceTemperature": -5,
+  "thermalShutdown": 1,
+  "devError": 0
+}
+)");
+}
+
+TEST(StatusPrometheus, HasAMetricForEveryField) {
+  EXPECT_EQ(statusPrometheus(sample()), R"(# HELP poe_main_power_watts Limit of the active power bank.
+# TYPE poe_main_power_watts gauge
+poe_main_power_watts 100
+# HELP poe_main_oper_status Chip: 0 not yet checked, 1 running, 3 unreachable.
+# TYPE poe_main_oper_status gauge
+poe_main_oper_status 1
+# HELP poe_main_consumption_watts Power that all ports take.
+# TYPE poe_main_consumption_watts gauge
+poe_main_consumption_watts 28
+# HELP poe_device_temperature_celsius Temperature of the chip.
+# TYPE poe_device_temperature_celsius gauge
+poe_device_temperature_celsius -5
+# HELP poe_thermal_shutdown 1 while the chip reports thermal shutdown.
+# TYPE poe_thermal_shutdown gauge
+poe_thermal_shutdown 1
+# HELP poe_device_error 1 when the last transfer of the device status failed.
+# TYPE poe_device_error gauge
+poe_device_error 0
+# HELP poe_port_oper_status Operational state: 1 disabled, 2 searching, 3 delivering power, 4 fault, 5 test, 6 other fault.
+# TYPE poe_port_oper_status gauge
+poe_port_oper_status{port="0"} 3
+poe_port_oper_status{port="1"} 2
+poe_port_oper_status{port="2"} 1
+poe_port_oper_status{port="3"} 7
+# HELP poe_port_detection_status The chip's detection code, 4 is good.
+# TYPE poe_port_detection_status gauge
+poe_port_detection_status{port="0"} 4
+poe_port_detection_status{port="1"} 6
+poe_port_detection_status{port="2"} 0
+poe_port_detection_status{port="3"} 8
+# HELP poe_port_power_classification Power class plus 1; 0 is no class.
+# TYPE poe_port_power_classification gauge
+poe_port_power_classification{port="0"} 5
+poe_port_power_classification{port="1"} 0
+poe_port_power_classification{port="2"} 1
+poe_port_power_classification{port="3"} 6
+# HELP poe_port_power_consumption_watts Power that the port takes.
+# TYPE poe_port_power_consumption_watts gauge
+poe_port_power_consumption_watts{port="0"} 22
+poe_port_power_consumption_watts{port="1"} 0
+poe_port_power_consumption_watts{port="2"} 1
+poe_port_power_consumption_watts{port="3"} 5
+# HELP poe_port_invalid_signature_total Invalid signatures since the service started.
+# TYPE poe_port_invalid_signature_total counter
+poe_port_invalid_signature_total{port="0"} 11
+poe_port_invalid_signature_total{port="1"} 21
+poe_port_invalid_signature_total{port="2"} 31
+poe_port_invalid_signature_total{port="3"} 41
+# HELP poe_port_power_denied_total Times that power was denied since the service started.
+# TYPE poe_port_power_denied_total counter
+poe_port_power_denied_total{port="0"} 12
+poe_port_power_denied_total{port="1"} 23
+poe_port_power_denied_total{port="2"} 32
+poe_port_power_denied_total{port="3"} 42
+# HELP poe_port_overload_total Overloads since the service started.
+# TYPE poe_port_overload_total counter
+poe_port_overload_total{port="0"} 13
+poe_port_overload_total{port="1"} 24
+poe_port_overload_total{port="2"} 33
+poe_port_overload_total{port="3"} 43
+# HELP poe_port_underload_total Underloads since the service started.
+# TYPE poe_port_underload_total counter
+poe_port_underload_total{port="0"} 14
+poe_port_underload_total{port="1"} 25
+poe_port_underload_total{port="2"} 34
+poe_port_underload_total{port="3"} 44
+# HELP poe_port_short_total Shorts since the service started.
+# TYPE poe_port_short_total counter
+poe_port_short_total{port="0"} 15
+poe_port_short_total{port="1"} 26
+poe_port_short_total{port="2"} 35
+poe_port_short_total{port="3"} 45
+# HELP poe_port_class_error_total Classification errors since the service started.
+# TYPE poe_port_class_error_total counter
+poe_port_class_error_total{port="0"} 4294967295
+poe_port_class_error_total{port="1"} 27
+poe_port_class_error_total{port="2"} 36
+poe_port_class_error_total{port="3"} 46
+)");
+}
+
+} // namespace
