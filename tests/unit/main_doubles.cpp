@@ -3,9 +3,9 @@
 #include "platform/debug_server.h"
 #include "tests/support/posix_doubles.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
-#include <cstring>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <mqueue.h>
@@ -92,7 +92,7 @@ ssize_t main_mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned* p
     errno = receive.error;
     return -1;
   }
-  std::memcpy(buffer, receive.message.data(), receive.message.size());
+  std::copy(receive.message.begin(), receive.message.end(), buffer);
   return static_cast<ssize_t>(receive.message.size());
 }
 
