@@ -1,6 +1,7 @@
 #include "poectl/console.h"
 
 #include "poectl/console_client.h"
+#include "poectl/words.h"
 #ifdef POECTL_HAS_SHELL
 #include "poectl/console_shell.h"
 #endif
@@ -35,10 +36,6 @@ int console(const std::vector<std::string>& words) {
 #endif
     return answerStandardInput();
   }
-  std::string line;
-  for (const std::string& word : words) {
-    line += line.empty() ? word : " " + word;
-  }
-  printReply(line);
+  printReply(joinWords(words));
   return 0;
 }

@@ -3,6 +3,8 @@
 // Exit status: 0 when the command did its work, 1 when it could not (one line on standard error says why), 2
 // for a command line or a configuration that is not understood.
 #include "poectl/audit_text.h"
+#include "poectl/card.h"
+#include "poectl/card_client.h"
 #include "poectl/config_commands.h"
 #include "poectl/config_file.h"
 #include "poectl/console.h"
@@ -28,6 +30,7 @@ struct Options {
   bool json = false;
   bool prometheus = false;
   WatchOptions watch;
+  std::string cardControl;
 };
 
 void addConfigCommands(CLI::App& application, Options& options) {
@@ -92,6 +95,14 @@ void addConsoleCommands(CLI::App& application) {
       ->footer("Example: poectl clean");
 }
 
+void addCardCommand(CLI::App& application, Options& options) {
+  CLI::App* card = application.add_subcommand("card", "send a command to the simulated card");
+  card->add_option("--control", options.cardControl,
+                   "the card's control socket (default: $POE_CARD_CONTROL, else that of ./run)");
+  card->prefix_command(); // what follows belongs to the card
+  card->footer("Example: poectl card plug 0 class=4 watts=22\n'poectl card help' lists the card's words.");
+}
+
 int execute(const CLI::App& command, const Options& options) {
   const std::string& name = command.get_name();
   if (name == "apply") {
@@ -111,6 +122,9 @@ int execute(const CLI::App& command, const Options& options) {
   }
   if (name == "console") {
     return console(command.remaining());
+  }
+  if (name == "card") {
+    return card(options.cardControl, command.remaining());
   }
   if (name == "watch") {
     return watch(options.watch);
@@ -134,6 +148,7 @@ int commandLine(int argc, char** argv) {
   addStatusCommand(application, options);
   addWatchCommand(application, options.watch);
   addConsoleCommands(application);
+  addCardCommand(application, options);
 
   try {
     application.parse(argc, argv);
@@ -157,10 +172,13 @@ int main(int argc, char** argv) {
   } catch (const PortStateError& error) {
     std::fprintf(stderr, "poectl: %s\n", error.what());
     return BAD_INPUT;
+  } catch (const CardRefusal& error) {
+    std::fprintf(stderr, "poectl: %s\n", error.what());
+    return BAD_INPUT;
   } catch (const ConfigError& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return BAD_INPUT;
-  } catch (const std::exception& error) { // QueueError, ConsoleError
+  } catch (const std::exception& error) { // QueueError, ConsoleError, CardError
     std::fprintf(stderr, "poectl: %s\n", error.what());
     return FAILED;
   }
