@@ -5,6 +5,7 @@
 #include "poectl/config_file.h"
 #include "poectl/example_config.h"
 #include "poectl/queue.h"
+#include "poectl/running_ports.h"
 
 #include <cstdio>
 
@@ -26,12 +27,14 @@ int applyFile(const std::string& path) {
 
 int explainFile(const std::string& path, const ExplainOptions& options) {
   constexpr PortState POWERED{4, true}; // 4: detected good
-  PortStates states{POWERED, POWERED, POWERED, POWERED};
-  for (const std::string& words : options.ports) {
-    setPortState(words, states);
-  }
   const PoeConfig config = readConfig(path);
-  const std::uint32_t bankLimit = options.bankLimit.value_or(chipBankLimit(config.bankPowerLimit[0]));
-  std::fputs(auditText(config, bankLimit, states).c_str(), stdout);
+  AuditInput input{chipBankLimit(config.bankPowerLimit[0]), {POWERED, POWERED, POWERED, POWERED}};
+  if (options.status) {
+    input = askAuditInput();
+  }
+  for (const std::string& words : options.ports) {
+    setPortState(words, input.ports);
+  }
+  std::fputs(auditText(config, options.bankLimit.value_or(input.bankLimit), input.ports).c_str(), stdout);
   return 0;
 }

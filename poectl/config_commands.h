@@ -19,9 +19,11 @@ int checkFile(const std::string& path);
 int applyFile(const std::string& path);
 
 struct ExplainOptions {
-  std::optional<std::uint32_t> bankLimit; // W; that of bank 0 when it is not given
-  std::vector<std::string> ports;         // states that differ from detected good and powered
+  bool status = false;                    // starts from the running service's bank limit and port states
+  std::optional<std::uint32_t> bankLimit; // W; instead of that of bank 0 or of the running service
+  std::vector<std::string> ports;         // states that differ from detected good and powered, or from those
 };
 
-// Prints what the power-budget audit does with a configuration. Throws PortStateError.
+// Prints what the power-budget audit does with a configuration. Throws PortStateError and,
+// for the running service's state, ConsoleError.
 int explainFile(const std::string& path, const ExplainOptions& options);

@@ -49,6 +49,8 @@ void addExplainCommand(CLI::App& application, Options& options) {
   CLI::App* explain =
       application.add_subcommand("explain", "tell what the power-budget audit does with a configuration");
   explain->add_option("FILE", options.file, "the configuration; - is standard input")->required();
+  explain->add_flag("--status", options.explain.status,
+                    "start from the running service's bank limit and port states, as its console shows them");
   explain
       ->add_option("--bank-limit", options.explain.bankLimit,
                    "W that the active bank allows (default: bank 0 of the file)")
@@ -57,7 +59,8 @@ void addExplainCommand(CLI::App& application, Options& options) {
       ->add_option("--port", options.explain.ports,
                    "a port's state, 'P detection=WORD powered=yes|no' (default: detected good and powered)")
       ->allow_extra_args(false);
-  explain->footer("Example: poectl explain card.toml --bank-limit 30 --port '1 powered=no'");
+  explain->footer("Examples: poectl explain card.toml --status\n"
+                  "          poectl explain card.toml --bank-limit 30 --port '1 powered=no'");
 }
 
 void addStatusCommand(CLI::App& application, Options& options) {

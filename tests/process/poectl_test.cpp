@@ -254,6 +254,37 @@ TEST_F(Poectl, ApplyTakesTheExampleFromAFile) {
   unlink(file.c_str());
 }
 
+TEST_F(Poectl, ExplainStartsFromTheRunningServiceWhileAnotherHasItsMessages) {
+  startService({{"--plug", "0 class=2 watts=6", "--plug", "1 class=4 watts=22"}, {}});
+  ASSERT_EQ(run(std::string(POECTL) + " example | " + POECTL + " apply -").status, 0);
+  ASSERT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
+  const std::string explain = std::string(POECTL) + " example | " + POECTL + " explain - --status";
+  EXPECT_EQ(run(explain).output, "the limits add up to 60 W, the bank allows 100 W: nothing is done\n"
+                                 "restarted in every cycle: none\n");
+  EXPECT_EQ(
+      run(explain + " --bank-limit 20").output,
+      "the limits add up to 60 W, the bank allows 20 W: the ports are served by priority\n"
+      "priority 1, port 0: takes 15 W of 20 W, 5 W left\n"
+      "priority 2, port 1: needs 30 W of 5 W: does not fit and is powered: is restarted in every cycle\n"
+      "priority 3, port 2: detects open_circuit, not good: takes nothing, is left as it is\n"
+      "priority 3, port 3: is switched off: takes nothing, is left as it is\n"
+      "restarted in every cycle: 1\n");
+  EXPECT_EQ(run(explain + " --bank-limit 20 --port '1 powered=no'").output,
+            "the limits add up to 60 W, the bank allows 20 W: the ports are served by priority\n"
+            "priority 1, port 0: takes 15 W of 20 W, 5 W left\n"
+            "priority 2, port 1: needs 30 W of 5 W: does not fit, but has no power: is left as it is\n"
+            "priority 3, port 2: detects open_circuit, not good: takes nothing, is left as it is\n"
+            "priority 3, port 3: is switched off: takes nothing, is left as it is\n"
+            "restarted in every cycle: none\n");
+}
+
+TEST_F(Poectl, ExplainOfTheRunningServiceWithoutAServiceSaysSo) {
+  const Result result = run(std::string(POECTL) + " example | " + POECTL + " explain - --status");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is "
+                           "the service running?\n");
+}
+
 TEST_F(Poectl, ApplyWithoutAServiceSaysSo) {
   const Result result = apply(configOf("true"));
   EXPECT_EQ(result.status, 1);
