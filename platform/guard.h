@@ -4,14 +4,16 @@
 // Several Guards of one thread may hold one mutex when that mutex is recursive.
 #pragma once
 
+#include "platform/thread_annotations.h"
+
 #include <pthread.h>
 
-class Guard {
+class POE_SCOPED_LOCK Guard {
 public:
-  explicit Guard(pthread_mutex_t* mutex);
+  explicit Guard(pthread_mutex_t* mutex) POE_ACQUIRES(mutex);
   Guard(const Guard&) = delete;
   Guard& operator=(const Guard&) = delete;
-  ~Guard();
+  ~Guard() POE_RELEASES;
 
 private:
   pthread_mutex_t* m_mutex;

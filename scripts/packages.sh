@@ -31,6 +31,7 @@ packages_to_check='
 clang-format   the format check
 clang-tidy     the lint check
 gcovr          the coverage report
+python3-clang  the changes of the mutation test
 '
 
 fail() {

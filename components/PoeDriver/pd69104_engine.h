@@ -17,6 +17,7 @@
 #include "pd69104.h"
 #include "platform/debugable.h"
 #include "platform/guard.h"
+#include "platform/thread_annotations.h"
 #include "platform/thread_class.h"
 #include "platform/watchdog_monitor.h"
 #include "poe_messages.h"
@@ -34,6 +35,8 @@ enum class EngineState : std::int32_t {
 };
 
 class CPD69104Engine : public ThreadClass, public Zorvan::Cdebugable {
+  static pthread_mutex_t m_mutex; // the engine mutex
+
 public:
   // Opens the chip on adapter 0 at address 0x20 and registers with the console. Never fails: a chip that
   // cannot be reached is tried again in every cycle.
@@ -71,22 +74,22 @@ public:
 
   // Rebuilds a chip that has lost its configuration and sets mainOperStatus. The caller holds the engine
   // mutex. Always true.
-  bool checkChip();
+  bool checkChip() POE_REQUIRES(m_mutex);
 
   // Switches off and on again the powered ports that do not fit the active bank's limit. The caller holds the
   // engine mutex. Always true.
-  bool audit();
+  bool audit() POE_REQUIRES(m_mutex);
 
   // Reads status and measurements of one port (0 to 3). True when the channel status could be read.
   bool pollPort(unsigned port);
 
   // Derives the operational status of all ports from the records. The caller holds the engine mutex. Always
   // true.
-  bool updateOperStatus();
+  bool updateOperStatus() POE_REQUIRES(m_mutex);
 
   // Sends the status message to the main process; waits at most a second for room in the queue. True when it
-  // was sent. Called by the worker without the engine mutex.
-  bool sendStatus();
+  // was sent. Called by the worker without the engine mutex: no other thread writes what is sent.
+  bool sendStatus() POE_NOT_CHECKED;
 
   // The console commands, called by dbgCommand with its own arguments.
   void cmdHelp(std::uint32_t argc, const char* const* argv, char* out, std::uint32_t outLen);
@@ -101,38 +104,37 @@ private:
   explicit CPD69104Engine(const Guard& constructionGuard);
 
   void setUpChip();
-  void initialiseChip();
+  void initialiseChip() POE_REQUIRES(m_mutex);
   void cycle();
-  void readPowerStatus();
-  void readDeviceStatus();
-  void readChannelCounts();
-  void updatePortOperStatus(unsigned port);
-  bool exceedsBudget() const;
-  unsigned portsToRestart() const;
-  bool keepsRunning(unsigned port, std::uint32_t* budget) const;
-  void restartPorts(unsigned restartMask);
+  void readPowerStatus() POE_REQUIRES(m_mutex);
+  void readDeviceStatus() POE_REQUIRES(m_mutex);
+  void readChannelCounts() POE_REQUIRES(m_mutex);
+  void updatePortOperStatus(unsigned port) POE_REQUIRES(m_mutex);
+  bool exceedsBudget() const POE_REQUIRES(m_mutex);
+  unsigned portsToRestart() const POE_REQUIRES(m_mutex);
+  bool keepsRunning(unsigned port, std::uint32_t* budget) const POE_REQUIRES(m_mutex);
+  void restartPorts(unsigned restartMask) POE_REQUIRES(m_mutex);
   std::string engineText();
-  std::string powerText();
+  std::string powerText() POE_REQUIRES(m_mutex);
   void reportPort(std::uint32_t argc, const char* const* argv, char* out, std::uint32_t outLen,
                   void (CPD69104Engine::*writeLines)(std::ostringstream& report, unsigned port));
-  void writeChannelLines(std::ostringstream& report, unsigned port);
-  void writePoePortLines(std::ostringstream& report, unsigned port);
-
-  static pthread_mutex_t m_mutex; // the engine mutex
+  void writeChannelLines(std::ostringstream& report, unsigned port) POE_REQUIRES(m_mutex);
+  void writePoePortLines(std::ostringstream& report, unsigned port) POE_REQUIRES(m_mutex);
 
   std::atomic<EngineState> m_state;
-  CPD69104* m_driver; // owned; null when it could not be created
-  PoeStatus m_status; // written by the worker only
-  PoeConfig m_config; // the last configuration accepted
-  bool m_configValid; // a configuration has been accepted
-  pthread_t m_thread; // 0: no worker
+  CPD69104* m_driver POE_POINTEE_GUARDED_BY(m_mutex); // owned; null when it could not be created
+  PoeStatus m_status POE_GUARDED_BY(m_mutex);         // written by the worker only
+  PoeConfig m_config POE_GUARDED_BY(m_mutex);         // the last configuration accepted
+  bool m_configValid POE_GUARDED_BY(m_mutex);         // a configuration has been accepted
+  pthread_t m_thread;                                 // 0: no worker
   std::atomic<bool> m_running;
   watchdogMonitor* m_watchdog; // owned; null when it could not be created
   // The last records read from the chip.
-  PowerStatus m_power;
-  DeviceStatus m_device;
-  ChannelStatus m_channel[POE_PORTS];
-  std::uint32_t m_prevCounts[POE_PORTS][6]; // raw counts, in the order of the counters of PoePortStatus
+  PowerStatus m_power POE_GUARDED_BY(m_mutex);
+  DeviceStatus m_device POE_GUARDED_BY(m_mutex);
+  ChannelStatus m_channel[POE_PORTS] POE_GUARDED_BY(m_mutex);
+  // Raw counts, in the order of the counters of PoePortStatus.
+  std::uint32_t m_prevCounts[POE_PORTS][6] POE_GUARDED_BY(m_mutex);
 };
 
 static_assert(sizeof(std::atomic<EngineState>) == sizeof(std::int32_t) &&
