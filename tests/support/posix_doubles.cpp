@@ -126,6 +126,9 @@ int __wrap_pthread_join(pthread_t thread, void** result) {
     return __real_pthread_join(thread, result);
   }
   doubles->calls.emplace_back("pthread_join");
+  if (doubles->onJoin) {
+    doubles->onJoin();
+  }
   return doubles->joinError;
 }
 }

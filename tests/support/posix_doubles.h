@@ -31,6 +31,9 @@ public:
   // Called in the place of a send, before it succeeds or fails.
   std::function<void()> onSend;
 
+  // Called in the place of a join.
+  std::function<void()> onJoin;
+
   // Each call as text, for example "mq_open /queueToMain O_WRONLY", in order.
   std::vector<std::string> calls;
 

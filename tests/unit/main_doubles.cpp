@@ -6,15 +6,20 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdint>
+#include <cstdio>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <mqueue.h>
+
+extern std::uint8_t g_running;
 
 namespace {
 
 MainDoubles* doubles = nullptr;
 
 void note(const std::string& event) {
+  doubles->running.push_back(g_running != 0);
   doubles->events.push_back(event);
 }
 
@@ -40,6 +45,7 @@ Zorvan::CdebugServer::~CdebugServer() {
 
 bool Zorvan::CdebugServer::start() {
   note("server start");
+  puts("(server start)");
   return true;
 }
 
@@ -82,6 +88,9 @@ ssize_t main_mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned* p
   EXPECT_EQ(deadline->tv_sec, PosixDoubles::TIME_OF_DAY.tv_sec + 1);
   EXPECT_EQ(deadline->tv_nsec, PosixDoubles::TIME_OF_DAY.tv_nsec);
   note("mq_timedreceive");
+  if (doubles->onReceive) {
+    doubles->onReceive();
+  }
   if (doubles->receives.empty()) {
     errno = EINTR;
     return -1;

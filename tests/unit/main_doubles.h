@@ -25,6 +25,12 @@ public:
   std::vector<Receive> receives;
   int openError = 0; // errno of the open of the inbound queue; 0: it succeeds
 
+  // Called at each receive.
+  std::function<void()> onReceive;
+
+  // Whether the receive loop would go on, at each event.
+  std::vector<bool> running;
+
   // Everything in its order: "mq_open ...", "mq_timedreceive", "server created 10001 8192", ...
   std::vector<std::string> events;
 };

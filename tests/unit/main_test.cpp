@@ -12,13 +12,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <future>
 #include <gmock/gmock.h>
+#include <thread>
 
 int poeServiceMain();
 extern std::uint8_t g_running;
 
 namespace {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 
@@ -33,10 +36,11 @@ std::vector<char> bytes(std::uint32_t msgId, std::size_t length) {
   return message;
 }
 
-std::vector<char> configuration(std::uint8_t adminEnable) {
+const std::uint8_t RUNNING_FLAG_OF_A_NEW_PROCESS = g_running;
+
+std::vector<char> configuration() {
   PoeConfigMessage message{};
-  message.config.port[0].adminEnable = adminEnable;
-  message.config.port[0].priority = 1;
+  message.config.bankPowerLimit[0] = 100;
   std::vector<char> raw(sizeof message);
   std::memcpy(raw.data(), &message, sizeof message);
   return raw;
@@ -85,12 +89,26 @@ protected:
 
 TEST_F(Main, StartsAndStopsEverythingInOrder) {
   EXPECT_EQ(run(), 0);
-  EXPECT_EQ(output, "Now starting debugServer\nNow starting pd69104\n...Cpd69104Engine::start\n");
+  EXPECT_EQ(output,
+            "Now starting debugServer\n(server start)\nNow starting pd69104\n...Cpd69104Engine::start\n");
   EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(1)));
   EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(1)));
   EXPECT_THAT(posix.calls, ElementsAre("pthread_create", "pthread_join"));
   EXPECT_EQ(bus.closed, std::vector<int>{I2cBus::DESCRIPTOR});
   EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
+}
+
+TEST(MainFlag, IsToRunFromTheStart) {
+  EXPECT_EQ(RUNNING_FLAG_OF_A_NEW_PROCESS, 1);
+}
+
+TEST_F(Main, CreatesTheTraceObjectOfTheModulePoe) {
+  doubles.onReceive = [] {
+    ASSERT_NE(g_traceObject, nullptr);
+    EXPECT_EQ(g_traceObject->name(), "Poe");
+  };
+  EXPECT_EQ(run(), 0);
+  takeLog();
 }
 
 TEST_F(Main, FeedsItsWatchdogAndGoesOnAfterEachTimeOut) {
@@ -152,10 +170,37 @@ TEST_F(Main, CompletesAShortMessageFromTheOneBefore) {
 
 // Without a worker the engine is IDLE and drops the configuration.
 TEST_F(Main, HandsAConfigurationToTheEngineWhichDropsItWhileIdle) {
-  doubles.receives = {{configuration(1), 0}};
+  doubles.receives = {{configuration(), 0}};
   EXPECT_EQ(run(), 0);
   EXPECT_EQ(bus.transferCount(), 0U);
   EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
+}
+
+// With its worker in the pause between two cycles, the engine takes it.
+TEST_F(Main, HandsAConfigurationToTheEngineWhichAppliesIt) {
+  std::promise<void> asleep;
+  std::promise<void> awake;
+  onSleep([&](double) {
+    asleep.set_value();
+    awake.get_future().wait();
+  });
+  std::thread worker;
+  doubles.onReceive = [&] {
+    if (!worker.joinable()) {
+      worker = std::thread([&] { posix.runThread(); });
+      asleep.get_future().wait();
+      bus.takeTransfers();
+    }
+  };
+  posix.onJoin = [&] {
+    awake.set_value();
+    worker.join();
+  };
+  doubles.receives = {{configuration(), 0}};
+  EXPECT_EQ(run(), 0);
+  onSleep({});
+  EXPECT_EQ(bus.takeTransfers(), Transfers{W(0x89, 100)});
+  EXPECT_EQ(takeLog(), (LogLines{READY, {6, "POE now setting default configuration\n"}, INTERRUPTED}));
 }
 
 // What a failed start leaves: created, not started, deleted.
@@ -169,6 +214,7 @@ TEST_F(Main, WithoutItsQueueCreatesAndDeletesTheRestStartsNothingAndReturnsMinus
   std::vector<std::string> expected = NOT_STARTED;
   expected.insert(expected.end(), {"mq_close -1", "mq_unlink /queueToPoe"});
   EXPECT_THAT(doubles.events, ElementsAreArray(expected));
+  EXPECT_THAT(doubles.running, ElementsAre(true, false, false, false, false, false));
   EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(0)));
   EXPECT_TRUE(posix.calls.empty());
   EXPECT_EQ(bus.opened.size(), 1U);
@@ -185,16 +231,27 @@ TEST_F(Main, WithoutAWatchdogClientCreatesAndDeletesTheRestStartsNothingAndRetur
   std::vector<std::string> expected = NOT_STARTED;
   expected.insert(expected.end(), {"mq_close 31", "mq_unlink /queueToPoe"});
   EXPECT_THAT(doubles.events, ElementsAreArray(expected));
+  EXPECT_THAT(doubles.running, Each(false));
   EXPECT_TRUE(takeWatchdogEvents().empty());
   EXPECT_TRUE(posix.calls.empty());
   EXPECT_EQ(bus.closed.size(), 1U);
   EXPECT_EQ(takeLog(), softwareError("main", 60, "Failed to create wdmon\n") + LogLines{READY});
 }
 
+TEST_F(Main, WithoutADebugServerStartsTheEngineLeavesOutTheLoopAndReturnsZero) {
+  const FailingNew noServer(sizeof(Zorvan::CdebugServer));
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(output, "Now starting pd69104\n...Cpd69104Engine::start\n");
+  EXPECT_THAT(doubles.events, ElementsAre("mq_open /queueToPoe", "mq_close 31", "mq_unlink /queueToPoe"));
+  EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(0)));
+  EXPECT_THAT(posix.calls, ElementsAre("pthread_create", "pthread_join"));
+  EXPECT_EQ(takeLog(), LogLines{READY});
+}
+
 TEST_F(Main, WithoutAnEngineLeavesOutTheLoopAndReturnsZero) {
   const FailingNew noEngine(sizeof(CPD69104Engine));
   EXPECT_EQ(run(), 0);
-  EXPECT_EQ(output, "Now starting debugServer\n");
+  EXPECT_EQ(output, "Now starting debugServer\n(server start)\n");
   EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(0)));
   EXPECT_THAT(takeWatchdogEvents(), ElementsAre("PoeMain created", "PoeMain start 60000", "PoeMain deleted"));
   EXPECT_EQ(takeLog(), LogLines{READY});
