@@ -115,14 +115,14 @@ int I2cBus::open(const char* path, int flags) {
 }
 
 int I2cBus::bind(int descriptor, unsigned long address) {
-  EXPECT_EQ(descriptor, DESCRIPTOR);
+  EXPECT_EQ(descriptor, openResult);
   bound.push_back(static_cast<unsigned>(address));
   const int error = nextError(bindErrors);
   return error != 0 ? failWith(error) : 0;
 }
 
 int I2cBus::transfer(int descriptor, void* arguments) {
-  if (descriptor != DESCRIPTOR) {
+  if (descriptor != openResult) {
     return failWith(EBADF);
   }
   const UncountedAllocations uncounted;
@@ -173,7 +173,7 @@ int __wrap_open(const char* path, int flags, ...) {
 }
 
 int __wrap_close(int descriptor) {
-  if (theBus != nullptr && (descriptor < 0 || descriptor == I2cBus::DESCRIPTOR)) {
+  if (theBus != nullptr && (descriptor < 0 || descriptor == theBus->openResult)) {
     theBus->close(descriptor);
     return 0;
   }

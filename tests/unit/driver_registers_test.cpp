@@ -45,6 +45,16 @@ TEST_F(DriverConstruction, TakesAnyNegativeDescriptorAsAFailedOpen) {
   EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1, "-2"));
 }
 
+TEST_F(DriverConstruction, TakesDescriptorZeroAsAGoodOpen) {
+  bus.openResult = 0; // of a process that was started without standard input
+  {
+    CPD69104 driver(0, 0x20);
+    EXPECT_EQ(bus.bound, std::vector<unsigned>{0x20});
+    EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 0, "0"));
+  }
+  EXPECT_EQ(bus.closed, std::vector<int>{0});
+}
+
 TEST_F(DriverConstruction, ReportsAnAddressThatCannotBeBoundAndKeepsTheDescriptor) {
   bus.bindErrors = {EINTR, EBUSY};
   CPD69104 driver(0, 0x20);

@@ -21,6 +21,9 @@ MainDoubles* doubles = nullptr;
 void note(const std::string& event) {
   doubles->running.push_back(g_running != 0);
   doubles->events.push_back(event);
+  if (doubles->onEvent) {
+    doubles->onEvent(event);
+  }
 }
 
 } // namespace
@@ -88,9 +91,6 @@ ssize_t main_mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned* p
   EXPECT_EQ(deadline->tv_sec, PosixDoubles::TIME_OF_DAY.tv_sec + 1);
   EXPECT_EQ(deadline->tv_nsec, PosixDoubles::TIME_OF_DAY.tv_nsec);
   note("mq_timedreceive");
-  if (doubles->onReceive) {
-    doubles->onReceive();
-  }
   if (doubles->receives.empty()) {
     errno = EINTR;
     return -1;

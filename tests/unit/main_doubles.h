@@ -25,8 +25,8 @@ public:
   std::vector<Receive> receives;
   int openError = 0; // errno of the open of the inbound queue; 0: it succeeds
 
-  // Called at each receive.
-  std::function<void()> onReceive;
+  // Called at each event.
+  std::function<void(const std::string& event)> onEvent;
 
   // Whether the receive loop would go on, at each event.
   std::vector<bool> running;

@@ -102,8 +102,29 @@ TEST(MainFlag, IsToRunFromTheStart) {
   EXPECT_EQ(RUNNING_FLAG_OF_A_NEW_PROCESS, 1);
 }
 
+TEST_F(Main, TakesDownTheWorkerTheServerTheEngineTheQueueAndTheWatchdogInThisOrder) {
+  std::vector<std::string> steps;
+  std::vector<std::string> watchdogEvents;
+  doubles.onEvent = [&](const std::string& event) {
+    for (const std::string& watchdogEvent : takeWatchdogEvents()) {
+      watchdogEvents.push_back(watchdogEvent);
+    }
+    steps.push_back(event + (posix.calls.size() == 2 ? ", worker joined" : "") +
+                    (bus.closed.empty() ? "" : ", bus closed"));
+  };
+  EXPECT_EQ(run(), 0);
+  EXPECT_THAT(steps, ElementsAre("mq_open /queueToPoe", "server created 10001 8192", "server start",
+                                 "mq_getattr", "mq_timedreceive", "server stop, worker joined",
+                                 "server deleted, worker joined, bus closed",
+                                 "mq_close 31, worker joined, bus closed",
+                                 "mq_unlink /queueToPoe, worker joined, bus closed"));
+  EXPECT_EQ(watchdogEvents.back(), "PoeEngine deleted");
+  EXPECT_THAT(takeWatchdogEvents(), ElementsAre("PoeMain deleted"));
+  takeLog();
+}
+
 TEST_F(Main, CreatesTheTraceObjectOfTheModulePoe) {
-  doubles.onReceive = [] {
+  doubles.onEvent = [](const std::string&) {
     ASSERT_NE(g_traceObject, nullptr);
     EXPECT_EQ(g_traceObject->name(), "Poe");
   };
@@ -168,6 +189,17 @@ TEST_F(Main, CompletesAShortMessageFromTheOneBefore) {
                                  INTERRUPTED}));
 }
 
+TEST_F(Main, TakesAMessageOfOneByteForOneWithTheRestOfTheMessageBefore) {
+  doubles.receives = {{bytes(0x01020304, 4), 0}, {{9}, 0}};
+  EXPECT_EQ(run(), 0);
+  const std::uint32_t completed = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 0x09020304 : 0x01020309;
+  EXPECT_EQ(takeLog(), (LogLines{READY,
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid 16909060 received\n"},
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid " + std::to_string(completed) +
+                                         " received\n"},
+                                 INTERRUPTED}));
+}
+
 // Without a worker the engine is IDLE and drops the configuration.
 TEST_F(Main, HandsAConfigurationToTheEngineWhichDropsItWhileIdle) {
   doubles.receives = {{configuration(), 0}};
@@ -185,8 +217,8 @@ TEST_F(Main, HandsAConfigurationToTheEngineWhichAppliesIt) {
     awake.get_future().wait();
   });
   std::thread worker;
-  doubles.onReceive = [&] {
-    if (!worker.joinable()) {
+  doubles.onEvent = [&](const std::string& event) {
+    if (event == "mq_timedreceive" && !worker.joinable()) {
       worker = std::thread([&] { posix.runThread(); });
       asleep.get_future().wait();
       bus.takeTransfers();
