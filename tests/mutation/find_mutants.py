@@ -216,23 +216,27 @@ class Finder:
         return (where[0], where[1] + len(found.group())) if found else None
 
     def statements(self, cursor):
-        children = list(cursor.get_children())
-        plain = []
-        for child in children:
+        acting = []  # statements with a call; the order of two mere assignments cannot be seen
+        for child in cursor.get_children():
             where = self.statement(child)
-            is_plain = child.kind.is_expression() or (where and self.is_log(where))
-            plain.append(where if is_plain else None)
-            if where and is_plain:
-                self.drop(child, where)
-        for a, b in zip(plain, plain[1:]):
+            is_log = bool(where) and self.is_log(where)
+            if where and (is_log or child.kind.is_expression()):
+                self.drop(where)
+            acting.append(where if is_log or self.calls(child) else None)
+        for a, b in zip(acting, acting[1:]):
             if a and b and a[1] <= b[0]:
                 between = self.text(a[1], b[0])
                 self.add(a[0], b[1], self.text(*b) + between + self.text(*a), "order")
 
-    def is_log(self, where):
-        return re.match(r"\w+", self.text(*where)) and re.match(r"\w+", self.text(*where)).group() in LOG_CALLS
+    def calls(self, cursor):
+        return cursor.kind.is_expression() and any(
+            part.kind == CursorKind.CALL_EXPR for part in cursor.walk_preorder())
 
-    def drop(self, cursor, where):
+    def is_log(self, where):
+        found = re.match(r"\w+", self.text(*where))
+        return bool(found) and found.group() in LOG_CALLS
+
+    def drop(self, where):
         kind = "log" if self.is_log(where) else "call"
         self.add(*where, ";", kind)
 
