@@ -331,12 +331,12 @@ TEST_F(PoeDriverInfo, EndsTheBufferWithNulAlsoBehindAShorterText) {
   EXPECT_EQ(buffer[900], '#');
 }
 
-TEST_F(PoeDriverInfo, OfNoSizeEndsTheTextAtItsStart) {
-  char buffer[2] = {'#', '#'};
-  EXPECT_TRUE(driver.PoeDriverInfo(buffer, 0));
-  EXPECT_TRUE(driver.PoeDriverInfo(buffer, -1));
-  EXPECT_EQ(buffer[0], '\0');
-  EXPECT_EQ(buffer[1], '#');
+TEST_F(PoeDriverInfo, OfNoSizeEndsTheTextAtItsStartAndTouchesNothingElse) {
+  for (const int size : {0, -1}) {
+    char area[] = {'x', 'x', 'x'};
+    EXPECT_TRUE(driver.PoeDriverInfo(area + 1, size));
+    EXPECT_EQ(std::string(area, sizeof area), std::string("x\0x", 3)) << size;
+  }
 }
 
 TEST_F(PoeDriverInfo, MakesNoTransfer) {
