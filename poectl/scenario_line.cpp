@@ -1,5 +1,7 @@
 #include "poectl/scenario_line.h"
 
+#include <algorithm>
+
 namespace {
 
 bool isBlank(char character) {
