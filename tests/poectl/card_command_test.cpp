@@ -1,45 +1,30 @@
 // "poectl card" with the real simulated card: poe_card runs it as its command and tells it the socket.
+#include "tests/support/shell.h"
+
 #include <algorithm>
-#include <cstdio>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
-struct Result {
-  int status;
-  std::string output; // standard output and standard error
-};
-
-Result run(const std::string& command) {
-  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-  std::string output;
-  char block[4096];
-  for (std::size_t length = 0; (length = fread(block, 1, sizeof block, pipe)) > 0;) {
-    output.append(block, length);
-  }
-  const int status = pclose(pipe);
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
-}
-
 // A shell command on a card of its own, in which "$card" is "poectl card".
-Result onCard(const std::string& command) {
+ShellResult onCard(const std::string& command) {
   const std::string socket = "/tmp/card_command_test-" + std::to_string(getpid()) + ".socket";
   return run("card='" POECTL " card' " POE_CARD " --control " + socket + " -- sh -c '" + command + "'");
 }
 
 TEST(PoectlCard, ChangesTheCardAndPrintsWhatItTells) {
-  const Result result = onCard("$card plug 0 class=4 watts=22 && $card reg 0x90 && $card reg 0x90 0x0A && "
-                               "$card reg 0x90 && $card show | grep \"^port 0\"");
+  const ShellResult result =
+      onCard("$card plug 0 class=4 watts=22 && $card reg 0x90 && $card reg 0x90 0x0A && "
+             "$card reg 0x90 && $card show | grep \"^port 0\"");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output.substr(0, 20), "0x90 0x90\n0x90 0x0A\n");
   EXPECT_NE(result.output.find("class=4"), std::string::npos) << result.output;
 }
 
 TEST(PoectlCard, TakesItsCommandsFromStandardInput) {
-  const Result result = onCard("printf \"reg 0x15 3\\nreg 0x15\\nreg 0x12\\n\" | $card");
+  const ShellResult result = onCard("printf \"reg 0x15 3\\nreg 0x15\\nreg 0x12\\n\" | $card");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, "0x15 0x03\n0x12 0x00\n");
 }
@@ -53,7 +38,7 @@ struct Refusal {
 class PoectlCardRefusal : public ::testing::TestWithParam<Refusal> {};
 
 TEST_P(PoectlCardRefusal, IsTheCardsLineAndStatus2) {
-  const Result result = onCard(std::string("$card ") + GetParam().words);
+  const ShellResult result = onCard(std::string("$card ") + GetParam().words);
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.output.compare(0, std::string(GetParam().line).size(), GetParam().line), 0)
       << result.output;
@@ -73,7 +58,7 @@ INSTANTIATE_TEST_SUITE_P(Words, PoectlCardRefusal, ::testing::ValuesIn(REFUSALS)
                          [](const auto& refusal) { return std::string(refusal.param.name); });
 
 TEST(PoectlCard, EndsItsInputAtARefusedLine) {
-  const Result result = onCard("printf \"reg 0x12\\npull\\nreg 0x12\\n\" | $card");
+  const ShellResult result = onCard("printf \"reg 0x12\\npull\\nreg 0x12\\n\" | $card");
   EXPECT_EQ(result.status, 2);
   const std::string expected = "0x12 0x00\npoectl: card: 'pull' is not understood; ";
   EXPECT_EQ(result.output.substr(0, expected.size()), expected);
@@ -81,7 +66,7 @@ TEST(PoectlCard, EndsItsInputAtARefusedLine) {
 }
 
 TEST(PoectlCard, SaysWhenThereIsNoCard) {
-  const Result result = run(POECTL " card --control /nowhere/card.socket show");
+  const ShellResult result = run(POECTL " card --control /nowhere/card.socket show");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "poectl: cannot reach the simulated card on /nowhere/card.socket: No such file or "
                            "directory; is poe_card running with --control?\n");
