@@ -133,7 +133,7 @@ std::unique_ptr<TransferRecord> recordIn(const std::string& file, bool withTimes
   }
   try {
     return std::make_unique<TransferRecord>(file, withTimes);
-  } catch (const std::system_error& error) {
+  } catch (const std::runtime_error& error) {
     throw UsageError(std::string("--record: ") + error.what());
   }
 }

@@ -2,7 +2,6 @@
 
 #include "simulator/quoted.h"
 
-#include <algorithm>
 #include <sstream>
 
 namespace {
@@ -57,6 +56,9 @@ bool parseCell(const std::string& text, Value* value) {
 unsigned parseRowAddress(const std::string& text, unsigned line, unsigned least) {
   const bool wellFormed = text.size() >= FIRST_CELL && digit(text[0]) >= 0 && text.compare(1, 3, "0: ") == 0;
   const unsigned row = wellFormed ? static_cast<unsigned>(digit(text[0])) : 0;
+  if (least == ROWS) {
+    fail(line, quoted(text.substr(0, FIRST_CELL)) + " is no row", "is the end");
+  }
   if (!wellFormed || row < least) {
     fail(line, quoted(text.substr(0, FIRST_CELL)) + " is no row",
          "are '" + hexDigits(COLUMNS * least) + ": ' to 'f0: ', each once and rising");
@@ -112,7 +114,7 @@ RegisterImage readRegisterDump(const std::string& text) {
   RegisterImage image;
   unsigned next = 0; // row
   for (unsigned number = 2; std::getline(lines, line); ++number) {
-    const unsigned first = parseRowAddress(line, number, std::min(next, ROWS - 1));
+    const unsigned first = parseRowAddress(line, number, next);
     parseRow(line, number, first, &image);
     next = first / COLUMNS + 1;
   }
