@@ -214,4 +214,17 @@ TEST_F(ChipPower, IsNotTakenFromAnybodyIfThatIsNotEnough) {
   EXPECT_EQ(chip.reg(0x78), 0x10);
 }
 
+TEST_F(ChipPower, ThatIsTakenIsTriedAgainAFullSecondLater) {
+  chip.write(0x80, 0x40); // port 3 has the lowest priority
+  chip.write(0x89, 15);
+  plug(3, 0, 10.0);
+  chip.plug(0, {Signature::Good, 0, 10.0});
+  chip.advance(0.301); // cut 1 ms ago
+  ASSERT_EQ(chip.reg(0x78), 0x40);
+  chip.advance(1.298); // and tried again for 0.3 s
+  EXPECT_EQ(chip.reg(0x78), 0x40);
+  chip.advance(0.002);
+  EXPECT_EQ(chip.reg(0x78), 0x80);
+}
+
 } // namespace

@@ -160,14 +160,14 @@ TEST_F(PoeCardControl, IsNotHeldUpByAClientThatNeverReads) {
   EXPECT_EQ(Client(path).ask("reg 0x43"), "0x43 0x41\n\n");
 }
 
-TEST_F(PoeCardControl, SendsAMillionBytesOfRepliesToAClientThatReadsLate) {
+TEST_F(PoeCardControl, SendsMoreThanASocketHoldsToAClientThatReadsLate) {
   const Client client(path);
   std::string commands;
-  for (int i = 0; i < 1000; ++i) {
+  for (int i = 0; i < 400; ++i) {
     commands += "dump\n";
   }
   ASSERT_TRUE(client.send(commands));
-  for (int i = 0; i < 1000; ++i) {
+  for (int i = 0; i < 400; ++i) {
     ASSERT_EQ(client.reply().size(), 1 + 17 * 72U) << i;
   }
 }
