@@ -19,14 +19,11 @@ std::string hexDigits(unsigned value) {
   return {DIGITS[value >> 4 & 0xF], DIGITS[value & 0xF]};
 }
 
-char shown(const Value& value) {
-  if (!value) {
-    return 'X';
-  }
-  if (*value == 0x00 || *value == 0xFF) {
+char character(unsigned value) {
+  if (value == 0x00 || value == 0xFF) {
     return '.';
   }
-  return *value < ' ' || *value > '~' ? '?' : static_cast<char>(*value);
+  return value < ' ' || value > '~' ? '?' : static_cast<char>(value);
 }
 
 [[noreturn]] void fail(unsigned line, const std::string& what, const std::string& accepted) {
@@ -95,9 +92,13 @@ std::string writeRegisterDump(const RegisterImage& image) {
     text += hexDigits(COLUMNS * row) + ": ";
     for (unsigned column = 0; column < COLUMNS; ++column) {
       const unsigned address = COLUMNS * row + column;
-      const Value value = address <= LAST_REGISTER ? image.at(address) : Value();
-      text += (value ? hexDigits(*value) : "XX") + " ";
-      characters += shown(value);
+      if (address <= LAST_REGISTER && image.at(address).has_value()) {
+        text += hexDigits(*image.at(address)) + " ";
+        characters += character(*image.at(address));
+      } else {
+        text += "XX ";
+        characters += 'X';
+      }
     }
     text += "   " + characters + "\n";
   }

@@ -104,6 +104,13 @@ TEST_F(PoeCardFiles, RecordThatCannotBeWrittenIsRefused) {
   EXPECT_EQ(result.status, 2);
 }
 
+TEST_F(PoeCardFiles, RecordThatDoesNotTakeEveryTransferIsTold) {
+  const CardResult result = runProbe({"--record", "/dev/full"}, {"read:0x43"});
+  EXPECT_EQ(result.out, "ok\nok\n0x41\n");
+  EXPECT_EQ(result.err, "poe_card: --record: /dev/full did not take all transfers\n");
+  EXPECT_EQ(result.status, 1);
+}
+
 TEST_F(PoeCardFiles, RecordOfTwoSteppedRunsIsTheSame) {
   const std::string scenario =
       write("scenario", "plug 0 class=3 watts=9\nwait 0.6\ndraw 0 12\nwait 0.2\nshort 0\n");
