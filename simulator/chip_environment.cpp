@@ -109,13 +109,11 @@ void ChipModel::takeUpEnvironment() {
   }
 }
 
-// A device that shows no power is one of those that are plugged in by default.
+// A good device that shows no power is taken to draw what one draws by default.
 void ChipModel::takeUpPort(unsigned port) {
   Port& p = m_ports.at(port);
   const unsigned code = field(0x0C + port, 7, 4);
-  p.device = Device{};
-  p.device.signature = signatureOf(field(0x0C + port, 7, 0));
-  p.device.pdClass = code >= 1 && code <= 4 ? code : 0;
+  p.device = Device{signatureOf(field(0x0C + port, 7, 0)), code >= 1 && code <= 4 ? code : 0, 0.0};
   p.classErrorPending = false;
   p.phase = Phase::Off;
   p.left = 0;
@@ -123,6 +121,8 @@ void ChipModel::takeUpPort(unsigned port) {
   if (powered) {
     const double watts = word(0x32 + 4 * port) * VOLTS_PER_UNIT * word(0x30 + 4 * port) * AMPS_PER_UNIT;
     p.device.watts = std::floor(watts * WATT_STEPS) / WATT_STEPS;
+  } else if (p.device.signature == Signature::Good) {
+    p.device.watts = Device().watts;
   }
   if (!switchedOn(port)) {
     return;

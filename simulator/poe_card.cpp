@@ -98,22 +98,13 @@ gboolean onSignal(gint /*fd*/, GIOCondition /*condition*/, gpointer data) {
   return G_SOURCE_REMOVE;
 }
 
-// The reply to a line of a control client.
-std::string answer(SimulatedCard& card, const std::string& line) {
-  try {
-    return card.run(parseCardCommand(line));
-  } catch (const CardCommandError& error) {
-    return std::string("error: ") + error.what() + "\n";
-  }
-}
-
 std::unique_ptr<ControlSocket> controlSocket(const std::string& path, SimulatedCard& card) {
   if (path.empty()) {
     return nullptr;
   }
   try {
     return std::make_unique<ControlSocket>(path,
-                                           [&card](const std::string& line) { return answer(card, line); });
+                                           [&card](const std::string& line) { return card.answer(line); });
   } catch (const ControlSocketError& error) {
     throw UsageError(std::string("--control: ") + error.what());
   }
@@ -142,7 +133,7 @@ std::unique_ptr<TransferRecord> recordIn(const std::string& file, bool withTimes
   }
   try {
     return std::make_unique<TransferRecord>(file, withTimes);
-  } catch (const std::system_error& error) {
+  } catch (const std::runtime_error& error) {
     throw UsageError(std::string("--record: ") + error.what());
   }
 }

@@ -2,7 +2,6 @@
 
 #include "simulator/quoted.h"
 
-#include <algorithm>
 #include <sstream>
 
 namespace {
@@ -20,14 +19,11 @@ std::string hexDigits(unsigned value) {
   return {DIGITS[value >> 4 & 0xF], DIGITS[value & 0xF]};
 }
 
-char shown(const Value& value) {
-  if (!value) {
-    return 'X';
-  }
-  if (*value == 0x00 || *value == 0xFF) {
+char character(unsigned value) {
+  if (value == 0x00 || value == 0xFF) {
     return '.';
   }
-  return *value < ' ' || *value > '~' ? '?' : static_cast<char>(*value);
+  return value < ' ' || value > '~' ? '?' : static_cast<char>(value);
 }
 
 [[noreturn]] void fail(unsigned line, const std::string& what, const std::string& accepted) {
@@ -57,6 +53,9 @@ bool parseCell(const std::string& text, Value* value) {
 unsigned parseRowAddress(const std::string& text, unsigned line, unsigned least) {
   const bool wellFormed = text.size() >= FIRST_CELL && digit(text[0]) >= 0 && text.compare(1, 3, "0: ") == 0;
   const unsigned row = wellFormed ? static_cast<unsigned>(digit(text[0])) : 0;
+  if (least == ROWS) {
+    fail(line, quoted(text.substr(0, FIRST_CELL)) + " is no row", "is the end");
+  }
   if (!wellFormed || row < least) {
     fail(line, quoted(text.substr(0, FIRST_CELL)) + " is no row",
          "are '" + hexDigits(COLUMNS * least) + ": ' to 'f0: ', each once and rising");
@@ -93,9 +92,13 @@ std::string writeRegisterDump(const RegisterImage& image) {
     text += hexDigits(COLUMNS * row) + ": ";
     for (unsigned column = 0; column < COLUMNS; ++column) {
       const unsigned address = COLUMNS * row + column;
-      const Value value = address <= LAST_REGISTER ? image.at(address) : Value();
-      text += (value ? hexDigits(*value) : "XX") + " ";
-      characters += shown(value);
+      if (address <= LAST_REGISTER && image.at(address).has_value()) {
+        text += hexDigits(*image.at(address)) + " ";
+        characters += character(*image.at(address));
+      } else {
+        text += "XX ";
+        characters += 'X';
+      }
     }
     text += "   " + characters + "\n";
   }
@@ -112,7 +115,7 @@ RegisterImage readRegisterDump(const std::string& text) {
   RegisterImage image;
   unsigned next = 0; // row
   for (unsigned number = 2; std::getline(lines, line); ++number) {
-    const unsigned first = parseRowAddress(line, number, std::min(next, ROWS - 1));
+    const unsigned first = parseRowAddress(line, number, next);
     parseRow(line, number, first, &image);
     next = first / COLUMNS + 1;
   }

@@ -38,6 +38,14 @@ std::string SimulatedCard::run(const CardCommand& command) {
   return command.run(m_card);
 }
 
+std::string SimulatedCard::answer(const std::string& line) {
+  try {
+    return run(parseCardCommand(line));
+  } catch (const CardCommandError& error) {
+    return std::string("error: ") + error.what() + "\n";
+  }
+}
+
 void SimulatedCard::follow(const std::vector<ScenarioStep>& scenario) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_scenario = scenario;

@@ -32,6 +32,8 @@ public:
   void setPresent(bool present);
   // The command's reply.
   std::string run(const CardCommand& command);
+  // The same of a line: a line that is no command gives "error: " and why.
+  std::string answer(const std::string& line);
   // Takes the place of what is left of the scenario before. Steps that are due are
   // run at once, the others when a transfer or a command finds their time passed: in
   // between nobody can tell.
@@ -53,7 +55,7 @@ private:
   std::mutex m_mutex; // guards all that follows
   Card m_card;
   std::unique_ptr<TransferRecord> m_record; // may be null
-  std::chrono::nanoseconds m_now{0}; // since the start; as far as the chip has come
+  std::chrono::nanoseconds m_now{0};        // since the start; as far as the chip has come
   std::vector<ScenarioStep> m_scenario;
   std::size_t m_nextStep = 0;
 };

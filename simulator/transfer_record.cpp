@@ -9,7 +9,9 @@
 TransferRecord::TransferRecord(const std::string& path, bool withTimes)
     : m_file(path), m_withTimes(withTimes) {
   if (!m_file) {
-    throw std::system_error(errno, std::generic_category(), "cannot write " + path);
+    const int error = errno;
+    throw std::runtime_error("cannot write " + path + ": " + std::generic_category().message(error) +
+                             "; accepted is a file that can be written");
   }
   m_file << std::fixed << std::setprecision(6);
 }

@@ -16,7 +16,7 @@
 
 class TransferRecord {
 public:
-  // Begins an empty file. Throws std::system_error.
+  // Begins an empty file. Throws std::runtime_error.
   TransferRecord(const std::string& path, bool withTimes);
 
   void read(std::chrono::nanoseconds at, std::uint8_t address, std::uint8_t value, bool done);
