@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <poll.h>
@@ -78,4 +79,15 @@ std::string CardClient::ask(const std::string& words) {
     throw CardRefusal("card: " + reply.substr(std::strlen(REFUSED), reply.size() - std::strlen(REFUSED) - 1));
   }
   return reply == DONE ? "" : reply;
+}
+
+// The reply is the address and the value.
+unsigned CardClient::readRegister(unsigned address) {
+  const std::string reply = ask("reg " + std::to_string(address));
+  unsigned repeated = 0;
+  unsigned value = 0;
+  if (std::sscanf(reply.c_str(), "%x %x", &repeated, &value) != 2 || repeated != address) {
+    throw CardError("the simulated card on " + m_path + " does not tell register " + std::to_string(address));
+  }
+  return value;
 }

@@ -33,6 +33,10 @@ public:
   // understand, CardError when no reply comes within 2 s.
   std::string ask(const std::string& words);
 
+  // What a register of the chip holds, without a transfer on its bus. `address` is 0 to 0xCE. Throws
+  // CardError.
+  unsigned readRegister(unsigned address);
+
 private:
   const std::string m_path;
   int m_socket;

@@ -1,6 +1,6 @@
 // The commands around configuration files: "example", "check", "apply" and "explain".
 //
-// Each returns the exit status and throws ConfigError for a file that is refused; nothing is printed or sent
+// Each returns the exit status and throws InputError for a file that is refused; nothing is printed or sent
 // then.
 #pragma once
 

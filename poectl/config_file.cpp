@@ -1,17 +1,11 @@
 #include "poectl/config_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <memory>
 #include <optional>
 #include <toml++/toml.h>
 #include <vector>
 
 namespace {
-
-constexpr std::size_t MAX_FILE_SIZE = 65536; // bytes
 
 struct Key {
   const char* name;
@@ -156,31 +150,6 @@ private:
   const std::string m_name;
 };
 
-struct CloseFile {
-  void operator()(std::FILE* file) const {
-    if (file != stdin) {
-      std::fclose(file);
-    }
-  }
-};
-
-std::string readText(const std::string& path, const std::string& name) {
-  const std::unique_ptr<std::FILE, CloseFile> file(path == "-" ? stdin : std::fopen(path.c_str(), "re"));
-  if (!file) {
-    throw ConfigError(name + ": cannot be read: " + std::strerror(errno));
-  }
-  std::string text(MAX_FILE_SIZE + 1, '\0');
-  text.resize(std::fread(text.data(), 1, text.size(), file.get()));
-  if (std::ferror(file.get()) != 0) {
-    throw ConfigError(name + ": cannot be read: " + std::strerror(errno));
-  }
-  if (text.size() > MAX_FILE_SIZE) {
-    throw ConfigError(name + ": is too large; at most " + std::to_string(MAX_FILE_SIZE) +
-                      " bytes are accepted");
-  }
-  return text;
-}
-
 } // namespace
 
 PoeConfig parseConfig(const std::string& text, const std::string& name) {
@@ -188,6 +157,5 @@ PoeConfig parseConfig(const std::string& text, const std::string& name) {
 }
 
 PoeConfig readConfig(const std::string& path) {
-  const std::string name = path == "-" ? "standard input" : path;
-  return parseConfig(readText(path, name), name);
+  return parseConfig(readInput(path), inputName(path));
 }

@@ -6,18 +6,18 @@
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"
+#include "poectl/input_file.h"
 
-#include <stdexcept>
 #include <string>
 
 // The text is one line: FILE:LINE:COLUMN: what was wrong; what is accepted.
-class ConfigError : public std::runtime_error {
+class ConfigError : public InputError {
 public:
-  using std::runtime_error::runtime_error;
+  using InputError::InputError;
 };
 
 // The record for the text of a file; `name` stands for the file in the errors. Throws ConfigError.
 PoeConfig parseConfig(const std::string& text, const std::string& name);
 
-// The record for a file, or for standard input when the path is "-". Throws ConfigError.
+// The record for a file, or for standard input when the path is "-". Throws InputError.
 PoeConfig readConfig(const std::string& path);

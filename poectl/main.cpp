@@ -1,14 +1,15 @@
 // poectl: plays the card's main process for a person or a script.
 //
 // Exit status: 0 when the command did its work, 1 when it could not (one line on standard error says why), 2
-// for a command line or a configuration that is not understood.
+// for a command line or a file that is not understood.
 #include "poectl/audit_text.h"
 #include "poectl/card.h"
 #include "poectl/card_client.h"
 #include "poectl/config_commands.h"
-#include "poectl/config_file.h"
 #include "poectl/console.h"
 #include "poectl/console_client.h"
+#include "poectl/input_file.h"
+#include "poectl/play.h"
 #include "poectl/preflight.h"
 #include "poectl/queue.h"
 #include "poectl/status.h"
@@ -31,6 +32,7 @@ struct Options {
   bool prometheus = false;
   WatchOptions watch;
   std::string cardControl;
+  PlayOptions play;
 };
 
 void addConfigCommands(CLI::App& application, Options& options) {
@@ -106,6 +108,25 @@ void addCardCommand(CLI::App& application, Options& options) {
   card->footer("Example: poectl card plug 0 class=4 watts=22\n'poectl card help' lists the card's words.");
 }
 
+void addPlayCommand(CLI::App& application, PlayOptions& options) {
+  CLI::App* play = application.add_subcommand(
+      "play", "carry a scenario file out and print its results as TAP; creates /queueToMain");
+  play->add_option("FILE", options.file, "the scenario; - is standard input")->required();
+  play->add_option("--control", options.cardControl,
+                   "the card's control socket (default: $POE_CARD_CONTROL, else that of ./run)");
+  play->add_option("--log", options.log, "the service's log, as poe_card --log writes it, for 'expect log'");
+  play->footer("Example: poectl play unplug.play --log build/run.log\n"
+               "with unplug.play:\n"
+               "  apply card.toml                                # a file that 'poectl check' takes\n"
+               "  card plug 0 class=4 watts=22                   # what 'poectl card' takes\n"
+               "  expect port 0 state DELIVERINGPOWER within 3   # s\n"
+               "  after 2 messages\n"
+               "  card unplug 0\n"
+               "  expect port 0 underLoadCounter +1\n"
+               "  expect port 0 state stays SEARCHING for 3 messages\n"
+               "docs/scenarios.md tells all of it.");
+}
+
 int execute(const CLI::App& command, const Options& options) {
   const std::string& name = command.get_name();
   if (name == "apply") {
@@ -128,6 +149,9 @@ int execute(const CLI::App& command, const Options& options) {
   }
   if (name == "card") {
     return card(options.cardControl, command.remaining());
+  }
+  if (name == "play") {
+    return play(options.play);
   }
   if (name == "watch") {
     return watch(options.watch);
@@ -152,6 +176,7 @@ int commandLine(int argc, char** argv) {
   addWatchCommand(application, options.watch);
   addConsoleCommands(application);
   addCardCommand(application, options);
+  addPlayCommand(application, options.play);
 
   try {
     application.parse(argc, argv);
@@ -178,7 +203,7 @@ int main(int argc, char** argv) {
   } catch (const CardRefusal& error) {
     std::fprintf(stderr, "poectl: %s\n", error.what());
     return BAD_INPUT;
-  } catch (const ConfigError& error) {
+  } catch (const InputError& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return BAD_INPUT;
   } catch (const std::exception& error) { // QueueError, ConsoleError, CardError

@@ -1,8 +1,7 @@
 #include "simulator/card_options.h"
 
-#include <charconv>
-#include <cmath>
-#include <sstream>
+#include <algorithm>
+#include <iterator>
 
 #include <getopt.h>
 
@@ -14,6 +13,16 @@ const char* const CARD_USAGE =
     "  --plug 'PORT [class=C] [watts=W] [signature=S]'\n"
     "                a device in PORT 0..3: class 0..4 (0), drawing 0..100 W (5),\n"
     "                S good, short, capacitance, low, high or none (good)\n"
+    "  --control PATH\n"
+    "                a socket at PATH takes commands that change the card and tell about\n"
+    "                it; COMMAND finds the path in POE_CARD_CONTROL\n"
+    "  --scenario FILE\n"
+    "                the commands in FILE, one a line, change the card before COMMAND\n"
+    "                starts and, behind a line wait SECONDS, while it runs\n"
+    "  --record FILE each transfer as a line: R or W, register, value or failed\n"
+    "  --record-times\n"
+    "                the seconds since the start in front of each of these lines\n"
+    "  --stepped     time passes by transfers only, 15 ms with each\n"
     "  --no-adapter  there is no /dev/i2c-0\n"
     "  --absent      nothing answers at address 0x20\n"
     "  --log FILE    append what COMMAND gives to syslog to FILE, '<PRIORITY> text'\n"
@@ -28,75 +37,51 @@ const char* const CARD_USAGE =
 
 namespace {
 
-constexpr double MOST_WATTS = 100.0;
-constexpr const char* ACCEPTED = "--plug, --no-adapter, --absent, --log, --help, then -- COMMAND";
+constexpr const char* ACCEPTED = "--plug, --scenario, --control, --record, --record-times, --stepped, "
+                                 "--no-adapter, --absent, --log, --help, then -- COMMAND";
 
-enum Option { PLUG = 1, NO_ADAPTER, ABSENT, LOG, HELP };
+enum Option { PLUG = 1, SCENARIO, CONTROL, RECORD, RECORD_TIMES, STEPPED, NO_ADAPTER, ABSENT, LOG, HELP };
 
-template <typename Number>
-bool parseNumber(const std::string& text, Number* number) {
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, *number);
-  return error == std::errc() && stop == end;
+constexpr option OPTIONS[] = {
+    {"plug", required_argument, nullptr, PLUG},
+    {"scenario", required_argument, nullptr, SCENARIO},
+    {"control", required_argument, nullptr, CONTROL},
+    {"record", required_argument, nullptr, RECORD},
+    {"record-times", no_argument, nullptr, RECORD_TIMES},
+    {"stepped", no_argument, nullptr, STEPPED},
+    {"no-adapter", no_argument, nullptr, NO_ADAPTER},
+    {"absent", no_argument, nullptr, ABSENT},
+    {"log", required_argument, nullptr, LOG},
+    {"help", no_argument, nullptr, HELP},
+    {nullptr, 0, nullptr, 0},
+};
+
+bool takesNoValue(int found) {
+  return std::any_of(std::begin(OPTIONS), std::end(OPTIONS), [found](const option& row) {
+    return row.val == found && row.has_arg == no_argument && found != 0;
+  });
 }
 
-bool parseSignature(const std::string& text, ChipModel::Signature* signature) {
-  static constexpr std::pair<const char*, ChipModel::Signature> NAMES[] = {
-      {"good", ChipModel::Signature::Good},
-      {"short", ChipModel::Signature::Short},
-      {"capacitance", ChipModel::Signature::CapacitanceTooHigh},
-      {"low", ChipModel::Signature::ResistanceTooLow},
-      {"high", ChipModel::Signature::ResistanceTooHigh},
-      {"none", ChipModel::Signature::None},
-  };
-  for (const auto& [name, value] : NAMES) {
-    if (text == name) {
-      *signature = value;
-      return true;
-    }
-  }
-  return false;
-}
-
-void parseProperty(const std::string& word, ChipModel::Device* device) {
-  const std::string::size_type equals = word.find('=');
-  const std::string key = word.substr(0, equals);
-  const std::string value = equals == std::string::npos ? "" : word.substr(equals + 1);
-  if (key == "class") {
-    if (!parseNumber(value, &device->pdClass) || device->pdClass > 4) {
-      throw UsageError("--plug: '" + word + "' is not class=0 to class=4");
-    }
-  } else if (key == "watts") {
-    if (!parseNumber(value, &device->watts) || !(device->watts >= 0.0 && device->watts <= MOST_WATTS)) {
-      throw UsageError("--plug: '" + word + "' is not watts=0 to watts=100");
-    }
-  } else if (key == "signature") {
-    if (!parseSignature(value, &device->signature)) {
-      throw UsageError("--plug: '" + word + "' is not signature=good, short, capacitance, low, high or none");
-    }
-  } else {
-    throw UsageError("--plug: '" + word + "' is not one of class=C, watts=W, signature=S");
+// The value is what follows the word plug.
+CardCommand parsePlug(const std::string& value) {
+  try {
+    return parseCardCommand("plug " + value);
+  } catch (const CardCommandError& error) {
+    throw UsageError(std::string("--plug: ") + error.what());
   }
 }
 
-std::pair<unsigned, ChipModel::Device> parsePlug(const std::string& text) {
-  std::istringstream words(text);
-  std::string word;
-  words >> word;
-  unsigned port = 0;
-  if (!parseNumber(word, &port) || port >= ChipModel::PORTS) {
-    throw UsageError("--plug: '" + text + "' does not begin with a port 0 to 3");
+// The value of an option that names a file.
+std::string fileName(const char* option, const char* value) {
+  if (*value == '\0') {
+    throw UsageError(std::string(option) + " needs the name of a file");
   }
-  ChipModel::Device device;
-  while (words >> word) {
-    parseProperty(word, &device);
-  }
-  return {port, device};
+  return value;
 }
 
 // Why getopt_long refused the word before `optind`.
 std::string notUnderstood(char** argv) {
-  if (optopt == NO_ADAPTER || optopt == ABSENT || optopt == HELP) {
+  if (takesNoValue(optopt)) {
     const std::string word = argv[optind - 1];
     return word.substr(0, word.find('=')) + " takes no value";
   }
@@ -105,42 +90,62 @@ std::string notUnderstood(char** argv) {
   return "'" + word + "' is not understood; accepted are " + ACCEPTED;
 }
 
+// Puts an option that is understood, and its value, where it belongs.
+void take(int found, CardOptions* options) {
+  switch (found) {
+  case PLUG:
+    options->plugged.push_back(parsePlug(optarg));
+    break;
+  case SCENARIO:
+    options->scenarioFile = fileName("--scenario", optarg);
+    break;
+  case CONTROL:
+    options->controlPath = fileName("--control", optarg);
+    break;
+  case RECORD:
+    options->recordFile = fileName("--record", optarg);
+    break;
+  case RECORD_TIMES:
+    options->recordTimes = true;
+    break;
+  case STEPPED:
+    options->stepped = true;
+    break;
+  case NO_ADAPTER:
+    options->adapter = false;
+    break;
+  case ABSENT:
+    options->chipPresent = false;
+    break;
+  case LOG:
+    options->logFile = fileName("--log", optarg);
+    break;
+  default:
+    options->help = true;
+    break;
+  }
+}
+
 } // namespace
 
 CardOptions parseCardOptions(int argc, char** argv) {
-  static constexpr option OPTIONS[] = {
-      {"plug", required_argument, nullptr, PLUG}, {"no-adapter", no_argument, nullptr, NO_ADAPTER},
-      {"absent", no_argument, nullptr, ABSENT},   {"log", required_argument, nullptr, LOG},
-      {"help", no_argument, nullptr, HELP},       {nullptr, 0, nullptr, 0},
-  };
   CardOptions options;
   opterr = 0; // The messages are ours.
-  for (int found = 0; (found = getopt_long(argc, argv, "+:", OPTIONS, nullptr)) != -1;) {
-    switch (found) {
-    case PLUG:
-      options.plugged.push_back(parsePlug(optarg));
-      break;
-    case NO_ADAPTER:
-      options.adapter = false;
-      break;
-    case ABSENT:
-      options.chipPresent = false;
-      break;
-    case LOG:
-      options.logFile = optarg;
-      if (options.logFile.empty()) {
-        throw UsageError("--log needs the name of a file");
-      }
-      break;
-    case HELP:
-      options.help = true;
-      return options;
-    case ':':
-      throw UsageError(optopt == LOG ? "--log needs the name of a file"
-                                     : "--plug needs 'PORT [class=C] [watts=W] [signature=S]'");
-    default:
+  for (int found = 0; !options.help && (found = getopt_long(argc, argv, "+:", OPTIONS, nullptr)) != -1;) {
+    if (found == ':') {
+      throw UsageError(optopt == PLUG ? "--plug needs 'PORT [class=C] [watts=W] [signature=S]'"
+                                      : std::string(argv[optind - 1]) + " needs the name of a file");
+    }
+    if (found == '?') {
       throw UsageError(notUnderstood(argv));
     }
+    take(found, &options);
+  }
+  if (options.help) {
+    return options;
+  }
+  if (options.recordTimes && options.recordFile.empty()) {
+    throw UsageError("--record-times needs --record FILE");
   }
   options.command.assign(argv + optind, argv + argc);
   if (options.command.empty()) {

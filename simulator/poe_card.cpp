@@ -1,8 +1,12 @@
 // poe_card: runs a command on a simulated card.
 #include "simulator/card_options.h"
+#include "simulator/card_scenario.h"
 #include "simulator/child_process.h"
-#include "simulator/chip_model.h"
+#include "simulator/control_socket.h"
 #include "simulator/simulated_adapter.h"
+#include "simulator/simulated_card.h"
+#include "simulator/text_file.h"
+#include "simulator/transfer_record.h"
 
 #include <glib-unix.h>
 
@@ -11,10 +15,12 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -24,6 +30,7 @@ namespace {
 
 constexpr int FAILED = 1;
 constexpr int WRONG_USAGE = 2;
+constexpr std::size_t LONGEST_SCENARIO = 1'048'576; // bytes
 constexpr const char* MOCK_LIBRARY = "libumockdev-preload.so.0";
 
 std::string variable(const char* name) {
@@ -91,20 +98,67 @@ gboolean onSignal(gint /*fd*/, GIOCondition /*condition*/, gpointer data) {
   return G_SOURCE_REMOVE;
 }
 
+std::unique_ptr<ControlSocket> controlSocket(const std::string& path, SimulatedCard& card) {
+  if (path.empty()) {
+    return nullptr;
+  }
+  try {
+    return std::make_unique<ControlSocket>(path,
+                                           [&card](const std::string& line) { return card.answer(line); });
+  } catch (const ControlSocketError& error) {
+    throw UsageError(std::string("--control: ") + error.what());
+  }
+}
+
+std::vector<ScenarioStep> scenarioOf(const std::string& file) {
+  if (file.empty()) {
+    return {};
+  }
+  std::string text;
+  try {
+    text = readTextFile(file, LONGEST_SCENARIO);
+  } catch (const std::runtime_error& error) {
+    throw UsageError(std::string("--scenario: ") + error.what());
+  }
+  try {
+    return parseScenario(text, file);
+  } catch (const CardCommandError& error) {
+    throw UsageError(error.what());
+  }
+}
+
+std::unique_ptr<TransferRecord> recordIn(const std::string& file, bool withTimes) {
+  if (file.empty()) {
+    return nullptr;
+  }
+  try {
+    return std::make_unique<TransferRecord>(file, withTimes);
+  } catch (const std::runtime_error& error) {
+    throw UsageError(std::string("--record: ") + error.what());
+  }
+}
+
 int run(const CardOptions& options) {
   ChildProcess child;
   ChildProcess::Environment environment;
   if (!options.logFile.empty()) {
     environment = syslogCapture(options.logFile);
   }
-  ChipModel chip;
-  chip.setPresent(options.chipPresent);
-  for (const auto& [port, device] : options.plugged) {
-    chip.plug(port, device);
+  const std::vector<ScenarioStep> scenario = scenarioOf(options.scenarioFile);
+  SimulatedCard card(options.stepped ? SimulatedCard::Time::Stepped : SimulatedCard::Time::Real);
+  const std::unique_ptr<ControlSocket> control = controlSocket(options.controlPath, card);
+  if (control) {
+    environment.emplace_back("POE_CARD_CONTROL", control->path());
   }
+  card.record(recordIn(options.recordFile, options.recordTimes));
+  card.setPresent(options.chipPresent);
+  for (const CardCommand& plug : options.plugged) {
+    card.run(plug);
+  }
+  card.follow(scenario);
   std::optional<SimulatedAdapter> adapter;
   if (options.adapter) {
-    adapter.emplace(chip);
+    adapter.emplace(card);
   } else if (access(SimulatedAdapter::DEVICE, F_OK) == 0) {
     throw std::runtime_error(
         "--no-adapter: this machine has a /dev/i2c-0 of its own, which cannot be hidden");
@@ -116,6 +170,9 @@ int run(const CardOptions& options) {
   child.start(options.command, environment);
   g_main_loop_run(loop);
   g_main_loop_unref(loop);
+  if (!card.recordComplete()) {
+    throw std::runtime_error("--record: " + options.recordFile + " did not take all transfers");
+  }
   return child.exitStatus();
 }
 

@@ -157,22 +157,22 @@ TEST(ConfigFile, RefusesAFileThatCannotBeRead) {
       {
         try {
           readConfig("/nowhere/f.toml");
-        } catch (const ConfigError& error) {
+        } catch (const InputError& error) {
           EXPECT_STREQ(error.what(), "/nowhere/f.toml: cannot be read: No such file or directory");
           throw;
         }
       },
-      ConfigError);
+      InputError);
   EXPECT_THROW(
       {
         try {
           readConfig("/dev/zero");
-        } catch (const ConfigError& error) {
+        } catch (const InputError& error) {
           EXPECT_STREQ(error.what(), "/dev/zero: is too large; at most 65536 bytes are accepted");
           throw;
         }
       },
-      ConfigError);
+      InputError);
 }
 
 } // namespace

@@ -1,0 +1,161 @@
+// The control socket of the simulated card, with a card whose replies are laid down here.
+#include "poectl/card_client.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+// Takes one connection, reads one line for each reply, and closes behind the last one.
+class ScriptedCard {
+public:
+  explicit ScriptedCard(std::vector<std::string> replies)
+      : m_socket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, path.size());
+    EXPECT_EQ(bind(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(listen(m_socket, 1), 0);
+    m_thread = std::thread([this, replies] { serve(replies); });
+  }
+  ScriptedCard(const ScriptedCard&) = delete;
+  ScriptedCard& operator=(const ScriptedCard&) = delete;
+  ~ScriptedCard() {
+    end();
+    close(m_socket);
+    unlink(path.c_str());
+  }
+
+  // What the client has sent, when it has gone.
+  std::string received() {
+    end();
+    return m_received;
+  }
+
+  const std::string path = "/tmp/card_client_test-" + std::to_string(getpid()) + ".socket";
+
+private:
+  void serve(const std::vector<std::string>& replies) {
+    const int client = accept(m_socket, nullptr, nullptr);
+    for (const std::string& reply : replies) {
+      char byte = 0;
+      while (byte != '\n' && recv(client, &byte, 1, 0) == 1) {
+        m_received += byte;
+      }
+      for (const char piece : reply) { // as a slow card would
+        send(client, &piece, 1, MSG_NOSIGNAL);
+      }
+    }
+    close(client);
+  }
+
+  void end() {
+    if (m_thread.joinable()) {
+      m_thread.join();
+    }
+  }
+
+  const int m_socket;
+  std::string m_received;
+  std::thread m_thread;
+};
+
+template <typename Action>
+std::string errorOf(Action action) {
+  try {
+    action();
+  } catch (const CardRefusal& error) {
+    return std::string("refused: ") + error.what();
+  } catch (const CardError& error) {
+    return error.what();
+  }
+  return "no error";
+}
+
+TEST(CardClientAsk, SendsALineAndReturnsTheLinesOfTheReply) {
+  ScriptedCard card({"port 0: device=none\nbus=ok\n\n", "ok\n\n"});
+  {
+    CardClient client(card.path);
+    EXPECT_EQ(client.ask("show"), "port 0: device=none\nbus=ok\n");
+    EXPECT_EQ(client.ask("plug 0 class=4"), "") << "a command that is done has nothing to tell";
+  }
+  EXPECT_EQ(card.received(), "show\nplug 0 class=4\n");
+}
+
+TEST(CardClientAsk, PassesTheCardsOwnLineOnForARefusal) {
+  ScriptedCard card({"error: 'pull' is not understood; accepted are plug and help\n\n"});
+  CardClient client(card.path);
+  EXPECT_EQ(errorOf([&] { client.ask("pull 0"); }),
+            "refused: card: 'pull' is not understood; accepted are plug and help");
+}
+
+TEST(CardClientAsk, TakesAReplyWithoutALine) {
+  ScriptedCard card({"\n"});
+  EXPECT_EQ(CardClient(card.path).ask("help"), "");
+}
+
+TEST(CardClientAsk, RefusesALineEndBeforeAnythingIsSent) {
+  ScriptedCard card({});
+  CardClient client(card.path);
+  EXPECT_EQ(errorOf([&] { client.ask("show\npower-cycle"); }),
+            "refused: a command of the card is one line: it cannot contain a line end");
+  EXPECT_EQ(card.received(), "");
+}
+
+TEST(CardClientAsk, TellsOfACardThatCloses) {
+  ScriptedCard card({"port 0: "});
+  CardClient client(card.path);
+  EXPECT_EQ(errorOf([&] { client.ask("show"); }),
+            "the simulated card on " + card.path + " has closed the connection");
+}
+
+TEST(CardClientAsk, TellsOfACardThatDoesNotReply) {
+  const std::string path = "/tmp/card_client_test-" + std::to_string(getpid()) + ".silent";
+  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, path.size());
+  ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(listen(listener, 1), 0); // nobody accepts
+  CardClient client(path);
+  EXPECT_EQ(errorOf([&] { client.ask("show"); }), "the simulated card on " + path + " does not reply");
+  close(listener);
+  unlink(path.c_str());
+}
+
+TEST(CardClientReadRegister, ReadsTheValueBehindTheAddress) {
+  ScriptedCard card({"0x90 0x0A\n\n", "0x91 0x00\n\n", "a register\n\n"});
+  {
+    CardClient client(card.path);
+    EXPECT_EQ(client.readRegister(0x90), 0x0AU);
+    const std::string error = "the simulated card on " + card.path + " does not tell register ";
+    EXPECT_EQ(errorOf([&] { client.readRegister(0x90); }), error + "144") << "another register";
+    EXPECT_EQ(errorOf([&] { client.readRegister(0x12); }), error + "18");
+  }
+  EXPECT_EQ(card.received(), "reg 144\nreg 144\nreg 18\n");
+}
+
+TEST(CardClientConnect, SaysWhatIsMissing) {
+  EXPECT_EQ(errorOf([] { CardClient("/nowhere/card.socket"); }),
+            "cannot reach the simulated card on /nowhere/card.socket: No such file or directory; is poe_card "
+            "running with --control?");
+  const std::string path = "/" + std::string(107, 'a');
+  EXPECT_EQ(errorOf([&] { CardClient client(path); }),
+            "the control socket " + path + " has too long a name: at most 107 characters are accepted");
+}
+
+TEST(CardControlPath, ComesFromTheOptionOrTheEnvironmentOrIsTheUsersOwn) {
+  unsetenv("POE_CARD_CONTROL");
+  EXPECT_EQ(cardControlPath(""), "/tmp/poe_card-" + std::to_string(getuid()) + ".socket");
+  setenv("POE_CARD_CONTROL", "", 1);
+  EXPECT_EQ(cardControlPath(""), "/tmp/poe_card-" + std::to_string(getuid()) + ".socket");
+  setenv("POE_CARD_CONTROL", "/of/the/environment", 1);
+  EXPECT_EQ(cardControlPath(""), "/of/the/environment");
+  EXPECT_EQ(cardControlPath("/of/the/option"), "/of/the/option");
+  unsetenv("POE_CARD_CONTROL");
+}
+
+} // namespace

@@ -1,0 +1,73 @@
+// A log that grows while it is looked at.
+#include "poectl/input_file.h"
+#include "poectl/log_follower.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+class LogFollowerTest : public ::testing::Test {
+protected:
+  LogFollowerTest() { close(mkstemp(m_path.data())); }
+  ~LogFollowerTest() override { unlink(m_path.c_str()); }
+
+  void append(const std::string& text) const { std::ofstream(m_path, std::ios::app) << text; }
+
+  std::string m_path = "/tmp/log_follower_testXXXXXX";
+};
+
+TEST_F(LogFollowerTest, FindsLinesInTheirOrder) {
+  append("one\ntwo\nthree\n");
+  LogFollower log(m_path);
+  EXPECT_TRUE(log.find("wo"));
+  EXPECT_FALSE(log.find("one")) << "it is in front of the last line that was found";
+  EXPECT_TRUE(log.find("three"));
+}
+
+TEST_F(LogFollowerTest, FindsALineOnlyOnce) {
+  append("restart\n");
+  LogFollower log(m_path);
+  EXPECT_TRUE(log.find("restart"));
+  EXPECT_FALSE(log.find("restart"));
+  append("restart\n");
+  EXPECT_TRUE(log.find("restart"));
+}
+
+TEST_F(LogFollowerTest, DoesNotMoveWhenItOnlyAsks) {
+  append("one\ntwo\n");
+  LogFollower log(m_path);
+  EXPECT_TRUE(log.has("two"));
+  EXPECT_TRUE(log.has("one"));
+  EXPECT_TRUE(log.find("one"));
+  EXPECT_FALSE(log.has("one"));
+}
+
+TEST_F(LogFollowerTest, WaitsForTheEndOfALine) {
+  append("rest");
+  LogFollower log(m_path);
+  EXPECT_FALSE(log.has("rest"));
+  append("art\n");
+  EXPECT_TRUE(log.find("restart"));
+}
+
+TEST_F(LogFollowerTest, ShowsTheLastLinesBehindTheOneThatWasFound) {
+  append("one\ntwo\n3\n4\n5\n6\n7\n");
+  LogFollower log(m_path);
+  EXPECT_EQ(log.lastLines(), "3\n4\n5\n6\n7\n");
+  EXPECT_TRUE(log.find("6"));
+  EXPECT_EQ(log.lastLines(), "7\n");
+}
+
+TEST_F(LogFollowerTest, RefusesALogThatIsNotThere) {
+  try {
+    LogFollower log("/nowhere/service.log");
+    FAIL() << "accepted";
+  } catch (const InputError& error) {
+    EXPECT_STREQ(error.what(), "/nowhere/service.log: cannot be read: No such file or directory");
+  }
+}
+
+} // namespace

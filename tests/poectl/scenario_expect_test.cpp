@@ -1,0 +1,121 @@
+// Whether an expectation holds, and the reason that is shown when it does not.
+#include "poectl/scenario_expect.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+StatusExpectation expectation(const std::string& text) {
+  const Scenario scenario = parseScenario(text, "f.play", [](const std::string&) { return PoeConfig{}; });
+  return std::get<StatusExpectation>(scenario.at(0).action);
+}
+
+TEST(Judge, ComparesAWordOfAPort) {
+  PoeStatus now{};
+  now.port[2].operStatus = OperStatus::FAULT;
+  now.port[1].operStatus = OperStatus::SEARCHING;
+  EXPECT_TRUE(judge(expectation("expect port 2 state FAULT"), {}, now).holds);
+  const Judgement judgement = judge(expectation("expect port 1 state FAULT"), {}, now);
+  EXPECT_FALSE(judgement.holds);
+  EXPECT_EQ(judgement.reason, "port 1 state is SEARCHING; expected is FAULT");
+}
+
+TEST(Judge, ShowsACodeWithoutAWordAsANumber) {
+  PoeStatus now{};
+  now.port[0].operStatus = 9;
+  now.mainOperStatus = 2;
+  EXPECT_EQ(judge(expectation("expect port 0 state TEST"), {}, now).reason,
+            "port 0 state is 9; expected is TEST");
+  EXPECT_EQ(judge(expectation("expect chip mainOperStatus running"), {}, now).reason,
+            "chip mainOperStatus is 2; expected is running");
+}
+
+TEST(Judge, ComparesANumberOfTheChip) {
+  PoeStatus now{};
+  now.deviceTemperature = -11;
+  EXPECT_TRUE(judge(expectation("expect chip deviceTemperature -11"), {}, now).holds);
+  const Judgement judgement = judge(expectation("expect chip deviceTemperature 11"), {}, now);
+  EXPECT_FALSE(judgement.holds);
+  EXPECT_EQ(judgement.reason, "chip deviceTemperature is -11; expected is 11");
+}
+
+TEST(Judge, CountsAnIncreaseFromTheStatusBefore) {
+  PoeStatus before{};
+  PoeStatus now{};
+  before.port[3].shortCounter = 5;
+  now.port[3].shortCounter = 7;
+  EXPECT_TRUE(judge(expectation("expect port 3 shortCounter +2"), before, now).holds);
+  EXPECT_FALSE(judge(expectation("expect port 3 shortCounter +1"), before, now).holds);
+  EXPECT_TRUE(judge(expectation("expect port 3 shortCounter +1 or more"), before, now).holds);
+  EXPECT_TRUE(judge(expectation("expect port 3 shortCounter +2 or more"), before, now).holds);
+  EXPECT_TRUE(judge(expectation("expect port 3 shortCounter 7"), before, now).holds);
+  const Judgement judgement = judge(expectation("expect port 3 shortCounter +3 or more"), before, now);
+  EXPECT_FALSE(judgement.holds);
+  EXPECT_EQ(judgement.reason, "port 3 shortCounter is 7, +2 since the last apply, card or console step; "
+                              "expected is +3 or more");
+}
+
+TEST(Judge, CountsAnIncreaseAcrossTheEndOfTheCounter) {
+  PoeStatus before{};
+  PoeStatus now{};
+  before.port[0].underLoadCounter = 4294967295U;
+  now.port[0].underLoadCounter = 1;
+  EXPECT_TRUE(judge(expectation("expect port 0 underLoadCounter +2"), before, now).holds);
+}
+
+TEST(Judge, ComparesARegister) {
+  const RegisterExpectation expected{0x90, 0x0A, {}};
+  EXPECT_TRUE(judge(expected, 0x0A).holds);
+  EXPECT_EQ(judge(expected, 0x90).reason, "register 0x90 is 0x90; expected is 0x0A");
+  EXPECT_FALSE(judge(expected, 0x90).holds);
+}
+
+struct FieldRow {
+  const char* name;
+  const char* text; // holds when the field, and only the field, has this value
+  PoeStatus status;
+};
+
+template <typename Set>
+PoeStatus with(Set set) {
+  PoeStatus status{};
+  set(status);
+  return status;
+}
+
+class JudgedField : public ::testing::TestWithParam<FieldRow> {};
+
+TEST_P(JudgedField, IsTheOneOfItsName) {
+  EXPECT_TRUE(judge(expectation(GetParam().text), {}, GetParam().status).holds);
+  EXPECT_FALSE(judge(expectation(GetParam().text), {}, {}).holds);
+}
+
+const FieldRow FIELDS[] = {
+    {"operStatus", "expect port 1 operStatus TEST", with([](auto& s) { s.port[1].operStatus = 5; })},
+    {"detectionStatus", "expect port 1 detectionStatus open_circuit",
+     with([](auto& s) { s.port[1].detectionStatus = 6; })},
+    {"classification", "expect port 1 powerClassification 4",
+     with([](auto& s) { s.port[1].powerClassification = 5; })},
+    {"classZero", "expect port 1 class 0", with([](auto& s) { s.port[1].powerClassification = 1; })},
+    {"consumption", "expect port 1 powerConsumption 7",
+     with([](auto& s) { s.port[1].powerConsumption = 7; })},
+    {"invalidSignature", "expect port 1 invalidSignatureCounter 7",
+     with([](auto& s) { s.port[1].invalidSignatureCounter = 7; })},
+    {"powerDenied", "expect port 1 powerDeniedCounter 7",
+     with([](auto& s) { s.port[1].powerDeniedCounter = 7; })},
+    {"overLoad", "expect port 1 overLoadCounter 7", with([](auto& s) { s.port[1].overLoadCounter = 7; })},
+    {"underLoad", "expect port 1 underLoadCounter 7", with([](auto& s) { s.port[1].underLoadCounter = 7; })},
+    {"short", "expect port 1 shortCounter 7", with([](auto& s) { s.port[1].shortCounter = 7; })},
+    {"classError", "expect port 1 classErrorCounter 7",
+     with([](auto& s) { s.port[1].classErrorCounter = 7; })},
+    {"mainPower", "expect chip mainPower 4294967295", with([](auto& s) { s.mainPower = 4294967295U; })},
+    {"mainOperStatus", "expect chip mainOperStatus UNREACHABLE", with([](auto& s) { s.mainOperStatus = 3; })},
+    {"mainConsumption", "expect chip mainConsumption 7", with([](auto& s) { s.mainConsumption = 7; })},
+    {"thermalShutdown", "expect chip thermalShutdown 1", with([](auto& s) { s.thermalShutdown = 1; })},
+    {"devError", "expect chip devError 1", with([](auto& s) { s.devError = 1; })},
+};
+
+INSTANTIATE_TEST_SUITE_P(Records, JudgedField, ::testing::ValuesIn(FIELDS),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+} // namespace
