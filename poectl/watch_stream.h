@@ -1,0 +1,7 @@
+// Status messages or events one after the other: for a pipe, a file, or a terminal without a live view.
+#pragma once
+
+#include "poectl/watch.h"
+
+// Returns the exit status. Throws QueueError.
+int watchStream(const WatchOptions& options);
