@@ -1,9 +1,5 @@
 #include "simulator/card_options.h"
 
-#include <charconv>
-#include <cmath>
-#include <sstream>
-
 #include <getopt.h>
 
 const char* const CARD_USAGE =
@@ -14,6 +10,9 @@ const char* const CARD_USAGE =
     "  --plug 'PORT [class=C] [watts=W] [signature=S]'\n"
     "                a device in PORT 0..3: class 0..4 (0), drawing 0..100 W (5),\n"
     "                S good, short, capacitance, low, high or none (good)\n"
+    "  --control PATH\n"
+    "                a socket at PATH takes commands that change the card and tell about\n"
+    "                it; COMMAND finds the path in POE_CARD_CONTROL\n"
     "  --no-adapter  there is no /dev/i2c-0\n"
     "  --absent      nothing answers at address 0x20\n"
     "  --log FILE    append what COMMAND gives to syslog to FILE, '<PRIORITY> text'\n"
@@ -28,70 +27,25 @@ const char* const CARD_USAGE =
 
 namespace {
 
-constexpr double MOST_WATTS = 100.0;
-constexpr const char* ACCEPTED = "--plug, --no-adapter, --absent, --log, --help, then -- COMMAND";
+constexpr const char* ACCEPTED = "--plug, --control, --no-adapter, --absent, --log, --help, then -- COMMAND";
 
-enum Option { PLUG = 1, NO_ADAPTER, ABSENT, LOG, HELP };
+enum Option { PLUG = 1, CONTROL, NO_ADAPTER, ABSENT, LOG, HELP };
 
-template <typename Number>
-bool parseNumber(const std::string& text, Number* number) {
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, *number);
-  return error == std::errc() && stop == end;
-}
-
-bool parseSignature(const std::string& text, ChipModel::Signature* signature) {
-  static constexpr std::pair<const char*, ChipModel::Signature> NAMES[] = {
-      {"good", ChipModel::Signature::Good},
-      {"short", ChipModel::Signature::Short},
-      {"capacitance", ChipModel::Signature::CapacitanceTooHigh},
-      {"low", ChipModel::Signature::ResistanceTooLow},
-      {"high", ChipModel::Signature::ResistanceTooHigh},
-      {"none", ChipModel::Signature::None},
-  };
-  for (const auto& [name, value] : NAMES) {
-    if (text == name) {
-      *signature = value;
-      return true;
-    }
-  }
-  return false;
-}
-
-void parseProperty(const std::string& word, ChipModel::Device* device) {
-  const std::string::size_type equals = word.find('=');
-  const std::string key = word.substr(0, equals);
-  const std::string value = equals == std::string::npos ? "" : word.substr(equals + 1);
-  if (key == "class") {
-    if (!parseNumber(value, &device->pdClass) || device->pdClass > 4) {
-      throw UsageError("--plug: '" + word + "' is not class=0 to class=4");
-    }
-  } else if (key == "watts") {
-    if (!parseNumber(value, &device->watts) || !(device->watts >= 0.0 && device->watts <= MOST_WATTS)) {
-      throw UsageError("--plug: '" + word + "' is not watts=0 to watts=100");
-    }
-  } else if (key == "signature") {
-    if (!parseSignature(value, &device->signature)) {
-      throw UsageError("--plug: '" + word + "' is not signature=good, short, capacitance, low, high or none");
-    }
-  } else {
-    throw UsageError("--plug: '" + word + "' is not one of class=C, watts=W, signature=S");
+// The value is what follows the word plug.
+CardCommand parsePlug(const std::string& value) {
+  try {
+    return parseCardCommand("plug " + value);
+  } catch (const CardCommandError& error) {
+    throw UsageError(std::string("--plug: ") + error.what());
   }
 }
 
-std::pair<unsigned, ChipModel::Device> parsePlug(const std::string& text) {
-  std::istringstream words(text);
-  std::string word;
-  words >> word;
-  unsigned port = 0;
-  if (!parseNumber(word, &port) || port >= ChipModel::PORTS) {
-    throw UsageError("--plug: '" + text + "' does not begin with a port 0 to 3");
+// The value of an option that names a file.
+std::string fileName(const char* option, const char* value) {
+  if (*value == '\0') {
+    throw UsageError(std::string(option) + " needs the name of a file");
   }
-  ChipModel::Device device;
-  while (words >> word) {
-    parseProperty(word, &device);
-  }
-  return {port, device};
+  return value;
 }
 
 // Why getopt_long refused the word before `optind`.
@@ -109,9 +63,13 @@ std::string notUnderstood(char** argv) {
 
 CardOptions parseCardOptions(int argc, char** argv) {
   static constexpr option OPTIONS[] = {
-      {"plug", required_argument, nullptr, PLUG}, {"no-adapter", no_argument, nullptr, NO_ADAPTER},
-      {"absent", no_argument, nullptr, ABSENT},   {"log", required_argument, nullptr, LOG},
-      {"help", no_argument, nullptr, HELP},       {nullptr, 0, nullptr, 0},
+      {"plug", required_argument, nullptr, PLUG},
+      {"control", required_argument, nullptr, CONTROL},
+      {"no-adapter", no_argument, nullptr, NO_ADAPTER},
+      {"absent", no_argument, nullptr, ABSENT},
+      {"log", required_argument, nullptr, LOG},
+      {"help", no_argument, nullptr, HELP},
+      {nullptr, 0, nullptr, 0},
   };
   CardOptions options;
   opterr = 0; // The messages are ours.
@@ -127,17 +85,17 @@ CardOptions parseCardOptions(int argc, char** argv) {
       options.chipPresent = false;
       break;
     case LOG:
-      options.logFile = optarg;
-      if (options.logFile.empty()) {
-        throw UsageError("--log needs the name of a file");
-      }
+      options.logFile = fileName("--log", optarg);
+      break;
+    case CONTROL:
+      options.controlPath = fileName("--control", optarg);
       break;
     case HELP:
       options.help = true;
       return options;
     case ':':
-      throw UsageError(optopt == LOG ? "--log needs the name of a file"
-                                     : "--plug needs 'PORT [class=C] [watts=W] [signature=S]'");
+      throw UsageError(optopt == PLUG ? "--plug needs 'PORT [class=C] [watts=W] [signature=S]'"
+                                      : std::string(argv[optind - 1]) + " needs the name of a file");
     default:
       throw UsageError(notUnderstood(argv));
     }

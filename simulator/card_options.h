@@ -1,19 +1,19 @@
 // The command line of poe_card.
 #pragma once
 
-#include "simulator/chip_model.h"
+#include "simulator/card_command.h"
 
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 struct CardOptions {
-  std::vector<std::pair<unsigned, ChipModel::Device>> plugged; // port, device
+  std::vector<CardCommand> plugged; // run before the command is started
   bool adapter = true;
   bool chipPresent = true;
   bool help = false;
-  std::string logFile; // empty: the command's syslog lines are left alone
+  std::string controlPath; // empty: no control socket
+  std::string logFile;     // empty: the command's syslog lines are left alone
   std::vector<std::string> command;
 };
 

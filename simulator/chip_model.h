@@ -33,6 +33,7 @@ class ChipModel {
 public:
   static constexpr unsigned PORTS = 4;
 
+  enum class Phase { Off, Detecting, Classifying, PoweringUp, Delivering, Waiting };
   enum class Signature { None, Short, CapacitanceTooHigh, ResistanceTooLow, Good, ResistanceTooHigh };
 
   struct Device {
@@ -68,8 +69,15 @@ public:
   std::uint8_t reg(std::uint8_t address) const { return m_registers.at(address); }
   void setReg(std::uint8_t address, std::uint8_t value) { m_registers.at(address) = value; }
 
+  // What the world and the ports are like.
+  const Device& device(unsigned port) const { return m_ports.at(port).device; }
+  Phase phase(unsigned port) const { return m_ports.at(port).phase; }
+  bool present() const { return m_present; }
+  double temperature() const { return m_degreesC; }
+  bool thermalShutdown() const { return m_thermalShutdown; }
+  double bankLimit() const; // W, of the active bank
+
 private:
-  enum class Phase { Off, Detecting, Classifying, PoweringUp, Delivering, Waiting };
   // First register of each set of event counters, two bits a port.
   enum class Event : std::uint8_t {
     InvalidSignature = 0x77,
@@ -106,7 +114,6 @@ private:
 
   // Power management (chip_power.cpp).
   double allowance(unsigned port) const;
-  double bankLimit() const;
   double delivered() const;
   unsigned priority(unsigned port) const;
   bool granted(unsigned port) const;

@@ -1,8 +1,9 @@
 // poe_card: runs a command on a simulated card.
 #include "simulator/card_options.h"
 #include "simulator/child_process.h"
-#include "simulator/chip_model.h"
+#include "simulator/control_socket.h"
 #include "simulator/simulated_adapter.h"
+#include "simulator/simulated_card.h"
 
 #include <glib-unix.h>
 
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -91,20 +93,45 @@ gboolean onSignal(gint /*fd*/, GIOCondition /*condition*/, gpointer data) {
   return G_SOURCE_REMOVE;
 }
 
+// The reply to a line of a control client.
+std::string answer(SimulatedCard& card, const std::string& line) {
+  try {
+    return card.run(parseCardCommand(line));
+  } catch (const CardCommandError& error) {
+    return std::string("error: ") + error.what() + "\n";
+  }
+}
+
+std::unique_ptr<ControlSocket> controlSocket(const std::string& path, SimulatedCard& card) {
+  if (path.empty()) {
+    return nullptr;
+  }
+  try {
+    return std::make_unique<ControlSocket>(path,
+                                           [&card](const std::string& line) { return answer(card, line); });
+  } catch (const ControlSocketError& error) {
+    throw UsageError(std::string("--control: ") + error.what());
+  }
+}
+
 int run(const CardOptions& options) {
   ChildProcess child;
   ChildProcess::Environment environment;
   if (!options.logFile.empty()) {
     environment = syslogCapture(options.logFile);
   }
-  ChipModel chip;
-  chip.setPresent(options.chipPresent);
-  for (const auto& [port, device] : options.plugged) {
-    chip.plug(port, device);
+  SimulatedCard card;
+  card.setPresent(options.chipPresent);
+  for (const CardCommand& plug : options.plugged) {
+    card.run(plug);
+  }
+  const std::unique_ptr<ControlSocket> control = controlSocket(options.controlPath, card);
+  if (control) {
+    environment.emplace_back("POE_CARD_CONTROL", control->path());
   }
   std::optional<SimulatedAdapter> adapter;
   if (options.adapter) {
-    adapter.emplace(chip);
+    adapter.emplace(card);
   } else if (access(SimulatedAdapter::DEVICE, F_OK) == 0) {
     throw std::runtime_error(
         "--no-adapter: this machine has a /dev/i2c-0 of its own, which cannot be hidden");

@@ -1,6 +1,6 @@
 #include "simulator/simulated_adapter.h"
 
-#include "simulator/chip_model.h"
+#include "simulator/simulated_card.h"
 
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
@@ -35,9 +35,8 @@ void throwOnError(GError* error) {
 
 } // namespace
 
-SimulatedAdapter::SimulatedAdapter(ChipModel& chip)
-    : m_chip(chip), m_lastTransfer(std::chrono::steady_clock::now()), m_ioctls(umockdev_ioctl_base_new()),
-      m_testbed(umockdev_testbed_new()) {
+SimulatedAdapter::SimulatedAdapter(SimulatedCard& card)
+    : m_card(card), m_ioctls(umockdev_ioctl_base_new()), m_testbed(umockdev_testbed_new()) {
   if (!umockdev_in_mock_environment()) { // Known only now that there is a testbed.
     throw std::runtime_error("libumockdev-preload.so.0 is not preloaded");
   }
@@ -127,23 +126,16 @@ SimulatedAdapter::Reply SimulatedAdapter::transfer(UMockdevIoctlClient* client, 
     return {-1, EFAULT};
   }
 
-  letTimePass();
   if (GPOINTER_TO_SIZE(g_object_get_data(G_OBJECT(client), BOUND_ADDRESS)) != CHIP_ADDRESS) {
     return {-1, ENXIO};
   }
   if (request.read_write == I2C_SMBUS_WRITE) {
-    return m_chip.write(request.command, data->data[0]) ? Reply{0, 0} : Reply{-1, ENXIO};
+    return m_card.write(request.command, data->data[0]) ? Reply{0, 0} : Reply{-1, ENXIO};
   }
   std::uint8_t value = 0;
-  if (!m_chip.read(request.command, &value)) {
+  if (!m_card.read(request.command, &value)) {
     return {-1, ENXIO};
   }
   umockdev_ioctl_data_update(data.get(), 0, &value, sizeof value);
   return {0, 0};
-}
-
-void SimulatedAdapter::letTimePass() {
-  const auto now = std::chrono::steady_clock::now();
-  m_chip.advance(std::chrono::duration<double>(now - m_lastTransfer).count());
-  m_lastTransfer = now;
 }

@@ -5,20 +5,19 @@
 
 #include <umockdev.h>
 
-#include <chrono>
 #include <cstddef>
 #include <memory>
 
-class ChipModel;
+class SimulatedCard;
 
 class SimulatedAdapter {
 public:
   static constexpr const char* DEVICE = "/dev/i2c-0";
 
-  // The process must have libumockdev-preload.so.0 preloaded. Until the adapter is
-  // destroyed, `chip` belongs to the thread that answers the bus, which is one of
+  // The process must have libumockdev-preload.so.0 preloaded. `card` has to outlive
+  // the adapter and is used on the thread that answers the bus, which is one of
   // umockdev's. Throws std::runtime_error.
-  explicit SimulatedAdapter(ChipModel& chip);
+  explicit SimulatedAdapter(SimulatedCard& card);
   ~SimulatedAdapter();
   SimulatedAdapter(const SimulatedAdapter&) = delete;
   SimulatedAdapter& operator=(const SimulatedAdapter&) = delete;
@@ -39,10 +38,8 @@ private:
   static Reply bind(UMockdevIoctlClient* client, unsigned long address);
   static Reply functions(UMockdevIoctlData* arg);
   Reply transfer(UMockdevIoctlClient* client, UMockdevIoctlData* arg);
-  void letTimePass();
 
-  ChipModel& m_chip;
-  std::chrono::steady_clock::time_point m_lastTransfer;
+  SimulatedCard& m_card;
   // In this order: the testbed's thread must not be the last to hold the handler.
   std::unique_ptr<UMockdevIoctlBase, Unref> m_ioctls;
   std::unique_ptr<UMockdevTestbed, Unref> m_testbed;

@@ -1,0 +1,92 @@
+#include "simulator/command_arguments.h"
+
+#include "simulator/card_command.h"
+
+#include <charconv>
+#include <cstring>
+
+namespace {
+
+constexpr std::size_t LONGEST_QUOTE = 40;
+
+template <typename Number>
+bool parsed(const char* first, const char* last, Number* number, int base) {
+  const auto [stop, error] = std::from_chars(first, last, *number, base);
+  return error == std::errc() && stop == last;
+}
+
+bool parseNumber(const std::string& text, unsigned* number) {
+  const char* first = text.data();
+  const char* last = first + text.size();
+  const bool isHexadecimal = text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0;
+  return isHexadecimal ? parsed(first + 2, last, number, 16) : parsed(first, last, number, 10);
+}
+
+bool parseDecimal(const std::string& text, double* number) {
+  const char* last = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), last, *number, std::chars_format::fixed);
+  return error == std::errc() && stop == last;
+}
+
+} // namespace
+
+std::string quoted(const std::string& word) {
+  std::string text = "'";
+  for (const char character : word.substr(0, LONGEST_QUOTE)) {
+    text += character >= ' ' && character <= '~' ? character : '?';
+  }
+  return text + (word.size() > LONGEST_QUOTE ? "...'" : "'");
+}
+
+CommandArguments::CommandArguments(std::vector<std::string> words, const char* accepted)
+    : m_words(std::move(words)), m_accepted(accepted) {}
+
+std::string CommandArguments::word(const char* what) {
+  if (!more()) {
+    fail(std::string(what) + " is missing");
+  }
+  return m_words.at(m_next++);
+}
+
+unsigned CommandArguments::number(const char* what, unsigned least, unsigned most) {
+  unsigned value = 0;
+  if (!parseNumber(word(what), &value) || value < least || value > most) {
+    wrong(what);
+  }
+  return value;
+}
+
+double CommandArguments::decimal(const char* what, double least, double most) {
+  double value = 0.0;
+  // Said in this way round, it is false for a NaN.
+  if (!parseDecimal(word(what), &value) || !(value >= least && value <= most)) {
+    wrong(what);
+  }
+  return value;
+}
+
+bool CommandArguments::takeKey(const char* key) {
+  m_key.clear();
+  std::string& next = m_words.at(m_next);
+  const std::size_t length = std::strlen(key);
+  if (next.compare(0, length, key) != 0) {
+    return false;
+  }
+  m_key = key;
+  next.erase(0, length);
+  return true;
+}
+
+void CommandArguments::end() const {
+  if (more()) {
+    fail(quoted(m_words.at(m_next)) + " is one word too many");
+  }
+}
+
+void CommandArguments::wrong(const char* what) const {
+  fail(quoted(m_key + m_words.at(m_next - 1)) + " is no " + m_key + what);
+}
+
+void CommandArguments::fail(const std::string& reason) const {
+  throw CardCommandError(reason + "; accepted is " + m_accepted);
+}

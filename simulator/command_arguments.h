@@ -1,0 +1,54 @@
+// The arguments of one card command, taken one after the other. One that is
+// missing or wrong throws CardCommandError, which tells what is accepted too.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
+// A word as a message may repeat it: quoted, printable, of bounded length.
+std::string quoted(const std::string& word);
+
+class CommandArguments {
+public:
+  // `accepted`: the command with its arguments and their ranges.
+  CommandArguments(std::vector<std::string> words, const char* accepted);
+
+  bool more() const { return m_next < m_words.size(); }
+  // `what` is the argument's name in `accepted`.
+  std::string word(const char* what);
+  // Decimal, or hexadecimal behind 0x.
+  unsigned number(const char* what, unsigned least, unsigned most);
+  double decimal(const char* what, double least, double most);
+  unsigned port() { return number("PORT", 0, 3); }
+
+  template <typename Value, std::size_t COUNT>
+  using Choices = std::array<std::pair<const char*, Value>, COUNT>;
+  template <typename Value, std::size_t COUNT>
+  Value oneOf(const char* what, const Choices<Value, COUNT>& choices) {
+    const std::string chosen = word(what);
+    for (const auto& [name, value] : choices) {
+      if (chosen == name) {
+        return value;
+      }
+    }
+    wrong(what);
+  }
+
+  // If the next word begins with `key` (which ends in "="), the key is taken off
+  // and the rest is left for the next call of the above.
+  bool takeKey(const char* key);
+
+  void end() const;
+  // The word that was taken last is not `what`.
+  [[noreturn]] void wrong(const char* what) const;
+  [[noreturn]] void fail(const std::string& reason) const;
+
+private:
+  std::vector<std::string> m_words;
+  std::size_t m_next = 1; // behind the command itself
+  std::string m_key;      // taken off the word that is next or was taken last
+  const char* m_accepted;
+};

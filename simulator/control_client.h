@@ -1,0 +1,46 @@
+// One client of the control socket. It is either read from or written to: no
+// command is taken before the reply to the one before is with the client, so that a
+// client that does not read costs one reply and one line of memory and no more.
+//
+// Lives on the thread that iterates GLib's default main context.
+#pragma once
+
+#include <glib-unix.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+
+class ControlClient {
+public:
+  // The reply to a line, which is without its end; has the lines' ends.
+  using Answer = std::function<std::string(const std::string& line)>;
+  static constexpr std::size_t LONGEST_LINE = 4096; // without its end
+
+  // Takes over `fd`, which does not block.
+  ControlClient(int fd, Answer answer);
+  ~ControlClient();
+  ControlClient(const ControlClient&) = delete;
+  ControlClient& operator=(const ControlClient&) = delete;
+
+  // `over` is called when the client has gone or sent a line that is too long; it may
+  // destroy the client. Set it before the main context is iterated.
+  void onOver(std::function<void()> over) { m_over = std::move(over); }
+
+private:
+  static gboolean onReady(gint fd, GIOCondition condition, gpointer self);
+  void watch(GIOCondition condition);
+  bool serve();
+  bool takeLine();
+  bool receive();
+  bool send();
+
+  int m_fd;
+  guint m_watch = 0;
+  GIOCondition m_awaited{};
+  bool m_last = false; // nothing is answered any more; ends when the reply is sent
+  Answer m_answer;
+  std::function<void()> m_over;
+  std::string m_received; // not answered yet
+  std::string m_reply;    // not sent yet
+};
