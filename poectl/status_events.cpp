@@ -2,8 +2,7 @@
 
 #include "poectl/status_counters.h"
 #include "poectl/status_text.h"
-
-#include <cstdio>
+#include "poectl/text_format.h"
 
 namespace {
 
@@ -140,7 +139,5 @@ std::string eventText(const StatusEvent& event) {
 }
 
 std::string secondsText(std::chrono::milliseconds time) {
-  char text[32];
-  snprintf(text, sizeof text, "%.1f s", static_cast<double>(time.count()) / 1000);
-  return text;
+  return formatText("%.1f s", static_cast<double>(time.count()) / 1000);
 }

@@ -124,8 +124,7 @@ private:
       return 1;
     }
     if (m_feed.messages() == 0) {
-      complain(std::string("no status message came on ") + QUEUE_TO_MAIN + ": is the service running?");
-      return 1;
+      return noMessageCame();
     }
     return 0;
   }
@@ -140,4 +139,9 @@ private:
 
 int watchStream(const WatchOptions& options) {
   return Stream(options).run();
+}
+
+int noMessageCame() {
+  complain(std::string("no status message came on ") + QUEUE_TO_MAIN + ": is the service running?");
+  return 1;
 }

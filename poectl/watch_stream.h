@@ -5,3 +5,6 @@
 
 // Returns the exit status. Throws QueueError.
 int watchStream(const WatchOptions& options);
+
+// Says on standard error that no status message came. Returns the exit status for it.
+int noMessageCame();
