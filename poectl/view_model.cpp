@@ -199,14 +199,14 @@ private:
   }
 
   void drawChosenPort() {
-    std::string text = "port " + std::to_string(m_state.port) + ":";
+    std::string text = "port " + std::to_string(m_state.port) + ": ";
     if (m_state.status) {
-      text += std::string(" ") + detectionWord(m_state.status->port[m_state.port].detectionStatus);
+      text += std::string(detectionWord(m_state.status->port[m_state.port].detectionStatus)) + ", ";
     }
     if (const auto& settings = m_state.settings[m_state.port]) {
-      text += settings->enabled ? ", priority " + std::to_string(settings->priority) : ", switched off";
+      text += settings->enabled ? "priority " + std::to_string(settings->priority) : "switched off";
     } else {
-      text += ", limit not known, bar of " + std::to_string(HIGHEST_PORT_LIMIT) + " W";
+      text += "limit not known, bar of " + std::to_string(HIGHEST_PORT_LIMIT) + " W";
     }
     if (m_state.card) {
       text += "; " + m_state.card->port[m_state.port].device;
