@@ -3,32 +3,42 @@
 #include "simulator/card_report.h"
 #include "simulator/command_arguments.h"
 #include "simulator/hexadecimal.h"
+#include "simulator/quoted.h"
+#include "simulator/register_dump.h"
+#include "simulator/text_file.h"
 
 #include <array>
 #include <iterator>
 #include <sstream>
-#include <vector>
+#include <utility>
 
 namespace {
 
-using Action = std::function<std::string(Card&)>;
 using Signature = ChipModel::Signature;
 
 constexpr double MOST_WATTS = 100.0;
 constexpr double COLDEST = -27.0; // what the chip's register can show
 constexpr double HOTTEST = 217.0;
+constexpr double MOST_VOLTS = 100.0;
+constexpr unsigned MOST_BANK = 15;
 constexpr unsigned MOST_TRANSFERS = 1'000'000;
+constexpr std::size_t LONGEST_DUMP = 65'536;
 
 // A command that changes the card has nothing to tell.
 template <typename Change>
-Action silent(Change change) {
-  return [change](Card& card) {
+CardCommand changing(Change change) {
+  const auto run = [change](Card& card) {
     change(card);
     return std::string("ok\n");
   };
+  return {run, false};
 }
 
-Action parsePlug(CommandArguments& arguments) {
+CardCommand telling(std::function<std::string(const Card&)> tell) {
+  return {std::move(tell), true};
+}
+
+CardCommand parsePlug(CommandArguments& arguments) {
   static constexpr CommandArguments::Choices<Signature, 6> SIGNATURES = {
       {{"good", Signature::Good},
        {"short", Signature::Short},
@@ -49,83 +59,130 @@ Action parsePlug(CommandArguments& arguments) {
       arguments.fail(quoted(arguments.word("")) + " is not understood");
     }
   }
-  return silent([port, device](Card& card) { card.chip.plug(port, device); });
+  return changing([port, device](Card& card) { card.chip.plug(port, device); });
 }
 
-Action parseUnplug(CommandArguments& arguments) {
+CardCommand parseUnplug(CommandArguments& arguments) {
   const unsigned port = arguments.port();
-  return silent([port](Card& card) { card.chip.unplug(port); });
+  return changing([port](Card& card) { card.chip.unplug(port); });
 }
 
-Action parseDraw(CommandArguments& arguments) {
+CardCommand parseDraw(CommandArguments& arguments) {
   const unsigned port = arguments.port();
   const double watts = arguments.decimal("WATTS", 0.0, MOST_WATTS);
-  return silent([port, watts](Card& card) { card.chip.draw(port, watts); });
+  return changing([port, watts](Card& card) { card.chip.draw(port, watts); });
 }
 
-Action parseShort(CommandArguments& arguments) {
+CardCommand parseShort(CommandArguments& arguments) {
   const unsigned port = arguments.port();
-  return silent([port](Card& card) { card.chip.plug(port, {Signature::Short, 0, 0.0}); });
+  return changing([port](Card& card) { card.chip.plug(port, {Signature::Short, 0, 0.0}); });
 }
 
-Action parseTemperature(CommandArguments& arguments) {
+CardCommand parseFault(CommandArguments& arguments) {
+  static constexpr CommandArguments::Choices<ChipModel::Fault, 3> FAULTS = {
+      {{"fet", ChipModel::Fault::Fet},
+       {"overtemperature", ChipModel::Fault::OverTemperature},
+       {"none", ChipModel::Fault::None}}};
+  const unsigned port = arguments.port();
+  const ChipModel::Fault fault = arguments.oneOf("FAULT", FAULTS);
+  return changing([port, fault](Card& card) { card.chip.fault(port, fault); });
+}
+
+CardCommand parseClassError(CommandArguments& arguments) {
+  const unsigned port = arguments.port();
+  return changing([port](Card& card) { card.chip.classError(port); });
+}
+
+CardCommand parseTemperature(CommandArguments& arguments) {
   const double degrees = arguments.decimal("C", COLDEST, HOTTEST);
-  return silent([degrees](Card& card) { card.chip.temperature(degrees); });
+  return changing([degrees](Card& card) { card.chip.temperature(degrees); });
 }
 
-Action parseThermal(CommandArguments& arguments) {
+CardCommand parseThermal(CommandArguments& arguments) {
   static constexpr CommandArguments::Choices<bool, 2> SWITCH = {{{"on", true}, {"off", false}}};
   const bool shutDown = arguments.oneOf("SWITCH", SWITCH);
-  return silent([shutDown](Card& card) { card.chip.thermalShutdown(shutDown); });
+  return changing([shutDown](Card& card) { card.chip.thermalShutdown(shutDown); });
 }
 
-Action parsePowerCycle(CommandArguments& /*arguments*/) {
-  return silent([](Card& card) { card.chip.powerCycle(); });
+CardCommand parseSupply(CommandArguments& arguments) {
+  const double volts = arguments.decimal("VOLTS", 0.0, MOST_VOLTS);
+  return changing([volts](Card& card) { card.chip.supply(volts); });
 }
 
-Action parseBus(CommandArguments& arguments) {
+CardCommand parseBank(CommandArguments& arguments) {
+  const unsigned bank = arguments.number("N", 0, MOST_BANK);
+  return changing([bank](Card& card) { card.chip.activeBank(bank); });
+}
+
+CardCommand parsePowerCycle(CommandArguments& /*arguments*/) {
+  return changing([](Card& card) { card.chip.powerCycle(); });
+}
+
+CardCommand parseBus(CommandArguments& arguments) {
   const std::string fault = arguments.word("FAULT");
   if (fault == "ok") {
-    return silent([](Card& card) { card.bus.none(); });
+    return changing([](Card& card) { card.bus.none(); });
   }
   if (fault == "dead") {
-    return silent([](Card& card) { card.bus.dead(); });
+    return changing([](Card& card) { card.bus.dead(); });
   }
   if (fault == "fail") {
     const unsigned count = arguments.number("N", 1, MOST_TRANSFERS);
-    return silent([count](Card& card) { card.bus.next(count); });
+    return changing([count](Card& card) { card.bus.next(count); });
   }
   if (fault == "every") {
     const unsigned count = arguments.number("N", 1, MOST_TRANSFERS);
-    return silent([count](Card& card) { card.bus.every(count); });
+    return changing([count](Card& card) { card.bus.every(count); });
   }
   if (fault == "register") {
     const auto address = static_cast<std::uint8_t>(arguments.number("R", 0, 0xFF));
-    return silent([address](Card& card) { card.bus.onRegister(address); });
+    return changing([address](Card& card) { card.bus.onRegister(address); });
   }
   arguments.wrong("FAULT");
 }
 
-Action parseReg(CommandArguments& arguments) {
+CardCommand parseReg(CommandArguments& arguments) {
   const auto address = static_cast<std::uint8_t>(arguments.number("ADDR", 0, LAST_REGISTER));
   if (!arguments.more()) {
-    return [address](Card& card) {
+    return telling([address](const Card& card) {
       return hexadecimal(address) + " " + hexadecimal(card.chip.reg(address)) + "\n";
-    };
+    });
   }
   const auto value = static_cast<std::uint8_t>(arguments.number("VALUE", 0, 0xFF));
-  return silent([address, value](Card& card) { card.chip.setReg(address, value); });
+  return changing([address, value](Card& card) { card.chip.setReg(address, value); });
 }
 
-Action parseShow(CommandArguments& /*arguments*/) {
-  return cardReport;
+CardCommand parseDump(CommandArguments& /*arguments*/) {
+  return telling([](const Card& card) {
+    RegisterImage image;
+    for (std::size_t address = 0; address < image.size(); ++address) {
+      image.at(address) = card.chip.reg(static_cast<std::uint8_t>(address));
+    }
+    return writeRegisterDump(image);
+  });
 }
 
-Action parseHelp(CommandArguments& arguments);
+CardCommand parseLoad(CommandArguments& arguments) {
+  const std::string file = arguments.word("FILE");
+  try {
+    const RegisterImage image = readRegisterDump(readTextFile(file, LONGEST_DUMP));
+    return changing([image](Card& card) { card.chip.load(image); });
+  } catch (const RegisterDumpError& error) {
+    throw CardCommandError(quoted(file) + ", " + error.what());
+  } catch (const std::runtime_error& error) {
+    throw CardCommandError(error.what());
+  }
+}
+
+CardCommand parseShow(CommandArguments& /*arguments*/) {
+  return telling(cardReport);
+}
+
+CardCommand parseHelp(CommandArguments& arguments);
 
 struct Word {
   const char* name;
-  Action (*parse)(CommandArguments& arguments);
+  CardCommand (*parse)(CommandArguments& arguments);
   const char* accepted;
   const char* purpose;
 };
@@ -139,49 +196,55 @@ constexpr Word WORDS[] = {
     {"draw", parseDraw, "draw PORT WATTS with PORT 0 to 3, WATTS 0 to 100",
      "what the device draws from now on"},
     {"short", parseShort, "short PORT with PORT 0 to 3", "a short circuit in place of the device"},
+    {"fault", parseFault, "fault PORT FAULT with PORT 0 to 3, FAULT fet, overtemperature or none",
+     "of the port's electronics"},
+    {"class-error", parseClassError, "class-error PORT with PORT 0 to 3",
+     "the port's next classification fails"},
     {"temperature", parseTemperature, "temperature C with C -27 to 217", "of the chip"},
     {"thermal", parseThermal, "thermal SWITCH with SWITCH on or off", "thermal shutdown of all ports"},
+    {"supply", parseSupply, "supply VOLTS with VOLTS 0 to 100", "the main voltage"},
+    {"bank", parseBank, "bank N with N 0 to 15",
+     "the active power bank; its limit is that of bank N modulo 8"},
     {"power-cycle", parsePowerCycle, "power-cycle", "all registers as after power-on"},
     {"bus", parseBus,
      "bus FAULT with FAULT ok, dead, fail N, every N or register R, N 1 to 1000000, R 0 to 0xFF",
      "which transfers fail: none, all, the next N, each Nth, those on one register"},
     {"reg", parseReg, "reg ADDR [VALUE] with ADDR 0 to 0xCE, VALUE 0 to 0xFF",
      "shows a register, or puts a value into it past all access rules"},
+    {"dump", parseDump, "dump", "all registers in the text form of i2cdump"},
+    {"load", parseLoad, "load FILE",
+     "registers, and the devices that they show, from the text form of i2cdump"},
     {"show", parseShow, "show", "the state of the card, key=value"},
     {"help", parseHelp, "help", "this text"},
 };
 
-Action parseHelp(CommandArguments& /*arguments*/) {
-  return [](Card& /*card*/) {
+CardCommand parseHelp(CommandArguments& /*arguments*/) {
+  return telling([](const Card& /*card*/) {
     std::string text;
     for (const Word& word : WORDS) {
       text += std::string(word.accepted) + ": " + word.purpose + "\n";
     }
     return text;
-  };
-}
-
-std::vector<std::string> wordsOf(const std::string& line) {
-  std::istringstream stream(line);
-  return {std::istream_iterator<std::string>(stream), {}};
+  });
 }
 
 } // namespace
 
 CardCommand parseCardCommand(const std::string& line) {
-  const std::vector<std::string> words = wordsOf(line);
-  if (words.empty()) {
+  std::istringstream words(line);
+  std::string name;
+  if (!(words >> name)) {
     throw CardCommandError("there is no command; accepted are " + cardCommandNames());
   }
   for (const Word& word : WORDS) {
-    if (words.front() == word.name) {
-      CommandArguments arguments(words, word.accepted);
-      CardCommand command{word.parse(arguments)};
+    if (name == word.name) {
+      CommandArguments arguments(line, word.accepted);
+      CardCommand command = word.parse(arguments);
       arguments.end();
       return command;
     }
   }
-  throw CardCommandError(quoted(words.front()) + " is not understood; accepted are " + cardCommandNames());
+  throw CardCommandError(quoted(name) + " is not understood; accepted are " + cardCommandNames());
 }
 
 std::string cardCommandNames() {

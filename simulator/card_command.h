@@ -17,6 +17,7 @@ struct Card {
 struct CardCommand {
   // Cannot fail. The reply: "ok\n", or the lines of a command that tells something.
   std::function<std::string(Card&)> run;
+  bool tells = false; // changes nothing
 };
 
 // In one line what is wrong with a command and what is accepted.

@@ -1,5 +1,8 @@
 #include "simulator/card_options.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include <getopt.h>
 
 const char* const CARD_USAGE =
@@ -13,6 +16,13 @@ const char* const CARD_USAGE =
     "  --control PATH\n"
     "                a socket at PATH takes commands that change the card and tell about\n"
     "                it; COMMAND finds the path in POE_CARD_CONTROL\n"
+    "  --scenario FILE\n"
+    "                the commands in FILE, one a line, change the card before COMMAND\n"
+    "                starts and, behind a line wait SECONDS, while it runs\n"
+    "  --record FILE each transfer as a line: R or W, register, value or failed\n"
+    "  --record-times\n"
+    "                the seconds since the start in front of each of these lines\n"
+    "  --stepped     time passes by transfers only, 15 ms with each\n"
     "  --no-adapter  there is no /dev/i2c-0\n"
     "  --absent      nothing answers at address 0x20\n"
     "  --log FILE    append what COMMAND gives to syslog to FILE, '<PRIORITY> text'\n"
@@ -27,9 +37,30 @@ const char* const CARD_USAGE =
 
 namespace {
 
-constexpr const char* ACCEPTED = "--plug, --control, --no-adapter, --absent, --log, --help, then -- COMMAND";
+constexpr const char* ACCEPTED = "--plug, --scenario, --control, --record, --record-times, --stepped, "
+                                 "--no-adapter, --absent, --log, --help, then -- COMMAND";
 
-enum Option { PLUG = 1, CONTROL, NO_ADAPTER, ABSENT, LOG, HELP };
+enum Option { PLUG = 1, SCENARIO, CONTROL, RECORD, RECORD_TIMES, STEPPED, NO_ADAPTER, ABSENT, LOG, HELP };
+
+constexpr option OPTIONS[] = {
+    {"plug", required_argument, nullptr, PLUG},
+    {"scenario", required_argument, nullptr, SCENARIO},
+    {"control", required_argument, nullptr, CONTROL},
+    {"record", required_argument, nullptr, RECORD},
+    {"record-times", no_argument, nullptr, RECORD_TIMES},
+    {"stepped", no_argument, nullptr, STEPPED},
+    {"no-adapter", no_argument, nullptr, NO_ADAPTER},
+    {"absent", no_argument, nullptr, ABSENT},
+    {"log", required_argument, nullptr, LOG},
+    {"help", no_argument, nullptr, HELP},
+    {nullptr, 0, nullptr, 0},
+};
+
+bool takesNoValue(int found) {
+  return std::any_of(std::begin(OPTIONS), std::end(OPTIONS), [found](const option& row) {
+    return row.val == found && row.has_arg == no_argument && found != 0;
+  });
+}
 
 // The value is what follows the word plug.
 CardCommand parsePlug(const std::string& value) {
@@ -50,7 +81,7 @@ std::string fileName(const char* option, const char* value) {
 
 // Why getopt_long refused the word before `optind`.
 std::string notUnderstood(char** argv) {
-  if (optopt == NO_ADAPTER || optopt == ABSENT || optopt == HELP) {
+  if (takesNoValue(optopt)) {
     const std::string word = argv[optind - 1];
     return word.substr(0, word.find('=')) + " takes no value";
   }
@@ -59,46 +90,62 @@ std::string notUnderstood(char** argv) {
   return "'" + word + "' is not understood; accepted are " + ACCEPTED;
 }
 
+// Puts an option that is understood, and its value, where it belongs.
+void take(int found, CardOptions* options) {
+  switch (found) {
+  case PLUG:
+    options->plugged.push_back(parsePlug(optarg));
+    break;
+  case SCENARIO:
+    options->scenarioFile = fileName("--scenario", optarg);
+    break;
+  case CONTROL:
+    options->controlPath = fileName("--control", optarg);
+    break;
+  case RECORD:
+    options->recordFile = fileName("--record", optarg);
+    break;
+  case RECORD_TIMES:
+    options->recordTimes = true;
+    break;
+  case STEPPED:
+    options->stepped = true;
+    break;
+  case NO_ADAPTER:
+    options->adapter = false;
+    break;
+  case ABSENT:
+    options->chipPresent = false;
+    break;
+  case LOG:
+    options->logFile = fileName("--log", optarg);
+    break;
+  default:
+    options->help = true;
+    break;
+  }
+}
+
 } // namespace
 
 CardOptions parseCardOptions(int argc, char** argv) {
-  static constexpr option OPTIONS[] = {
-      {"plug", required_argument, nullptr, PLUG},
-      {"control", required_argument, nullptr, CONTROL},
-      {"no-adapter", no_argument, nullptr, NO_ADAPTER},
-      {"absent", no_argument, nullptr, ABSENT},
-      {"log", required_argument, nullptr, LOG},
-      {"help", no_argument, nullptr, HELP},
-      {nullptr, 0, nullptr, 0},
-  };
   CardOptions options;
   opterr = 0; // The messages are ours.
-  for (int found = 0; (found = getopt_long(argc, argv, "+:", OPTIONS, nullptr)) != -1;) {
-    switch (found) {
-    case PLUG:
-      options.plugged.push_back(parsePlug(optarg));
-      break;
-    case NO_ADAPTER:
-      options.adapter = false;
-      break;
-    case ABSENT:
-      options.chipPresent = false;
-      break;
-    case LOG:
-      options.logFile = fileName("--log", optarg);
-      break;
-    case CONTROL:
-      options.controlPath = fileName("--control", optarg);
-      break;
-    case HELP:
-      options.help = true;
-      return options;
-    case ':':
+  for (int found = 0; !options.help && (found = getopt_long(argc, argv, "+:", OPTIONS, nullptr)) != -1;) {
+    if (found == ':') {
       throw UsageError(optopt == PLUG ? "--plug needs 'PORT [class=C] [watts=W] [signature=S]'"
                                       : std::string(argv[optind - 1]) + " needs the name of a file");
-    default:
+    }
+    if (found == '?') {
       throw UsageError(notUnderstood(argv));
     }
+    take(found, &options);
+  }
+  if (options.help) {
+    return options;
+  }
+  if (options.recordTimes && options.recordFile.empty()) {
+    throw UsageError("--record-times needs --record FILE");
   }
   options.command.assign(argv + optind, argv + argc);
   if (options.command.empty()) {

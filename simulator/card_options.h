@@ -12,8 +12,12 @@ struct CardOptions {
   bool adapter = true;
   bool chipPresent = true;
   bool help = false;
-  std::string controlPath; // empty: no control socket
-  std::string logFile;     // empty: the command's syslog lines are left alone
+  std::string scenarioFile; // of these, empty: none
+  std::string controlPath;
+  std::string recordFile;
+  bool recordTimes = false;
+  bool stepped = false;
+  std::string logFile; // empty: the command's syslog lines are left alone
   std::vector<std::string> command;
 };
 

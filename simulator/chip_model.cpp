@@ -5,8 +5,6 @@
 
 namespace {
 
-constexpr double MAIN_VOLTS = 54.0;
-constexpr double VOLTS_PER_UNIT = 0.005835;
 constexpr double NANOSECONDS_PER_SECOND = 1e9;
 
 } // namespace
@@ -89,28 +87,19 @@ void ChipModel::advance(double seconds) {
       }
     }
     rest -= step;
+    // All clocks before any end of a phase, which may wind the clock of another port.
+    std::array<bool, PORTS> ended{};
     for (unsigned port = 0; port < PORTS; ++port) {
       std::int64_t& left = m_ports.at(port).left;
-      if (left == 0) {
-        continue;
-      }
-      left -= step;
-      if (left == 0) {
+      ended.at(port) = left > 0 && left == step;
+      left = std::max<std::int64_t>(left - step, 0);
+    }
+    for (unsigned port = 0; port < PORTS; ++port) {
+      if (ended.at(port)) {
         endPhase(port);
       }
     }
   }
-}
-
-void ChipModel::temperature(double degreesC) {
-  m_degreesC = degreesC;
-  publishEnvironment();
-}
-
-void ChipModel::thermalShutdown(bool on) {
-  m_thermalShutdown = on;
-  publishEnvironment();
-  settle();
 }
 
 unsigned ChipModel::field(unsigned address, unsigned mask, unsigned shift) const {
@@ -130,12 +119,4 @@ void ChipModel::setWord(unsigned address, unsigned value) {
 
 unsigned ChipModel::word(unsigned address) const {
   return m_registers.at(address) + 256U * m_registers.at(address + 1);
-}
-
-void ChipModel::publishEnvironment() {
-  // 0.96 degrees a unit from -27; the smallest value that reads as the whole degree.
-  const double units = std::ceil((std::floor(m_degreesC) + 27.0) / 0.96);
-  setReg(0x70, static_cast<std::uint8_t>(std::clamp(units, 0.0, 255.0)));
-  setWord(0x71, static_cast<unsigned>(std::lround(MAIN_VOLTS / VOLTS_PER_UNIT)));
-  setField(0x42, 1, 7, m_thermalShutdown ? 1 : 0);
 }

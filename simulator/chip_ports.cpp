@@ -1,7 +1,9 @@
 // The life of a port: detection, classification, power-up, delivery, and what
 // its registers show of it.
 #include "simulator/chip_model.h"
+#include "simulator/chip_units.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -12,11 +14,11 @@ constexpr std::int64_t CLASSIFICATION_TIME = 100 * MILLISECOND;
 constexpr std::int64_t POWER_UP_TIME = 50 * MILLISECOND;
 constexpr std::int64_t RETRY_TIME = 1000 * MILLISECOND;
 
-constexpr double VOLTS_PER_UNIT = 0.005835;
-constexpr double AMPS_PER_UNIT = 0.00012207;
+constexpr unsigned MOST_UNITS = 0xFFFF;
 
 constexpr unsigned DETECTION_OPEN = 6;
 constexpr unsigned DETECTION_GOOD = 4;
+constexpr unsigned CLASS_OVERCURRENT = 7;
 
 unsigned detectionCode(ChipModel::Signature signature) {
   switch (signature) {
@@ -47,7 +49,8 @@ bool ChipModel::switchedOn(unsigned port) const {
   const bool automatic = field(0x12, 3, 2 * port) == 3;
   const bool detects = field(0x14, 1, port) != 0;
   const bool classifies = field(0x14, 1, port + 4) != 0;
-  return automatic && detects && classifies && !m_thermalShutdown;
+  const bool healthy = !m_thermalShutdown && supplied() && m_ports.at(port).fault == Fault::None;
+  return automatic && detects && classifies && healthy;
 }
 
 // Brings the ports in line with the registers after anything has changed.
@@ -91,17 +94,15 @@ void ChipModel::enter(unsigned port, Phase phase) {
 }
 
 void ChipModel::endPhase(unsigned port) {
-  const Port& p = m_ports.at(port);
-  switch (p.phase) {
+  switch (m_ports.at(port).phase) {
   case Phase::Detecting:
     endDetection(port);
     break;
   case Phase::Classifying:
-    publishDetection(port, DETECTION_GOOD, classCode(p.device.pdClass), false);
-    enter(port, Phase::PoweringUp);
+    endClassification(port);
     break;
   case Phase::PoweringUp:
-    if (granted(port)) {
+    if (grant(port)) {
       enter(port, Phase::Delivering);
     } else {
       count(Event::PowerDenied, port);
@@ -131,6 +132,19 @@ void ChipModel::endDetection(unsigned port) {
     publishDetection(port, code, 0, true);
     count(Event::InvalidSignature, port);
     enter(port, Phase::Waiting);
+  }
+}
+
+void ChipModel::endClassification(unsigned port) {
+  Port& p = m_ports.at(port);
+  if (p.classErrorPending) {
+    p.classErrorPending = false;
+    publishDetection(port, DETECTION_GOOD, CLASS_OVERCURRENT, false);
+    count(Event::ClassError, port);
+    enter(port, Phase::Waiting);
+  } else {
+    publishDetection(port, DETECTION_GOOD, classCode(p.device.pdClass), false);
+    enter(port, Phase::PoweringUp);
   }
 }
 
@@ -169,7 +183,8 @@ void ChipModel::publishPower(unsigned port) {
   const double amps = volts > 0.0 ? p.device.watts / volts : 0.0;
   setField(0x10, 1, port, on ? 1 : 0);
   setField(0x10, 1, port + 4, on ? 1 : 0);
-  setWord(0x30 + 4 * port, static_cast<unsigned>(std::lround(amps / AMPS_PER_UNIT)));
+  const auto current = static_cast<unsigned>(std::lround(amps / AMPS_PER_UNIT));
+  setWord(0x30 + 4 * port, std::min(current, MOST_UNITS));
   setWord(0x32 + 4 * port, voltage);
 
   double total = 0.0;

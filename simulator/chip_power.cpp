@@ -7,6 +7,7 @@ namespace {
 
 constexpr double ORDINARY_WATTS = 15.4;
 constexpr double HIGH_POWER_WATTS = 36.0;
+constexpr unsigned LOWEST_PRIORITY = 3;
 
 } // namespace
 
@@ -31,14 +32,17 @@ double ChipModel::allowance(unsigned port) const {
 }
 
 double ChipModel::bankLimit() const {
-  const unsigned bank = field(0x91, 0x0F, 3);
-  return field(0x89 + (bank & 7), 0xFF, 0);
+  return field(0x89 + (activeBank() & 7), 0xFF, 0);
 }
 
-double ChipModel::delivered() const {
+// Of the ports with this priority or a higher one.
+double ChipModel::delivered(unsigned leastPriority) const {
   double watts = 0.0;
-  for (const Port& port : m_ports) {
-    watts += port.phase == Phase::Delivering ? port.device.watts : 0.0;
+  for (unsigned port = 0; port < PORTS; ++port) {
+    const Port& p = m_ports.at(port);
+    if (p.phase == Phase::Delivering && priority(port) <= leastPriority) {
+      watts += p.device.watts;
+    }
   }
   return watts;
 }
@@ -48,9 +52,17 @@ unsigned ChipModel::priority(unsigned port) const {
   return field(0x80, 3, 2 * port);
 }
 
-bool ChipModel::granted(unsigned port) const {
+// Whether the port may be powered. Ports of a lower priority are cut for it, if that
+// makes enough room.
+bool ChipModel::grant(unsigned port) {
   const double watts = m_ports.at(port).device.watts;
-  return watts <= allowance(port) && delivered() + watts <= bankLimit();
+  if (watts > allowance(port) || delivered(priority(port)) + watts > bankLimit()) {
+    return false;
+  }
+  while (delivered(LOWEST_PRIORITY) + watts > bankLimit()) {
+    cutLeastImportant();
+  }
+  return true;
 }
 
 void ChipModel::enforceLimits() {
@@ -61,14 +73,13 @@ void ChipModel::enforceLimits() {
       enter(port, Phase::Waiting);
     }
   }
-  while (delivered() > bankLimit()) {
-    const unsigned port = leastImportantDelivering();
-    count(Event::PowerDenied, port);
-    enter(port, Phase::Waiting);
+  while (delivered(LOWEST_PRIORITY) > bankLimit()) {
+    cutLeastImportant();
   }
 }
 
-unsigned ChipModel::leastImportantDelivering() const {
+// At least one port delivers.
+void ChipModel::cutLeastImportant() {
   unsigned least = PORTS;
   for (unsigned port = 0; port < PORTS; ++port) {
     if (m_ports.at(port).phase == Phase::Delivering &&
@@ -76,5 +87,6 @@ unsigned ChipModel::leastImportantDelivering() const {
       least = port;
     }
   }
-  return least;
+  count(Event::PowerDenied, least);
+  enter(least, Phase::Waiting);
 }

@@ -3,7 +3,9 @@
 // the driver, so that a wrong address on either side shows.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <optional>
 
 struct RegisterFamily {
   enum class Access : std::uint8_t {
@@ -21,6 +23,9 @@ struct RegisterFamily {
 };
 
 inline constexpr std::uint8_t LAST_REGISTER = 0xCE;
+
+// The values of the registers; none for one that is not known.
+using RegisterImage = std::array<std::optional<std::uint8_t>, LAST_REGISTER + 1>;
 
 // The family that a register belongs to; nullptr for a register without a
 // meaning, which just holds what is written.

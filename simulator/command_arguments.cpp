@@ -1,13 +1,14 @@
 #include "simulator/command_arguments.h"
 
 #include "simulator/card_command.h"
+#include "simulator/quoted.h"
 
 #include <charconv>
 #include <cstring>
+#include <iterator>
+#include <sstream>
 
 namespace {
-
-constexpr std::size_t LONGEST_QUOTE = 40;
 
 template <typename Number>
 bool parsed(const char* first, const char* last, Number* number, int base) {
@@ -30,16 +31,10 @@ bool parseDecimal(const std::string& text, double* number) {
 
 } // namespace
 
-std::string quoted(const std::string& word) {
-  std::string text = "'";
-  for (const char character : word.substr(0, LONGEST_QUOTE)) {
-    text += character >= ' ' && character <= '~' ? character : '?';
-  }
-  return text + (word.size() > LONGEST_QUOTE ? "...'" : "'");
+CommandArguments::CommandArguments(const std::string& line, const char* accepted) : m_accepted(accepted) {
+  std::istringstream words(line);
+  m_words.assign(std::istream_iterator<std::string>(words), {});
 }
-
-CommandArguments::CommandArguments(std::vector<std::string> words, const char* accepted)
-    : m_words(std::move(words)), m_accepted(accepted) {}
 
 std::string CommandArguments::word(const char* what) {
   if (!more()) {

@@ -1,4 +1,4 @@
-// The arguments of one card command, taken one after the other. One that is
+// The arguments of one command line, taken one after the other. One that is
 // missing or wrong throws CardCommandError, which tells what is accepted too.
 #pragma once
 
@@ -8,13 +8,10 @@
 #include <utility>
 #include <vector>
 
-// A word as a message may repeat it: quoted, printable, of bounded length.
-std::string quoted(const std::string& word);
-
 class CommandArguments {
 public:
   // `accepted`: the command with its arguments and their ranges.
-  CommandArguments(std::vector<std::string> words, const char* accepted);
+  CommandArguments(const std::string& line, const char* accepted);
 
   bool more() const { return m_next < m_words.size(); }
   // `what` is the argument's name in `accepted`.

@@ -13,11 +13,6 @@
 
 namespace {
 
-[[noreturn]] void failErrno(const std::string& what) {
-  const int error = errno;
-  throw ControlSocketError(what + ": " + std::generic_category().message(error));
-}
-
 sockaddr_un addressOf(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
@@ -60,22 +55,13 @@ ControlSocket::ControlSocket(const std::string& path, ControlClient::Answer answ
   const sockaddr_un address = addressOf(m_path);
   removeStale(m_path, address);
   m_fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (m_fd < 0) {
-    failErrno("socket");
-  }
   // Before bind(), so that the file never has any other mode.
-  if (fchmod(m_fd, S_IRUSR | S_IWUSR) != 0 || bind(m_fd, generic(&address), sizeof address) != 0) {
+  if (m_fd < 0 || fchmod(m_fd, S_IRUSR | S_IWUSR) != 0 ||
+      bind(m_fd, generic(&address), sizeof address) != 0 || listen(m_fd, SOMAXCONN) != 0) {
     const int error = errno;
     close(m_fd);
-    errno = error;
-    failErrno("cannot make " + m_path);
-  }
-  if (listen(m_fd, SOMAXCONN) != 0) {
-    const int error = errno;
-    close(m_fd);
-    unlink(m_path.c_str());
-    errno = error;
-    failErrno("cannot listen on " + m_path);
+    throw ControlSocketError("cannot make " + m_path + ": " + std::generic_category().message(error) +
+                             "; accepted is a path in a directory that can be written");
   }
   m_watch = g_unix_fd_add(m_fd, G_IO_IN, onConnection, this);
 }

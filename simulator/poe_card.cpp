@@ -1,9 +1,12 @@
 // poe_card: runs a command on a simulated card.
 #include "simulator/card_options.h"
+#include "simulator/card_scenario.h"
 #include "simulator/child_process.h"
 #include "simulator/control_socket.h"
 #include "simulator/simulated_adapter.h"
 #include "simulator/simulated_card.h"
+#include "simulator/text_file.h"
+#include "simulator/transfer_record.h"
 
 #include <glib-unix.h>
 
@@ -17,6 +20,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -26,6 +30,7 @@ namespace {
 
 constexpr int FAILED = 1;
 constexpr int WRONG_USAGE = 2;
+constexpr std::size_t LONGEST_SCENARIO = 1'048'576; // bytes
 constexpr const char* MOCK_LIBRARY = "libumockdev-preload.so.0";
 
 std::string variable(const char* name) {
@@ -93,24 +98,43 @@ gboolean onSignal(gint /*fd*/, GIOCondition /*condition*/, gpointer data) {
   return G_SOURCE_REMOVE;
 }
 
-// The reply to a line of a control client.
-std::string answer(SimulatedCard& card, const std::string& line) {
-  try {
-    return card.run(parseCardCommand(line));
-  } catch (const CardCommandError& error) {
-    return std::string("error: ") + error.what() + "\n";
-  }
-}
-
 std::unique_ptr<ControlSocket> controlSocket(const std::string& path, SimulatedCard& card) {
   if (path.empty()) {
     return nullptr;
   }
   try {
     return std::make_unique<ControlSocket>(path,
-                                           [&card](const std::string& line) { return answer(card, line); });
+                                           [&card](const std::string& line) { return card.answer(line); });
   } catch (const ControlSocketError& error) {
     throw UsageError(std::string("--control: ") + error.what());
+  }
+}
+
+std::vector<ScenarioStep> scenarioOf(const std::string& file) {
+  if (file.empty()) {
+    return {};
+  }
+  std::string text;
+  try {
+    text = readTextFile(file, LONGEST_SCENARIO);
+  } catch (const std::runtime_error& error) {
+    throw UsageError(std::string("--scenario: ") + error.what());
+  }
+  try {
+    return parseScenario(text, file);
+  } catch (const CardCommandError& error) {
+    throw UsageError(error.what());
+  }
+}
+
+std::unique_ptr<TransferRecord> recordIn(const std::string& file, bool withTimes) {
+  if (file.empty()) {
+    return nullptr;
+  }
+  try {
+    return std::make_unique<TransferRecord>(file, withTimes);
+  } catch (const std::runtime_error& error) {
+    throw UsageError(std::string("--record: ") + error.what());
   }
 }
 
@@ -120,15 +144,18 @@ int run(const CardOptions& options) {
   if (!options.logFile.empty()) {
     environment = syslogCapture(options.logFile);
   }
-  SimulatedCard card;
-  card.setPresent(options.chipPresent);
-  for (const CardCommand& plug : options.plugged) {
-    card.run(plug);
-  }
+  const std::vector<ScenarioStep> scenario = scenarioOf(options.scenarioFile);
+  SimulatedCard card(options.stepped ? SimulatedCard::Time::Stepped : SimulatedCard::Time::Real);
   const std::unique_ptr<ControlSocket> control = controlSocket(options.controlPath, card);
   if (control) {
     environment.emplace_back("POE_CARD_CONTROL", control->path());
   }
+  card.record(recordIn(options.recordFile, options.recordTimes));
+  card.setPresent(options.chipPresent);
+  for (const CardCommand& plug : options.plugged) {
+    card.run(plug);
+  }
+  card.follow(scenario);
   std::optional<SimulatedAdapter> adapter;
   if (options.adapter) {
     adapter.emplace(card);
@@ -143,6 +170,9 @@ int run(const CardOptions& options) {
   child.start(options.command, environment);
   g_main_loop_run(loop);
   g_main_loop_unref(loop);
+  if (!card.recordComplete()) {
+    throw std::runtime_error("--record: " + options.recordFile + " did not take all transfers");
+  }
   return child.exitStatus();
 }
 

@@ -104,19 +104,6 @@ int CardProcess::wait() {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
 
-TemporaryDirectory::TemporaryDirectory() {
-  std::string name = (std::filesystem::temp_directory_path() / "poe_card_test.XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) {
-    throwErrno("mkdtemp");
-  }
-  m_path = name;
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-  std::error_code ignored;
-  std::filesystem::remove_all(m_path, ignored);
-}
-
 CardResult runCard(const std::vector<std::string>& arguments) {
   const TemporaryDirectory tmp;
   CardProcess card(tmp.path(), arguments);

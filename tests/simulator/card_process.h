@@ -2,6 +2,8 @@
 // for temporary files.
 #pragma once
 
+#include "temporary_directory.h"
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -31,20 +33,6 @@ private:
   pid_t m_pid = -1;
   int m_out = -1;
   int m_err = -1;
-};
-
-// A new directory that goes away with everything in it.
-class TemporaryDirectory {
-public:
-  TemporaryDirectory();
-  ~TemporaryDirectory();
-  TemporaryDirectory(const TemporaryDirectory&) = delete;
-  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-  const std::filesystem::path& path() const { return m_path; }
-
-private:
-  std::filesystem::path m_path;
 };
 
 struct CardResult {

@@ -110,10 +110,11 @@ TEST_F(ChipPower, OfABankOfZeroWattsIsNone) {
 
 TEST_F(ChipPower, ComesFromTheActiveBankOfEight) {
   chip.write(0x8B, 4);
-  chip.setReg(0x91, 2U << 3);
+  chip.activeBank(2);
+  EXPECT_EQ(chip.reg(0x91), 2U << 3);
   plug(0, 0, 5.0);
   EXPECT_EQ(chip.reg(0x10), 0);
-  chip.setReg(0x91, 8U << 3); // bank 0 again
+  chip.activeBank(8); // bank 0 again
   chip.advance(2.0);
   EXPECT_EQ(chip.reg(0x10), 0x11);
 }
@@ -156,6 +157,74 @@ TEST_F(ChipPower, AboveALoweredBankLimitIsCutFromTheLeastImportantPorts) {
   EXPECT_EQ(chip.reg(0x10), 0);
   EXPECT_EQ(chip.reg(0x96), 0);
   EXPECT_EQ(chip.reg(0x78), 0x55);
+}
+
+TEST_F(ChipPower, AboveTheLimitOfABankThatBecomesActiveIsCut) {
+  chip.write(0x8A, 4);
+  plug(0, 0, 5.0);
+  chip.activeBank(1);
+  EXPECT_EQ(chip.reg(0x10), 0);
+  EXPECT_EQ(chip.reg(0x78), 1);
+  chip.powerCycle();
+  EXPECT_EQ(chip.reg(0x91), 1U << 3) << "the bank is chosen outside the chip";
+}
+
+TEST_F(ChipPower, IsTakenFromALowerPriorityForAHigherOne) {
+  chip.write(0x80, 0x06); // priorities of the ports 0..3: 2, 1, 0, 0
+  chip.write(0x89, 25);
+  plug(0, 0, 10.0);
+  plug(1, 0, 10.0);
+  plug(2, 0, 12.0);
+  EXPECT_EQ(chip.reg(0x10), 0x66) << "of the lowest priority first, and no more than needed";
+  EXPECT_EQ(chip.reg(0x78), 0x01);
+  chip.advance(2.0);
+  EXPECT_EQ(chip.reg(0x10), 0x66);
+  EXPECT_NE(chip.reg(0x78), 0x01) << "the port that was cut is tried again and denied";
+  chip.unplug(2);
+  chip.advance(2.0);
+  EXPECT_EQ(chip.reg(0x10), 0x33);
+}
+
+TEST_F(ChipPower, IsTakenFromSeveralPortsIfOneIsNotEnough) {
+  chip.write(0x80, 0x15); // priorities of the ports 0..3: 1, 1, 1, 0
+  chip.write(0x89, 30);
+  for (unsigned port = 0; port < 4; ++port) {
+    plug(port, 0, port == 3 ? 15.0 : 10.0);
+  }
+  EXPECT_EQ(chip.reg(0x10), 0x99) << "of equal priority, the higher port goes first";
+  EXPECT_EQ(chip.reg(0x78), 0x14);
+}
+
+TEST_F(ChipPower, IsNotTakenFromAnEqualPriority) {
+  chip.write(0x80, 0x00);
+  chip.write(0x89, 19);
+  plug(1, 0, 10.0);
+  plug(0, 0, 10.0);
+  EXPECT_EQ(chip.reg(0x10), 0x22);
+  EXPECT_EQ(chip.reg(0x78), 0x01);
+}
+
+TEST_F(ChipPower, IsNotTakenFromAnybodyIfThatIsNotEnough) {
+  chip.write(0x80, 0x04); // priorities of the ports 0..3: 0, 1, 0, 0
+  chip.write(0x89, 20);
+  plug(0, 0, 12.0);
+  plug(1, 0, 5.0);
+  plug(2, 0, 10.0);
+  EXPECT_EQ(chip.reg(0x10), 0x33);
+  EXPECT_EQ(chip.reg(0x78), 0x10);
+}
+
+TEST_F(ChipPower, ThatIsTakenIsTriedAgainAFullSecondLater) {
+  chip.write(0x80, 0x40); // port 3 has the lowest priority
+  chip.write(0x89, 15);
+  plug(3, 0, 10.0);
+  chip.plug(0, {Signature::Good, 0, 10.0});
+  chip.advance(0.301); // cut 1 ms ago
+  ASSERT_EQ(chip.reg(0x78), 0x40);
+  chip.advance(1.298); // and tried again for 0.3 s
+  EXPECT_EQ(chip.reg(0x78), 0x40);
+  chip.advance(0.002);
+  EXPECT_EQ(chip.reg(0x78), 0x80);
 }
 
 } // namespace

@@ -128,25 +128,22 @@ TEST_P(PoeCardBadOptions, GetOneLineThatSaysWhatIsAcceptedAndStatus2) {
   EXPECT_EQ(result.status, 2);
 }
 
+#define ACCEPTED_OPTIONS                                                                                     \
+  "; accepted are --plug, --scenario, --control, --record, --record-times, --stepped, --no-adapter, "        \
+  "--absent, --log, --help, then -- COMMAND"
 #define ACCEPTED_PLUG                                                                                        \
   "; accepted is plug PORT [class=C] [watts=W] [signature=S] with PORT 0 to 3, C 0 to 4, W 0 to 100, "       \
   "S good, short, capacitance, low, high or none"
 
 const BadLine BAD_LINES[] = {
-    {"NoCommand",
-     {"--absent"},
-     "there is no command to run; accepted are --plug, --control, --no-adapter, --absent, --log, --help, "
-     "then -- "
-     "COMMAND"},
-    {"UnknownOption",
-     {"--nonsense", "--", "true"},
-     "'--nonsense' is not understood; accepted are --plug, --control, --no-adapter, --absent, --log, --help, "
-     "then -- "
-     "COMMAND"},
-    {"UnknownShortOption",
-     {"-xa", "--", "true"},
-     "'-x' is not understood; accepted are --plug, --control, --no-adapter, --absent, --log, --help, then -- "
-     "COMMAND"},
+    {"NoCommand", {"--absent"}, "there is no command to run" ACCEPTED_OPTIONS},
+    {"UnknownOption", {"--nonsense", "--", "true"}, "'--nonsense' is not understood" ACCEPTED_OPTIONS},
+    {"UnknownShortOption", {"-xa", "--", "true"}, "'-x' is not understood" ACCEPTED_OPTIONS},
+    {"ScenarioWithoutValue", {"--scenario"}, "--scenario needs the name of a file"},
+    {"ControlOfNoName", {"--control", "", "--", "true"}, "--control needs the name of a file"},
+    {"RecordWithoutValue", {"--record"}, "--record needs the name of a file"},
+    {"RecordTimesWithoutRecord", {"--record-times", "--", "true"}, "--record-times needs --record FILE"},
+    {"ValueForStepped", {"--stepped=1", "--", "true"}, "--stepped takes no value"},
     {"ValueForAFlag", {"--absent=yes", "--", "true"}, "--absent takes no value"},
     {"PlugWithoutValue", {"--plug"}, "--plug needs 'PORT [class=C] [watts=W] [signature=S]'"},
     {"LogWithoutValue", {"--log"}, "--log needs the name of a file"},

@@ -1,0 +1,54 @@
+#include "simulator/card_scenario.h"
+
+#include "simulator/command_arguments.h"
+
+#include <sstream>
+
+namespace {
+
+constexpr double LONGEST_WAIT = 1e6; // s
+
+std::chrono::nanoseconds parseWait(const std::string& line) {
+  CommandArguments arguments(line, "wait SECONDS with SECONDS 0 to 1000000");
+  const std::chrono::duration<double> wait(arguments.decimal("SECONDS", 0.0, LONGEST_WAIT));
+  arguments.end();
+  return std::chrono::round<std::chrono::nanoseconds>(wait);
+}
+
+CardCommand parseChange(const std::string& line) {
+  const CardCommand command = parseCardCommand(line);
+  if (command.tells) {
+    throw CardCommandError("what this replies would be lost; accepted are the commands that change the "
+                           "card, and wait SECONDS");
+  }
+  return command;
+}
+
+std::string firstWord(const std::string& line) {
+  std::istringstream words(line);
+  std::string word;
+  words >> word;
+  return word;
+}
+
+} // namespace
+
+std::vector<ScenarioStep> parseScenario(const std::string& text, const std::string& name) {
+  std::vector<ScenarioStep> steps;
+  std::chrono::nanoseconds now{0};
+  std::istringstream lines(text);
+  std::string line;
+  for (unsigned number = 1; std::getline(lines, line); ++number) {
+    const std::string word = firstWord(line);
+    try {
+      if (word == "wait") {
+        now += parseWait(line);
+      } else if (!word.empty() && word.front() != '#') {
+        steps.push_back({now, parseChange(line)});
+      }
+    } catch (const CardCommandError& error) {
+      throw CardCommandError(name + ":" + std::to_string(number) + ": " + error.what());
+    }
+  }
+  return steps;
+}

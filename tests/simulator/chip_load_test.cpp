@@ -1,0 +1,130 @@
+// The chip model: taking over an image of the registers.
+#include "simulator/chip_model.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Fault = ChipModel::Fault;
+using Phase = ChipModel::Phase;
+using Signature = ChipModel::Signature;
+
+RegisterImage imageOf(const ChipModel& chip) {
+  RegisterImage image;
+  for (std::size_t address = 0; address < image.size(); ++address) {
+    image.at(address) = chip.reg(static_cast<std::uint8_t>(address));
+  }
+  return image;
+}
+
+void switchOn(ChipModel& chip) {
+  chip.write(0x12, 0xFF);
+  chip.write(0x14, 0xFF);
+  chip.write(0x44, 0x0F);
+  chip.write(0x81, 0x3F);
+}
+
+TEST(ChipLoad, PutsEveryValueInPastAllAccessRules) {
+  RegisterImage image;
+  for (std::size_t address = 0; address < image.size(); ++address) {
+    image.at(address) = static_cast<std::uint8_t>(7 * address + 3);
+  }
+  ChipModel chip;
+  chip.load(image);
+  EXPECT_EQ(imageOf(chip), image);
+}
+
+TEST(ChipLoad, LeavesRegistersThatTheImageHasNoValueOf) {
+  ChipModel chip;
+  RegisterImage expected = imageOf(chip);
+  RegisterImage image;
+  image.at(0x89) = std::uint8_t{77};
+  expected.at(0x89) = std::uint8_t{77};
+  chip.load(image);
+  EXPECT_EQ(imageOf(chip), expected);
+}
+
+TEST(ChipLoad, TakesUpDevicesWithClassAndDraw) {
+  ChipModel original;
+  original.plug(0, {Signature::Good, 4, 22.0});
+  original.plug(1, {Signature::Good, 2, 7.0}); // all that its class may draw
+  original.plug(2, {Signature::ResistanceTooLow, 0, 0.0});
+  switchOn(original);
+  original.advance(0.5);
+  ASSERT_EQ(original.reg(0x10), 0x33);
+
+  ChipModel chip;
+  chip.load(imageOf(original));
+  chip.advance(5.0);
+  EXPECT_EQ(chip.device(0).pdClass, 4U);
+  EXPECT_NEAR(chip.device(0).watts, 22.0, 0.02);
+  EXPECT_EQ(chip.phase(0), Phase::Delivering);
+  EXPECT_EQ(chip.device(1).pdClass, 2U);
+  EXPECT_EQ(chip.phase(1), Phase::Delivering);
+  EXPECT_EQ(chip.device(2).signature, Signature::ResistanceTooLow);
+  EXPECT_EQ(chip.device(3).signature, Signature::None);
+  EXPECT_EQ(chip.reg(0x10), 0x33);
+  EXPECT_EQ(chip.reg(0x79), 0);
+  EXPECT_EQ(chip.reg(0x0E), 0x03);
+  EXPECT_EQ(chip.reg(0x0F), 0x06);
+}
+
+TEST(ChipLoad, TakesUpDevicesThatArePoweredAnewAfterAPowerCycle) {
+  ChipModel original;
+  original.plug(0, {Signature::Good, 3, 9.0});
+  switchOn(original);
+  original.advance(0.5);
+
+  ChipModel chip;
+  chip.load(imageOf(original));
+  chip.powerCycle();
+  EXPECT_EQ(chip.reg(0x10), 0);
+  switchOn(chip);
+  chip.advance(0.5);
+  EXPECT_EQ(chip.reg(0x10), 0x11);
+  EXPECT_EQ(chip.reg(0x92), 9);
+}
+
+TEST(ChipLoad, TakesAGoodDeviceWithoutPowerForOneOf5Watts) {
+  ChipModel chip;
+  RegisterImage image;
+  image.at(0x0C) = std::uint8_t{0x34};
+  chip.load(image);
+  EXPECT_EQ(chip.device(0).watts, 5.0);
+  EXPECT_EQ(chip.device(0).pdClass, 3U);
+}
+
+TEST(ChipLoad, ForgetsThePhasesThatWereBefore) {
+  ChipModel chip;
+  chip.plug(0, {});
+  switchOn(chip);
+  chip.advance(0.5);
+  ASSERT_EQ(chip.phase(0), Phase::Delivering);
+  chip.load(imageOf(ChipModel()));
+  EXPECT_EQ(chip.phase(0), Phase::Off);
+  EXPECT_EQ(chip.device(0).signature, Signature::None);
+}
+
+TEST(ChipLoad, TakesUpFaultsSupplyTemperatureShutdownAndBank) {
+  ChipModel original;
+  original.fault(1, Fault::Fet);
+  original.fault(2, Fault::OverTemperature);
+  original.supply(48.0);
+  original.temperature(71.0);
+  original.thermalShutdown(true);
+  original.activeBank(5);
+
+  ChipModel chip;
+  chip.load(imageOf(original));
+  EXPECT_EQ(chip.fault(1), Fault::Fet);
+  EXPECT_EQ(chip.fault(2), Fault::OverTemperature);
+  EXPECT_NEAR(chip.supply(), 48.0, 0.003);
+  EXPECT_EQ(chip.temperature(), 71.0);
+  EXPECT_TRUE(chip.thermalShutdown());
+  EXPECT_EQ(chip.activeBank(), 5U);
+  chip.powerCycle();
+  EXPECT_EQ(chip.reg(0x91), 5U << 3);
+  EXPECT_EQ(chip.reg(0x70), original.reg(0x70));
+}
+
+} // namespace

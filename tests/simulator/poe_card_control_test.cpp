@@ -1,0 +1,275 @@
+// The control socket of a poe_card that is running.
+#include "card_process.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* OK = "ok\n\n";
+constexpr int PATIENCE = 20'000; // ms
+
+int connectTo(const std::filesystem::path& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    ADD_FAILURE() << path << ": " << std::strerror(errno);
+  }
+  return fd;
+}
+
+class Client {
+public:
+  explicit Client(const std::filesystem::path& path) : m_fd(connectTo(path)) {}
+  ~Client() { close(m_fd); }
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
+
+  // False: poe_card does not take it any more.
+  bool send(const std::string& text) const {
+    for (std::size_t sent = 0; sent < text.size();) {
+      const ssize_t part = ::send(m_fd, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
+      if (part < 0) {
+        return false;
+      }
+      sent += static_cast<std::size_t>(part);
+    }
+    return true;
+  }
+  // Sends as much as is taken without waiting.
+  std::size_t sendWhatIsTaken(const std::string& text) const {
+    const ssize_t sent = ::send(m_fd, text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    return sent < 0 ? 0 : static_cast<std::size_t>(sent);
+  }
+  // One reply with the empty line; what there is if poe_card closes before.
+  std::string reply() const {
+    std::string text;
+    for (char character = 0; text.find("\n\n") == std::string::npos && receive(&character);) {
+      text += character;
+    }
+    return text;
+  }
+  std::string ask(const std::string& command) const {
+    send(command + "\n");
+    return reply();
+  }
+  bool closed() const {
+    char character = 0;
+    return !receive(&character);
+  }
+  void endSending() const { shutdown(m_fd, SHUT_WR); }
+
+private:
+  bool receive(char* character) const {
+    pollfd waiting{m_fd, POLLIN, 0};
+    if (poll(&waiting, 1, PATIENCE) != 1) {
+      ADD_FAILURE() << "no reply";
+      return false;
+    }
+    return read(m_fd, character, 1) == 1;
+  }
+
+  int m_fd;
+};
+
+// A poe_card with a control socket, at a command that waits for its end.
+class PoeCardControl : public testing::Test {
+protected:
+  PoeCardControl() { card.line(); }
+
+  TemporaryDirectory directory;
+  const std::filesystem::path path = directory.path() / "control";
+  const std::string waiting = "echo up; exec sleep 60";
+  CardProcess card{directory.path(), {"--control", path.string(), "--", "sh", "-c", waiting}};
+};
+
+TEST_F(PoeCardControl, IsASocketForItsUserOnly) {
+  struct stat file {};
+  ASSERT_EQ(lstat(path.c_str(), &file), 0);
+  EXPECT_TRUE(S_ISSOCK(file.st_mode));
+  EXPECT_EQ(file.st_mode & 0777U, 0600U);
+}
+
+TEST_F(PoeCardControl, RepliesToEachLineWithLinesAndAnEmptyOne) {
+  const Client client(path);
+  EXPECT_EQ(client.ask("plug 0 class=2"), OK);
+  EXPECT_EQ(client.ask("reg 0x43"), "0x43 0x41\n\n");
+  EXPECT_EQ(client.ask("bank 16"), "error: '16' is no N; accepted is bank N with N 0 to 15\n\n");
+  EXPECT_EQ(client.ask("").rfind("error: there is no command; accepted are plug, ", 0), 0U);
+  EXPECT_EQ(client.ask("show").rfind("port 0: device=good class=2 watts=5 phase=off", 0), 0U);
+}
+
+TEST_F(PoeCardControl, RepliesInOrderToLinesThatComeTogetherOrInPieces) {
+  const Client client(path);
+  client.send("reg 0x20 1\nreg 0x20\nreg 0x2");
+  EXPECT_EQ(client.reply(), OK);
+  EXPECT_EQ(client.reply(), "0x20 0x01\n\n");
+  client.send("0 2\nreg 0x20\n");
+  EXPECT_EQ(client.reply(), OK);
+  EXPECT_EQ(client.reply(), "0x20 0x02\n\n");
+}
+
+TEST_F(PoeCardControl, ServesSeveralClientsOnOneCard) {
+  const Client first(path);
+  const Client second(path);
+  EXPECT_EQ(second.ask("reg 0x20 7"), OK);
+  EXPECT_EQ(first.ask("reg 0x20"), "0x20 0x07\n\n");
+}
+
+TEST_F(PoeCardControl, RepliesToAllThatAClientSaidBeforeItStoppedSending) {
+  const Client client(path);
+  client.send("reg 0x43\nreg 0x90\nreg 0x");
+  client.endSending();
+  EXPECT_EQ(client.reply(), "0x43 0x41\n\n");
+  EXPECT_EQ(client.reply(), "0x90 0x90\n\n");
+  EXPECT_TRUE(client.closed());
+}
+
+TEST_F(PoeCardControl, DoesNotObeyHalfALine) {
+  {
+    const Client client(path);
+    client.send("reg 0x20 7\nreg 0x20 8");
+  }
+  EXPECT_EQ(Client(path).ask("reg 0x20"), "0x20 0x07\n\n");
+}
+
+TEST_F(PoeCardControl, IsNotHeldUpByAClientThatNeverReads) {
+  const Client silent(path);
+  const std::string commands(4000, '\n');
+  std::size_t taken = 0;
+  for (std::size_t sent = 1; sent > 0; taken += sent) {
+    sent = silent.sendWhatIsTaken(commands);
+    if (sent == 0) { // poe_card may just not have come to it
+      EXPECT_EQ(Client(path).ask("reg 0x43"), "0x43 0x41\n\n");
+      sent = silent.sendWhatIsTaken(commands);
+    }
+    ASSERT_LT(taken, 100'000'000U) << "poe_card takes everything and keeps the replies";
+  }
+  EXPECT_EQ(Client(path).ask("reg 0x43"), "0x43 0x41\n\n");
+}
+
+TEST_F(PoeCardControl, SendsMoreThanASocketHoldsToAClientThatReadsLate) {
+  const Client client(path);
+  std::string commands;
+  for (int i = 0; i < 400; ++i) {
+    commands += "dump\n";
+  }
+  ASSERT_TRUE(client.send(commands));
+  for (int i = 0; i < 400; ++i) {
+    ASSERT_EQ(client.reply().size(), 1 + 17 * 72U) << i;
+  }
+}
+
+TEST_F(PoeCardControl, TakesALineOf4096Characters) {
+  const Client client(path);
+  EXPECT_EQ(client.ask("plug 0" + std::string(4090, ' ')), OK);
+  EXPECT_EQ(client.ask("reg 0x43"), "0x43 0x41\n\n");
+}
+
+TEST_F(PoeCardControl, RefusesALongerLineAndClosesTheConnection) {
+  const Client client(path);
+  client.send("plug 0" + std::string(4091, ' ') + "\n");
+  EXPECT_EQ(client.reply(), "error: the line is too long; accepted are 4096 characters\n\n");
+  EXPECT_TRUE(client.closed());
+  EXPECT_EQ(Client(path).ask("show").rfind("port 0: device=none", 0), 0U);
+}
+
+TEST_F(PoeCardControl, RefusesAMillionCharactersWithoutALine) {
+  const Client client(path);
+  EXPECT_FALSE(client.send(std::string(1'000'000, 'x')));
+  EXPECT_EQ(Client(path).ask("reg 0x43"), "0x43 0x41\n\n");
+}
+
+TEST_F(PoeCardControl, TurnsClientsAwayWhenThereAreTooMany) {
+  std::vector<std::unique_ptr<Client>> clients;
+  for (int i = 0; i < 64; ++i) {
+    clients.push_back(std::make_unique<Client>(path));
+    ASSERT_EQ(clients.back()->ask("reg 0x43"), "0x43 0x41\n\n");
+  }
+  EXPECT_TRUE(Client(path).closed());
+  clients.clear(); // which poe_card takes note of one after the other
+  std::string reply;
+  while (reply.empty()) {
+    reply = Client(path).ask("reg 0x43");
+  }
+  EXPECT_EQ(reply, "0x43 0x41\n\n");
+}
+
+TEST_F(PoeCardControl, GoesAwayWithPoeCard) {
+  card.send(SIGTERM);
+  EXPECT_EQ(card.wait(), 128 + SIGTERM);
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(PoeCardControl, IsNotTakenFromAPoeCardThatListens) {
+  const CardResult second = runCard({"--control", path.string(), "--", "true"});
+  EXPECT_EQ(second.err, "poe_card: --control: " + path.string() +
+                            " exists; accepted is a new path, or a socket that nobody listens on\n");
+  EXPECT_EQ(second.status, 2);
+  EXPECT_EQ(Client(path).ask("reg 0x43"), "0x43 0x41\n\n");
+}
+
+TEST_F(PoeCardControl, TakesThePlaceOfOneWhosePoeCardWasKilled) {
+  card.send(SIGKILL);
+  EXPECT_EQ(card.wait(), -SIGKILL);
+  ASSERT_TRUE(std::filesystem::exists(path));
+  EXPECT_EQ(runCard({"--control", path.string(), "--", "true"}).status, 0);
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(PoeCardControlPath, IsTheCommandsInAbsoluteForm) {
+  const TemporaryDirectory directory;
+  const std::filesystem::path path = directory.path() / "control";
+  const std::filesystem::path relative = std::filesystem::relative(path);
+  const CardResult result =
+      runCard({"--control", relative.string(), "--", "sh", "-c", "echo $POE_CARD_CONTROL"});
+  EXPECT_EQ(std::filesystem::path(result.out.substr(0, result.out.size() - 1)).lexically_normal(), path);
+  EXPECT_EQ(result.out.front(), '/');
+}
+
+TEST(PoeCardControlPath, ThatIsAFileIsLeftAlone) {
+  const TemporaryDirectory directory;
+  const std::filesystem::path path = directory.path() / "precious";
+  std::ofstream(path) << "data\n";
+  const CardResult result = runCard({"--control", path.string(), "--", "true"});
+  EXPECT_EQ(result.err, "poe_card: --control: " + path.string() +
+                            " exists; accepted is a new path, or a socket that nobody listens on\n");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(std::filesystem::file_size(path), 5U);
+}
+
+TEST(PoeCardControlPath, ThatIsTooLongIsRefused) {
+  const std::string path = "/tmp/" + std::string(103, 'x');
+  const CardResult result = runCard({"--control", path, "--", "true"});
+  EXPECT_EQ(result.err, "poe_card: --control: the path of 108 characters is too long; accepted are 107\n");
+  EXPECT_EQ(result.status, 2);
+}
+
+TEST(PoeCardControlPath, ThatCannotBeMadeIsRefused) {
+  const CardResult result = runCard({"--control", "/no/such/directory/control", "--", "true"});
+  EXPECT_EQ(result.err, "poe_card: --control: cannot make /no/such/directory/control: "
+                        "No such file or directory; accepted is a path in a directory that can be written\n");
+  EXPECT_EQ(result.status, 2);
+}
+
+TEST(PoeCardControlPath, WorksWithoutAnAdapterToo) {
+  const TemporaryDirectory directory;
+  const std::string path = (directory.path() / "control").string();
+  CardProcess card(directory.path(), {"--no-adapter", "--control", path, "--", "sh", "-c", "echo; sleep 60"});
+  card.line();
+  EXPECT_EQ(Client(path).ask("reg 0x43"), "0x43 0x41\n\n");
+}
+
+} // namespace
