@@ -1,6 +1,6 @@
 // poectl beside the real service: the console for a script and for a person, and its errors.
+#include "tests/process/command.h"
 #include "tests/process/process_fixture.h"
-#include "tests/support/shell.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,10 +13,6 @@
 #include <unistd.h>
 
 namespace {
-
-ShellResult poectl(const std::string& arguments) {
-  return run(std::string(POECTL) + " " + arguments);
-}
 
 const std::string DISABLED_CHANNEL = "channel 2\n"
                                      "============\n"
@@ -169,8 +165,8 @@ using Poectl = ServiceTest;
 
 TEST_F(Poectl, SaysWhatIsWrongWithACommandLineAndWhatIsAccepted) {
   for (const char* arguments :
-       {"", "bogus", "watch --seconds 0", "watch --seconds x", "clean now", "apply", "check", "example now",
-        "explain", "status --json --prometheus", "explain - --bank-limit 256", "explain - --port 4"}) {
+       {"", "bogus", "watch --count", "clean now", "apply", "check", "example now", "explain",
+        "status --json --prometheus", "explain - --bank-limit 256", "explain - --port 4"}) {
     const ShellResult result = poectl(arguments);
     EXPECT_EQ(result.status, 2) << arguments;
     EXPECT_EQ(result.output.rfind("poectl: ", 0), 0U) << arguments;
@@ -264,7 +260,7 @@ TEST_F(Poectl, ExplainStartsFromTheRunningServiceWhileAnotherHasItsMessages) {
 }
 
 TEST_F(Poectl, ExplainOfTheRunningServiceWithoutAServiceSaysSo) {
-  const Result result = run(std::string(POECTL) + " example | " + POECTL + " explain - --status");
+  const ShellResult result = run(std::string(POECTL) + " example | " + POECTL + " explain - --status");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "poectl: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is "
                            "the service running?\n");

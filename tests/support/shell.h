@@ -11,7 +11,7 @@ struct ShellResult {
 };
 
 inline ShellResult run(const std::string& command) {
-  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+  FILE* pipe = popen(("{ " + command + "; } 2>&1").c_str(), "r");
   std::string output;
   char block[4096];
   for (std::size_t length = 0; (length = fread(block, 1, sizeof block, pipe)) > 0;) {
