@@ -25,15 +25,21 @@ int applyFile(const std::string& path) {
   return 0;
 }
 
+static void setPortStates(const std::vector<std::string>& all, PortStates& ports) {
+  for (const std::string& words : all) {
+    setPortState(words, ports);
+  }
+}
+
 int explainFile(const std::string& path, const ExplainOptions& options) {
   constexpr PortState POWERED{4, true}; // 4: detected good
+  PortStates ports{POWERED, POWERED, POWERED, POWERED};
+  setPortStates(options.ports, ports); // wrong words are refused before anything is read
   const PoeConfig config = readConfig(path);
-  AuditInput input{chipBankLimit(config.bankPowerLimit[0]), {POWERED, POWERED, POWERED, POWERED}};
+  AuditInput input{chipBankLimit(config.bankPowerLimit[0]), ports};
   if (options.status) {
     input = askAuditInput();
-  }
-  for (const std::string& words : options.ports) {
-    setPortState(words, input.ports);
+    setPortStates(options.ports, input.ports);
   }
   std::fputs(auditText(config, options.bankLimit.value_or(input.bankLimit), input.ports).c_str(), stdout);
   return 0;
