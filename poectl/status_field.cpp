@@ -126,7 +126,7 @@ std::string acceptedValues(const StatusField& field) {
 
 std::string valueText(const StatusField& field, std::int64_t value) {
   if (field.kind == Kind::WORD && value >= 0) {
-    const std::string word = field.word(static_cast<std::uint32_t>(value));
+    std::string word = field.word(static_cast<std::uint32_t>(value));
     if (word != NO_WORD) {
       return word;
     }

@@ -12,7 +12,7 @@ namespace {
 // Takes one connection, reads one line for each reply, and closes behind the last one.
 class ScriptedCard {
 public:
-  explicit ScriptedCard(std::vector<std::string> replies)
+  explicit ScriptedCard(const std::vector<std::string>& replies)
       : m_socket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
