@@ -1,13 +1,15 @@
 #include "poectl/canvas.h"
 
+#include <cstdint>
+
 namespace {
 
 constexpr char FIRST_PRINTABLE = ' ';
 constexpr char LAST_PRINTABLE = '~';
 
 // The characters of a view are of the basic plane: three bytes at most.
-void appendUtf8(std::string& text, wchar_t character) {
-  const auto code = static_cast<unsigned>(character);
+void appendUtf8(std::string& text, char32_t character) {
+  const auto code = static_cast<std::uint32_t>(character);
   if (code < 0x80) {
     text += static_cast<char>(code);
   } else if (code < 0x800) {
@@ -25,7 +27,7 @@ void appendUtf8(std::string& text, wchar_t character) {
 Canvas::Canvas(std::size_t rows, std::size_t columns)
     : m_rows(rows), m_columns(columns), m_cells(rows * columns) {}
 
-void Canvas::put(std::size_t row, std::size_t column, wchar_t character, Style style) {
+void Canvas::put(std::size_t row, std::size_t column, char32_t character, Style style) {
   if (row < m_rows && column < m_columns) {
     m_cells[row * m_columns + column] = {character, style};
   }
@@ -34,7 +36,7 @@ void Canvas::put(std::size_t row, std::size_t column, wchar_t character, Style s
 void Canvas::text(std::size_t row, std::size_t column, const std::string& text, Style style) {
   for (const char character : text) {
     const bool isPrintable = character >= FIRST_PRINTABLE && character <= LAST_PRINTABLE;
-    put(row, column, static_cast<wchar_t>(isPrintable ? character : '?'), style);
+    put(row, column, static_cast<char32_t>(isPrintable ? character : '?'), style);
     column++;
   }
 }
@@ -45,7 +47,7 @@ void Canvas::textAtRight(std::size_t row, const std::string& line, Style style) 
 
 void Canvas::clearRow(std::size_t row, Style style) {
   for (std::size_t column = 0; column < m_columns; column++) {
-    put(row, column, L' ', style);
+    put(row, column, U' ', style);
   }
 }
 

@@ -19,7 +19,7 @@ struct Style {
 };
 
 struct Cell {
-  wchar_t character = L' '; // takes one column
+  char32_t character = U' '; // takes one column
   Style style;
 };
 
@@ -32,7 +32,7 @@ public:
   std::size_t columns() const { return m_columns; }
   const Cell& at(std::size_t row, std::size_t column) const { return m_cells[row * m_columns + column]; }
 
-  void put(std::size_t row, std::size_t column, wchar_t character, Style style = {});
+  void put(std::size_t row, std::size_t column, char32_t character, Style style = {});
 
   // Bytes that are not printable ASCII, which could be the start of a control sequence, become '?'.
   void text(std::size_t row, std::size_t column, const std::string& text, Style style = {});

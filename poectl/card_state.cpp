@@ -1,26 +1,31 @@
 #include "poectl/card_state.h"
 
+#include "poectl/words.h"
+
 #include <cstdlib>
 #include <sstream>
+#include <vector>
 
 namespace {
 
 const std::string PORT = "port ";
 const std::string WATTS = " watts=";
-const std::string PHASE = " phase=";
 constexpr std::size_t DEVICE = 8; // where the words begin in "port 0: device=..."
 
 bool startsWith(const std::string& text, const std::string& start) {
   return text.compare(0, start.size(), start) == 0;
 }
 
-// The port's state says as much as the phase.
-std::string withoutPhase(std::string words) {
-  const std::size_t start = words.find(PHASE);
-  if (start != std::string::npos) {
-    words.erase(start, words.find(' ', start + 1) - start);
+// The phase is in the port's state, and what is not there needs no word.
+std::string tellingWords(const std::string& words) {
+  std::istringstream input(words);
+  std::vector<std::string> telling;
+  for (std::string word; input >> word;) {
+    if (!startsWith(word, "phase=") && word != "fault=none" && word != "class-error=none") {
+      telling.push_back(word);
+    }
   }
-  return words;
+  return joinWords(telling);
 }
 
 void readPort(const std::string& line, CardState& state) {
@@ -28,7 +33,7 @@ void readPort(const std::string& line, CardState& state) {
   if (port >= POE_PORTS) {
     return;
   }
-  state.port[port].device = withoutPhase(line.substr(DEVICE));
+  state.port[port].device = tellingWords(line.substr(DEVICE));
   const std::size_t watts = line.find(WATTS);
   if (watts != std::string::npos) {
     state.port[port].watts = std::strtod(line.c_str() + watts + WATTS.size(), nullptr);

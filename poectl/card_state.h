@@ -7,7 +7,7 @@
 #include <string>
 
 struct CardPort {
-  std::string device; // the card's words without the phase: "device=good class=4 watts=22"
+  std::string device; // the card's telling words: "device=good class=4 watts=22"
   double watts = 0;   // that the device draws
 };
 

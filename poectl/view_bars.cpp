@@ -8,13 +8,13 @@ namespace {
 
 constexpr std::uint32_t EIGHTHS = 8;
 constexpr std::size_t SCALE_COLUMNS = 5;      // " 100 "
-constexpr wchar_t FROM_LEFT[] = L" ▏▎▍▌▋▊▉█"; // by eighths
-constexpr wchar_t FROM_BELOW[] = L" ▁▂▃▄▅▆▇█";
+constexpr char32_t FROM_LEFT[] = U" ▏▎▍▌▋▊▉█"; // by eighths
+constexpr char32_t FROM_BELOW[] = U" ▁▂▃▄▅▆▇█";
 constexpr Colour SHARE_COLOURS[] = {Colour::GREEN, Colour::CYAN, Colour::MAGENTA, Colour::YELLOW};
 constexpr Style FAINT{Colour::DEFAULT, false, true, false};
 
-wchar_t restOfBar(bool unicode) {
-  return unicode ? L'·' : L'-';
+char32_t restOfBar(bool unicode) {
+  return unicode ? U'·' : U'-';
 }
 
 // `value` of `full` in `steps` steps. A value above 0 takes at least one.
@@ -27,12 +27,12 @@ std::uint32_t scaled(std::uint32_t value, std::uint32_t full, std::size_t steps)
 }
 
 // The character of the cell `index`, counted from the start of a bar that is `length` steps long.
-wchar_t barCell(std::uint32_t length, std::size_t index, bool unicode, const wchar_t* eighths) {
+char32_t barCell(std::uint32_t length, std::size_t index, bool unicode, const char32_t* eighths) {
   if (!unicode) {
-    return length > index ? L'#' : L' ';
+    return length > index ? U'#' : U' ';
   }
   const std::size_t start = index * EIGHTHS;
-  return length <= start ? L' ' : eighths[std::min<std::size_t>(length - start, EIGHTHS)];
+  return length <= start ? U' ' : eighths[std::min<std::size_t>(length - start, EIGHTHS)];
 }
 
 std::uint32_t highest(const ConsumptionHistory& history, std::size_t entries) {
@@ -53,11 +53,11 @@ void drawSample(Canvas& canvas, const Box& box, std::size_t column, const Consum
   const Style style{loadColour(sample.consumption, sample.limit)};
   for (std::size_t above = 0; above < box.rows; above++) {
     const std::size_t row = box.row + box.rows - 1 - above;
-    const wchar_t character = barCell(length, above, unicode, FROM_BELOW);
-    if (character != L' ') {
+    const char32_t character = barCell(length, above, unicode, FROM_BELOW);
+    if (character != U' ') {
       canvas.put(row, column, character, style);
     } else if (above + 1 == limitRow) {
-      canvas.put(row, column, unicode ? L'─' : L'-', FAINT);
+      canvas.put(row, column, unicode ? U'─' : U'-', FAINT);
     }
   }
 }
@@ -68,8 +68,8 @@ void drawBar(Canvas& canvas, const Box& box, std::uint32_t value, std::uint32_t 
              bool unicode) {
   const std::uint32_t length = scaled(value, full, box.columns * (unicode ? EIGHTHS : 1));
   for (std::size_t index = 0; index < box.columns; index++) {
-    const wchar_t character = barCell(length, index, unicode, FROM_LEFT);
-    if (character == L' ') {
+    const char32_t character = barCell(length, index, unicode, FROM_LEFT);
+    if (character == U' ') {
       canvas.put(box.row, box.column + index, restOfBar(unicode), FAINT);
     } else {
       canvas.put(box.row, box.column + index, character, style);
@@ -90,7 +90,7 @@ void drawShares(Canvas& canvas, const Box& box, const std::array<std::uint32_t, 
     sum += shares[port];
     const std::size_t end = scaled(sum, full, box.columns);
     for (; shares[port] != 0 && index < end; index++) {
-      canvas.put(box.row, box.column + index, static_cast<wchar_t>(L'0' + port),
+      canvas.put(box.row, box.column + index, static_cast<char32_t>(U'0' + port),
                  {SHARE_COLOURS[port], false, false, true});
     }
   }

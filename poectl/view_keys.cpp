@@ -3,6 +3,7 @@
 #include "poectl/text_format.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -20,6 +21,8 @@ constexpr PluggedDevice DEVICES[] = {
     {"class=2 watts=6", 6},   {"class=4 watts=22", 22}, {"class=0 watts=10", 10},
     {"class=3 watts=12", 12}, {"class=1 watts=3", 3},   {"class=4 watts=22 signature=low", 22},
 };
+
+constexpr unsigned DEVICE_COUNT = std::size(DEVICES);
 
 // The line of a command that the person is typing.
 KeyEffect editPrompt(const KeyPress& key, ViewState& state) {
@@ -149,7 +152,7 @@ std::string ViewKeys::cardCommand(char key, ViewState& state) {
 
 std::string ViewKeys::plug(CardState& card, unsigned port) {
   const PluggedDevice& device = DEVICES[m_nextDevice[port]];
-  m_nextDevice[port] = (m_nextDevice[port] + 1) % std::size(DEVICES);
+  m_nextDevice[port] = (m_nextDevice[port] + 1) % DEVICE_COUNT;
   card.port[port].watts = device.watts;
   return onPort("plug", port) + " " + device.words;
 }

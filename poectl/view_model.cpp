@@ -115,7 +115,7 @@ private:
   // A line with a text in it.
   void drawHeading(std::size_t row, const std::string& text) {
     for (std::size_t column = 0; column < m_canvas.columns(); column++) {
-      m_canvas.put(row, column, m_unicode ? L'─' : L'-', FAINT);
+      m_canvas.put(row, column, m_unicode ? U'─' : U'-', FAINT);
     }
     m_canvas.text(row, 2, " " + text + " ", BOLD);
   }

@@ -46,14 +46,14 @@ TEST(SettingsOf, TakesALimitAsTheServiceDoes) {
 }
 
 TEST(ParseCardState, ReadsPortsThermalShutdownAndBus) {
-  const CardState state =
-      parseCardState("port 0: device=good class=4 watts=22.5 phase=delivering fault=none\n"
-                     "port 3: device=none class=0 watts=0 phase=off\n"
-                     "temperature=40\nthermal=on\nbus=dead\n");
-  EXPECT_EQ(state.port[0].device, "device=good class=4 watts=22.5 fault=none");
+  const CardState state = parseCardState(
+      "port 0: device=good class=4 watts=22.5 phase=delivering fault=none class-error=pending\n"
+      "port 3: device=none class=0 watts=0 phase=off fault=fet class-error=none\n"
+      "temperature=40\nthermal=on\nbus=dead\n");
+  EXPECT_EQ(state.port[0].device, "device=good class=4 watts=22.5 class-error=pending");
   EXPECT_EQ(state.port[0].watts, 22.5);
   EXPECT_EQ(state.port[1].device, "");
-  EXPECT_EQ(state.port[3].device, "device=none class=0 watts=0");
+  EXPECT_EQ(state.port[3].device, "device=none class=0 watts=0 fault=fet");
   EXPECT_TRUE(state.thermal);
   EXPECT_FALSE(state.busOk);
 }
