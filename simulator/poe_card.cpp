@@ -67,7 +67,7 @@ void enterMockEnvironment(char** argv) {
 // The library beside us that takes the command's syslog lines, and where to.
 ChildProcess::Environment syslogCapture(const std::string& file) {
   const std::filesystem::path bin = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-  const std::string library = (bin.parent_path() / "lib" / "libpoe_card_syslog.so").string();
+  const std::string library = (bin.parent_path() / "lib" / "poe-tools" / "libpoe_card_syslog.so").string();
   if (access(library.c_str(), R_OK) != 0) {
     throw std::system_error(errno, std::generic_category(), library);
   }
