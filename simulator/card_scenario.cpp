@@ -16,7 +16,7 @@ std::chrono::nanoseconds parseWait(const std::string& line) {
 }
 
 CardCommand parseChange(const std::string& line) {
-  const CardCommand command = parseCardCommand(line);
+  CardCommand command = parseCardCommand(line);
   if (command.tells) {
     throw CardCommandError("what this replies would be lost; accepted are the commands that change the "
                            "card, and wait SECONDS");

@@ -229,6 +229,24 @@ TEST_F(PoeCardControl, TakesThePlaceOfOneWhosePoeCardWasKilled) {
   EXPECT_FALSE(std::filesystem::exists(path));
 }
 
+TEST(PoeCardControlOfABusyBus, ChangesTheCardBetweenTransfers) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.file("control");
+  CardProcess card(directory.path(),
+                   {"--control", path, "--", CARD_PROBE, "open", "bind:0x20", "write:0x12:0xFF",
+                    "write:0x14:0xFF", "await:0x10:0x11", "say:powered", "busy"});
+  EXPECT_EQ(card.line(), "ok") << "the command has started";
+  const Client client(path);
+  ASSERT_EQ(client.ask("plug 0"), OK);
+  for (const char* said : {"ok", "ok", "ok", "0x11", "powered"}) {
+    EXPECT_EQ(card.line(), said);
+  }
+  for (int i = 0; i < 100; ++i) {
+    ASSERT_EQ(client.ask(i % 2 == 0 ? "draw 0 3" : "draw 0 12"), OK);
+    ASSERT_EQ(client.ask("reg 0x92"), i % 2 == 0 ? "0x92 0x03\n\n" : "0x92 0x0C\n\n");
+  }
+}
+
 TEST(PoeCardControlPath, IsTheCommandsInAbsoluteForm) {
   const TemporaryDirectory directory;
   const std::filesystem::path path = directory.path() / "control";
