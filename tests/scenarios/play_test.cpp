@@ -2,6 +2,7 @@
 #include "tests/support/shell.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -75,26 +76,31 @@ TEST_F(Play, PrintsAResultForEachStepAndWhatItTells) {
 }
 
 TEST_F(Play, ShowsWhyAnExpectationFailedAndGoesOn) {
-  const ShellResult result = play("after 1 message\n"
+  const ShellResult result = play("apply four_ports.toml\n"
+                                  "after 2 messages\n"
                                   "expect port 2 state FAULT within 2 messages\n"
-                                  "expect port 2 state DISABLED\n");
-  EXPECT_EQ(result.output, "TAP version 13\n"
-                           "1..3\n"
-                           "ok 1 - line 1: after 1 message\n"
-                           "not ok 2 - line 2: expect port 2 state FAULT within 2 messages\n"
-                           "# port 2 state is DISABLED; expected is FAULT\n"
-                           "# message 4: chip running, bank limit 0 W, consumption 0 W, temperature 40 C\n" +
-                               HEADING +
-                               "#    0  -      DISABLED             -     0        -        0       0        "
-                               " 0          0      0         0\n"
-                               "#    1  -      DISABLED             -     0        -        0       0        "
-                               " 0          0      0         0\n"
-                               "#    2  -      DISABLED             -     0        -        0       0        "
-                               " 0          0      0         0\n"
-                               "#    3  -      DISABLED             -     0        -        0       0        "
-                               " 0          0      0         0\n"
-                               "ok 3 - line 3: expect port 2 state DISABLED\n");
+                                  "expect port 2 state SEARCHING\n");
+  const std::string counters = "       0       0         0          0      0         0\n";
+  EXPECT_EQ(result.output,
+            "TAP version 13\n"
+            "1..4\n"
+            "ok 1 - line 1: apply four_ports.toml\n"
+            "ok 2 - line 2: after 2 messages\n"
+            "not ok 3 - line 3: expect port 2 state FAULT within 2 messages\n"
+            "# port 2 state is SEARCHING; expected is FAULT\n"
+            "# message 5: chip running, bank limit 100 W, consumption 0 W, temperature 40 C\n" +
+                HEADING + "#    0  on     SEARCHING            -     0       15 " + counters +
+                "#    1  on     SEARCHING            -     0       30 " + counters +
+                "#    2  on     SEARCHING            -     0       15 " + counters +
+                "#    3  on     SEARCHING            -     0       15 " + counters +
+                "ok 4 - line 4: expect port 2 state SEARCHING\n");
   EXPECT_EQ(result.status, 1);
+}
+
+TEST_F(Play, WaitsAsLongAsItIsTold) {
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(play("wait 2.5").status, 0);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2500));
 }
 
 struct FailureRow {
@@ -118,6 +124,9 @@ TEST_P(PlayFailure, HasItsReason) {
 
 const FailureRow FAILURES[] = {
     {"WithinSeconds", "expect chip mainPower 5 within 1.5", "chip mainPower is 0; expected is 5"},
+    {"WithinSecondsWithoutAMessage",
+     "after 1 message\ncard temperature 50\nexpect chip deviceTemperature 50 within 0.1",
+     "no status message came"},
     {"Stays", "after 1 message\ncard temperature 50\nexpect chip deviceTemperature stays 40 for 3 messages",
      "chip deviceTemperature is 50; expected is 40"},
     {"StaysAlready",
