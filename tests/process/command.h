@@ -1,8 +1,8 @@
 // poectl as a command of a shell.
 #pragma once
 
-#include "tests/support/shell.h"
+#include "tests/support/command.h"
 
-inline ShellResult poectl(const std::string& arguments) {
+inline CommandResult poectl(const std::string& arguments) {
   return run(std::string(POECTL) + " " + arguments);
 }

@@ -29,7 +29,7 @@ std::vector<std::string> linesOf(const std::string& text) {
 
 TEST_F(PoectlWatch, EndsAfterTheCountedMessages) {
   startConfigurable();
-  const ShellResult result = poectl("watch --count 2");
+  const CommandResult result = poectl("watch --count 2");
   EXPECT_EQ(result.status, 0);
   EXPECT_TRUE(std::regex_search(result.output, std::regex("^" + TIME + " message 1: chip running, ")))
       << result.output;
@@ -39,7 +39,7 @@ TEST_F(PoectlWatch, EndsAfterTheCountedMessages) {
 
 TEST_F(PoectlWatch, PrintsAJsonObjectOnALineForEachMessage) {
   startConfigurable();
-  const ShellResult result = poectl("watch --example --json --count 3");
+  const CommandResult result = poectl("watch --example --json --count 3");
   EXPECT_EQ(result.status, 0);
   const std::vector<std::string> lines = linesOf(result.output);
   ASSERT_EQ(lines.size(), 3U) << result.output;
@@ -54,7 +54,7 @@ TEST_F(PoectlWatch, PrintsAJsonObjectOnALineForEachMessage) {
 
 TEST_F(PoectlWatch, PrintsNothingButEvents) {
   startConfigurable();
-  const ShellResult result = poectl("watch --example --events --count 3");
+  const CommandResult result = poectl("watch --example --events --count 3");
   EXPECT_EQ(result.status, 0);
   std::string behindTimes;
   for (const std::string& line : linesOf(result.output)) {
@@ -68,7 +68,7 @@ TEST_F(PoectlWatch, PrintsNothingButEvents) {
 
 TEST_F(PoectlWatch, PrintsEventsAsJson) {
   startConfigurable();
-  const ShellResult result = poectl("watch --example --events --json --count 3");
+  const CommandResult result = poectl("watch --example --events --json --count 3");
   EXPECT_EQ(result.status, 0);
   const std::vector<std::string> lines = linesOf(result.output);
   ASSERT_EQ(lines.size(), 3U) << result.output;
@@ -88,20 +88,20 @@ TEST_F(PoectlWatch, SaysThatTheStatusIsStaleWhenTheServiceEnds) {
   sleep(2);
   service->interrupt();
   EXPECT_EQ(pclose(watch), 0);
-  const ShellResult result = run("cat " + file + "; rm " + file);
+  const CommandResult result = run("cat " + file + "; rm " + file);
   EXPECT_TRUE(std::regex_match(result.output, std::regex(TIME + " STALE: no message for [23]\\.[0-9] s\n")))
       << result.output;
 }
 
 TEST_F(PoectlWatch, EndsQuietlyWhenItsReaderHasSeenEnough) {
   startConfigurable();
-  const ShellResult result = run(std::string(POECTL) + " watch --json --seconds 10 | head -n 1 | wc -l");
+  const CommandResult result = run(std::string(POECTL) + " watch --json --seconds 10 | head -n 1 | wc -l");
   EXPECT_EQ(result.output, "1\n");
 }
 
 TEST_F(PoectlWatch, SaysThatItsOutputCannotBeWritten) {
   startConfigurable();
-  const ShellResult result = poectl("watch --seconds 10 >/dev/full");
+  const CommandResult result = poectl("watch --seconds 10 >/dev/full");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "poectl: cannot write to standard output: No space left on device\n");
 }
@@ -121,7 +121,7 @@ TEST_F(PoectlWatch, SaysWhatIsWrongWithItsOptions) {
       {"now", "The following argument was not expected: now" + help},
   };
   for (const auto& [arguments, error] : rows) {
-    const ShellResult result = poectl("watch " + arguments);
+    const CommandResult result = poectl("watch " + arguments);
     EXPECT_EQ(result.status, 2) << arguments;
     EXPECT_EQ(result.output, "poectl: " + error) << arguments;
   }
