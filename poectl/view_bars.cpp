@@ -7,7 +7,7 @@
 namespace {
 
 constexpr std::uint32_t EIGHTHS = 8;
-constexpr std::size_t SCALE_COLUMNS = 5;      // " 100 "
+constexpr std::size_t SCALE_COLUMNS = 5;       // " 100 "
 constexpr char32_t FROM_LEFT[] = U" ▏▎▍▌▋▊▉█"; // by eighths
 constexpr char32_t FROM_BELOW[] = U" ▁▂▃▄▅▆▇█";
 constexpr Colour SHARE_COLOURS[] = {Colour::GREEN, Colour::CYAN, Colour::MAGENTA, Colour::YELLOW};

@@ -10,17 +10,26 @@ namespace {
 using std::chrono::milliseconds;
 using Time = std::chrono::system_clock::time_point;
 
-TEST(IsoTime, IsUtcWithMilliseconds) {
+// Two hours east of Greenwich.
+class TimeText : public ::testing::Test {
+protected:
+  TimeText() {
+    setenv("TZ", "XXX-2", 1);
+    tzset();
+  }
+  ~TimeText() override {
+    unsetenv("TZ");
+    tzset();
+  }
+};
+
+TEST_F(TimeText, OfAProgramIsUtcWithMilliseconds) {
   EXPECT_EQ(isoTime(Time(milliseconds(1714979289123))), "2024-05-06T07:08:09.123Z");
   EXPECT_EQ(isoTime(Time(milliseconds(7))), "1970-01-01T00:00:00.007Z");
 }
 
-TEST(TimeOfDay, IsLocal) {
-  setenv("TZ", "XXX-2", 1); // two hours east of Greenwich
-  tzset();
+TEST_F(TimeText, OfAPersonIsLocal) {
   EXPECT_EQ(timeOfDay(Time(milliseconds(1714979289123))), "09:08:09");
-  unsetenv("TZ");
-  tzset();
 }
 
 } // namespace

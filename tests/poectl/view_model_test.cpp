@@ -239,7 +239,7 @@ INSTANTIATE_TEST_SUITE_P(Each, LiveViewState,
                          [](const auto& row) { return "OperStatus" + std::to_string(row.param.operStatus); });
 
 struct DrawColour {
-  std::uint32_t watts; // of 15
+  std::uint32_t watts; // of 30
   Colour colour;
 };
 
@@ -247,13 +247,13 @@ class LiveViewDraw : public ::testing::TestWithParam<DrawColour> {};
 
 TEST_P(LiveViewDraw, ColoursTheBarByTheLimit) {
   ViewState state = viewSample();
-  state.status->port[0].powerConsumption = GetParam().watts;
-  EXPECT_EQ(styleAt(state, 3, 31).colour, GetParam().colour);
+  state.status->port[1].powerConsumption = GetParam().watts;
+  EXPECT_EQ(styleAt(state, 4, 31).colour, GetParam().colour);
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, LiveViewDraw,
-                         ::testing::Values(DrawColour{13, Colour::GREEN}, DrawColour{14, Colour::YELLOW},
-                                           DrawColour{15, Colour::YELLOW}, DrawColour{16, Colour::RED}),
+                         ::testing::Values(DrawColour{26, Colour::GREEN}, DrawColour{27, Colour::YELLOW},
+                                           DrawColour{30, Colour::YELLOW}, DrawColour{31, Colour::RED}),
                          [](const auto& row) { return std::to_string(row.param.watts) + "W"; });
 
 TEST(LiveView, MarksACounterForFiveMessages) {
@@ -307,8 +307,8 @@ TEST(LiveView, CoversItsMiddleWithTheKeys) {
 
 TEST(LiveView, ShowsNoControlCharacterOfAnAnswer) {
   ViewState state = viewSample();
-  state.note = "card: \033[2J\377";
-  EXPECT_EQ(rowOf(state, 22), "card: ?[2J?");
+  state.note = "card: \033[2J\377\177";
+  EXPECT_EQ(rowOf(state, 22), "card: ?[2J??");
 }
 
 TEST(ConsumptionHistory, ForgetsTheOldestOfAThousandEntries) {

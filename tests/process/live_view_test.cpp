@@ -1,12 +1,13 @@
 // The live view of "poectl watch" on a real terminal, beside the real service.
 #include "tests/process/command.h"
+#include "tests/process/pattern.h"
 #include "tests/process/process_fixture.h"
 #include "tests/process/tmux_terminal.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <optional>
-#include <regex>
 #include <thread>
 
 namespace {
@@ -35,10 +36,9 @@ protected:
   }
 
   unsigned long messageNumber() const {
-    std::smatch found;
     const std::string row = terminal->row(0);
-    EXPECT_TRUE(std::regex_search(row, found, std::regex("message ([0-9]+), age"))) << row;
-    return found.empty() ? 0 : std::stoul(found[1]);
+    EXPECT_TRUE(containsPattern(row, "message [0-9]+, age")) << row;
+    return std::strtoul(row.c_str() + row.find("message ") + 8, nullptr, 10);
   }
 
   const std::string socket = ::testing::TempDir() + "poectl_view_" + std::to_string(getpid());
@@ -160,13 +160,13 @@ TEST_F(PoectlLiveView, IsRefusedBesideAnotherMainProcess) {
 }
 
 TEST_F(PoectlLiveView, HasNoColoursWithNoColorSet) {
-  const std::regex colour("\033\\[([0-9;]*;)?[349][0-7]m");
+  const std::string colour("\033\\[([0-9;]*;)?[349][0-7]m");
   startCard();
   open("NO_COLOR= " + UNICODE);
-  EXPECT_TRUE(std::regex_search(terminal->sent(), colour)) << "an empty value asks for nothing";
+  EXPECT_TRUE(containsPattern(terminal->sent(), colour)) << "an empty value asks for nothing";
   expectEnd("q");
   open("NO_COLOR=1 " + UNICODE);
-  EXPECT_FALSE(std::regex_search(terminal->sent(), colour));
+  EXPECT_FALSE(containsPattern(terminal->sent(), colour));
   expectEnd("q");
 }
 
