@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+namespace Zorvan {
+
+class CdebugServer {
+public:
+  CdebugServer(std::uint16_t port, std::uint32_t bufferSize);
+  virtual ~CdebugServer();
+  void start();
+  void stop();
+
+private:
+  std::uint16_t m_port;
+  std::uint32_t m_bufferSize;
+};
+
+} // namespace Zorvan
