@@ -9,6 +9,18 @@ machine_patience=360
 
 progress() { printf '%s: %s\n' "${0##*/}" "$*"; }
 
+# parse_mode ARGUMENT...: sets `mode` to nothing or to --prepare.
+parse_mode() {
+  mode=${1-}
+  case $#$mode in
+  0 | 1--prepare) ;;
+  *)
+    echo "${0##*/}: unknown arguments '$*'; accepted is --prepare, which gets everything ready and runs nothing" >&2
+    exit 2
+    ;;
+  esac
+}
+
 # copy_program FILE DIRECTORY ROOT LIBRARIES...: copies a program and the shared libraries that it needs, which are
 # looked for in the directories LIBRARIES.
 copy_program() {
@@ -48,9 +60,9 @@ run_machine() {
   shift
   progress "starting the machine"
   timeout "$machine_patience" "$@" -display none -monitor none -serial stdio -nic none -no-reboot </dev/null 2>&1 |
-    tr -d '\r' | tee "$log" | while IFS= read -r line; do
+    stdbuf -oL tr -d '\r' | tee "$log" | while IFS= read -r line; do
       case $line in
-      'ok '* | 'not ok '* | '# '*) printf '  %s\n' "$line" ;;
+      'ok '* | 'not ok '* | '# '*) progress "$line" ;;
       esac
     done
   [ "${PIPESTATUS[0]}" -ne 124 ] || fail "the machine has not ended within $machine_patience s (see $log)"

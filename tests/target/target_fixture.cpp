@@ -25,9 +25,8 @@ void TargetTest::TearDown() {
 }
 
 void TargetTest::startService(const std::string& program) {
-  if (!status) {
-    status = std::make_unique<StatusReceiver>();
-  }
+  status.reset(); // with the messages of a service before this one
+  status = std::make_unique<StatusReceiver>();
   service = std::make_unique<Program>(std::vector<std::string>{program});
   status->next();
 }

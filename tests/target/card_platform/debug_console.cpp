@@ -5,8 +5,7 @@
 
 namespace Zorvan {
 
-CdebugServer::CdebugServer(std::uint16_t port, std::uint32_t bufferSize)
-    : m_port(port), m_bufferSize(bufferSize) {}
+CdebugServer::CdebugServer(std::uint16_t /*port*/, std::uint32_t /*bufferSize*/) {}
 
 CdebugServer::~CdebugServer() = default;
 

@@ -10,10 +10,6 @@ public:
   virtual ~CdebugServer();
   void start();
   void stop();
-
-private:
-  std::uint16_t m_port;
-  std::uint32_t m_bufferSize;
 };
 
 } // namespace Zorvan
