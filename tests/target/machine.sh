@@ -7,6 +7,10 @@
 # How long a machine may run, in seconds: the tests wait about two minutes for cycles, the rest is emulation.
 machine_patience=360
 
+# Directories that go when the script ends, however it ends.
+scratch=()
+trap 'rm -rf "${scratch[@]}"' EXIT
+
 progress() { printf '%s: %s\n' "${0##*/}" "$*"; }
 
 # parse_mode ARGUMENT...: sets `mode` to nothing or to --prepare.

@@ -30,3 +30,9 @@ unpack_package() {
   dpkg-deb -x "$download"/*.deb "$directory" || fail "cannot unpack the package $name"
   rm -rf "$download"
 }
+
+# keep DIRECTORY PLACE: moves the directory to its place in the cache. It appears there whole or not at all, and one that
+# another run has put there in the meantime stays.
+keep() {
+  mv -T "$1" "$2" 2>/dev/null || [ -d "$2" ]
+}

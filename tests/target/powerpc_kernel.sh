@@ -14,15 +14,14 @@ powerpc_kernel() {
   mkdir -p "$target_cache"
   local work
   work=$(mktemp -d "$target_cache/building.XXXXXX")
+  scratch+=("$work")
   # Outside of a condition, or -e would be without effect.
   (set -e; build_powerpc_kernel "$work") >build/target/powerpc-kernel.log 2>&1
   if [ $? -ne 0 ]; then
-    rm -rf "$work"
     tail -n 20 build/target/powerpc-kernel.log >&2
     fail "cannot build the kernel (the whole output is in build/target/powerpc-kernel.log)"
   fi
-  # The directory appears whole or not at all, whatever interrupts this.
-  mv "$work/kernel" "$kernel"
+  keep "$work/kernel" "$kernel" || fail "cannot keep the kernel in $kernel"
   rm -rf "$work"
 }
 
