@@ -30,6 +30,20 @@ qemu-user      runs what is built for the card
 googletest     the tests, built for the card
 '
 
+packages_for_target='
+qemu-system-x86 the machine with an x86-64
+qemu-system-ppc the machine with a PowerPC
+gcc            builds what builds the kernel
+make           builds the kernel of the PowerPC
+flex           configures the kernel
+bison          configures the kernel
+bc             computes constants of the kernel
+xz-utils       unpacks the sources of the kernel
+cpio           packs the file systems of the machines
+binutils       finds the libraries that a program needs
+strace         counts system calls
+'
+
 packages_to_check='
 clang-format   the format check
 clang-tidy     the lint check
@@ -40,6 +54,13 @@ python3-clang  the changes of the mutation test
 fail() {
   echo "${0##*/}: $*" >&2
   exit 1
+}
+
+# update_package_lists: apt-get update, as root or through sudo.
+update_package_lists() {
+  local as_root=()
+  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+  "${as_root[@]}" apt-get update >/dev/null 2>&1 </dev/null || fail "apt-get update fails (is there a network?)"
 }
 
 # install_packages LIST...: installs what is missing, as root or through sudo.

@@ -16,7 +16,7 @@ constexpr mqd_t NONE = -1;
 timespec deadline() {
   timespec time{};
   clock_gettime(CLOCK_REALTIME, &time);
-  time.tv_sec += PATIENCE.count();
+  time.tv_sec += static_cast<time_t>(PATIENCE.count());
   return time;
 }
 

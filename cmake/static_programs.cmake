@@ -1,0 +1,20 @@
+# POE_BUILD_STATIC adds to the programs twins without shared libraries, for a machine that has none of ours.
+option(POE_BUILD_STATIC "Also build poe_service_static and poectl_static" OFF)
+
+# poe_add_static_twin(PROGRAM): PROGRAM_static, made of the same sources, linked statically.
+function(poe_add_static_twin program)
+  if(NOT POE_BUILD_STATIC)
+    return()
+  endif()
+  get_target_property(directory ${program} SOURCE_DIR)
+  get_target_property(sources ${program} SOURCES)
+  list(TRANSFORM sources PREPEND ${directory}/)
+  add_executable(${program}_static ${sources})
+  target_link_options(${program}_static PRIVATE -static)
+  foreach(property COMPILE_DEFINITIONS LINK_LIBRARIES)
+    get_target_property(value ${program} ${property})
+    if(value)
+      set_target_properties(${program}_static PROPERTIES ${property} "${value}")
+    endif()
+  endforeach()
+endfunction()

@@ -1,0 +1,130 @@
+// The service over a minute, and what a cycle costs.
+#include "tests/target/tap_listener.h"
+#include "tests/target/target_fixture.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+std::string fixed(double value, const std::string& unit) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.4f ", value);
+  return text + unit;
+}
+
+// kB that the process has in memory.
+long residentMemory(pid_t pid) {
+  std::ifstream lines("/proc/" + std::to_string(pid) + "/status");
+  for (std::string line; std::getline(lines, line);) {
+    if (line.compare(0, 6, "VmRSS:") == 0) {
+      return std::stol(line.substr(6));
+    }
+  }
+  return -1;
+}
+
+// Waits until the service sleeps: right after a message it still has the queue open.
+long openDescriptors(pid_t pid) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  const std::filesystem::directory_iterator entries("/proc/" + std::to_string(pid) + "/fd");
+  return std::distance(begin(entries), end(entries));
+}
+
+class Endurance : public TargetTest {
+protected:
+  // Takes this number of messages; each must be the scene's. Returns when they came.
+  std::vector<Clock::time_point> takeMessages(int count) {
+    std::vector<Clock::time_point> arrivals;
+    for (int message = 0; message < count; message++) {
+      const std::vector<char> bytes = status->nextBytes();
+      arrivals.push_back(Clock::now());
+      EXPECT_EQ(wordsOf({bytes.begin(), bytes.end()}), wordsOf(sceneStatusMessage()))
+          << "message " << message;
+    }
+    return arrivals;
+  }
+};
+
+// A cycle is a second of sleep and its transfers. A cycle that were left out would show as an interval of two
+// seconds, a period that grows as a mean that is too long.
+TEST_F(Endurance, OfSixtyCyclesShowsNoDriftAndNoGrowth) {
+  startService();
+  configureScene();
+  chip->write(SCENE_REGISTERS);
+  nextWholeStatus();
+  takeMessages(2);
+  const long memoryBefore = residentMemory(service->pid());
+  const long descriptorsBefore = openDescriptors(service->pid());
+
+  const std::vector<Clock::time_point> arrivals = takeMessages(61);
+  double shortest = 60;
+  double longest = 0;
+  for (std::size_t message = 1; message < arrivals.size(); message++) {
+    const double interval = Seconds(arrivals[message] - arrivals[message - 1]).count();
+    shortest = std::min(shortest, interval);
+    longest = std::max(longest, interval);
+  }
+  const double mean = Seconds(arrivals.back() - arrivals.front()).count() / 60;
+  EXPECT_GE(shortest, 0.9);
+  EXPECT_LE(longest, 1.5);
+  EXPECT_GE(mean, 1.0);
+  EXPECT_LE(mean, 1.1);
+  measured("mean period of 60 cycles", fixed(mean, "s"));
+  measured("shortest and longest interval", fixed(shortest, "s, ") + fixed(longest, "s"));
+
+  const long memory = residentMemory(service->pid());
+  EXPECT_GT(memory, 0);
+  EXPECT_LE(memory, memoryBefore + 64);
+  EXPECT_EQ(openDescriptors(service->pid()), descriptorsBefore);
+  measured("resident memory after 60 cycles", std::to_string(memory) + " kB");
+  EXPECT_EQ(log.take(), START_LOG);
+}
+
+#ifdef HAS_STRACE
+// The lines of the trace between the second and the third status message, without those that continue a call.
+std::map<std::string, int> callsOfOneCycle(const std::string& traceFile) {
+  std::ifstream trace(traceFile);
+  std::map<std::string, int> calls;
+  int messages = 0;
+  for (std::string line; std::getline(trace, line);) {
+    const std::size_t start = line.find_first_not_of("0123456789 ");
+    const std::size_t end = line.find('(');
+    if (start == std::string::npos || end == std::string::npos || line[start] == '<' || line[start] == '-') {
+      continue;
+    }
+    const std::string name = line.substr(start, end - start);
+    if (messages == 2) {
+      calls[name]++;
+    }
+    messages += name == "mq_timedsend" ? 1 : 0;
+  }
+  EXPECT_GE(messages, 3);
+  return calls;
+}
+
+TEST_F(Endurance, OfACycleTakes64Transfers) {
+  status = std::make_unique<StatusReceiver>();
+  // -D: the service, not its tracer, is the process that is started here.
+  service = std::make_unique<Program>(
+      std::vector<std::string>{"/bin/strace", "-D", "-f", "-o", "/tmp/trace", SERVICE});
+  for (int message = 0; message < 5; message++) {
+    status->next();
+  }
+  killService();
+  const std::map<std::string, int> calls = callsOfOneCycle("/tmp/trace");
+  EXPECT_EQ(calls.at("ioctl"), 64);
+  EXPECT_EQ(calls.at("mq_timedsend"), 1);
+  for (const auto& [name, count] : calls) {
+    measured("system calls of a cycle, " + name, std::to_string(count));
+  }
+  EXPECT_EQ(log.take(), START_LOG);
+}
+#endif
+
+} // namespace

@@ -1,0 +1,94 @@
+# Sourced by tests/target/x86 and tests/target/powerpc: the file system of a test machine, its run and the verdict.
+
+. scripts/packages.sh
+. scripts/build.sh
+. tests/target/packages.sh
+
+# How long a machine may run, in seconds: the tests wait about two minutes for cycles, the rest is emulation.
+machine_patience=360
+
+# Directories that go when the script ends, however it ends.
+scratch=()
+trap 'rm -rf "${scratch[@]}"' EXIT
+
+progress() { printf '%s: %s\n' "${0##*/}" "$*"; }
+
+# parse_mode ARGUMENT...: sets `mode` to nothing or to --prepare.
+parse_mode() {
+  mode=${1-}
+  case $#$mode in
+  0 | 1--prepare) ;;
+  *)
+    echo "${0##*/}: unknown arguments '$*'; accepted is --prepare, which gets everything ready and runs nothing" >&2
+    exit 2
+    ;;
+  esac
+}
+
+# copy_program FILE DIRECTORY ROOT LIBRARIES...: copies a program and the shared libraries that it needs, which are
+# looked for in the directories LIBRARIES.
+copy_program() {
+  local file=$1 directory=$2 root=$3
+  shift 3
+  mkdir -p "$root/$directory" "$root/lib"
+  cp "$file" "$root/$directory/"
+  copy_libraries_of "$file" "$root" "$@"
+}
+
+copy_libraries_of() {
+  local file=$1 root=$2 name directory found
+  shift 2
+  while read -r name; do
+    [ -e "$root/lib/$name" ] && continue
+    found=
+    for directory in "$@"; do
+      [ -e "$directory/$name" ] && found=$directory/$name && break
+    done
+    [ -n "$found" ] || fail "$file needs $name, which is in none of: $*"
+    cp -L "$found" "$root/lib/$name"
+    copy_libraries_of "$found" "$root" "$@"
+  done < <(readelf --dynamic "$file" 2>/dev/null | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
+}
+
+# pack_root ROOT FILE: the directory as an initial file system.
+pack_root() {
+  mkdir -p "$1/dev" "$1/proc" "$1/sys" "$1/tmp"
+  mknod "$1/dev/console" c 5 1 2>/dev/null
+  (cd "$1" && find . -print0 | cpio --null --create --format=newc --owner=0:0 --quiet) | gzip -1 >"$2" ||
+    fail "cannot pack $1"
+}
+
+# run_machine LOG QEMU ARGUMENT...: runs the machine and shows its results as they come.
+run_machine() {
+  local log=$1 line
+  shift
+  progress "starting the machine"
+  timeout "$machine_patience" "$@" -display none -monitor none -serial stdio -nic none -no-reboot </dev/null 2>&1 |
+    stdbuf -oL tr -d '\r' | tee "$log" | while IFS= read -r line; do
+      case $line in
+      'ok '* | 'not ok '* | '# '*) progress "$line" ;;
+      esac
+    done
+  [ "${PIPESTATUS[0]}" -ne 124 ] || fail "the machine has not ended within $machine_patience s (see $log)"
+}
+
+# judge LOG NAMES: fails unless each test of the file NAMES, in that order, has passed, and nothing else is in the log
+# that tells of a failure.
+judge() {
+  local log=$1 names=$2 count
+  count=$(wc -l <"$names")
+  [ "$count" -gt 0 ] || fail "there are no tests to expect"
+  grep -qE 'Kernel panic|Oops|BUG:|Unable to handle kernel' "$log" && fail "the kernel has failed (see $log)"
+  grep -qx "1\.\.$count" "$log" || fail "the plan of $count tests is missing (see $log)"
+  if ! diff <(nl -ba -w1 -s' - ' "$names" | sed 's/^/ok /') <(grep -E '^(not )?ok ' "$log") >"$log.diff"; then
+    sed -n 's/^</missing:/p; s/^>/instead:/p' "$log.diff" >&2
+    fail "not every test has passed (see $log)"
+  fi
+  grep -qx '# tests ended with status 0' "$log" || fail "the test program has not ended well (see $log)"
+  progress "all $count tests passed"
+}
+
+# expected_names COMMAND...: the names of the tests of the test program, which COMMAND runs, one to a line.
+expected_names() {
+  "$@" --gtest_list_tests | awk '/^[^ ]/ { suite = $1; next } { print suite $1 }'
+}

@@ -1,0 +1,135 @@
+// Both messages through the real queues, and what a configuration does to the chip.
+#include "tests/target/target_fixture.h"
+
+#include <cstring>
+#include <fstream>
+
+namespace {
+
+// The registers after the scene's configuration when all held 0x5A before.
+Registers configuredRegisters() {
+  Registers registers{};
+  registers.fill(0x5A);
+  const std::map<unsigned, std::uint8_t> written = {
+      {0x12, 0xCF}, {0x13, 0x5B}, {0x14, 0xBB}, {0x15, 0x50}, // modes, detection
+      {0x1E, 0x00}, {0x1F, 0x0A}, {0x44, 0x5B},               // timers, high power
+      {0x46, 0x59}, {0x47, 0xD4}, {0x48, 0x80}, {0x4B, 0x59}, {0x4C, 0xD4}, {0x4D, 0x80}, // ports 0 and 1
+      {0x55, 0x59}, {0x56, 0xD4}, {0x57, 0x80},                                           // port 3
+      {0x7F, 0x58}, {0x80, 0x94},                                                         // priorities
+      {0x81, 15},   {0x82, 30},   {0x84, 15},   {0x85, 0},    {0x86, 0},    {0x88, 0},    // limits
+      {0x89, 100},  {0x8A, 0},    {0x8B, 85},   {0x8C, 0},    {0x8D, 0},    {0x8E, 161},  // banks
+      {0x8F, 0},    {0x90, 0}};
+  for (const auto& [reg, value] : written) {
+    registers[reg] = value;
+  }
+  return registers;
+}
+
+using Configuration = TargetTest;
+
+TEST_F(Configuration, OfAFirstMessageIsWrittenToEveryRegister) {
+  chip->fill(0x5A);
+  startService();
+  send(sceneConfigMessage());
+  nextWholeStatus();
+  EXPECT_EQ(differences(chip->readAll(), configuredRegisters()), "");
+  EXPECT_EQ(log.take(), START_LOG);
+}
+
+TEST_F(Configuration, IsAppliedOnlyWhereItHasChanged) {
+  startService();
+  configureScene();
+  chip->write({{0x81, 0x3F}, {0x82, 0x3F}, {0x84, 0x3F}, {0x89, 0x3F}, {0x8B, 0x7F}});
+  const Registers before = chip->readAll();
+  send(sceneConfigMessage());
+  nextWholeStatus();
+  EXPECT_EQ(differences(chip->readAll(), before), "");
+
+  send(sceneConfigMessageWithPort1At20Watts());
+  nextWholeStatus();
+  Registers expected = before;
+  expected[0x82] = 20;
+  EXPECT_EQ(differences(chip->readAll(), expected), "");
+  EXPECT_EQ(log.take(), START_LOG);
+}
+
+TEST_F(Configuration, IsWrittenAgainToAChipThatWasPowerCycled) {
+  startService();
+  send(sceneConfigMessage());
+  nextWholeStatus();
+  EXPECT_EQ(log.take(), START_LOG);
+  chip->fill(0x5A);
+  const std::string recovery = "<6> PD69104 POE chip not initialised, excuting (re)init now!!\n"
+                               "<6> POE now setting default configuration\n";
+  EXPECT_EQ(log.takeUntil(recovery, PATIENCE), recovery);
+  EXPECT_EQ(nextWholeStatus().mainOperStatus, 1U);
+  EXPECT_EQ(differences(chip->readAll(), configuredRegisters()), "");
+}
+
+TEST_F(Configuration, OfAnUnknownIdIsReportedAndDropped) {
+  startService();
+  std::vector<std::uint8_t> message = sceneConfigMessage();
+  const std::uint32_t id = 0x01020304;
+  std::memcpy(message.data(), &id, sizeof id);
+  const Registers before = chip->readAll();
+  send(message);
+  nextWholeStatus();
+  EXPECT_EQ(differences(chip->readAll(), before), "");
+  EXPECT_EQ(log.take(), START_LOG + "<3> [ERROR] main:138 (main) - Unkown msgid 16909060 received\n");
+}
+
+TEST_F(Configuration, FromAFileOfPoectlIsAppliedToTheChip) {
+  startService();
+  { std::ofstream("/tmp/card.toml") << run({"/bin/poectl", "example"}).output; }
+  const Result applied = run({"/bin/poectl", "apply", "/tmp/card.toml"});
+  EXPECT_EQ(applied.status, 0) << applied.output;
+  nextWholeStatus();
+  EXPECT_EQ(chip->read(0x89), 100);
+  EXPECT_EQ(chip->read(0x12), 0x3F);
+  EXPECT_EQ(chip->read(0x82), 30);
+  EXPECT_EQ(log.take(), START_LOG);
+}
+
+using Status = TargetTest;
+
+TEST_F(Status, StandsInTheMessageByteForByte) {
+  startService();
+  configureScene();
+  chip->write(SCENE_REGISTERS);
+  nextWholeStatus();
+  const std::vector<char> bytes = status->nextBytes();
+  EXPECT_EQ(wordsOf({bytes.begin(), bytes.end()}), wordsOf(sceneStatusMessage()));
+  EXPECT_EQ(log.take(), START_LOG);
+}
+
+TEST_F(Status, TellsOfThermalShutdown) {
+  startService();
+  configureScene();
+  chip->write(0x42, 0x80);
+  const PoeStatus now = nextWholeStatus();
+  EXPECT_EQ(now.thermalShutdown, 1U);
+  EXPECT_EQ(now.port[0].operStatus, 6U);
+  EXPECT_EQ(now.port[2].operStatus, 1U);
+  EXPECT_EQ(log.take(), START_LOG);
+}
+
+TEST_F(Status, IsShownByPoectl) {
+  startService();
+  status.reset();
+  EXPECT_EQ(log.take(), START_LOG);
+  const Result shown = run({"/bin/poectl", "status", "--json"});
+  EXPECT_EQ(shown.status, 0);
+  EXPECT_NE(shown.output.find("\"mainOperStatusWord\": \"running\""), std::string::npos) << shown.output;
+  EXPECT_NE(shown.output.find("\"deviceTemperature\": -27"), std::string::npos) << shown.output;
+  killService();
+  // Before and after poectl there is no queue.
+  std::string lines = log.take();
+  const std::string report = "<3> SWERR ERROR DETECTED: components/PoeDriver/pd69104_engine 925 \n"
+                             "<3> mq_open /queueToMain: No such file or directory\n";
+  while (lines.compare(0, report.size(), report) == 0) {
+    lines.erase(0, report.size());
+  }
+  EXPECT_EQ(lines, "");
+}
+
+} // namespace

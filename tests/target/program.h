@@ -1,0 +1,40 @@
+// A program that a test has started.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+class Program {
+public:
+  // Starts it with its standard output and error in a file of its own. `prepare` runs in the new process
+  // before.
+  explicit Program(const std::vector<std::string>& commandLine, const std::function<void()>& prepare = {});
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+  ~Program(); // kills it when it still runs
+
+  pid_t pid() const { return m_pid; }
+  std::string output() const;
+
+  bool isRunning();
+
+  // Waits for the end. Returns the exit status, for a program that a signal has ended 128 and its number, and
+  // -1, after a test failure, for one that goes on.
+  int wait();
+
+private:
+  std::string m_outputFile;
+  pid_t m_pid;
+  bool m_ended = false;
+  int m_status = 0;
+};
+
+struct Result {
+  int status;
+  std::string output;
+};
+
+// Runs a program to its end.
+Result run(const std::vector<std::string>& commandLine);
