@@ -18,6 +18,12 @@ public:
   // False: all faults have been walked through.
   bool next() { return ++m_position <= 2 * m_transfers; }
 
+  // The same, leaving out those of all transfers from one on.
+  bool nextAlone() {
+    m_position += m_position == 0 ? 1 : 2;
+    return m_position <= 2 * m_transfers;
+  }
+
   bool fails(std::size_t transfer) const {
     if (m_position == 0) {
       return false;
