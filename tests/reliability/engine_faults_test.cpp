@@ -1,29 +1,16 @@
 // The engine with every transfer of an operation failing, alone and from there on, and with every second
 // failure in the cycle that follows: records, log, status, transfers and replies are the model's after each
 // step, and the next healthy cycle brings registers and status back.
-#include "tests/reliability/configured_registers.h"
 #include "tests/reliability/fault_walk.h"
+#include "tests/reliability/powered_card.h"
 #include "tests/reliability/service_pair.h"
 #include "tests/support/log_capture.h"
 
 #include <cstdio>
-#include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
-#include <string>
 
 namespace {
-
-// Ports 0 to 2 are switched on, ports 0 and 1 powered.
-PoeConfig fittingConfig() {
-  PoeConfig config{};
-  config.bankPowerLimit[0] = 100;
-  config.bankPowerLimit[3] = 200; // more than the chip is given
-  for (unsigned port = 0; port < 3; port++) {
-    config.port[port] = {1, {}, port + 1, 10000 + 5000 * port, {}};
-  }
-  return config;
-}
 
 // Port 0 fits, port 1 does not, port 2 is switched off and has a priority that is never served.
 PoeConfig exceedingConfig() {
@@ -51,13 +38,7 @@ struct Scenario {
 };
 
 void powerCycle(ServicePair& /*pair*/, RegisterFile& registers) {
-  for (const unsigned reg : {0x12U, 0x13U, 0x14U, 0x15U, 0x1EU, 0x1FU, 0x44U, 0x46U, 0x4BU, 0x50U, 0x55U}) {
-    registers[reg] = 0;
-  }
-  for (unsigned reg = 0x80; reg <= 0x90; reg++) {
-    registers[reg] = 0xAA;
-  }
-  registers[0x7F] = 2;
+  loseConfiguration(registers);
 }
 
 Scenario cycle(const char* name, const PoeConfig& config) {
@@ -100,60 +81,6 @@ std::vector<Scenario> scenarios() {
 void PrintTo(const Scenario& scenario, std::ostream* out) {
   *out << scenario.name;
 }
-
-std::string image(RegisterFile& registers) {
-  std::string bytes;
-  for (unsigned reg = 0; reg <= 0xCE; reg++) {
-    bytes += static_cast<char>(registers[reg]);
-  }
-  return bytes;
-}
-
-void setPoweredPorts(RegisterFile& registers) {
-  registers[0x10] = 0x33; // ports 0 and 1
-  registers[0x0C] = 0x44;
-  registers[0x0D] = 0x14;
-  registers[0x0E] = 0x06;
-  registers[0x0F] = 0x51;
-  registers[0x53] = 2;
-  registers[0x76] = 0x80;
-  registers[0x43] = 0x42;
-  registers[0x70] = 70;
-  registers[0x71] = 0x27;
-  registers[0x72] = 0x24;
-  registers[0x77] = 0x1B;
-  registers[0x78] = 0xE4;
-  registers[0x92] = 12;
-  registers[0x96] = 12;
-  registers[0xCB] = 0xED;
-}
-
-// What a healed service looks like; the one without a fault is what all others must look like.
-class Healed {
-public:
-  void forget() { m_image.clear(); }
-
-  std::string differs(ServicePair& pair, RegisterFile& registers, const PoeConfig& config) {
-    const std::string configured =
-        differsFromConfiguration(config, [&](unsigned reg) { return registers[reg]; });
-    if (!configured.empty()) {
-      return configured;
-    }
-    if (m_image.empty()) {
-      m_image = image(registers);
-      m_status = pair.status();
-    }
-    if (image(registers) != m_image) {
-      return "the registers are not what they were";
-    }
-    return std::memcmp(&m_status, &pair.status(), sizeof m_status) == 0 ? ""
-                                                                        : "the status is not what it was";
-  }
-
-private:
-  std::string m_image;
-  PoeStatus m_status{};
-};
 
 class EveryEngineFault : public StrictLogTest, public ::testing::WithParamInterface<Scenario> {
 protected:
