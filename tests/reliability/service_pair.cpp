@@ -77,18 +77,16 @@ void ServicePair::run(const std::function<bool()>& afterCycle) {
 }
 
 void ServicePair::follow(const std::function<void()>& modelOperation) {
-  Transfers transfers = bus.takeTransfers();
-  m_lastTransfers = transfers.size();
-  model.driver.bus.play(std::move(transfers));
+  model.driver.bus.play(bus.takeTransfers());
   modelOperation();
   note(model.driver.bus.takeDifference());
   compareRest();
 }
 
 void ServicePair::compareRest() {
-  const LogLines log = takeLog();
-  if (!(log == model.driver.log)) {
-    note("logged:\n" + lines(log) + "instead of:\n" + lines(model.driver.log));
+  m_lastLog = takeLog();
+  if (!(m_lastLog == model.driver.log)) {
+    note("logged:\n" + lines(m_lastLog) + "instead of:\n" + lines(model.driver.log));
   }
   model.driver.log.clear();
   if (posix.calls != model.calls) {
@@ -186,5 +184,12 @@ void ServicePair::reportLive() {
     compareReply({"poeport", ports[port]}, [&] { return model.poePort(port); });
   }
   compareReply({"readReg", "0x43"}, [&] { return model.readRegister(0x43); });
-  compareReply({"writeReg", "0x20", "0x1234"}, [&] { return model.writeRegister(0x20, 0x1234); });
+  writeRegister(0x20, 0x1234);
+}
+
+void ServicePair::writeRegister(unsigned address, unsigned value) {
+  const std::string addressText = std::to_string(address);
+  const std::string valueText = std::to_string(value);
+  compareReply({"writeReg", addressText.c_str(), valueText.c_str()},
+               [&] { return model.writeRegister(address, value); });
 }

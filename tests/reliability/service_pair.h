@@ -39,13 +39,14 @@ public:
   void setQueueErrors(int openError, int sendError);
   void reportCached(); // the console's device and channel reports
   void reportLive();   // its info, poeport and register commands, which read the chip
+  void writeRegister(unsigned address, unsigned value); // its writeReg command
 
   // What has differed since the last call: transfers, log lines, queue calls, messages, results and replies.
   // Empty when nothing has.
   std::string takeDifferences();
 
-  // The transfers of the last operation or cycle.
-  std::size_t lastTransferCount() const { return m_lastTransfers; }
+  // The log of the last operation or cycle.
+  const LogLines& lastLog() const { return m_lastLog; }
 
   const PoeStatus& status() const { return model.status; }
 
@@ -61,5 +62,5 @@ private:
   void compareReply(const std::vector<const char*>& words, const std::function<std::string()>& expected);
 
   std::string m_differences;
-  std::size_t m_lastTransfers = 0;
+  LogLines m_lastLog;
 };
