@@ -19,6 +19,7 @@ libsystemd-dev the keep-alive to systemd
 packages_to_test='
 libgtest-dev   the tests
 libgmock-dev   the tests
+strace         faults injected into the real process
 '
 
 packages_for_powerpc='

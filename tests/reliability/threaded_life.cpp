@@ -59,6 +59,7 @@ private:
     }
     if (m_cycle < m_options.cycles) {
       m_posix.messages.clear();
+      letOthersAct();
       m_card.liveOneSecond();
       showProgress(m_cycle, m_options.cycles);
     } else if (m_cycle == m_options.cycles) {
@@ -70,6 +71,14 @@ private:
       m_engine.stop();
     } else {
       m_card.calmDown();
+    }
+  }
+
+  // Without a real second between two cycles the worker would leave the mutex to nobody.
+  void letOthersAct() const {
+    const std::uint64_t before = m_configurations + m_commands;
+    while (m_configurations + m_commands == before) {
+      std::this_thread::yield();
     }
   }
 
