@@ -22,6 +22,7 @@ libgtest-dev   the tests
 libgmock-dev   the tests
 groff-base     the check of the manual pages
 tmux           a terminal for the tests of the live view
+strace         faults injected into the real process
 '
 
 packages_for_powerpc='

@@ -71,7 +71,7 @@ std::string registersOf(const Transfers& transfers) {
   return out.str();
 }
 
-I2cBus::I2cBus(BusDevice& device) : m_device(device) {
+I2cBus::I2cBus(BusDevice& device) : transferError(ENXIO), m_device(device) {
   failNone();
   theBus = this;
 }
@@ -145,14 +145,15 @@ int I2cBus::transfer(int descriptor, void* arguments) {
   }
   m_transfers.push_back(transfer);
   if (!transfer.good) {
-    return failWith(ENXIO);
+    return failWith(transferError);
   }
   const auto result = results.find(number);
   return result != results.end() ? result->second : 0;
 }
 
-void I2cBus::close(int descriptor) {
+int I2cBus::close(int descriptor) {
   closed.push_back(descriptor);
+  return closeError != 0 ? failWith(closeError) : 0;
 }
 
 extern "C" {
@@ -174,8 +175,7 @@ int __wrap_open(const char* path, int flags, ...) {
 
 int __wrap_close(int descriptor) {
   if (theBus != nullptr && (descriptor < 0 || descriptor == theBus->openResult)) {
-    theBus->close(descriptor);
-    return 0;
+    return theBus->close(descriptor);
   }
   return __real_close(descriptor);
 }

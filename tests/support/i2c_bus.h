@@ -69,6 +69,9 @@ public:
   // The errno values of the next opens and binds, one call each; after them they succeed.
   std::vector<int> openErrors;
   std::vector<int> bindErrors;
+  // The errno of the transfers that fail, and of the closes; 0: these succeed.
+  int transferError;
+  int closeError = 0;
   // Result of an open that succeeds; any other negative number than -1 is also a failure.
   int openResult = DESCRIPTOR;
 
@@ -95,7 +98,7 @@ public:
   int open(const char* path, int flags);
   int bind(int descriptor, unsigned long address);
   int transfer(int descriptor, void* arguments);
-  void close(int descriptor);
+  int close(int descriptor);
 
 private:
   mutable std::mutex m_mutex;

@@ -41,6 +41,12 @@ PoeStatusMessage PosixDoubles::lastMessage() const {
   return message;
 }
 
+timespec PosixDoubles::deadline() const {
+  timespec time = clockError == 0 ? TIME_OF_DAY : timespec{};
+  time.tv_sec += 1;
+  return time;
+}
+
 void* PosixDoubles::runThread() {
   return startRoutine(startArgument);
 }
@@ -74,8 +80,8 @@ int __wrap_mq_timedsend(mqd_t queue, const char* data, size_t length, unsigned p
   const UncountedAllocations uncounted;
   EXPECT_EQ(queue, PosixDoubles::QUEUE);
   EXPECT_EQ(priority, 0U);
-  EXPECT_EQ(deadline->tv_sec, PosixDoubles::TIME_OF_DAY.tv_sec + 1);
-  EXPECT_EQ(deadline->tv_nsec, PosixDoubles::TIME_OF_DAY.tv_nsec);
+  EXPECT_EQ(deadline->tv_sec, doubles->deadline().tv_sec);
+  EXPECT_EQ(deadline->tv_nsec, doubles->deadline().tv_nsec);
   doubles->calls.push_back("mq_timedsend " + std::to_string(length));
   if (doubles->onSend) {
     doubles->onSend();
@@ -94,6 +100,9 @@ int __wrap_mq_close(mqd_t queue) {
   const UncountedAllocations uncounted;
   EXPECT_EQ(queue, PosixDoubles::QUEUE);
   doubles->calls.emplace_back("mq_close");
+  if (doubles->closeError != 0) {
+    return failWith(doubles->closeError);
+  }
   errno = 0; // a message's text must not depend on what comes after the failure
   return 0;
 }
@@ -101,6 +110,9 @@ int __wrap_mq_close(mqd_t queue) {
 int __wrap_clock_gettime(clockid_t clock, timespec* time) {
   if (doubles == nullptr || clock != CLOCK_REALTIME) {
     return __real_clock_gettime(clock, time);
+  }
+  if (doubles->clockError != 0) {
+    return failWith(doubles->clockError);
   }
   *time = PosixDoubles::TIME_OF_DAY;
   return 0;

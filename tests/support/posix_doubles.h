@@ -25,6 +25,8 @@ public:
   // errno of the calls to come; 0: they succeed.
   int openError = 0;
   int sendError = 0;
+  int closeError = 0; // of the queue's mq_close
+  int clockError = 0; // the time is then left as it was
   int createError = 0;
   int joinError = 0;
 
@@ -42,6 +44,9 @@ public:
 
   // The last message sent, as a record.
   PoeStatusMessage lastMessage() const;
+
+  // What the calls with a deadline must be given: a second from now, or from 0 when there is no clock.
+  timespec deadline() const;
 
   // Runs what pthread_create was given, on the calling thread; the result is the thread's exit value.
   void* runThread();

@@ -26,6 +26,11 @@ void note(const std::string& event) {
   }
 }
 
+int resultOf(int error) {
+  errno = error != 0 ? error : errno;
+  return error != 0 ? -1 : 0;
+}
+
 } // namespace
 
 MainDoubles::MainDoubles() {
@@ -80,7 +85,7 @@ mqd_t main_mq_open(const char* name, int flags, ...) {
 int main_mq_getattr(mqd_t queue, mq_attr* /*attributes*/) {
   EXPECT_EQ(queue, MainDoubles::INBOUND);
   note("mq_getattr");
-  return -1; // the result is not used
+  return resultOf(doubles->getattrError);
 }
 
 ssize_t main_mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned* priority,
@@ -88,8 +93,8 @@ ssize_t main_mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned* p
   EXPECT_EQ(queue, MainDoubles::INBOUND);
   EXPECT_EQ(size, 2000U);
   EXPECT_EQ(priority, nullptr);
-  EXPECT_EQ(deadline->tv_sec, PosixDoubles::TIME_OF_DAY.tv_sec + 1);
-  EXPECT_EQ(deadline->tv_nsec, PosixDoubles::TIME_OF_DAY.tv_nsec);
+  EXPECT_EQ(deadline->tv_sec, doubles->deadline.tv_sec);
+  EXPECT_EQ(deadline->tv_nsec, doubles->deadline.tv_nsec);
   note("mq_timedreceive");
   if (doubles->receives.empty()) {
     errno = EINTR;
@@ -107,11 +112,11 @@ ssize_t main_mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned* p
 
 int main_mq_close(mqd_t queue) {
   note("mq_close " + std::to_string(queue));
-  return 0;
+  return resultOf(doubles->closeError);
 }
 
 int main_mq_unlink(const char* name) {
   note(std::string("mq_unlink ") + name);
-  return 0;
+  return resultOf(doubles->unlinkError);
 }
 }

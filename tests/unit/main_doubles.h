@@ -2,6 +2,9 @@
 // what happens to them (see PosixDoubles for the rest of the calls).
 #pragma once
 
+#include "tests/support/posix_doubles.h"
+
+#include <cerrno>
 #include <functional>
 #include <string>
 #include <vector>
@@ -23,7 +26,13 @@ public:
 
   // The receives to come; behind the last, one fails with EINTR.
   std::vector<Receive> receives;
-  int openError = 0; // errno of the open of the inbound queue; 0: it succeeds
+  // errno of the calls of the inbound queue to come; 0: they succeed.
+  int openError = 0;
+  int getattrError = ENOSYS; // its result is not used
+  int closeError = 0;
+  int unlinkError = 0;
+  // What each receive must be given.
+  timespec deadline = {PosixDoubles::TIME_OF_DAY.tv_sec + 1, PosixDoubles::TIME_OF_DAY.tv_nsec};
 
   // Called at each event.
   std::function<void(const std::string& event)> onEvent;

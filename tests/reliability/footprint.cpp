@@ -1,0 +1,38 @@
+#include "tests/reliability/footprint.h"
+
+#include <filesystem>
+#include <iterator>
+#include <malloc.h>
+
+namespace {
+
+constexpr std::size_t HEAP_ROOM =
+    65536; // bytes: the test's own buffers grow to their longest log and message
+
+std::size_t entriesIn(const char* directory) {
+  return static_cast<std::size_t>(
+      std::distance(std::filesystem::directory_iterator(directory), std::filesystem::directory_iterator()));
+}
+
+} // namespace
+
+Footprint footprint() {
+  return {mallinfo2().uordblks, entriesIn("/proc/self/fd"), entriesIn("/proc/self/task")};
+}
+
+std::string growth(const Footprint& first, const Footprint& last) {
+  std::string text;
+  if (last.heap > first.heap + HEAP_ROOM) {
+    text += "the heap has grown from " + std::to_string(first.heap) + " to " + std::to_string(last.heap) +
+            " bytes\n";
+  }
+  if (last.descriptors > first.descriptors) {
+    text += "open files: " + std::to_string(first.descriptors) + ", in the end " +
+            std::to_string(last.descriptors) + "\n";
+  }
+  if (last.threads > first.threads) {
+    text +=
+        "threads: " + std::to_string(first.threads) + ", in the end " + std::to_string(last.threads) + "\n";
+  }
+  return text;
+}
