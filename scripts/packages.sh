@@ -19,6 +19,7 @@ libsystemd-dev the keep-alive to systemd
 packages_to_test='
 libgtest-dev   the tests
 libgmock-dev   the tests
+python3        the tests of the documents
 '
 
 packages_for_powerpc='
