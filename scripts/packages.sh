@@ -23,6 +23,7 @@ libgmock-dev   the tests
 groff-base     the check of the manual pages
 tmux           a terminal for the tests of the live view
 strace         faults injected into the real process
+python3        the tests of the documents
 '
 
 packages_for_powerpc='
