@@ -55,6 +55,8 @@ TEST(ChipLoad, TakesUpDevicesWithClassAndDraw) {
 
   ChipModel chip;
   chip.load(imageOf(original));
+  chip.advance(0.5);
+  EXPECT_EQ(imageOf(chip), imageOf(original)) << "nothing happens to what has power";
   chip.advance(5.0);
   EXPECT_EQ(chip.device(0).pdClass, 4U);
   EXPECT_NEAR(chip.device(0).watts, 22.0, 0.02);

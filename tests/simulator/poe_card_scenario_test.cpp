@@ -1,23 +1,17 @@
 // Scenario, record, register images and stepped time, as a command finds them.
 #include "card_process.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 
 namespace {
 
 class PoeCardFiles : public testing::Test {
 protected:
   std::string write(const std::string& name, const std::string& text) const {
-    std::ofstream(path(name)) << text;
-    return path(name);
+    return m_directory.write(name, text);
   }
-  std::string read(const std::string& name) const {
-    std::ifstream stream(path(name));
-    return {std::istreambuf_iterator<char>(stream), {}};
-  }
-  std::string path(const std::string& name) const { return (m_directory.path() / name).string(); }
+  std::string read(const std::string& name) const { return m_directory.read(name); }
+  std::string path(const std::string& name) const { return m_directory.file(name); }
 
   static CardResult runProbe(std::vector<std::string> options, const std::vector<std::string>& words) {
     options.insert(options.end(), {"--", CARD_PROBE, "open", "bind:0x20"});

@@ -3,19 +3,12 @@
 
 #include "temporary_directory.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <thread>
 
 namespace {
 
 using Time = SimulatedCard::Time;
-
-std::string contents(const std::filesystem::path& file) {
-  std::ifstream stream(file);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 // The register's value, or -1 for a transfer that failed.
 int read(SimulatedCard& card, std::uint8_t address) {
@@ -25,12 +18,11 @@ int read(SimulatedCard& card, std::uint8_t address) {
 
 class SteppedCard : public testing::Test {
 protected:
-  std::filesystem::path recordPath() const { return m_directory.path() / "record"; }
+  std::string recordPath() const { return directory.file("record"); }
+  std::string record() const { return directory.read("record"); }
 
   SimulatedCard card{Time::Stepped};
-
-private:
-  TemporaryDirectory m_directory;
+  TemporaryDirectory directory;
 };
 
 TEST_F(SteppedCard, AnswersALineWithTheReplyOrAnError) {
@@ -100,9 +92,9 @@ TEST(RealTimeCard, AgesByItself) {
 
 TEST(RealTimeCard, FollowsAScenarioAsTimePasses) {
   SimulatedCard card;
-  card.follow(parseScenario("reg 0x20 1\nwait 0.2\nreg 0x20 2", "f"));
+  card.follow(parseScenario("reg 0x20 1\nwait 0.5\nreg 0x20 2", "f"));
   EXPECT_EQ(card.answer("reg 0x20"), "0x20 0x01\n");
-  std::this_thread::sleep_for(std::chrono::milliseconds(210));
+  std::this_thread::sleep_for(std::chrono::milliseconds(510));
   EXPECT_EQ(read(card, 0x20), 2);
 }
 
@@ -137,11 +129,11 @@ TEST_F(SteppedCard, RecordsEachTransferAsOneLine) {
   read(card, 0x43);
   card.write(0x0C, 0x0A);
   card.answer("reg 0x43");
-  EXPECT_EQ(contents(recordPath()), "W 0x12 0xFF\n"
-                                    "R 0x43 0x41\n"
-                                    "R 0xCF failed\n"
-                                    "R 0x43 failed\n"
-                                    "W 0x0C 0x0A failed\n");
+  EXPECT_EQ(record(), "W 0x12 0xFF\n"
+                      "R 0x43 0x41\n"
+                      "R 0xCF failed\n"
+                      "R 0x43 failed\n"
+                      "W 0x0C 0x0A failed\n");
   EXPECT_TRUE(card.recordComplete());
 }
 
@@ -149,13 +141,13 @@ TEST_F(SteppedCard, RecordsTheSecondsSinceTheStartWhenAskedTo) {
   card.record(std::make_unique<TransferRecord>(recordPath(), true));
   card.write(0x12, 0xFF);
   read(card, 0x43);
-  EXPECT_EQ(contents(recordPath()), "0.015000 W 0x12 0xFF\n0.030000 R 0x43 0x41\n");
+  EXPECT_EQ(record(), "0.015000 W 0x12 0xFF\n0.030000 R 0x43 0x41\n");
 }
 
 TEST_F(SteppedCard, BeginsTheRecordAnew) {
-  std::ofstream(recordPath()) << "old\n";
+  directory.write("record", "old\n");
   card.record(std::make_unique<TransferRecord>(recordPath(), false));
-  EXPECT_EQ(contents(recordPath()), "");
+  EXPECT_EQ(record(), "");
 }
 
 TEST_F(SteppedCard, TellsThatARecordIsNotComplete) {
@@ -176,9 +168,9 @@ TEST_F(SteppedCard, SaysWhyThereCanBeNoRecord) {
 }
 
 // What a program and a scenario make of a card, as a record with times.
-std::string recordOfARun(const std::filesystem::path& path) {
+std::string recordOfARun(const TemporaryDirectory& directory) {
   SimulatedCard card(Time::Stepped);
-  card.record(std::make_unique<TransferRecord>(path, true));
+  card.record(std::make_unique<TransferRecord>(directory.file("record"), true));
   card.follow(parseScenario("plug 0 class=3 watts=9\nplug 2 signature=low\nwait 0.7\ndraw 0 20\n"
                             "wait 0.4\nplug 1\nbus every 7\nwait 3\npower-cycle",
                             "f"));
@@ -189,15 +181,15 @@ std::string recordOfARun(const std::filesystem::path& path) {
       read(card, static_cast<std::uint8_t>(address));
     }
   }
-  return contents(path);
+  return directory.read("record");
 }
 
 TEST_F(SteppedCard, IsTheSameInEachRun) {
-  const std::string first = recordOfARun(recordPath());
+  const std::string first = recordOfARun(directory);
   EXPECT_NE(first.find("R 0x10 0x11"), std::string::npos);
   EXPECT_NE(first.find("R 0x10 0x22"), std::string::npos);
   EXPECT_NE(first.find("failed"), std::string::npos);
-  EXPECT_EQ(recordOfARun(recordPath()), first);
+  EXPECT_EQ(recordOfARun(directory), first);
 }
 
 TEST(SharedCard, IsUsedFromSeveralThreadsAtOnce) {

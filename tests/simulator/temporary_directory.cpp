@@ -2,7 +2,8 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <string>
+#include <fstream>
+#include <sstream>
 #include <system_error>
 
 TemporaryDirectory::TemporaryDirectory() {
@@ -16,4 +17,15 @@ TemporaryDirectory::TemporaryDirectory() {
 TemporaryDirectory::~TemporaryDirectory() {
   std::error_code ignored;
   std::filesystem::remove_all(m_path, ignored);
+}
+
+std::string TemporaryDirectory::write(const std::string& name, const std::string& text) const {
+  std::ofstream(file(name)) << text;
+  return file(name);
+}
+
+std::string TemporaryDirectory::read(const std::string& name) const {
+  std::ostringstream text;
+  text << std::ifstream(file(name)).rdbuf();
+  return text.str();
 }

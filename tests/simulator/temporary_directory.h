@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 // A new directory that goes away with everything in it.
 class TemporaryDirectory {
@@ -12,6 +13,11 @@ public:
   TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
   const std::filesystem::path& path() const { return m_path; }
+  std::string file(const std::string& name) const { return (m_path / name).string(); }
+  // Its path.
+  std::string write(const std::string& name, const std::string& text) const;
+  // Nothing if there is no such file.
+  std::string read(const std::string& name) const;
 
 private:
   std::filesystem::path m_path;
