@@ -14,7 +14,6 @@
 namespace {
 
 constexpr std::uint16_t CONSOLE_PORT = 10001;
-constexpr int REPLY_TIMEOUT = 10000; // ms
 const std::string PROMPT = "> ";
 
 class Connection {
@@ -42,12 +41,12 @@ public:
   }
 
   // Everything until the console closes.
-  std::string readToEnd() {
+  std::string readToEnd(std::chrono::milliseconds patience) {
     std::string text;
     char block[4096];
     for (;;) {
       pollfd readable{m_socket, POLLIN, 0};
-      if (poll(&readable, 1, REPLY_TIMEOUT) != 1) {
+      if (poll(&readable, 1, static_cast<int>(patience.count())) != 1) {
         throw ConsoleError("the console does not reply");
       }
       const ssize_t length = recv(m_socket, block, sizeof block, 0);
@@ -76,10 +75,10 @@ bool endsWith(const std::string& text, const std::string& end) {
 } // namespace
 
 // With "quit" behind the command the reply ends where the connection does, so a reply may contain anything.
-std::string askConsole(const std::string& command) {
+std::string askConsole(const std::string& command, std::chrono::milliseconds patience) {
   Connection console;
   console.write(command + "\nquit\n");
-  std::string text = console.readToEnd();
+  std::string text = console.readToEnd(patience);
   if (!startsWith(text, PROMPT)) {
     text.resize(std::min(text.size(), text.find('\n')));
     throw ConsoleError("the console refuses: " + text);

@@ -78,11 +78,18 @@ StatusFormat statusFormat(const Options& options) {
 }
 
 void addWatchCommand(CLI::App& application, WatchOptions& options) {
-  CLI::App* watch = application.add_subcommand("watch", "create /queueToMain and show the status messages");
+  CLI::App* watch = application.add_subcommand(
+      "watch", "create /queueToMain and show the status messages; live on a terminal");
   watch->add_option("--seconds", options.seconds, "end after this time (default: when interrupted)")
       ->check(CLI::Range(0.1, 1e9));
+  watch->add_option("--count", options.count, "end after this many messages; no live view")
+      ->check(CLI::Range(1UL, 1000000000UL));
+  watch->add_flag("--json", options.json, "one JSON object on a line for each message");
+  watch->add_flag("--events", options.events, "what changes instead of the messages, a line each");
   watch->add_flag("--example", options.sendExample,
-                  "send the example configuration when the service is seen to run");
+                  "send the example configuration whenever the service is seen to start");
+  watch->add_option("--control", options.cardControl,
+                    "the simulated card's control socket for the keys of the live view");
   watch->footer("Example: poectl watch --seconds 10");
 }
 

@@ -27,6 +27,22 @@ Json portJson(const PoePortStatus& port) {
           {"classErrorCounter", port.classErrorCounter}};
 }
 
+void addStatus(Json& json, const PoeStatus& status) {
+  Json ports = Json::array();
+  for (const PoePortStatus& port : status.port) {
+    ports.push_back(portJson(port));
+  }
+  json["mainPower"] = status.mainPower;
+  json["mainOperStatus"] = status.mainOperStatus;
+  json["mainOperStatusWord"] = mainOperStatusWord(status.mainOperStatus);
+  json["reserved"] = status.reserved;
+  json["mainConsumption"] = status.mainConsumption;
+  json["port"] = ports;
+  json["deviceTemperature"] = status.deviceTemperature;
+  json["thermalShutdown"] = status.thermalShutdown;
+  json["devError"] = status.devError;
+}
+
 struct PortMetric {
   const char* name;
   const char* type;
@@ -68,20 +84,15 @@ std::string gauge(const std::string& name, const std::string& help, std::int64_t
 } // namespace
 
 std::string statusJson(const PoeStatus& status) {
-  Json ports = Json::array();
-  for (const PoePortStatus& port : status.port) {
-    ports.push_back(portJson(port));
-  }
-  const Json json = {{"mainPower", status.mainPower},
-                     {"mainOperStatus", status.mainOperStatus},
-                     {"mainOperStatusWord", mainOperStatusWord(status.mainOperStatus)},
-                     {"reserved", status.reserved},
-                     {"mainConsumption", status.mainConsumption},
-                     {"port", ports},
-                     {"deviceTemperature", status.deviceTemperature},
-                     {"thermalShutdown", status.thermalShutdown},
-                     {"devError", status.devError}};
+  Json json = Json::object();
+  addStatus(json, status);
   return json.dump(INDENT) + "\n";
+}
+
+std::string statusJsonLine(const std::string& time, unsigned long number, const PoeStatus& status) {
+  Json json = {{"time", time}, {"message", number}};
+  addStatus(json, status);
+  return json.dump() + "\n";
 }
 
 std::string statusPrometheus(const PoeStatus& status) {

@@ -9,5 +9,8 @@
 // with a line end behind it.
 std::string statusJson(const PoeStatus& status);
 
+// The same on one line, with the time of receipt (isoTime()) and the message's number in front.
+std::string statusJsonLine(const std::string& time, unsigned long number, const PoeStatus& status);
+
 // One metric for each field; those of the ports have the label "port".
 std::string statusPrometheus(const PoeStatus& status);

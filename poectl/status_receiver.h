@@ -8,7 +8,8 @@
 #include <functional>
 #include <string>
 
-// SIGINT and SIGTERM as something to poll, from construction on, so that they end a wait and not the process.
+// SIGINT, SIGTERM and SIGHUP as something to poll, from construction on, so that they end a wait and not the
+// process. A SIGHUP that the process ignores stays ignored.
 class EndSignals {
 public:
   EndSignals();
@@ -29,7 +30,7 @@ public:
   enum class Event {
     MESSAGE,     // a status message has been taken
     TIME_UP,     // none came in time
-    INTERRUPTED, // SIGINT or SIGTERM came; every further wait ends at once
+    INTERRUPTED, // one of the end signals came; every further wait ends at once
   };
   using Complaint = std::function<void(const std::string& line)>;
 

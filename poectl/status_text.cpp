@@ -1,19 +1,11 @@
 #include "poectl/status_text.h"
 
+#include "poectl/text_format.h"
+
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 
 namespace {
-
-[[gnu::format(printf, 2, 3)]] void append(std::string& text, const char* format, ...) {
-  char line[256];
-  va_list arguments;
-  va_start(arguments, format);
-  vsnprintf(line, sizeof line, format, arguments);
-  va_end(arguments);
-  text += line;
-}
 
 template <std::size_t size>
 const char* word(const char* const (&words)[size], std::uint32_t code) {
@@ -21,10 +13,11 @@ const char* word(const char* const (&words)[size], std::uint32_t code) {
 }
 
 void appendChip(std::string& text, unsigned long number, const PoeStatus& status) {
-  append(text, "message %lu: chip %s, bank limit %u W, consumption %u W, temperature %d C%s%s\n", number,
-         mainOperStatusWord(status.mainOperStatus), status.mainPower, status.mainConsumption,
-         status.deviceTemperature, status.thermalShutdown != 0 ? ", THERMAL SHUTDOWN" : "",
-         status.devError != 0 ? ", BUS ERROR" : "");
+  text +=
+      formatText("message %lu: chip %s, bank limit %u W, consumption %u W, temperature %d C%s%s\n", number,
+                 mainOperStatusWord(status.mainOperStatus), status.mainPower, status.mainConsumption,
+                 status.deviceTemperature, status.thermalShutdown != 0 ? ", THERMAL SHUTDOWN" : "",
+                 status.devError != 0 ? ", BUS ERROR" : "");
 }
 
 void appendPort(std::string& text, unsigned number, const PoePortStatus& port, const PoePortConfig* config) {
@@ -34,10 +27,10 @@ void appendPort(std::string& text, unsigned number, const PoePortStatus& port, c
     snprintf(limit, sizeof limit, "%u", milliWatts / 1000);
   }
   const char* admin = config == nullptr ? "-" : config->adminEnable != 0 ? "on" : "off";
-  append(text, "%4u  %-5s  %-15s  %5s  %4u  %7s  %7u  %6u  %8u  %9u  %5u  %8u\n", number, admin,
-         operStatusWord(port.operStatus), classWord(port.powerClassification), port.powerConsumption, limit,
-         port.invalidSignatureCounter, port.powerDeniedCounter, port.overLoadCounter, port.underLoadCounter,
-         port.shortCounter, port.classErrorCounter);
+  text += formatText("%4u  %-5s  %-15s  %5s  %4u  %7s  %7u  %6u  %8u  %9u  %5u  %8u\n", number, admin,
+                     operStatusWord(port.operStatus), classWord(port.powerClassification),
+                     port.powerConsumption, limit, port.invalidSignatureCounter, port.powerDeniedCounter,
+                     port.overLoadCounter, port.underLoadCounter, port.shortCounter, port.classErrorCounter);
 }
 
 } // namespace

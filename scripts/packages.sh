@@ -13,12 +13,14 @@ libcli11-dev   the command lines of the tools
 libtomlplusplus-dev the configuration files of poectl
 nlohmann-json3-dev the status of poectl as JSON
 libedit-dev    the interactive console
+libncurses-dev the live view of poectl
 libsystemd-dev the keep-alive to systemd
 '
 
 packages_to_test='
 libgtest-dev   the tests
 libgmock-dev   the tests
+tmux           a terminal for the tests of the live view
 '
 
 packages_for_powerpc='

@@ -1,5 +1,5 @@
 // "poectl card" with the real simulated card: poe_card runs it as its command and tells it the socket.
-#include "tests/support/shell.h"
+#include "tests/support/command.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -9,13 +9,13 @@
 namespace {
 
 // A shell command on a card of its own, in which "$card" is "poectl card".
-ShellResult onCard(const std::string& command) {
+CommandResult onCard(const std::string& command) {
   const std::string socket = "/tmp/card_command_test-" + std::to_string(getpid()) + ".socket";
   return run("card='" POECTL " card' " POE_CARD " --control " + socket + " -- sh -c '" + command + "'");
 }
 
 TEST(PoectlCard, ChangesTheCardAndPrintsWhatItTells) {
-  const ShellResult result =
+  const CommandResult result =
       onCard("$card plug 0 class=4 watts=22 && $card reg 0x90 && $card reg 0x90 0x0A && "
              "$card reg 0x90 && $card show | grep \"^port 0\"");
   EXPECT_EQ(result.status, 0);
@@ -24,7 +24,7 @@ TEST(PoectlCard, ChangesTheCardAndPrintsWhatItTells) {
 }
 
 TEST(PoectlCard, TakesItsCommandsFromStandardInput) {
-  const ShellResult result = onCard("printf \"reg 0x15 3\\nreg 0x15\\nreg 0x12\\n\" | $card");
+  const CommandResult result = onCard("printf \"reg 0x15 3\\nreg 0x15\\nreg 0x12\\n\" | $card");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, "0x15 0x03\n0x12 0x00\n");
 }
@@ -38,7 +38,7 @@ struct Refusal {
 class PoectlCardRefusal : public ::testing::TestWithParam<Refusal> {};
 
 TEST_P(PoectlCardRefusal, IsTheCardsLineAndStatus2) {
-  const ShellResult result = onCard(std::string("$card ") + GetParam().words);
+  const CommandResult result = onCard(std::string("$card ") + GetParam().words);
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.output.compare(0, std::string(GetParam().line).size(), GetParam().line), 0)
       << result.output;
@@ -58,7 +58,7 @@ INSTANTIATE_TEST_SUITE_P(Words, PoectlCardRefusal, ::testing::ValuesIn(REFUSALS)
                          [](const auto& refusal) { return std::string(refusal.param.name); });
 
 TEST(PoectlCard, EndsItsInputAtARefusedLine) {
-  const ShellResult result = onCard("printf \"reg 0x12\\npull\\nreg 0x12\\n\" | $card");
+  const CommandResult result = onCard("printf \"reg 0x12\\npull\\nreg 0x12\\n\" | $card");
   EXPECT_EQ(result.status, 2);
   const std::string expected = "0x12 0x00\npoectl: card: 'pull' is not understood; ";
   EXPECT_EQ(result.output.substr(0, expected.size()), expected);
@@ -66,7 +66,7 @@ TEST(PoectlCard, EndsItsInputAtARefusedLine) {
 }
 
 TEST(PoectlCard, SaysWhenThereIsNoCard) {
-  const ShellResult result = run(POECTL " card --control /nowhere/card.socket show");
+  const CommandResult result = run(POECTL " card --control /nowhere/card.socket show");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "poectl: cannot reach the simulated card on /nowhere/card.socket: No such file or "
                            "directory; is poe_card running with --control?\n");

@@ -1,22 +1,21 @@
 // A log that grows while it is looked at.
 #include "poectl/input_file.h"
 #include "poectl/log_follower.h"
+#include "tests/simulator/temporary_directory.h"
 
-#include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 namespace {
 
 class LogFollowerTest : public ::testing::Test {
 protected:
-  LogFollowerTest() { close(mkstemp(m_path.data())); }
-  ~LogFollowerTest() override { unlink(m_path.c_str()); }
+  LogFollowerTest() { append(""); }
 
   void append(const std::string& text) const { std::ofstream(m_path, std::ios::app) << text; }
 
-  std::string m_path = "/tmp/log_follower_testXXXXXX";
+  const TemporaryDirectory m_folder;
+  const std::string m_path = m_folder.file("service.log");
 };
 
 TEST_F(LogFollowerTest, FindsLinesInTheirOrder) {

@@ -1,9 +1,7 @@
 // Scenario files: the line that refuses a bad one.
 #include "poectl/scenario.h"
+#include "tests/simulator/temporary_directory.h"
 
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 
 namespace {
@@ -162,51 +160,35 @@ const Refusal REFUSALS[] = {
 INSTANTIATE_TEST_SUITE_P(Files, ScenarioRefusal, ::testing::ValuesIn(REFUSALS),
                          [](const auto& refusal) { return std::string(refusal.param.name); });
 
-// The files of a folder that is removed at the end.
-class ScenarioFile : public ::testing::Test {
-protected:
-  ScenarioFile() {
-    std::string name = "/tmp/scenario_testXXXXXX";
-    m_folder = mkdtemp(name.data());
+std::string readingError(const std::string& path) {
+  try {
+    readScenario(path);
+  } catch (const InputError& error) {
+    return error.what();
   }
-  ~ScenarioFile() override { std::filesystem::remove_all(m_folder); }
+  return "accepted";
+}
 
-  std::string write(const std::string& name, const std::string& text) const {
-    const std::filesystem::path path = m_folder / name;
-    std::ofstream(path) << text;
-    return path.string();
-  }
-
-  static std::string readingError(const std::string& path) {
-    try {
-      readScenario(path);
-    } catch (const InputError& error) {
-      return error.what();
-    }
-    return "accepted";
-  }
-
-  std::filesystem::path m_folder;
-};
-
-TEST_F(ScenarioFile, FindsItsConfigurationsBesideIt) {
-  write("c.toml", "[banks]\nbank0 = 77\n[port.0]\nenable = true\npriority = 1\nlimit = 0\n"
-                  "[port.1]\nenable = true\npriority = 1\nlimit = 0\n"
-                  "[port.2]\nenable = true\npriority = 1\nlimit = 0\n"
-                  "[port.3]\nenable = true\npriority = 1\nlimit = 0\n");
-  const Scenario scenario = readScenario(write("f.play", "apply c.toml"));
+TEST(ScenarioFile, FindsItsConfigurationsBesideIt) {
+  const TemporaryDirectory folder;
+  folder.write("c.toml", "[banks]\nbank0 = 77\n[port.0]\nenable = true\npriority = 1\nlimit = 0\n"
+                         "[port.1]\nenable = true\npriority = 1\nlimit = 0\n"
+                         "[port.2]\nenable = true\npriority = 1\nlimit = 0\n"
+                         "[port.3]\nenable = true\npriority = 1\nlimit = 0\n");
+  const Scenario scenario = readScenario(folder.write("f.play", "apply c.toml"));
   EXPECT_EQ(std::get<ApplyStep>(scenario.at(0).action).config.bankPowerLimit[0], 77U);
 }
 
-TEST_F(ScenarioFile, IsRefusedForAConfigurationThatIsRefused) {
-  const std::string configuration = write("c.toml", "[banks]\nbank0 = true\n");
-  const std::string file = write("f.play", "wait 1\napply c.toml");
+TEST(ScenarioFile, IsRefusedForAConfigurationThatIsRefused) {
+  const TemporaryDirectory folder;
+  const std::string configuration = folder.write("c.toml", "[banks]\nbank0 = true\n");
+  const std::string file = folder.write("f.play", "wait 1\napply c.toml");
   EXPECT_EQ(readingError(file),
             file + ":2:7: apply: " + configuration +
                 ":2:9: 'bank0' is of the wrong type; a whole number from 0 to 4294967295 (W) is accepted");
 }
 
-TEST_F(ScenarioFile, IsRefusedWhenItCannotBeRead) {
+TEST(ScenarioFile, IsRefusedWhenItCannotBeRead) {
   EXPECT_EQ(readingError("/nowhere/f.play"), "/nowhere/f.play: cannot be read: No such file or directory");
   EXPECT_EQ(readingError("/dev/zero"), "/dev/zero: is too large; at most 65536 bytes are accepted");
 }

@@ -1,6 +1,6 @@
 // poectl beside the real service: the console for a script and for a person, and its errors.
+#include "tests/process/command.h"
 #include "tests/process/process_fixture.h"
-#include "tests/support/shell.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,10 +13,6 @@
 #include <unistd.h>
 
 namespace {
-
-ShellResult poectl(const std::string& arguments) {
-  return run(std::string(POECTL) + " " + arguments);
-}
 
 const std::string DISABLED_CHANNEL = "channel 2\n"
                                      "============\n"
@@ -35,7 +31,7 @@ using PoectlConsole = ServiceTest;
 
 TEST_F(PoectlConsole, SendsItsWordsAndPrintsTheReplyByteForByte) {
   startService();
-  const ShellResult result = poectl("console PD69104Engine channel 2");
+  const CommandResult result = poectl("console PD69104Engine channel 2");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, DISABLED_CHANNEL);
 }
@@ -50,7 +46,7 @@ TEST_F(PoectlConsole, PutsTheEngineInFrontOfABareCommand) {
 
 TEST_F(PoectlConsole, CarriesTheWholeHelpTextThoughItLooksLikeAPrompt) {
   startService();
-  const ShellResult result = poectl("console PD69104Engine help");
+  const CommandResult result = poectl("console PD69104Engine help");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output.size(), 571U);
 }
@@ -64,14 +60,14 @@ TEST_F(PoectlConsole, ReadsAndWritesRegisters) {
 
 TEST_F(PoectlConsole, TakesItsCommandsFromStandardInputWhenThatIsNoTerminal) {
   startService();
-  const ShellResult result =
+  const CommandResult result =
       run(std::string("printf 'readReg 0x90\\nchannel 2\\nquit\\nreadReg 0\\n' | ") + POECTL + " console");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, "PD69104Engine: value read 0x90:0x0\n\n" + DISABLED_CHANNEL);
 }
 
 TEST_F(PoectlConsole, SaysInOneLineThatNothingListens) {
-  const ShellResult result = poectl("console info");
+  const CommandResult result = poectl("console info");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output,
             "poectl: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is the "
@@ -79,7 +75,7 @@ TEST_F(PoectlConsole, SaysInOneLineThatNothingListens) {
 }
 
 TEST_F(PoectlConsole, RefusesALineEndInACommand) {
-  const ShellResult result = poectl("console 'info\ndevice'");
+  const CommandResult result = poectl("console 'info\ndevice'");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "poectl: a console command is one line: it cannot contain a line end\n");
 }
@@ -169,9 +165,9 @@ using Poectl = ServiceTest;
 
 TEST_F(Poectl, SaysWhatIsWrongWithACommandLineAndWhatIsAccepted) {
   for (const char* arguments :
-       {"", "bogus", "watch --seconds 0", "watch --seconds x", "clean now", "apply", "check", "example now",
-        "explain", "status --json --prometheus", "explain - --bank-limit 256", "explain - --port 4"}) {
-    const ShellResult result = poectl(arguments);
+       {"", "bogus", "watch --count", "clean now", "apply", "check", "example now", "explain",
+        "status --json --prometheus", "explain - --bank-limit 256", "explain - --port 4"}) {
+    const CommandResult result = poectl(arguments);
     EXPECT_EQ(result.status, 2) << arguments;
     EXPECT_EQ(result.output.rfind("poectl: ", 0), 0U) << arguments;
     EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << arguments;
@@ -180,7 +176,7 @@ TEST_F(Poectl, SaysWhatIsWrongWithACommandLineAndWhatIsAccepted) {
 
 TEST_F(Poectl, WatchRefusesAQueueThatExistsAndLeavesItAlone) {
   const StatusReceiver other;
-  const ShellResult result = poectl("watch --seconds 1");
+  const CommandResult result = poectl("watch --seconds 1");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output,
             "poectl: queue /queueToMain exists: another main process is running or was killed; when none "
@@ -189,7 +185,7 @@ TEST_F(Poectl, WatchRefusesAQueueThatExistsAndLeavesItAlone) {
 }
 
 TEST_F(Poectl, WatchWithoutAServiceSaysThatNothingCame) {
-  const ShellResult result = poectl("watch --seconds 0.2");
+  const CommandResult result = poectl("watch --seconds 0.2");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "poectl: no status message came on /queueToMain: is the service running?\n");
   EXPECT_FALSE(queueExists("/queueToMain"));
@@ -197,7 +193,7 @@ TEST_F(Poectl, WatchWithoutAServiceSaysThatNothingCame) {
 
 TEST_F(Poectl, WatchConfiguresAndShowsTheService) {
   service = std::make_unique<ServiceProcess>(ServiceOptions{{"--plug", "0 class=2 watts=6"}, {}});
-  const ShellResult result = poectl("watch --example --seconds 5");
+  const CommandResult result = poectl("watch --example --seconds 5");
   EXPECT_EQ(result.status, 0);
   EXPECT_NE(result.output.find(
                 "   0  on     DELIVERINGPOWER      2     6       15        0       0         0          0 "
@@ -216,13 +212,13 @@ std::string configOf(const std::string& enable) {
   return text;
 }
 
-ShellResult apply(const std::string& config) {
+CommandResult apply(const std::string& config) {
   return run("printf '" + config + "' | " + POECTL + " apply -");
 }
 
 TEST_F(Poectl, ApplyConfiguresTheService) {
   startService({{"--plug", "0 class=2 watts=6"}, {}});
-  const ShellResult result = apply(configOf("true"));
+  const CommandResult result = apply(configOf("true"));
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, "");
   EXPECT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
@@ -232,7 +228,7 @@ TEST_F(Poectl, ApplyTakesTheExampleFromAFile) {
   startService({{"--plug", "0 class=2 watts=6"}, {}});
   const std::string file = ::testing::TempDir() + "poectl_example.toml";
   const std::string program = POECTL;
-  const ShellResult result = run(program + " example >" + file + " && " + program + " apply " + file);
+  const CommandResult result = run(program + " example >" + file + " && " + program + " apply " + file);
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, "");
   EXPECT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
@@ -240,7 +236,7 @@ TEST_F(Poectl, ApplyTakesTheExampleFromAFile) {
 }
 
 TEST_F(Poectl, ApplyWithoutAServiceSaysSo) {
-  const ShellResult result = apply(configOf("true"));
+  const CommandResult result = apply(configOf("true"));
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output,
             "poectl: cannot open /queueToPoe: No such file or directory; is the service running?\n");
@@ -250,10 +246,10 @@ TEST_F(Poectl, ApplyAndCheckRefuseABadFileAndSendNothing) {
   const mqd_t queue = mq_open("/queueToPoe", O_CREAT | O_RDONLY, 0600, nullptr);
   ASSERT_NE(queue, -1);
   const std::string error = "standard input:4:10: 'enable' is of the wrong type; true or false is accepted\n";
-  const ShellResult applied = apply(configOf("7"));
+  const CommandResult applied = apply(configOf("7"));
   EXPECT_EQ(applied.status, 2);
   EXPECT_EQ(applied.output, error);
-  const ShellResult checked = run("printf '" + configOf("7") + "' | " + POECTL + " check -");
+  const CommandResult checked = run("printf '" + configOf("7") + "' | " + POECTL + " check -");
   EXPECT_EQ(checked.status, 2);
   EXPECT_EQ(checked.output, error);
   mq_attr attributes{};
@@ -265,7 +261,7 @@ TEST_F(Poectl, ApplyAndCheckRefuseABadFileAndSendNothing) {
 
 TEST_F(Poectl, StatusShowsOneMessageOfTheService) {
   service = std::make_unique<ServiceProcess>(ServiceOptions{});
-  const ShellResult text = poectl("status");
+  const CommandResult text = poectl("status");
   EXPECT_EQ(text.status, 0);
   EXPECT_EQ(
       text.output,
@@ -280,10 +276,10 @@ TEST_F(Poectl, StatusShowsOneMessageOfTheService) {
       "       0\n"
       "   3  -      DISABLED             -     0        -        0       0         0          0      0  "
       "       0\n");
-  const ShellResult json = poectl("status --json");
+  const CommandResult json = poectl("status --json");
   EXPECT_EQ(json.status, 0);
   EXPECT_EQ(json.output.rfind("{\n  \"mainPower\": 0,\n  \"mainOperStatus\": 1,\n", 0), 0U) << json.output;
-  const ShellResult prometheus = poectl("status --prometheus");
+  const CommandResult prometheus = poectl("status --prometheus");
   EXPECT_EQ(prometheus.status, 0);
   EXPECT_NE(prometheus.output.find("\npoe_device_temperature_celsius 40\n"), std::string::npos)
       << prometheus.output;
@@ -291,14 +287,14 @@ TEST_F(Poectl, StatusShowsOneMessageOfTheService) {
 }
 
 TEST_F(Poectl, StatusWithoutAServiceSaysThatNothingCame) {
-  const ShellResult result = poectl("status");
+  const CommandResult result = poectl("status");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "poectl: no status message came on /queueToMain: is the service running?\n");
   EXPECT_FALSE(queueExists("/queueToMain"));
 }
 
 TEST_F(Poectl, StatusEndsWithASignalAndLeavesNoQueue) {
-  const ShellResult result = run(std::string("timeout --preserve-status -s INT 0.3 ") + POECTL + " status");
+  const CommandResult result = run(std::string("timeout --preserve-status -s INT 0.3 ") + POECTL + " status");
   EXPECT_EQ(result.status, 1);
   EXPECT_FALSE(queueExists("/queueToMain"));
 }
@@ -306,11 +302,11 @@ TEST_F(Poectl, StatusEndsWithASignalAndLeavesNoQueue) {
 TEST_F(Poectl, PreflightNamesWhatIsInTheWay) {
   EXPECT_EQ(poectl("preflight").status, 0);
   startService();
-  const ShellResult taken = poectl("preflight");
+  const CommandResult taken = poectl("preflight");
   EXPECT_EQ(taken.status, 1);
   EXPECT_EQ(taken.output, "port 10001 on 127.0.0.1 is taken: is another service running? End it first\n");
   service.reset();
-  const ShellResult left = poectl("preflight");
+  const CommandResult left = poectl("preflight");
   EXPECT_EQ(left.status, 1);
   EXPECT_EQ(left.output,
             "queue /queueToMain exists: another service is running or was killed; when none is, './run "
@@ -323,7 +319,7 @@ TEST_F(Poectl, CleanRemovesTheQueuesAndNamesThem) {
     ASSERT_NE(queue, -1);
     mq_close(queue);
   }
-  const ShellResult result = poectl("clean");
+  const CommandResult result = poectl("clean");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, "removed queue /queueToPoe\nremoved queue /queueToMain\n");
   EXPECT_EQ(poectl("clean").output, "");

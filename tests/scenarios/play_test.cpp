@@ -1,11 +1,10 @@
 // What "poectl play" prints and returns: results, failures, and files that are refused.
-#include "tests/support/shell.h"
+#include "tests/simulator/temporary_directory.h"
+#include "tests/support/command.h"
 
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -13,49 +12,38 @@ namespace {
 
 class Play : public ::testing::Test {
 protected:
-  Play() {
-    std::string name = "/tmp/play_testXXXXXX";
-    m_folder = mkdtemp(name.data());
-    std::filesystem::copy_file(SCENARIOS "/four_ports.toml", m_folder / "four_ports.toml");
-  }
-  ~Play() override { std::filesystem::remove_all(m_folder); }
-
-  std::string write(const std::string& text) const {
-    std::ofstream(file()) << text;
-    return file();
-  }
-
-  std::string file() const { return (m_folder / "f.play").string(); }
+  Play() { std::filesystem::copy_file(SCENARIOS "/four_ports.toml", m_folder.file("four_ports.toml")); }
 
   // Played beside the service.
-  ShellResult play(const std::string& text) const {
-    return run(SCENARIOS "/run_scenario " BIN " " + write(text));
+  CommandResult play(const std::string& text) const {
+    return run(SCENARIOS "/run_scenario " BIN " " + m_folder.write("f.play", text));
   }
 
   // Played where there is no service.
-  ShellResult playAlone(const std::string& text, const std::string& options = "") const {
-    return run(ISOLATED " " BIN "/poectl play " + write(text) + " " + options);
+  CommandResult playAlone(const std::string& text, const std::string& options = "") const {
+    return run(ISOLATED " " BIN "/poectl play " + m_folder.write("f.play", text) + " " + options);
   }
 
-  std::filesystem::path m_folder;
+  const TemporaryDirectory m_folder;
+  const std::string m_file = m_folder.file("f.play");
 };
 
 const std::string HEADING = "# port  admin  state            class     W  limit W  invalid  denied  overload "
                             " underload  short  classerr\n";
 
 TEST_F(Play, PrintsAResultForEachStepAndWhatItTells) {
-  const ShellResult result = play("# A comment\n"
-                                  "apply four_ports.toml\n"
-                                  "card reg 0x90\n"
-                                  "console readReg 0x90 shows \"0x90:0x0\"\n"
-                                  "wait 0.1   # s\n"
-                                  "after 2 messages\n"
-                                  "expect port 0 state SEARCHING\n"
-                                  "expect chip mainPower stays 100 for 1 message\n"
-                                  "expect register 0x89 100\n"
-                                  "expect log \"default configuration\"\n"
-                                  "expect no log \"restarting\"\n"
-                                  "apply again\n");
+  const CommandResult result = play("# A comment\n"
+                                    "apply four_ports.toml\n"
+                                    "card reg 0x90\n"
+                                    "console readReg 0x90 shows \"0x90:0x0\"\n"
+                                    "wait 0.1   # s\n"
+                                    "after 2 messages\n"
+                                    "expect port 0 state SEARCHING\n"
+                                    "expect chip mainPower stays 100 for 1 message\n"
+                                    "expect register 0x89 100\n"
+                                    "expect log \"default configuration\"\n"
+                                    "expect no log \"restarting\"\n"
+                                    "apply again\n");
   EXPECT_EQ(result.output, "TAP version 13\n"
                            "1..11\n"
                            "ok 1 - line 2: apply four_ports.toml\n"
@@ -76,10 +64,10 @@ TEST_F(Play, PrintsAResultForEachStepAndWhatItTells) {
 }
 
 TEST_F(Play, ShowsWhyAnExpectationFailedAndGoesOn) {
-  const ShellResult result = play("apply four_ports.toml\n"
-                                  "after 2 messages\n"
-                                  "expect port 2 state FAULT within 2 messages\n"
-                                  "expect port 2 state SEARCHING\n");
+  const CommandResult result = play("apply four_ports.toml\n"
+                                    "after 2 messages\n"
+                                    "expect port 2 state FAULT within 2 messages\n"
+                                    "expect port 2 state SEARCHING\n");
   const std::string counters = "       0       0         0          0      0         0\n";
   EXPECT_EQ(result.output,
             "TAP version 13\n"
@@ -112,7 +100,7 @@ struct FailureRow {
 class PlayFailure : public Play, public ::testing::WithParamInterface<FailureRow> {};
 
 TEST_P(PlayFailure, HasItsReason) {
-  const ShellResult result = play(GetParam().steps);
+  const CommandResult result = play(GetParam().steps);
   const std::size_t failure = result.output.find("not ok");
   ASSERT_NE(failure, std::string::npos) << result.output;
   const std::size_t reason = result.output.find('\n', failure) + 1;
@@ -155,7 +143,7 @@ INSTANTIATE_TEST_SUITE_P(Steps, PlayFailure, ::testing::ValuesIn(FAILURES),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Play, StopsAtAStepThatCannotBeDone) {
-  const ShellResult result = play("card unplug 4\nwait 1\n");
+  const CommandResult result = play("card unplug 4\nwait 1\n");
   const std::string start = "TAP version 13\n1..2\nnot ok 1 - line 1: card unplug 4\n# card: ";
   EXPECT_EQ(result.output.substr(0, start.size()), start);
   const std::string end = "\nBail out! what follows line 1 needs that step\n";
@@ -165,14 +153,14 @@ TEST_F(Play, StopsAtAStepThatCannotBeDone) {
 }
 
 TEST_F(Play, NeverJudgesAMessageFromBeforeTheStep) {
-  const ShellResult result = play("after 1 message\n"
-                                  "card temperature 50\n"
-                                  "expect chip deviceTemperature 40 within 1 message\n");
+  const CommandResult result = play("after 1 message\n"
+                                    "card temperature 50\n"
+                                    "expect chip deviceTemperature 40 within 1 message\n");
   EXPECT_NE(result.output.find("\nnot ok 3 - "), std::string::npos) << result.output;
 }
 
 TEST_F(Play, BailsOutWithoutAService) {
-  const ShellResult result = playAlone("wait 1\n");
+  const CommandResult result = playAlone("wait 1\n");
   EXPECT_EQ(result.output,
             "TAP version 13\n1..1\n"
             "Bail out! no status message came on /queueToMain for 10 s: is the service running?\n");
@@ -185,15 +173,15 @@ TEST_F(Play, BailsOutWithoutACardThatIsNeeded) {
       "Bail out! cannot reach the simulated card on /nowhere/card.socket: No such file or "
       "directory; is poe_card running with --control?\n";
   for (const char* const step : {"card show", "expect register 0 0"}) {
-    const ShellResult result = playAlone(step, "--control /nowhere/card.socket");
+    const CommandResult result = playAlone(step, "--control /nowhere/card.socket");
     EXPECT_EQ(result.output, reason);
     EXPECT_EQ(result.status, 1);
   }
 }
 
 TEST_F(Play, BailsOutAtASignalAndRemovesItsQueue) {
-  const ShellResult result =
-      run(ISOLATED " bash -c '" BIN "/poectl play " + write("wait 9") +
+  const CommandResult result =
+      run(ISOLATED " bash -c '" BIN "/poectl play " + m_folder.write("f.play", "wait 9") +
           " & while " BIN "/poectl preflight >/dev/null 2>&1; do sleep 0.05; done; kill $!; wait $!; "
           "echo status $?; " BIN "/poectl preflight'");
   EXPECT_EQ(result.output, "TAP version 13\n1..1\nBail out! interrupted by a signal\nstatus 1\n");
@@ -202,25 +190,25 @@ TEST_F(Play, BailsOutAtASignalAndRemovesItsQueue) {
 
 // Nothing is printed or created for a file that is refused.
 TEST_F(Play, RefusesABadFileWithOneLineAndStatus2) {
-  const ShellResult unknown = playAlone("wait 1\nplug 0\n");
-  EXPECT_EQ(unknown.output, file() +
+  const CommandResult unknown = playAlone("wait 1\nplug 0\n");
+  EXPECT_EQ(unknown.output, m_file +
                                 ":2:1: unknown step 'plug'; apply, card, console, wait, after and expect "
                                 "are accepted\n");
   EXPECT_EQ(unknown.status, 2);
-  const ShellResult configuration = playAlone("apply none.toml\n");
-  EXPECT_EQ(configuration.output, file() + ":1:7: apply: " + (m_folder / "none.toml").string() +
+  const CommandResult configuration = playAlone("apply none.toml\n");
+  EXPECT_EQ(configuration.output, m_file + ":1:7: apply: " + m_folder.file("none.toml") +
                                       ": cannot be read: No such file or directory\n");
   EXPECT_EQ(configuration.status, 2);
-  const ShellResult log = playAlone("wait 1\nexpect log \"a\"\n");
-  EXPECT_EQ(log.output, file() + ":2:1: an expected log needs the log's file; --log FILE is accepted\n");
+  const CommandResult log = playAlone("wait 1\nexpect log \"a\"\n");
+  EXPECT_EQ(log.output, m_file + ":2:1: an expected log needs the log's file; --log FILE is accepted\n");
   EXPECT_EQ(log.status, 2);
-  const ShellResult noLog = playAlone("expect log \"a\"\n", "--log /nowhere/service.log");
+  const CommandResult noLog = playAlone("expect log \"a\"\n", "--log /nowhere/service.log");
   EXPECT_EQ(noLog.output, "/nowhere/service.log: cannot be read: No such file or directory\n");
   EXPECT_EQ(noLog.status, 2);
 }
 
 TEST_F(Play, TakesTheScenarioFromStandardInput) {
-  const ShellResult result = run("echo plug | " BIN "/poectl play -");
+  const CommandResult result = run("echo plug | " BIN "/poectl play -");
   EXPECT_EQ(result.output,
             "standard input:1:1: unknown step 'plug'; apply, card, console, wait, after and expect "
             "are accepted\n");

@@ -1,0 +1,26 @@
+// The settings of the ports as the service's console tells them.
+#pragma once
+
+#include "poectl/periodic_worker.h"
+#include "poectl/port_settings.h"
+
+#include <array>
+#include <mutex>
+
+using AllPortSettings = std::array<std::optional<PortSettings>, POE_PORTS>;
+
+// Asks every few seconds. No call waits for the console; the destructor waits at most 1 s.
+class ConsoleSettings {
+public:
+  ConsoleSettings();
+
+  // What the console said last; nothing for a port while it does not answer.
+  AllPortSettings settings();
+
+private:
+  void ask();
+
+  std::mutex m_mutex; // guards m_settings
+  AllPortSettings m_settings;
+  PeriodicWorker m_worker; // the last: its thread uses all others
+};

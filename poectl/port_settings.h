@@ -1,0 +1,22 @@
+// The settings of a port, which the status message does not have.
+#pragma once
+
+#include "components/PoeDriver/poe_messages.h"
+
+#include <optional>
+#include <string>
+
+struct PortSettings {
+  bool enabled;
+  std::uint32_t limit;    // W
+  std::uint32_t priority; // 1 is served first
+};
+
+// What an unlimited port gets, in W.
+constexpr std::uint32_t HIGHEST_PORT_LIMIT = 40;
+
+// As the service understands a configuration.
+PortSettings settingsOf(const PoePortConfig& config);
+
+// From the console's reply to "poeport P". Nothing when it is another text.
+std::optional<PortSettings> parsePortSettings(const std::string& reply);

@@ -1,0 +1,69 @@
+// Events and messages as lines of JSON.
+#include "poectl/event_json.h"
+
+#include "poectl/status_export.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace {
+
+const std::string HEAD = R"({"time":"T","message":7,"event":)";
+
+struct Line {
+  const char* name;
+  StatusEvent event;
+  const char* json; // behind HEAD
+};
+
+class EventJsonLine : public ::testing::TestWithParam<Line> {};
+
+TEST_P(EventJsonLine, NamesTheEventAndItsNumbers) {
+  EXPECT_EQ(eventJsonLine("T", 7, GetParam().event), HEAD + GetParam().json + "}\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, EventJsonLine,
+    ::testing::Values(
+        Line{"State",
+             {EventKind::STATE, 2, 0, 2, 3},
+             R"("state","port":2,"from":"SEARCHING","to":"DELIVERINGPOWER")"},
+        Line{"Counter",
+             {EventKind::COUNTER, 1, 5, 4, 6},
+             R"("counter","port":1,"counter":"classErrorCounter","increment":2,"value":6)"},
+        Line{"ChipLost", {EventKind::CHIP_LOST}, R"("chipLost")"},
+        Line{"ChipRecovered", {EventKind::CHIP_RECOVERED}, R"("chipRecovered")"},
+        Line{"ThermalShutdown", {EventKind::THERMAL_SHUTDOWN}, R"("thermalShutdown")"},
+        Line{"ThermalShutdownOver", {EventKind::THERMAL_SHUTDOWN_OVER}, R"("thermalShutdownOver")"},
+        Line{"BusError", {EventKind::BUS_ERROR}, R"("busError")"},
+        Line{"BusErrorOver", {EventKind::BUS_ERROR_OVER}, R"("busErrorOver")"},
+        Line{"ServiceRestarted", {EventKind::SERVICE_RESTARTED}, R"("serviceRestarted")"},
+        Line{"Stale",
+             {EventKind::STALE, 0, 0, 0, 0, std::chrono::milliseconds(2500)},
+             R"("stale","silenceSeconds":2.5)"},
+        Line{"Resumed",
+             {EventKind::RESUMED, 0, 0, 0, 0, std::chrono::milliseconds(12345)},
+             R"("resumed","silenceSeconds":12.345)"}),
+    [](const auto& row) { return row.param.name; });
+
+std::string withoutBlanks(std::string text) {
+  text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == ' ' || c == '\n'; }),
+             text.end());
+  return text;
+}
+
+TEST(StatusJsonLine, IsOneLineWithTimeAndNumberInFront) {
+  PoeStatus status{};
+  status.mainPower = 100;
+  const std::string line = statusJsonLine("2024-05-06T07:08:09.123Z", 42, status);
+  EXPECT_EQ(
+      line.rfind(R"({"time":"2024-05-06T07:08:09.123Z","message":42,"mainPower":100,"mainOperStatus":0,)", 0),
+      0U)
+      << line;
+  EXPECT_EQ(line.find('\n'), line.size() - 1);
+  // The rest is what the indented form has.
+  const std::string fields = withoutBlanks(statusJson(status)).substr(1);
+  EXPECT_EQ(withoutBlanks(line).substr(line.find(R"("mainPower")")), fields);
+}
+
+} // namespace
