@@ -122,7 +122,7 @@ void addPlayCommand(CLI::App& application, PlayOptions& options) {
   play->add_option("--control", options.cardControl,
                    "the card's control socket (default: $POE_CARD_CONTROL, else that of ./run)");
   play->add_option("--log", options.log, "the service's log, as poe_card --log writes it, for 'expect log'");
-  play->footer("Example: poectl play unplug.play --log build/run.log\n"
+  play->footer("Example: poectl play unplug.play --control card.socket --log service.log\n"
                "with unplug.play:\n"
                "  apply card.toml                                # a file that 'poectl check' takes\n"
                "  card plug 0 class=4 watts=22                   # what 'poectl card' takes\n"
