@@ -1,7 +1,7 @@
 # Sourced by the target tests: Debian packages that are downloaded and unpacked, not installed.
 
 # Where kernels and downloaded packages are kept between runs.
-target_cache=${POE_TARGET_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/poe-service/target}
+target_cache=${POE_TARGET_CACHE:-${XDG_CACHE_HOME:-${HOME:-/var/tmp}/.cache}/poe-service/target}
 
 # package_version NAME: the version that would be downloaded. Updates the package lists once when they do not know it.
 package_version() {

@@ -27,7 +27,7 @@ powerpc_kernel() {
 
 # build_powerpc_kernel DIRECTORY: leaves DIRECTORY/kernel.
 build_powerpc_kernel() {
-  local work=$1 source make option
+  local work=$1 make option
   unpack_package "$kernel_source_package" "$work/package"
   mkdir "$work/source" "$work/out" "$work/kernel"
   tar -xf "$work/package/usr/src/$kernel_source_package.tar.xz" -C "$work/source" --strip-components=1
