@@ -108,15 +108,15 @@ class Sources:
             yield (LEVELS[given[0]], NO_POSITION, words(given[1], where)), where
 
     def numbers(self, expression, call, text, where):
-        """The positions a software error is reported with: its own, or those a helper is called with."""
+        """The positions a software error is reported with: its own, or those that its function is called with."""
         if expression.isdigit():
             return [expression]
         names = [expression]
         if expression not in self.positions:
-            helpers = re.findall(rf"\b(\w+)\(int {re.escape(expression)}\b", text[: call.start()])
-            if not helpers:
+            functions = re.findall(rf"\b(\w+)\(int {re.escape(expression)}\b", text[: call.start()])
+            if not functions:
                 raise Unreadable(f"{where}: unknown position {expression}")
-            names = re.findall(rf"\b{helpers[-1]}\((\w+Line::\w+)", self.everything)
+            names = re.findall(rf"\b{functions[-1]}\((\w+Line::\w+)", self.everything)
         self.used.update(names)
         return [self.positions[name] for name in names]
 

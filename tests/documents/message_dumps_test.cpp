@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -42,10 +41,22 @@ void append(Bytes& bytes, const std::string& cell) {
   }
 }
 
+// The columns of a dump's rows: indentation, offset, little-endian bytes, big-endian bytes, field.
+constexpr std::size_t OFFSET = 4;
+constexpr std::size_t OFFSET_WIDTH = 4;
+constexpr std::size_t LITTLE_ENDIAN_BYTES = 12;
+constexpr std::size_t BIG_ENDIAN_BYTES = 27;
+constexpr std::size_t BYTES_WIDTH = 11;
+constexpr std::size_t FIELD = 40;
+
+bool isRow(const std::string& line) {
+  return line.size() > FIELD && line.find_first_not_of(' ') == OFFSET &&
+         line.find_first_not_of("0123456789abcdef", OFFSET) == OFFSET + OFFSET_WIDTH;
+}
+
 // The bytes of the dump below a heading.
 Bytes dumpBelow(const std::string& heading) {
-  const std::string bytesCell = "((?:[0-9a-f]{2} )*[0-9a-f]{2}(?: x [0-9]+)?)";
-  const std::regex row("    ([0-9a-f]{4})    " + bytesCell + " +" + bytesCell + " +[a-z].*");
+  const std::size_t column = isBigEndian() ? BIG_ENDIAN_BYTES : LITTLE_ENDIAN_BYTES;
   std::ifstream document(MESSAGES_DOCUMENT);
   Bytes bytes;
   bool isBelow = false;
@@ -53,10 +64,10 @@ Bytes dumpBelow(const std::string& heading) {
     if (line.compare(0, 1, "#") == 0) {
       isBelow = line == heading;
     }
-    std::smatch cells;
-    if (isBelow && std::regex_match(line, cells, row)) {
-      EXPECT_EQ(hexNumber(cells[1]), bytes.size()) << line;
-      append(bytes, cells[isBigEndian() ? 3 : 2]);
+    if (isBelow && isRow(line)) {
+      EXPECT_EQ(hexNumber(line.substr(OFFSET, OFFSET_WIDTH)), bytes.size()) << line;
+      const std::string cell = line.substr(column, BYTES_WIDTH);
+      append(bytes, cell.substr(0, cell.find_last_not_of(' ') + 1));
     }
   }
   return bytes;
