@@ -12,10 +12,10 @@
 
 namespace {
 
-// Port 0 fits, port 1 does not, port 2 is switched off and has a priority that is never served.
+// Port 0 just fits, port 1 does not, port 2 is switched off and has a priority that is never served.
 PoeConfig exceedingConfig() {
   PoeConfig config = fittingConfig();
-  config.bankPowerLimit[0] = 20;
+  config.bankPowerLimit[3] = 10;
   config.port[2].adminEnable = 0;
   config.port[2].priority = 0;
   return config;

@@ -19,7 +19,7 @@ std::string image(RegisterFile& registers) {
 PoeConfig fittingConfig() {
   PoeConfig config{};
   config.bankPowerLimit[0] = 100;
-  config.bankPowerLimit[3] = 200; // more than the chip is given
+  config.bankPowerLimit[3] = 200; // the active bank; more than the chip is given
   for (unsigned port = 0; port < 3; port++) {
     config.port[port] = {1, {}, port + 1, 10000 + 5000 * port, {}};
   }
@@ -40,6 +40,7 @@ void setPoweredPorts(RegisterFile& registers) {
   registers[0x72] = 0x24;
   registers[0x77] = 0x1B;
   registers[0x78] = 0xE4;
+  registers[0x91] = 3 << 3;
   registers[0x92] = 12;
   registers[0x96] = 12;
   registers[0xCB] = 0xED;

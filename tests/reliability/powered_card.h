@@ -8,7 +8,7 @@
 
 #include <string>
 
-// Ports 0 to 2 are switched on and fit into bank 0.
+// Ports 0 to 2 are switched on and fit into bank 3, the active one.
 PoeConfig fittingConfig();
 
 // The chip powers ports 0 and 1; its other ports show faults of several kinds.

@@ -67,8 +67,8 @@ bool RandomCard::write(std::uint8_t reg, std::uint8_t value) {
 
 void RandomCard::noteEvents() {
   for (unsigned kind = 0; kind < 6; kind++) {
-    const std::uint8_t now = m_chip.reg(static_cast<std::uint8_t>(FIRST_COUNTER + kind));
-    const std::uint8_t before = std::exchange(m_counters.at(kind), now);
+    const unsigned now = m_chip.reg(static_cast<std::uint8_t>(FIRST_COUNTER + kind));
+    const unsigned before = std::exchange(m_counters.at(kind), now);
     for (unsigned port = 0; now != before && port < 4; port++) {
       m_events.counts.at(port).at(kind) += ((now >> 2 * port) - (before >> 2 * port)) & 3;
     }

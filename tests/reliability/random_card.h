@@ -71,7 +71,7 @@ private:
   unsigned m_transfers = 0; // of this cycle
   unsigned m_failed = 0;
   bool m_isFirstGood = false;
-  std::array<std::uint8_t, 6> m_counters{};
+  std::array<unsigned, 6> m_counters{}; // the registers as they were last
   Events m_events;
   unsigned m_countersRead = 0; // in a row
   bool m_isCounted = false;

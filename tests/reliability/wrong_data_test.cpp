@@ -60,59 +60,18 @@ protected:
     m_pair.construct();
   }
 
+  // Which reads lie at once.
+  enum class Lying { One, All };
+
   // Runs one cycle for each lie after `prepare` and another, healthy one; then `check` is called. Before the
   // first, the reads of a cycle without a lie are counted.
-  void tryLies(bool alone, const std::function<void()>& prepare, const std::function<void()>& check) {
-    enum class Phase { Start, Settled, Counted, Lied, Healed } phase = Phase::Start;
-    const auto all = lies();
-    std::size_t reads = 0;
-    std::size_t read = 0;
-    std::size_t lie = 0;
-    m_pair.run([&] {
-      EXPECT_EQ(m_pair.takeDifferences(), "") << "read " << read << ", lie " << lie;
-      switch (phase) {
-      case Phase::Start:
-        m_pair.handleConfig(fittingConfig());
-        phase = Phase::Settled;
-        return true;
-      case Phase::Settled:
-        prepare();
-        m_chip.lieIn([](std::size_t) { return false; }, all[0]);
-        phase = Phase::Counted;
-        return true;
-      case Phase::Counted:
-        reads = m_chip.reads();
-        m_chip.tellTheTruth();
-        phase = Phase::Healed;
-        return true;
-      case Phase::Lied:
-        m_chip.tellTheTruth();
-        m_pair.reportCached();
-        phase = Phase::Healed;
-        return true;
-      case Phase::Healed:
-        check();
-        break;
-      }
-      if (HasFailure()) {
-        ADD_FAILURE() << "read " << read << ", lie " << lie;
-        return false;
-      }
-      if (m_tried != 0 && ++lie == all.size()) {
-        lie = 0;
-        read++;
-      }
-      if (read == (alone ? reads : 1)) {
-        return false;
-      }
-      m_tried++;
-      prepare();
-      m_chip.lieIn([&, alone](std::size_t number) { return !alone || number == read; }, all[lie]);
-      phase = Phase::Lied;
-      return true;
-    });
+  void tryLies(Lying lying, const std::function<void()>& prepare, const std::function<void()>& check) {
+    m_lying = lying;
+    m_prepare = prepare;
+    m_check = check;
+    m_pair.run([&] { return step(); });
     std::printf("lies tried: %zu\n", m_tried);
-    EXPECT_EQ(m_tried, alone ? reads * all.size() : all.size());
+    EXPECT_EQ(m_tried, (lying == Lying::One ? m_reads : 1) * m_lies.size());
   }
 
   void expectHealed() { EXPECT_EQ(m_healed.differs(m_pair, m_chip.truth, fittingConfig()), ""); }
@@ -130,30 +89,90 @@ protected:
   }
 
   LyingRegisters m_chip;
+
+private:
+  // What the cycle has been that has just ended.
+  enum class Phase { Start, Settled, Counted, Lied, Healed };
+
+  bool step() {
+    EXPECT_EQ(m_pair.takeDifferences(), "") << "read " << m_read << ", lie " << m_lie;
+    switch (m_phase) {
+    case Phase::Start:
+      m_pair.handleConfig(fittingConfig());
+      m_phase = Phase::Settled;
+      break;
+    case Phase::Settled:
+      m_prepare();
+      m_chip.lieIn([](std::size_t) { return false; }, m_lies[0]);
+      m_phase = Phase::Counted;
+      break;
+    case Phase::Counted:
+      m_reads = m_chip.reads();
+      [[fallthrough]];
+    case Phase::Lied:
+      m_chip.tellTheTruth();
+      m_pair.reportCached();
+      m_phase = Phase::Healed;
+      break;
+    case Phase::Healed:
+      m_check();
+      return beginNextLie();
+    }
+    return true;
+  }
+
+  bool beginNextLie() {
+    if (HasFailure()) {
+      ADD_FAILURE() << "read " << m_read << ", lie " << m_lie;
+      return false;
+    }
+    if (m_tried != 0 && ++m_lie == m_lies.size()) {
+      m_lie = 0;
+      m_read++;
+    }
+    if (m_read == (m_lying == Lying::One ? m_reads : 1)) {
+      return false;
+    }
+    m_tried++;
+    m_prepare();
+    m_chip.lieIn([&](std::size_t number) { return m_lying == Lying::All || number == m_read; },
+                 m_lies[m_lie]);
+    m_phase = Phase::Lied;
+    return true;
+  }
+
   ServicePair m_pair{m_chip};
   Healed m_healed;
   PoeStatus m_status{};
+  const std::vector<LyingRegisters::Lie> m_lies = lies();
+  Lying m_lying = Lying::One;
+  std::function<void()> m_prepare;
+  std::function<void()> m_check;
+  Phase m_phase = Phase::Start;
+  std::size_t m_reads = 0; // of a cycle that lies nowhere
+  std::size_t m_read = 0;
+  std::size_t m_lie = 0;
   std::size_t m_tried = 0;
 };
 
 TEST_F(WrongData, InAnySingleReadOfACycleIsHealedByTheNextTrueReading) {
   tryLies(
-      true, [] {}, [&] { expectHealed(); });
+      Lying::One, [] {}, [&] { expectHealed(); });
 }
 
 TEST_F(WrongData, InAllReadsOfACycleIsHealedButForSharedRegistersWhichTheNextRecoveryHeals) {
   tryLies(
-      false, [] {}, [&] { expectHealedByARecovery(); });
+      Lying::All, [] {}, [&] { expectHealedByARecovery(); });
 }
 
 TEST_F(WrongData, InAnySingleReadOfARecoveryIsHealedButForSharedRegistersWhichTheNextRecoveryHeals) {
   tryLies(
-      true, [&] { loseConfiguration(m_chip.truth); }, [&] { expectHealedByARecovery(); });
+      Lying::One, [&] { loseConfiguration(m_chip.truth); }, [&] { expectHealedByARecovery(); });
 }
 
 TEST_F(WrongData, InAllReadsOfARecoveryIsHealedButForSharedRegistersWhichTheNextRecoveryHeals) {
   tryLies(
-      false, [&] { loseConfiguration(m_chip.truth); }, [&] { expectHealedByARecovery(); });
+      Lying::All, [&] { loseConfiguration(m_chip.truth); }, [&] { expectHealedByARecovery(); });
 }
 
 } // namespace
