@@ -93,7 +93,7 @@ std::string askConsole(const std::string& command, std::chrono::milliseconds pat
 
 std::string consoleLine(const std::string& words) {
   if (words.find('\n') != std::string::npos) {
-    throw ConsoleError("a console command is one line: it cannot contain a line end");
+    throw ConsoleInputError("a console command is one line: it cannot contain a line end");
   }
   const std::size_t start = words.find_first_not_of(" \t");
   if (start == std::string::npos) {

@@ -37,11 +37,15 @@ struct Options {
 
 void addConfigCommands(CLI::App& application, Options& options) {
   CLI::App* apply = application.add_subcommand("apply", "send a configuration to the service");
-  apply->add_option("FILE", options.file, "the configuration; - is standard input")->required();
+  apply->add_option("FILE", options.file, "the configuration; - is standard input")
+      ->type_name("")
+      ->required();
   apply->footer("Example: poectl apply card.toml");
   CLI::App* check =
       application.add_subcommand("check", "tell what the service does with a configuration; nothing is sent");
-  check->add_option("FILE", options.file, "the configuration; - is standard input")->required();
+  check->add_option("FILE", options.file, "the configuration; - is standard input")
+      ->type_name("")
+      ->required();
   check->footer("Example: poectl check card.toml");
   CLI::App* example = application.add_subcommand("example", "print a configuration with comments");
   example->footer("Example: poectl example >card.toml");
@@ -50,16 +54,20 @@ void addConfigCommands(CLI::App& application, Options& options) {
 void addExplainCommand(CLI::App& application, Options& options) {
   CLI::App* explain =
       application.add_subcommand("explain", "tell what the power-budget audit does with a configuration");
-  explain->add_option("FILE", options.file, "the configuration; - is standard input")->required();
+  explain->add_option("FILE", options.file, "the configuration; - is standard input")
+      ->type_name("")
+      ->required();
   explain->add_flag("--status", options.explain.status,
                     "start from the running service's bank limit and port states, as its console shows them");
   explain
       ->add_option("--bank-limit", options.explain.bankLimit,
-                   "W that the active bank allows (default: bank 0 of the file)")
+                   "what the active bank allows (default: bank 0 of the file)")
+      ->type_name("W")
       ->check(CLI::Range(0, 255)); // what the chip's register holds
   explain
       ->add_option("--port", options.explain.ports,
                    "a port's state, 'P detection=WORD powered=yes|no' (default: detected good and powered)")
+      ->type_name("STATE")
       ->allow_extra_args(false);
   explain->footer("Examples: poectl explain card.toml --status\n"
                   "          poectl explain card.toml --bank-limit 30 --port '1 powered=no'");
@@ -84,15 +92,19 @@ void addWatchCommand(CLI::App& application, WatchOptions& options) {
   CLI::App* watch = application.add_subcommand(
       "watch", "create /queueToMain and show the status messages; live on a terminal");
   watch->add_option("--seconds", options.seconds, "end after this time (default: when interrupted)")
+      ->type_name("S")
       ->check(CLI::Range(0.1, 1e9));
   watch->add_option("--count", options.count, "end after this many messages; no live view")
+      ->type_name("N")
       ->check(CLI::Range(1UL, 1000000000UL));
   watch->add_flag("--json", options.json, "one JSON object on a line for each message");
   watch->add_flag("--events", options.events, "what changes instead of the messages, a line each");
   watch->add_flag("--example", options.sendExample,
                   "send the example configuration whenever the service is seen to start");
-  watch->add_option("--control", options.cardControl,
-                    "the simulated card's control socket for the keys of the live view");
+  watch
+      ->add_option("--control", options.cardControl,
+                   "the simulated card's control socket for the keys of the live view")
+      ->type_name("PATH");
   watch->footer("Example: poectl watch --seconds 10");
 }
 
@@ -110,7 +122,8 @@ void addConsoleCommands(CLI::App& application) {
 void addCardCommand(CLI::App& application, Options& options) {
   CLI::App* card = application.add_subcommand("card", "send a command to the simulated card");
   card->add_option("--control", options.cardControl,
-                   "the card's control socket (default: $POE_CARD_CONTROL, else that of ./run)");
+                   "the card's control socket (default: $POE_CARD_CONTROL, else that of ./run)")
+      ->type_name("PATH");
   card->prefix_command(); // what follows belongs to the card
   card->footer("Example: poectl card plug 0 class=4 watts=22\n'poectl card help' lists the card's words.");
 }
@@ -118,10 +131,12 @@ void addCardCommand(CLI::App& application, Options& options) {
 void addPlayCommand(CLI::App& application, PlayOptions& options) {
   CLI::App* play = application.add_subcommand(
       "play", "carry a scenario file out and print its results as TAP; creates /queueToMain");
-  play->add_option("FILE", options.file, "the scenario; - is standard input")->required();
+  play->add_option("FILE", options.file, "the scenario; - is standard input")->type_name("")->required();
   play->add_option("--control", options.cardControl,
-                   "the card's control socket (default: $POE_CARD_CONTROL, else that of ./run)");
-  play->add_option("--log", options.log, "the service's log, as poe_card --log writes it, for 'expect log'");
+                   "the card's control socket (default: $POE_CARD_CONTROL, else that of ./run)")
+      ->type_name("PATH");
+  play->add_option("--log", options.log, "the service's log, as poe_card --log writes it, for 'expect log'")
+      ->type_name("LOG");
   play->footer("Example: poectl play unplug.play --control card.socket --log service.log\n"
                "with unplug.play:\n"
                "  apply card.toml                                # a file that 'poectl check' takes\n"
@@ -199,22 +214,26 @@ int commandLine(int argc, char** argv) {
   return execute(*application.get_subcommands().front(), options);
 }
 
+int fail(const std::exception& error, int status) {
+  std::fprintf(stderr, "poectl: %s\n", error.what());
+  return status;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
   try {
     return commandLine(argc, argv);
-  } catch (const PortStateError& error) {
-    std::fprintf(stderr, "poectl: %s\n", error.what());
-    return BAD_INPUT;
-  } catch (const CardRefusal& error) {
-    std::fprintf(stderr, "poectl: %s\n", error.what());
-    return BAD_INPUT;
-  } catch (const InputError& error) {
+  } catch (const InputError& error) { // begins with the file's name
     std::fprintf(stderr, "%s\n", error.what());
     return BAD_INPUT;
+  } catch (const PortStateError& error) {
+    return fail(error, BAD_INPUT);
+  } catch (const CardRefusal& error) {
+    return fail(error, BAD_INPUT);
+  } catch (const ConsoleInputError& error) {
+    return fail(error, BAD_INPUT);
   } catch (const std::exception& error) { // QueueError, ConsoleError, CardError
-    std::fprintf(stderr, "poectl: %s\n", error.what());
-    return FAILED;
+    return fail(error, FAILED);
   }
 }

@@ -76,7 +76,7 @@ TEST_F(PoectlConsole, SaysInOneLineThatNothingListens) {
 
 TEST_F(PoectlConsole, RefusesALineEndInACommand) {
   const CommandResult result = poectl("console 'info\ndevice'");
-  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.output, "poectl: a console command is one line: it cannot contain a line end\n");
 }
 
