@@ -20,6 +20,7 @@ libsystemd-dev the keep-alive to systemd
 packages_to_test='
 libgtest-dev   the tests
 libgmock-dev   the tests
+i2c-tools      programs that know nothing of the simulated card
 groff-base     the check of the manual pages
 tmux           a terminal for the tests of the live view
 strace         faults injected into the real process
