@@ -129,7 +129,7 @@ private:
   }
 
   bool beginNext() {
-    if (m_isBegun && !m_second.nextAlone()) {
+    if (m_isBegun && !m_second.nextSecond()) {
       m_second.restart();
       if (!m_first.next()) {
         return false;
@@ -181,7 +181,7 @@ private:
 
 TEST_P(EveryEngineFault, AndEverySecondOneLeaveWhatTheModelLeavesAndHeal) {
   pair().run([&] { return step(); });
-  EXPECT_GT(tried(), 64U);
+  EXPECT_GT(tried(), FaultWalk::HAS_SECOND ? 64U : 0U);
   std::printf("faults tried: %zu\n", tried());
 }
 

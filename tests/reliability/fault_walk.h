@@ -18,8 +18,18 @@ public:
   // False: all faults have been walked through.
   bool next() { return ++m_position <= 2 * m_transfers; }
 
-  // The same, leaving out those of all transfers from one on.
-  bool nextAlone() {
+  // ThreadSanitizer makes a transfer ten times slower, and has nothing to find in a single thread.
+#ifdef __SANITIZE_THREAD__
+  static constexpr bool HAS_SECOND = false;
+#else
+  static constexpr bool HAS_SECOND = true;
+#endif
+
+  // The same for the second fault of a pair: each transfer alone.
+  bool nextSecond() {
+    if (!HAS_SECOND) {
+      return false;
+    }
     m_position += m_position == 0 ? 1 : 2;
     return m_position <= 2 * m_transfers;
   }
@@ -41,7 +51,9 @@ public:
   }
 
 private:
-  bool isAlone() const { return m_position % 2 == 1; }
+  bool isAlone() const {
+    return m_position % 2 == 1;
+  }
 
   std::size_t m_position = 0;
   std::size_t m_transfers = 0;

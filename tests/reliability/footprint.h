@@ -12,5 +12,5 @@ struct Footprint {
 
 Footprint footprint();
 
-// Empty when `last` holds no more than `first`, leaving some room for the heap of the test itself.
-std::string growth(const Footprint& first, const Footprint& last);
+// Empty when `last` holds no more than `first`; `heapRoom` bytes are left to the buffers of the test itself.
+std::string growth(const Footprint& first, const Footprint& last, std::size_t heapRoom);

@@ -70,8 +70,7 @@ PoeStatus withoutCounters(PoeStatus status) {
 }
 
 std::string Healed::differs(const ServicePair& pair, RegisterFile& registers, const PoeConfig& config) {
-  const std::string configured =
-      differsFromConfiguration(config, [&](unsigned reg) { return registers[reg]; });
+  std::string configured = differsFromConfiguration(config, [&](unsigned reg) { return registers[reg]; });
   if (!configured.empty()) {
     return configured;
   }

@@ -52,7 +52,7 @@ protected:
     do {
       do {
         live(start, first, &second);
-      } while (!HasFailure() && second.nextAlone());
+      } while (!HasFailure() && second.nextSecond());
       second.restart();
     } while (!HasFailure() && walk->next());
     std::printf("faults tried: %zu\n", m_tried);
