@@ -1,16 +1,16 @@
 #include "poectl/running_ports.h"
 
+#include "poectl/audit_text.h"
 #include "poectl/console_client.h"
 #include "poectl/console_vocabulary.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 
 namespace {
 
-// The words of the report "channel", in the order of the chip's codes.
-constexpr const char* DETECTIONS[] = {"UNKNOWN", "SHORT",         "CPD_TOO_HIGH", "RSIG_TOO_LOW",
-                                      "GOOD",    "RSIG_TOO_HIGH", "OPEN_CIRCUIT", "ILLEGAL"};
+constexpr std::uint32_t DETECTION_CODES = 8;
 
 // What a report shows behind a label, up to the end of the line.
 std::string shown(const std::string& report, const std::string& label) {
@@ -21,6 +21,12 @@ std::string shown(const std::string& report, const std::string& label) {
   }
   const std::size_t value = start + label.size();
   return report.substr(value, report.find('\n', value) - value);
+}
+
+std::string upperCase(std::string word) {
+  std::transform(word.begin(), word.end(), word.begin(),
+                 [](unsigned char letter) { return static_cast<char>(std::toupper(letter)); });
+  return word;
 }
 
 [[noreturn]] void refuse(const std::string& label, const std::string& value) {
@@ -51,8 +57,11 @@ std::uint32_t bankLimitFrom(const std::string& info) {
 PortState portStateFrom(const std::string& channel) {
   const std::string detectionLabel = "det_status              = ";
   const std::string detection = shown(channel, detectionLabel);
-  const auto* const code = std::find(std::begin(DETECTIONS), std::end(DETECTIONS), detection);
-  if (code == std::end(DETECTIONS)) {
+  std::uint32_t code = 0;
+  while (code < DETECTION_CODES && upperCase(detectionWord(code)) != detection) {
+    code++;
+  }
+  if (code == DETECTION_CODES) {
     refuse(detectionLabel, detection);
   }
   const std::string enableLabel = "enable                  = ";
@@ -60,5 +69,5 @@ PortState portStateFrom(const std::string& channel) {
   if (enable != "TRUE" && enable != "FALSE") {
     refuse(enableLabel, enable);
   }
-  return {static_cast<std::uint32_t>(code - std::begin(DETECTIONS)), enable == "TRUE"};
+  return {code, enable == "TRUE"};
 }
