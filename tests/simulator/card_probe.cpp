@@ -23,6 +23,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -138,81 +140,101 @@ void waitForSignal(int number) {
   say("caught " + std::to_string(caught));
 }
 
-void obey(const std::string& word, const std::string& first, const std::string& second) {
-  const int number = static_cast<int>(std::strtol(first.c_str(), nullptr, 0));
-  const int other = static_cast<int>(std::strtol(second.c_str(), nullptr, 0));
+void openAdapter() {
+  opener = open("/dev/i2c-0", O_RDWR | O_CLOEXEC);
+  sayResult(opener);
+  openers.push_back(opener);
+}
+
+void readWord(int command) {
   i2c_smbus_data data{};
-  if (word == "open") {
-    opener = open("/dev/i2c-0", O_RDWR | O_CLOEXEC);
-    sayResult(opener);
-    openers.push_back(opener);
-  } else if (word == "opener") {
-    opener = openers.at(static_cast<std::size_t>(number));
-  } else if (word == "bind") {
-    sayResult(ioctl(opener, I2C_SLAVE, static_cast<unsigned long>(number)));
-  } else if (word == "read") {
-    read(number);
-  } else if (word == "write") {
-    write(number, other);
-  } else if (word == "await") {
-    await(number, other);
-  } else if (word == "word") {
-    sayResult(transfer(I2C_SMBUS_READ, number, I2C_SMBUS_WORD_DATA, &data));
-  } else if (word == "functions") {
-    unsigned long functions = 0;
-    sayResult(ioctl(opener, I2C_FUNCS, &functions));
-    say(hex(functions));
-  } else if (word == "rdwr") {
-    i2c_rdwr_ioctl_data request{};
-    sayResult(ioctl(opener, I2C_RDWR, &request));
-  } else if (word == "unknown") {
-    sayResult(ioctl(opener, UNKNOWN_REQUEST, 0UL));
-  } else if (word == "log") {
-    syslog(number, "%s", second.c_str());
-  } else if (word == "vlog") {
-    logThroughVsyslog(number, "%s", second.c_str());
-  } else if (word == "missing") {
-    logMissing(number);
-  } else if (word == "mask") {
-    setlogmask(number);
-  } else if (word == "flood") {
-    flood(number, other);
-  } else if (word == "busy") {
-    for (;;) {
-      transfer(I2C_SMBUS_READ, 0x43, I2C_SMBUS_BYTE_DATA, &data);
-    }
-  } else if (word == "say") {
-    say(first);
-  } else if (word == "pid") {
-    say(std::to_string(getpid()));
-  } else if (word == "sigpipe") {
-    struct sigaction action {};
-    sigaction(SIGPIPE, nullptr, &action);
-    say(action.sa_handler == SIG_DFL ? "default" : "changed");
-  } else if (word == "catch") {
-    catchSignal(number);
-  } else if (word == "wait") {
-    waitForSignal(number);
-  } else if (word == "exit") {
-    std::exit(number);
-  } else if (word == "die") {
-    raise(number);
-  } else {
-    say("no such word: " + word);
+  sayResult(transfer(I2C_SMBUS_READ, command, I2C_SMBUS_WORD_DATA, &data));
+}
+
+void askFunctions() {
+  unsigned long functions = 0;
+  sayResult(ioctl(opener, I2C_FUNCS, &functions));
+  say(hex(functions));
+}
+
+void combinedTransfer() {
+  i2c_rdwr_ioctl_data request{};
+  sayResult(ioctl(opener, I2C_RDWR, &request));
+}
+
+[[noreturn]] void keepBusy() {
+  i2c_smbus_data data{};
+  for (;;) {
+    transfer(I2C_SMBUS_READ, 0x43, I2C_SMBUS_BYTE_DATA, &data);
+  }
+}
+
+void askSigpipe() {
+  struct sigaction action {};
+  sigaction(SIGPIPE, nullptr, &action);
+  say(action.sa_handler == SIG_DFL ? "default" : "changed");
+}
+
+// The two arguments of a word, as text and as numbers.
+struct Arguments {
+  std::string text;
+  std::string secondText;
+  int number;
+  int secondNumber;
+};
+
+const std::map<std::string, std::function<void(const Arguments&)>>& words() {
+  using A = const Arguments&;
+  static const std::map<std::string, std::function<void(A)>> table = {
+      {"open", [](A) { openAdapter(); }},
+      {"opener", [](A a) { opener = openers.at(static_cast<std::size_t>(a.number)); }},
+      {"bind", [](A a) { sayResult(ioctl(opener, I2C_SLAVE, static_cast<unsigned long>(a.number))); }},
+      {"read", [](A a) { read(a.number); }},
+      {"write", [](A a) { write(a.number, a.secondNumber); }},
+      {"await", [](A a) { await(a.number, a.secondNumber); }},
+      {"word", [](A a) { readWord(a.number); }},
+      {"functions", [](A) { askFunctions(); }},
+      {"rdwr", [](A) { combinedTransfer(); }},
+      {"unknown", [](A) { sayResult(ioctl(opener, UNKNOWN_REQUEST, 0UL)); }},
+      {"log", [](A a) { syslog(a.number, "%s", a.secondText.c_str()); }},
+      {"vlog", [](A a) { logThroughVsyslog(a.number, "%s", a.secondText.c_str()); }},
+      {"missing", [](A a) { logMissing(a.number); }},
+      {"mask", [](A a) { setlogmask(a.number); }},
+      {"flood", [](A a) { flood(a.number, a.secondNumber); }},
+      {"busy", [](A) { keepBusy(); }},
+      {"say", [](A a) { say(a.text); }},
+      {"pid", [](A) { say(std::to_string(getpid())); }},
+      {"sigpipe", [](A) { askSigpipe(); }},
+      {"catch", [](A a) { catchSignal(a.number); }},
+      {"wait", [](A a) { waitForSignal(a.number); }},
+      {"exit", [](A a) { std::exit(a.number); }},
+      {"die", [](A a) { raise(a.number); }},
+  };
+  return table;
+}
+
+// WORD[:FIRST[:SECOND]]
+void obey(const std::string& argument) {
+  const std::size_t colon = std::min(argument.find(':'), argument.size());
+  const std::size_t next = std::min(argument.find(':', colon + 1), argument.size());
+  const auto entry = words().find(argument.substr(0, colon));
+  if (entry == words().end()) {
+    say("no such word: " + argument);
     std::exit(EXIT_FAILURE);
   }
+  Arguments arguments;
+  arguments.text = argument.substr(std::min(colon + 1, argument.size()), next - std::min(colon + 1, next));
+  arguments.secondText = argument.substr(std::min(next + 1, argument.size()));
+  arguments.number = static_cast<int>(std::strtol(arguments.text.c_str(), nullptr, 0));
+  arguments.secondNumber = static_cast<int>(std::strtol(arguments.secondText.c_str(), nullptr, 0));
+  entry->second(arguments);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
-    const std::string text = argv[i];
-    const std::size_t colon = std::min(text.find(':'), text.size());
-    const std::size_t next = std::min(text.find(':', colon + 1), text.size());
-    obey(text.substr(0, colon),
-         text.substr(std::min(colon + 1, text.size()), next - std::min(colon + 1, next)),
-         text.substr(std::min(next + 1, text.size())));
+    obey(argv[i]);
   }
   return EXIT_SUCCESS;
 }
