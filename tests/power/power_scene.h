@@ -1,0 +1,49 @@
+// A card with devices, and the service on it, one life after the other. The worker runs on the calling
+// thread; the pauses between its cycles are stepped.
+//
+// Ports 0, 1 and 2 are switched on and powered, with falling priority; port 3 has a device and is switched
+// off. One scene at a time.
+#pragma once
+
+#include "components/PoeDriver/pd69104_engine.h"
+#include "tests/power/stepped_card.h"
+#include "tests/support/posix_doubles.h"
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+class PowerScene {
+public:
+  using Step = std::function<void()>;
+  using Steps = std::vector<Step>;
+
+  PowerScene();
+  ~PowerScene();
+  PowerScene(const PowerScene&) = delete;
+  PowerScene& operator=(const PowerScene&) = delete;
+
+  // A life of the service: its start, and a cycle for each step, which is taken in the middle of the pause
+  // behind its cycle. It ends in order after the last pause, or where the card kills it.
+  void live(const Steps& steps);
+
+  // The main process sends a configuration to the service that lives.
+  void send(const PoeConfig& config);
+
+  // The console asks the service that lives.
+  void ask(const std::vector<const char*>& command);
+
+  // The configuration of the card. It fits: the limits are 60 W of 100 W, the devices draw 34 W.
+  static PoeConfig configuration();
+
+  SteppedCard card;
+
+private:
+  void pauseOf(const Steps& steps);
+  void forgetWords();
+
+  I2cBus m_bus{card};
+  PosixDoubles m_posix;
+  std::unique_ptr<CPD69104Engine> m_engine;
+  std::size_t m_cycle = 0;
+};
