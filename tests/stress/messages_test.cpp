@@ -80,7 +80,7 @@ using StoppedReader = StressTest;
 
 TEST_F(StoppedReader, CostsMessagesAndASecondOfEachCycleAndHasNewsAtOnceWhenItReadsAgain) {
   startPowered();
-  const std::chrono::seconds pause = shortOrLong(std::chrono::seconds(5), std::chrono::seconds(30));
+  const std::chrono::seconds pause = shortOrLong(std::chrono::seconds(4), std::chrono::seconds(30));
   status->fill();
   PoeConfig config = onePort();
   config.bankPowerLimit[0] = 55;

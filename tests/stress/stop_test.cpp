@@ -12,7 +12,7 @@ constexpr std::chrono::seconds WATCHDOG_TIMEOUT{60};
 
 TEST_F(StoppedService, GoesOnWithItsCycleAndThePortsHaveKeptTheirPower) {
   startPowered();
-  const std::chrono::seconds stop = shortOrLong(std::chrono::seconds(4), std::chrono::seconds(63));
+  const std::chrono::seconds stop = shortOrLong(std::chrono::seconds(3), std::chrono::seconds(63));
   ASSERT_EQ(kill(service->pid(), SIGSTOP), 0);
   std::this_thread::sleep_for(std::chrono::milliseconds(500)); // until each thread has stopped
   status->waiting();

@@ -82,12 +82,12 @@ void StressTest::expectUnharmed() {
   EXPECT_NE(askConsole("PD69104Engine poeport 0").find("Oper status"), std::string::npos);
   PoeConfig another = onePort();
   another.bankPowerLimit[0] = 77;
-  another.port[0].powerLimit = 12000;
+  another.port[1].adminEnable = 1;
   ConfigSender().send(another);
   expectConfigured(another);
   EXPECT_TRUE(waitUntil([&] {
     takeMessages();
-    return latest.mainPower == 77 && latest.port[0].operStatus == 3;
+    return latest.mainPower == 77 && latest.port[0].operStatus == 3 && latest.port[1].operStatus == 2;
   }));
   expectNothingLeftOver();
 }

@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::uint16_t CONSOLE_PORT = 10001;
 constexpr std::chrono::seconds A_FEW_CYCLES{3};
+constexpr std::chrono::seconds TWO_CYCLES{2};
 
 class SystemLogReader : public StressTest {
 protected:
@@ -73,7 +74,6 @@ TEST_F(SystemLogReader, MayBeMissingGoAndComeBack) {
     EXPECT_NE(log.takeUntil(reportOf(id), PATIENCE).find(reportOf(id)), std::string::npos);
   }
   sendUnknown(4);
-  std::this_thread::sleep_for(A_FEW_CYCLES);
   expectPace();
   expectUnharmed();
 }
@@ -102,14 +102,14 @@ TEST_F(SystemLogReader, ThatDoesNotReadHoldsTheCycleAndTheReportsWithALineOfTheW
   startPowered();
   fillLog();
   ConfigSender().send(loggingInEachCycle());
-  std::this_thread::sleep_for(A_FEW_CYCLES); // of which the first one finds the limit of bank 7
+  std::this_thread::sleep_for(TWO_CYCLES); // of which the first one finds the limit of bank 7
   status->waiting();
   EXPECT_EQ(askConsole("help"), "PD69104Engine\n");
   {
     const ConsoleConnection console(CONSOLE_PORT);
     console.send("PD69104Engine info\n");
     EXPECT_EQ(console.receiveReply(), ""); // the prompt before the line
-    std::this_thread::sleep_for(A_FEW_CYCLES);
+    std::this_thread::sleep_for(TWO_CYCLES);
     EXPECT_TRUE(status->waiting().empty()) << "the worker does not wait for the log";
 
     const std::string line = "<6> PD69104 POE chip not initialised, excuting (re)init now!!\n";
