@@ -6,16 +6,23 @@
 #include <chrono>
 #include <cstring>
 #include <ctime>
+#include <thread>
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::seconds;
 
-// Moves the time of day; the end of the test puts it back.
+constexpr time_t NEW_YEAR_2026 = 1767225600;
+
+// Moves the time of day; the end of the test puts it back. A machine without a clock of its own starts in
+// 1970, where it cannot be set back.
 class TimeOfDay {
 public:
-  TimeOfDay() = default;
+  TimeOfDay() {
+    const timespec start{NEW_YEAR_2026, 0};
+    EXPECT_EQ(clock_settime(CLOCK_REALTIME, &start), 0) << std::strerror(errno);
+  }
   TimeOfDay(const TimeOfDay&) = delete;
   TimeOfDay& operator=(const TimeOfDay&) = delete;
   ~TimeOfDay() { move(-m_moved); }
@@ -74,6 +81,22 @@ TEST_F(TimeOfDayTest, SetBackHoldsTheReceiveLoopUntilTheNextMessage) {
   configureScene();
   const std::string fed = "<2> watchdog client PoeMain fed again after 6";
   EXPECT_NE(log.takeUntil(fed, PATIENCE).find(fed), std::string::npos);
+  expectCycles(3);
+}
+
+// So does the send to a queue that is full, until the queue has room.
+TEST_F(TimeOfDayTest, SetBackHoldsTheWorkerWhileTheStatusQueueIsFull) {
+  startService();
+  status->fill();
+  for (int times = 0; times < 25; times++) { // in 2.5 s, of which the worker waits in the queue for 1 s
+    timeOfDay.move(std::chrono::hours(-1));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
+  log.take();
+  std::this_thread::sleep_for(seconds(5));
+  EXPECT_EQ(log.take(), "") << "the worker does not wait for the time of day";
+  while (status->nextBytes().size() != sizeof(PoeStatusMessage)) {
+  }
   expectCycles(3);
 }
 
