@@ -24,6 +24,7 @@ i2c-tools      programs that know nothing of the simulated card
 groff-base     the check of the manual pages
 tmux           a terminal for the tests of the live view
 strace         faults injected into the real process
+iproute2       another machine beside that of the real process
 python3        the tests of the documents
 '
 

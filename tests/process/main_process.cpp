@@ -1,6 +1,6 @@
 #include "tests/process/main_process.h"
 
-#include "tests/process/service_process.h"
+#include "tests/process/patience.h"
 
 #include <cerrno>
 #include <cstring>
@@ -51,6 +51,23 @@ PoeStatusMessage StatusReceiver::next() {
   std::memcpy(&message, bytes.data(), std::min(bytes.size(), sizeof message));
   EXPECT_EQ(message.msgId, 17U);
   return message;
+}
+
+std::vector<PoeStatus> StatusReceiver::waiting() {
+  const timespec now{};
+  std::vector<PoeStatus> statuses;
+  char bytes[256];
+  while (mq_timedreceive(m_queue, bytes, sizeof bytes, nullptr, &now) == sizeof(PoeStatusMessage)) {
+    PoeStatusMessage message{};
+    std::memcpy(&message, bytes, sizeof message);
+    statuses.push_back(message.status);
+  }
+  EXPECT_EQ(errno, ETIMEDOUT);
+  return statuses;
+}
+
+void StatusReceiver::openToEverybody() {
+  EXPECT_EQ(fchmod(m_queue, 0622), 0) << strerror(errno);
 }
 
 void StatusReceiver::fill() {

@@ -22,6 +22,12 @@ public:
   // The next message, which must be a status message.
   PoeStatusMessage next();
 
+  // The messages that are in the queue now, the oldest first.
+  std::vector<PoeStatus> waiting();
+
+  // Whoever wants to may write to the queue, not only its owner.
+  void openToEverybody();
+
   // Fills the queue so that nothing more goes in.
   void fill();
 

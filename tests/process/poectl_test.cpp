@@ -1,5 +1,6 @@
 // poectl beside the real service: the console for a script and for a person, and its errors.
 #include "tests/process/command.h"
+#include "tests/process/patience.h"
 #include "tests/process/process_fixture.h"
 
 #include <algorithm>

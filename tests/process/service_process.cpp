@@ -1,5 +1,7 @@
 #include "tests/process/service_process.h"
 
+#include "tests/process/patience.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -8,25 +10,9 @@
 #include <gtest/gtest.h>
 #include <sstream>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace {
-
-constexpr std::chrono::milliseconds POLL_INTERVAL{5};
-
-// Repeats a test until it holds or the patience is at its end.
-template <typename Condition>
-bool waitUntil(Condition condition) {
-  const auto end = std::chrono::steady_clock::now() + PATIENCE;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) {
-      return false;
-    }
-    std::this_thread::sleep_for(POLL_INTERVAL);
-  }
-  return true;
-}
 
 std::string emptyFile() {
   std::string name = ::testing::TempDir() + "poe_service_XXXXXX";
@@ -38,9 +24,12 @@ std::string emptyFile() {
 
 // poe_card runs a shell that preloads the faults as well and becomes the service.
 std::vector<std::string> commandLine(const ServiceOptions& options, const std::string& logFile) {
-  std::vector<std::string> line = {POE_CARD, "--log", logFile};
+  std::vector<std::string> line = {POE_CARD};
+  if (options.capturesLog) {
+    line.insert(line.end(), {"--log", logFile});
+  }
   line.insert(line.end(), options.card.begin(), options.card.end());
-  std::string script = "LD_PRELOAD=\"$LD_PRELOAD:" SERVICE_FAULTS "\" ";
+  std::string script = options.preparation + "LD_PRELOAD=\"$LD_PRELOAD:" SERVICE_FAULTS "\" ";
   for (const auto& [name, value] : options.environment) {
     script += name + "=" + value + " ";
   }
@@ -90,6 +79,13 @@ std::string ServiceProcess::output() const {
 
 bool ServiceProcess::waitForOutput(const std::string& text) const {
   return waitUntil([&] { return output().find(text) != std::string::npos; });
+}
+
+pid_t ServiceProcess::pid() const {
+  const std::string parent = std::to_string(m_pid);
+  pid_t child = -1;
+  EXPECT_TRUE(std::ifstream("/proc/" + parent + "/task/" + parent + "/children") >> child);
+  return child;
 }
 
 bool ServiceProcess::reap(bool wait) {

@@ -1,18 +1,16 @@
 // The real service, unmodified, running on the simulated card.
 #pragma once
 
-#include <chrono>
 #include <optional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
 
-// How long a test waits for something that must happen.
-constexpr std::chrono::seconds PATIENCE{20};
-
 struct ServiceOptions {
   std::vector<std::string> card;                                // options of poe_card
   std::vector<std::pair<std::string, std::string>> environment; // added to the service's
+  std::string preparation = {}; // of the shell that becomes the service: commands that it runs before
+  bool capturesLog = true;      // false: the service's log goes to /dev/log and not into the output
 };
 
 class ServiceProcess {
@@ -31,6 +29,9 @@ public:
 
   // Whether the service runs.
   bool isRunning();
+
+  // The service's own process, which poe_card has started.
+  pid_t pid() const;
 
   // Sends SIGTERM, which interrupts the service's receive, until the service has ended. Returns its exit
   // status.

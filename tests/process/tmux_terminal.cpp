@@ -1,7 +1,7 @@
 #include "tests/process/tmux_terminal.h"
 
 #include "tests/process/command.h"
-#include "tests/process/service_process.h"
+#include "tests/process/patience.h"
 
 #include <cstdlib>
 #include <fstream>

@@ -53,6 +53,7 @@ copy_libraries_of() {
 # pack_root ROOT FILE: the directory as an initial file system.
 pack_root() {
   mkdir -p "$1/dev" "$1/proc" "$1/sys" "$1/tmp"
+  chmod 755 "$1" # not for root alone, as mktemp has made it
   mknod "$1/dev/console" c 5 1 2>/dev/null
   (cd "$1" && find . -print0 | cpio --null --create --format=newc --owner=0:0 --quiet) | gzip -1 >"$2" ||
     fail "cannot pack $1"

@@ -1,6 +1,6 @@
 #include "tests/target/program.h"
 
-#include "tests/process/service_process.h"
+#include "tests/process/patience.h"
 
 #include <csignal>
 #include <cstdio>

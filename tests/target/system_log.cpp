@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -37,6 +38,7 @@ SystemLog::SystemLog() : m_socket(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
   std::strcpy(address.sun_path, LOG_SOCKET);
   EXPECT_EQ(bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0)
       << std::strerror(errno);
+  EXPECT_EQ(chmod(LOG_SOCKET, 0666), 0) << std::strerror(errno); // whoever writes
 }
 
 SystemLog::~SystemLog() {
