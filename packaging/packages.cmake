@@ -1,6 +1,7 @@
 # The Debian packages that "cpack" makes in the build folder: one of the service, one of the tools.
+include(${CMAKE_CURRENT_LIST_DIR}/maintainer.cmake)
 set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_CONTACT "Developers of the PoE service <poe-service@example.com>")
+set(CPACK_PACKAGE_CONTACT "${POE_MAINTAINER}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL service)
@@ -11,14 +12,23 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-if(CMAKE_CROSSCOMPILING) # dpkg-shlibdeps knows the libraries of this machine only
+set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS adduser)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "")
+if(TARGET poe_card)
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS umockdev)
+endif()
+if(CMAKE_CROSSCOMPILING)
+  # dpkg-shlibdeps asks the packages that own the libraries, and those of another architecture have none here.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE powerpc)
+  foreach(package SERVICE TOOLS)
+    list(APPEND CPACK_DEBIAN_${package}_PACKAGE_DEPENDS "libc6 (>= 2.34)" libgcc-s1 "libstdc++6 (>= 12)")
+    list(JOIN CPACK_DEBIAN_${package}_PACKAGE_DEPENDS ", " CPACK_DEBIAN_${package}_PACKAGE_DEPENDS)
+  endforeach()
 endif()
 
 set(CPACK_DEBIAN_SERVICE_PACKAGE_NAME poe-service)
 set(CPACK_DEBIAN_SERVICE_PACKAGE_SECTION net)
-set(CPACK_DEBIAN_SERVICE_PACKAGE_DEPENDS "adduser")
 set(CPACK_DEBIAN_SERVICE_DESCRIPTION "Power-over-Ethernet service of a line card
 Drives a PD69104, a Power-over-Ethernet controller with four ports, over an
 I2C adapter: applies configurations from a message queue, keeps the power
@@ -31,9 +41,15 @@ set(CPACK_DEBIAN_SERVICE_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME poe-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "umockdev")
-set(CPACK_DEBIAN_TOOLS_DESCRIPTION "simulated line card and main process for the PoE service
+set(poectl_description "poectl plays the card's main process: it configures the service, shows
+its status, explains the power budget and plays scenarios.")
+if(TARGET poe_card)
+  set(CPACK_DEBIAN_TOOLS_DESCRIPTION "simulated line card and main process for the PoE service
 poe_card runs the service, or any program, on a simulated card with a
-PD69104; poectl plays the card's main process: it configures the service,
-shows its status, explains the power budget and plays scenarios.")
+PD69104.
+${poectl_description}")
+else()
+  set(CPACK_DEBIAN_TOOLS_DESCRIPTION "main process of a line card for the PoE service
+${poectl_description}")
+endif()
 include(CPack)

@@ -27,6 +27,7 @@ const char* const CARD_USAGE =
     "  --absent      nothing answers at address 0x20\n"
     "  --log FILE    append what COMMAND gives to syslog to FILE, '<PRIORITY> text'\n"
     "  --help        this text\n"
+    "  --version     the version\n"
     "\n"
     "SIGTERM, SIGINT, SIGHUP and SIGQUIT are passed on to COMMAND; what COMMAND leaves\n"
     "running at its end is killed. The exit status is that of COMMAND, or 128 + the\n"
@@ -38,9 +39,21 @@ const char* const CARD_USAGE =
 namespace {
 
 constexpr const char* ACCEPTED = "--plug, --scenario, --control, --record, --record-times, --stepped, "
-                                 "--no-adapter, --absent, --log, --help, then -- COMMAND";
+                                 "--no-adapter, --absent, --log, --help, --version, then -- COMMAND";
 
-enum Option { PLUG = 1, SCENARIO, CONTROL, RECORD, RECORD_TIMES, STEPPED, NO_ADAPTER, ABSENT, LOG, HELP };
+enum Option {
+  PLUG = 1,
+  SCENARIO,
+  CONTROL,
+  RECORD,
+  RECORD_TIMES,
+  STEPPED,
+  NO_ADAPTER,
+  ABSENT,
+  LOG,
+  HELP,
+  VERSION
+};
 
 constexpr option OPTIONS[] = {
     {"plug", required_argument, nullptr, PLUG},
@@ -53,6 +66,7 @@ constexpr option OPTIONS[] = {
     {"absent", no_argument, nullptr, ABSENT},
     {"log", required_argument, nullptr, LOG},
     {"help", no_argument, nullptr, HELP},
+    {"version", no_argument, nullptr, VERSION},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -120,10 +134,18 @@ void take(int found, CardOptions* options) {
   case LOG:
     options->logFile = fileName("--log", optarg);
     break;
+  case VERSION:
+    options->version = true;
+    break;
   default:
     options->help = true;
     break;
   }
+}
+
+// The user asks about the tool; what else is on the command line does not count.
+bool asksOnly(const CardOptions& options) {
+  return options.help || options.version;
 }
 
 } // namespace
@@ -131,7 +153,8 @@ void take(int found, CardOptions* options) {
 CardOptions parseCardOptions(int argc, char** argv) {
   CardOptions options;
   opterr = 0; // The messages are ours.
-  for (int found = 0; !options.help && (found = getopt_long(argc, argv, "+:", OPTIONS, nullptr)) != -1;) {
+  for (int found = 0;
+       !asksOnly(options) && (found = getopt_long(argc, argv, "+:", OPTIONS, nullptr)) != -1;) {
     if (found == ':') {
       throw UsageError(optopt == PLUG ? "--plug needs 'PORT [class=C] [watts=W] [signature=S]'"
                                       : std::string(argv[optind - 1]) + " needs the name of a file");
@@ -141,7 +164,7 @@ CardOptions parseCardOptions(int argc, char** argv) {
     }
     take(found, &options);
   }
-  if (options.help) {
+  if (asksOnly(options)) {
     return options;
   }
   if (options.recordTimes && options.recordFile.empty()) {

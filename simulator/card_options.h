@@ -12,6 +12,7 @@ struct CardOptions {
   bool adapter = true;
   bool chipPresent = true;
   bool help = false;
+  bool version = false;
   std::string scenarioFile; // of these, empty: none
   std::string controlPath;
   std::string recordFile;

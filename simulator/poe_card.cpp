@@ -67,7 +67,8 @@ void enterMockEnvironment(char** argv) {
 // The library beside us that takes the command's syslog lines, and where to.
 ChildProcess::Environment syslogCapture(const std::string& file) {
   const std::filesystem::path bin = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-  const std::string library = (bin.parent_path() / "lib" / "poe-tools" / "libpoe_card_syslog.so").string();
+  const std::string library =
+      (bin.parent_path() / "libexec" / "poe-tools" / "libpoe_card_syslog.so").string();
   if (access(library.c_str(), R_OK) != 0) {
     throw std::system_error(errno, std::generic_category(), library);
   }
@@ -183,6 +184,10 @@ int main(int argc, char** argv) {
     const CardOptions options = parseCardOptions(argc, argv);
     if (options.help) {
       std::fputs(CARD_USAGE, stdout);
+      return EXIT_SUCCESS;
+    }
+    if (options.version) {
+      std::puts(POE_VERSION);
       return EXIT_SUCCESS;
     }
     enterMockEnvironment(argv);

@@ -104,6 +104,12 @@ TEST(PoeCardOptions, HelpRunsNothing) {
   EXPECT_EQ(runCard({"--help", "--", CARD_PROBE, "say:ran"}).out.find("ran\n"), std::string::npos);
 }
 
+TEST(PoeCardOptions, VersionIsPrintedWithStatus0AndNothingIsRun) {
+  const CardResult result = runCard({"--version", "--", CARD_PROBE, "say:ran"});
+  EXPECT_EQ(result.out, POE_VERSION "\n");
+  EXPECT_EQ(result.status, 0);
+}
+
 TEST(PoeCardOptions, OptionsOfTheCommandAreTheCommandsOwn) {
   const CardResult result = runCard({"sh", "-c", "echo $0 $1", "--absent", "--nonsense"});
   EXPECT_EQ(result.out, "--absent --nonsense\n");
@@ -130,7 +136,7 @@ TEST_P(PoeCardBadOptions, GetOneLineThatSaysWhatIsAcceptedAndStatus2) {
 
 #define ACCEPTED_OPTIONS                                                                                     \
   "; accepted are --plug, --scenario, --control, --record, --record-times, --stepped, --no-adapter, "        \
-  "--absent, --log, --help, then -- COMMAND"
+  "--absent, --log, --help, --version, then -- COMMAND"
 #define ACCEPTED_PLUG                                                                                        \
   "; accepted is plug PORT [class=C] [watts=W] [signature=S] with PORT 0 to 3, C 0 to 4, W 0 to 100, "       \
   "S good, short, capacitance, low, high or none"
