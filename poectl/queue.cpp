@@ -6,11 +6,14 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <sys/stat.h>
 
 namespace {
 
 constexpr mqd_t NONE = -1;
 constexpr long STATUS_QUEUE_MESSAGES = 10;
+// The service, which may run as a user of its own, writes to it.
+constexpr mode_t STATUS_QUEUE_MODE = 0622;
 
 std::string reason() {
   return std::strerror(errno);
@@ -20,9 +23,10 @@ mqd_t createStatusQueue() {
   mq_attr attributes{};
   attributes.mq_maxmsg = STATUS_QUEUE_MESSAGES;
   attributes.mq_msgsize = sizeof(PoeStatusMessage);
-  const mqd_t queue =
-      mq_open(QUEUE_TO_MAIN, O_RDONLY | O_NONBLOCK | O_CREAT | O_EXCL | O_CLOEXEC, 0600, &attributes);
+  const mqd_t queue = mq_open(QUEUE_TO_MAIN, O_RDONLY | O_NONBLOCK | O_CREAT | O_EXCL | O_CLOEXEC,
+                              STATUS_QUEUE_MODE, &attributes);
   if (queue != NONE) {
+    fchmod(queue, STATUS_QUEUE_MODE); // mq_open leaves out what the umask says
     return queue;
   }
   if (errno == EEXIST) {

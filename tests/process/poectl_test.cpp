@@ -5,12 +5,15 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -323,6 +326,24 @@ TEST_F(Poectl, StatusWithoutAServiceSaysThatNothingCame) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "poectl: no status message came on /queueToMain: is the service running?\n");
   EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, StatusLetsAServiceOfAnotherUserWriteWhateverTheUmaskSays) {
+  FILE* reader = popen(("umask 077; exec " + std::string(POECTL) + " status 2>&1").c_str(), "r");
+  ASSERT_NE(reader, nullptr);
+  mqd_t queue = -1;
+  struct stat properties {};
+  // The queue is there a moment before it has its mode.
+  for (int wait = 0; wait < 200 && (properties.st_mode & 0777U) != 0622; wait++) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    queue = queue == -1 ? mq_open("/queueToMain", O_RDONLY) : queue;
+    fstat(queue, &properties);
+  }
+  EXPECT_EQ(properties.st_mode & 0777U, 0622U);
+  mq_close(queue);
+  while (std::fgetc(reader) != EOF) { // till its end
+  }
+  pclose(reader);
 }
 
 TEST_F(Poectl, StatusEndsWithASignalAndLeavesNoQueue) {
