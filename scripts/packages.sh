@@ -21,6 +21,7 @@ packages_to_test='
 libgtest-dev   the tests
 libgmock-dev   the tests
 i2c-tools      programs that know nothing of the simulated card
+systemd        the check of the unit
 groff-base     the check of the manual pages
 tmux           a terminal for the tests of the live view
 strace         faults injected into the real process
@@ -46,6 +47,14 @@ xz-utils       unpacks the sources of the kernel
 cpio           packs the file systems of the machines
 binutils       finds the libraries that a program needs
 strace         counts system calls
+'
+
+packages_to_package='
+file           the kind of a program
+dpkg-dev       the libraries that a package depends on
+lintian        the check of the packages
+debootstrap    a fresh system to install them on
+iproute2       the loopback address of that system
 '
 
 packages_to_check='
