@@ -1,4 +1,5 @@
 // The unmodified service on the simulated card, killed and started again: samples of what the table says.
+#include "tests/power/three_ports.h"
 #include "tests/process/main_process.h"
 #include "tests/process/service_process.h"
 #include "tests/simulator/temporary_directory.h"
@@ -101,17 +102,6 @@ protected:
   TemporaryDirectory m_folder;
   StatusReceiver m_status;
   Lives m_lives{m_folder.path()};
-
-private:
-  static PoeConfig threePorts() {
-    PoeConfig config{};
-    config.bankPowerLimit[0] = 100;
-    config.port[0] = {1, {}, 1, 30000, {}};
-    config.port[1] = {1, {}, 2, 15000, {}};
-    config.port[2] = {1, {}, 3, 15000, {}};
-    config.port[3] = {0, {}, 3, 0, {}};
-    return config;
-  }
 };
 
 constexpr const char* ALL_THREE = "delivering delivering delivering off ";

@@ -1,5 +1,7 @@
 #include "tests/power/power_events.h"
 
+#include "tests/power/three_ports.h"
+
 namespace {
 
 using std::chrono::seconds;
@@ -20,7 +22,7 @@ Steps operator+(Steps first, const Steps& second) {
 // The main process sends the configuration behind the first cycle; then the ports have time to get their
 // power.
 Steps configured(PowerScene& scene) {
-  return Steps{[&scene] { scene.send(PowerScene::configuration()); }} + pauses(4);
+  return Steps{[&scene] { scene.send(threePorts()); }} + pauses(4);
 }
 
 // ---- the service ends and starts ----
@@ -85,7 +87,7 @@ unsigned killedInItsFirstConfiguration(PowerScene& scene, unsigned transfer) {
   const auto sendAndKill = [&] {
     scene.card.startWatch();
     scene.card.killServiceBefore(transfer);
-    scene.send(PowerScene::configuration());
+    scene.send(threePorts());
     transfers = scene.card.transfers();
   };
   scene.live({sendAndKill});
@@ -113,7 +115,7 @@ unsigned transferOfTheStartFails(PowerScene& scene, unsigned transfer) {
   unsigned transfers = 0;
   const auto countAndSend = [&] {
     transfers = scene.card.transfers();
-    scene.send(PowerScene::configuration());
+    scene.send(threePorts());
   };
   scene.live(Steps{countAndSend} + pauses(WINDOW));
   return transfers;
@@ -129,13 +131,13 @@ unsigned sendFailing(PowerScene& scene, const PoeConfig& config, unsigned transf
 
 unsigned transferOfTheFirstConfigurationFails(PowerScene& scene, unsigned transfer) {
   unsigned transfers = 0;
-  const auto send = [&] { transfers = sendFailing(scene, PowerScene::configuration(), transfer); };
+  const auto send = [&] { transfers = sendFailing(scene, threePorts(), transfer); };
   scene.live(Steps{send} + pauses(WINDOW));
   return transfers;
 }
 
 unsigned transferOfAChangeFails(PowerScene& scene, unsigned transfer) {
-  PoeConfig changed = PowerScene::configuration();
+  PoeConfig changed = threePorts();
   changed.port[1].powerLimit = 12000;
   unsigned transfers = 0;
   const auto send = [&] { transfers = sendFailing(scene, changed, transfer); };
@@ -214,7 +216,7 @@ unsigned firstConfiguration(PowerScene& scene, unsigned /*transfer*/) {
 std::function<unsigned(PowerScene&, unsigned)>
 configurationChanges(const std::function<void(PoeConfig& config)>& change) {
   return [=](PowerScene& scene, unsigned /*transfer*/) {
-    PoeConfig config = PowerScene::configuration();
+    PoeConfig config = threePorts();
     change(config);
     const auto send = [&] { sendFailing(scene, config, 0); };
     scene.live(configured(scene) + Steps{send} + pauses(WINDOW));

@@ -23,16 +23,6 @@ PowerScene::~PowerScene() {
   onSleep({});
 }
 
-PoeConfig PowerScene::configuration() {
-  PoeConfig config{};
-  config.bankPowerLimit[0] = 100;
-  config.port[0] = {1, {}, 1, 30000, {}};
-  config.port[1] = {1, {}, 2, 15000, {}};
-  config.port[2] = {1, {}, 3, 15000, {}};
-  config.port[3] = {0, {}, 3, 0, {}};
-  return config;
-}
-
 void PowerScene::live(const Steps& steps) {
   m_cycle = 0;
   m_engine = std::make_unique<CPD69104Engine>();

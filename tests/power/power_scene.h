@@ -1,8 +1,7 @@
 // A card with devices, and the service on it, one life after the other. The worker runs on the calling
 // thread; the pauses between its cycles are stepped.
 //
-// Ports 0, 1 and 2 are switched on and powered, with falling priority; port 3 has a device and is switched
-// off. One scene at a time.
+// Each port has a device; those of ports 0, 1 and 2 draw 34 W together. One scene at a time.
 #pragma once
 
 #include "components/PoeDriver/pd69104_engine.h"
@@ -32,9 +31,6 @@ public:
 
   // The console asks the service that lives.
   void ask(const std::vector<const char*>& command);
-
-  // The configuration of the card. It fits: the limits are 60 W of 100 W, the devices draw 34 W.
-  static PoeConfig configuration();
 
   SteppedCard card;
 
