@@ -1,10 +1,9 @@
 // The unmodified service on the simulated card, killed and started again: samples of what the table says.
 #include "tests/power/three_ports.h"
 #include "tests/process/main_process.h"
-#include "tests/process/service_process.h"
+#include "tests/process/patience.h"
 #include "tests/simulator/temporary_directory.h"
 
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -13,7 +12,6 @@
 #include <regex>
 #include <string>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -87,14 +85,6 @@ protected:
     FAIL() << "15 messages were not enough";
   }
 
-  void waitUntil(const std::function<bool()>& isDone) {
-    const auto end = std::chrono::steady_clock::now() + PATIENCE;
-    while (!isDone()) {
-      ASSERT_LT(std::chrono::steady_clock::now(), end);
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-  }
-
   static bool deliverAllThree(const PoeStatus& status) {
     return status.port[0].operStatus == 3 && status.port[1].operStatus == 3 && status.port[2].operStatus == 3;
   }
@@ -110,7 +100,7 @@ TEST_P(KilledService, LeavesThePowerToThePortsUntilTheWriteThatTakesIt) {
   ASSERT_NO_FATAL_FAILURE(configureUntil(deliverAllThree));
   m_lives.signal(1, GetParam());
   // Five lives are killed by themselves; the one after them needs a configuration for that.
-  ASSERT_NO_FATAL_FAILURE(waitUntil([&] { return m_lives.hasStarted(6); }));
+  ASSERT_TRUE(waitUntil([&] { return m_lives.hasStarted(6); }));
   EXPECT_EQ(m_lives.phases(1), ALL_THREE);
   EXPECT_EQ(m_lives.phases(2), ALL_THREE) << "killed before transfer 5";
   EXPECT_EQ(m_lives.phases(3), "off delivering delivering off ") << "killed before transfer 6";
