@@ -1,5 +1,6 @@
 #include "poectl/scenario_step.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace {
@@ -25,7 +26,6 @@ constexpr char WITHIN_FORM[] = "within SECONDS or within N messages is accepted"
 constexpr char FOR_FORM[] = "for N messages is accepted";
 constexpr char NOTHING_MORE[] = "nothing more is accepted";
 
-// What a person has typed, as a part of a line: without what would break it.
 std::string quoted(const std::string& text) {
   return "'" + text + "'";
 }
@@ -305,7 +305,9 @@ private:
     failAt(m_words[m_next - 1].column, what, accepted);
   }
 
-  [[noreturn]] void failAt(unsigned column, const std::string& what, const std::string& accepted) const {
+  // What comes from the file is shown without its tabs, the only control characters that a text may have.
+  [[noreturn]] void failAt(unsigned column, std::string what, const std::string& accepted) const {
+    std::replace(what.begin(), what.end(), '\t', '?');
     throw ScenarioError(m_place + ":" + std::to_string(column) + ": " + what +
                         (accepted.empty() ? "" : "; " + accepted));
   }

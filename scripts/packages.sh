@@ -27,6 +27,7 @@ tmux           a terminal for the tests of the live view
 strace         faults injected into the real process
 iproute2       another machine beside that of the real process
 python3        the tests of the documents
+libclang-rt-dev reads the inputs of the fuzz targets
 '
 
 packages_for_powerpc='
@@ -55,6 +56,11 @@ dpkg-dev       the libraries that a package depends on
 lintian        the check of the packages
 debootstrap    a fresh system to install them on
 iproute2       the loopback address of that system
+'
+
+packages_to_fuzz='
+clang          the compiler that instruments for libFuzzer
+libclang-rt-dev libFuzzer and the sanitizers
 '
 
 packages_to_check='

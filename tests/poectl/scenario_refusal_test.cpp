@@ -68,6 +68,10 @@ const Refusal REFUSALS[] = {
 
     {"ApplyNothing", "apply", "f.play:1:6: the line is not complete" + APPLY},
     {"ApplyTwo", "apply good.toml more", "f.play:1:17: 'more' is too much; nothing more is accepted"},
+    {"TabInAText", "apply good.toml \"a\tb\"", "f.play:1:17: 'a?b' is too much; nothing more is accepted"},
+    {"TabInAFile", "apply \"a\tb\"",
+     "f.play:1:7: apply: a?b:3:1: 'limit' is out of range: 40001; a whole number from 0 to 40000 is "
+     "accepted"},
     {"ApplyAgainFirst", "apply again", "f.play:1:7: nothing has been applied before" + APPLY},
     {"ApplyBadFile", "apply bad.toml",
      "f.play:1:7: apply: bad.toml:3:1: 'limit' is out of range: 40001; a whole number from 0 to 40000 is "

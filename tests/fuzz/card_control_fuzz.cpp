@@ -1,0 +1,166 @@
+// What a client of poe_card's control socket sends, cut into pieces of any size. Each line must get the reply
+// of a twin of the card that is given the lines one by one, and an empty line behind it.
+#include "simulator/control_client.h"
+#include "simulator/simulated_card.h"
+#include "tests/fuzz/fuzz_target.h"
+
+#include <algorithm>
+#include <memory>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+using Time = SimulatedCard::Time;
+
+const char* const WORDS[] = {
+    "plug",   "unplug",      "draw", "short", "fault", "class-error",    "temperature", "thermal", "supply",
+    "bank",   "power-cycle", "bus",  "reg",   "dump",  "load /dev/null", "show",        "help",    "class=",
+    "watts=", "signature=",  "fet",  "on",    "every", "register",       "0x",          "1"};
+
+// One line of printable text that tells what is accepted.
+void expectRefusal(const std::string& reply) {
+  EXPECT_EQ(std::count(reply.begin(), reply.end(), '\n'), 1) << reply;
+  EXPECT_TRUE(std::all_of(reply.begin(), reply.end() - 1, [](char c) { return c >= ' ' && c <= '~'; }))
+      << reply;
+  EXPECT_NE(reply.find("; accepted "), std::string::npos) << reply;
+  EXPECT_LT(reply.size(), 600U);
+}
+
+void expectReply(const std::string& reply) {
+  ASSERT_FALSE(reply.empty());
+  EXPECT_EQ(reply.back(), '\n');
+  EXPECT_NE(reply.front(), '\n') << "the empty line is the end of the reply";
+  EXPECT_EQ(reply.find("\n\n"), std::string::npos) << "an empty line in the reply";
+  if (reply.compare(0, 7, "error: ") == 0) {
+    expectRefusal(reply);
+  }
+}
+
+// The card, its client's end and what the client must get.
+class Conversation {
+public:
+  Conversation() {
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
+    const int leastBuffer = 1;
+    EXPECT_EQ(setsockopt(ends[1], SOL_SOCKET, SO_SNDBUF, &leastBuffer, sizeof leastBuffer), 0);
+    m_own = ends[0];
+    m_client = std::make_unique<ControlClient>(
+        ends[1], [this](const std::string& line) { return m_card.answer(line) + "\n"; });
+    m_client->onOver([this] { m_client.reset(); });
+  }
+  ~Conversation() { close(m_own); }
+  Conversation(const Conversation&) = delete;
+  Conversation& operator=(const Conversation&) = delete;
+
+  // The transfers of the service, by which the card's time passes. What was sent before is answered.
+  void transfer(std::uint8_t address, std::uint8_t value) {
+    receive();
+    m_card.write(address, value);
+    m_twin.write(address, value);
+  }
+
+  void send(const std::string& piece) {
+    for (std::size_t sent = 0; sent < piece.size() && m_client != nullptr;) {
+      const ssize_t count = ::send(m_own, piece.data() + sent, piece.size() - sent, MSG_NOSIGNAL);
+      if (count > 0) {
+        expect(piece.substr(sent, static_cast<std::size_t>(count)));
+        sent += static_cast<std::size_t>(count);
+      }
+      serve();
+      if (count < 0) {
+        receive();
+      }
+    }
+  }
+
+  // Until the card has answered all.
+  void receive() {
+    for (bool isMore = true; isMore;) {
+      serve();
+      char block[4096];
+      const ssize_t count = recv(m_own, block, sizeof block, 0);
+      isMore = count > 0;
+      m_received.append(block, isMore ? static_cast<std::size_t>(count) : 0);
+    }
+  }
+
+  void finish() {
+    shutdown(m_own, SHUT_WR);
+    receive();
+    EXPECT_TRUE(m_client == nullptr) << "the connection stays open";
+    EXPECT_EQ(m_received, m_expected);
+  }
+
+private:
+  static void serve() {
+    while (g_main_context_iteration(nullptr, FALSE) == TRUE) {
+    }
+  }
+
+  void expect(const std::string& bytes) {
+    m_unanswered += bytes;
+    for (std::size_t end = 0; !m_isOver && !m_unanswered.empty(); m_unanswered.erase(0, end + 1)) {
+      end = m_unanswered.find('\n');
+      if (std::min(end, m_unanswered.size()) > 4096) {
+        m_expected += "error: the line is too long; accepted are 4096 characters\n\n";
+        m_isOver = true;
+      }
+      if (end == std::string::npos || m_isOver) {
+        return;
+      }
+      const std::string reply = m_twin.answer(m_unanswered.substr(0, end));
+      expectReply(reply);
+      m_expected += reply + "\n";
+    }
+  }
+
+  SimulatedCard m_card{Time::Stepped};
+  SimulatedCard m_twin{Time::Stepped};
+  std::unique_ptr<ControlClient> m_client;
+  int m_own = -1;
+  std::string m_unanswered;
+  std::string m_expected;
+  std::string m_received;
+  bool m_isOver = false; // a line was too long
+};
+
+std::string takePiece(FuzzedDataProvider& data) {
+  switch (data.ConsumeIntegralInRange(0, 5)) {
+  case 0:
+    return data.ConsumeRandomLengthString(40);
+  case 1:
+    return "\n";
+  case 2: // about as long as a line may be
+    return std::string(data.ConsumeIntegralInRange<std::size_t>(4090, 4100), 'x');
+  case 3:
+    return " " + std::to_string(data.ConsumeIntegralInRange(-2, 260));
+  default:
+    return std::string(" ") + data.PickValueInArray(WORDS);
+  }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  FuzzedDataProvider data(bytes, size);
+  Conversation conversation;
+  while (data.remaining_bytes() > 0) {
+    switch (data.ConsumeIntegralInRange(0, 7)) {
+    case 0:
+      conversation.receive();
+      break;
+    case 1: {
+      const auto address = data.ConsumeIntegral<std::uint8_t>();
+      conversation.transfer(address, data.ConsumeIntegral<std::uint8_t>());
+      break;
+    }
+    default:
+      conversation.send(takePiece(data));
+      break;
+    }
+  }
+  conversation.finish();
+  return 0;
+}
