@@ -8,6 +8,7 @@
 #include <fstream>
 #include <grp.h>
 #include <sstream>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -24,6 +25,8 @@ protected:
       ASSERT_EQ(setgroups(0, nullptr), 0) << std::strerror(errno);
       ASSERT_EQ(setresgid(ORDINARY, ORDINARY, ORDINARY), 0) << std::strerror(errno);
       ASSERT_EQ(setresuid(ORDINARY, ORDINARY, ORDINARY), 0) << std::strerror(errno);
+      ASSERT_EQ(prctl(PR_SET_DUMPABLE, 1),
+                0); // as a program that this user has started; a sanitizer needs it
     }
     if (access(POE_SERVICE, X_OK) != 0) {
       GTEST_SKIP() << "an ordinary user cannot run " POE_SERVICE ": " << std::strerror(errno);
