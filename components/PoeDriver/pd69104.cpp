@@ -68,13 +68,10 @@ void CPD69104::SetPoeError(bool error) {
 // The one place that talks to the bus: an SMBus byte-data transfer of *data. Returns what the kernel
 // answered.
 int CPD69104::transfer(char readWrite, unsigned address, std::uint8_t* data) const {
-  i2c_smbus_data block{};
+  i2c_smbus_data block; // a byte transfer uses nothing else of it
   block.byte = *data;
-  i2c_smbus_ioctl_data arguments{};
-  arguments.read_write = static_cast<__u8>(readWrite);
-  arguments.command = static_cast<__u8>(address);
-  arguments.size = I2C_SMBUS_BYTE_DATA;
-  arguments.data = &block;
+  i2c_smbus_ioctl_data arguments{static_cast<__u8>(readWrite), static_cast<__u8>(address),
+                                 I2C_SMBUS_BYTE_DATA, &block};
   const int result = ioctl(m_i2c_file, I2C_SMBUS, &arguments);
   *data = block.byte;
   return result;
@@ -98,12 +95,9 @@ bool CPD69104::failedAt(int line, unsigned address) {
   return false;
 }
 
-bool CPD69104::rejectsRead(int line, unsigned address, const unsigned* result) const {
-  if (result != nullptr && address <= Register::LAST) {
-    return false;
-  }
+bool CPD69104::rejectRead(int line, unsigned address, const unsigned* result) const {
   SOFTWARE_ERROR(DRIVER_PATH, line, "Range Error [address=0x%x result=0x%x]\n", address, pointerBits(result));
-  return true;
+  return false;
 }
 
 bool CPD69104::PoeWriteReg(unsigned address, unsigned value) {
@@ -117,8 +111,8 @@ bool CPD69104::PoeWriteReg(unsigned address, unsigned value) {
 }
 
 bool CPD69104::PoeReadReg(unsigned address, unsigned* result) {
-  if (rejectsRead(DriverLine::READ_RANGE, address, result)) {
-    return false;
+  if (result == nullptr || address > Register::LAST) {
+    return rejectRead(DriverLine::READ_RANGE, address, result);
   }
   std::uint8_t data = 0;
   if (transfer(I2C_SMBUS_READ, address, &data) != 0) {
@@ -129,8 +123,8 @@ bool CPD69104::PoeReadReg(unsigned address, unsigned* result) {
 }
 
 bool CPD69104::PoeReadReg16(unsigned address, unsigned* result) {
-  if (rejectsRead(DriverLine::READ16_RANGE, address, result)) {
-    return false;
+  if (result == nullptr || address > Register::LAST) {
+    return rejectRead(DriverLine::READ16_RANGE, address, result);
   }
   std::uint8_t low = 0;
   std::uint8_t high = 0;

@@ -196,8 +196,9 @@ private:
   bool bindAddress();
   int transfer(char readWrite, unsigned address, std::uint8_t* data) const;
   bool succeeded();
-  bool failedAt(int line, unsigned address);
-  bool rejectsRead(int line, unsigned address, const unsigned* result) const;
+  // Cold, so that the compiler keeps the reports out of the way of what goes well.
+  [[gnu::cold]] bool failedAt(int line, unsigned address);
+  [[gnu::cold]] bool rejectRead(int line, unsigned address, const unsigned* result) const;
 
   std::uint32_t m_i2c_address;
   std::int32_t m_i2c_file;
