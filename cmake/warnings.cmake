@@ -3,5 +3,7 @@
 add_library(poe_warnings INTERFACE)
 target_compile_options(poe_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
-  -Wold-style-cast -Wcast-align -Wnon-virtual-dtor -Woverloaded-virtual
-  -Wformat=2 -Wundef -Wnull-dereference)
+  -Wcast-align -Wformat=2 -Wundef -Wnull-dereference
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+  $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)

@@ -1,4 +1,4 @@
-# Sourced by run, test and .ci/run: installs the Debian packages that are missing.
+# Sourced by run, test, .ci/run and benchmarks/run: installs the Debian packages that are missing.
 #
 # Each list has a line for each package: its name, and what it is needed for.
 
@@ -68,6 +68,11 @@ clang-format   the format check
 clang-tidy     the lint check
 gcovr          the coverage report
 python3-clang  the changes of the mutation test
+'
+
+packages_to_measure='
+valgrind       counts instructions and allocations
+gnuplot-nox    draws the plots
 '
 
 fail() {

@@ -16,6 +16,6 @@ tidy() {
 # The service and its platform are also checked for what the engine mutex guards. That check wants locks of a class of
 # its own and takes a pthread_mutex_t all the same.
 tidy 'components|platform' -extra-arg=-Wthread-safety -extra-arg=-Wno-thread-safety-attributes
-tidy 'simulator|poectl|tests'
+tidy 'simulator|poectl|tests|benchmarks'
 grep -E '(warning|error):' "$log" | sort -u
 exit "$failed"

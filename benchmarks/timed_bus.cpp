@@ -1,0 +1,174 @@
+#include "benchmarks/timed_bus.h"
+
+#include <array>
+#include <cstdarg>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <linux/i2c-dev.h>
+#include <linux/i2c.h>
+#include <mutex>
+#include <utility>
+
+extern "C" {
+int __real_open(const char* path, int flags, ...);
+int __real_close(int file);
+int __real_ioctl(int file, unsigned long request, ...);
+int __real_clock_nanosleep(clockid_t clock, int flags, const timespec* request, timespec* remaining);
+}
+
+namespace {
+
+using namespace TimedBus;
+
+constexpr int DESCRIPTOR = 0x7A11;
+constexpr unsigned FIRST_OF_CYCLE = 0x90; // nothing else that is measured reads this register
+
+std::mutex mutex;
+Duration transferTime{0};
+Duration pauseTime{0};
+Record state{};
+bool isBusy = false;
+Clock::time_point busySince;
+Cycle current{};
+bool inCycle = false;
+std::vector<Cycle> ended;
+
+std::array<std::uint8_t, 256> chipInOrder() {
+  std::array<std::uint8_t, 256> registers{};
+  registers[0x10] = 0x11;
+  registers[0x0C] = 0x14;
+  registers[0x43] = 0x42;
+  registers[0x92] = 4;
+  registers[0x96] = 4;
+  return registers;
+}
+std::array<std::uint8_t, 256> registers = chipInOrder();
+
+Duration processorTime() {
+  timespec time{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+Duration busyUntil(Clock::time_point now) {
+  return state.busy + (isBusy ? Duration(now - busySince) : Duration(0));
+}
+
+void beginTransfer(const i2c_smbus_ioctl_data& request) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  isBusy = true;
+  busySince = Clock::now();
+  if (request.command == FIRST_OF_CYCLE && request.read_write == I2C_SMBUS_READ) {
+    inCycle = true;
+    state.cyclesBegun++;
+    current = {busySince, {}, state.busy, processorTime()};
+  }
+}
+
+void endTransfer(const i2c_smbus_ioctl_data& request) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  const Clock::time_point now = Clock::now();
+  state.busy = busyUntil(now);
+  isBusy = false;
+  state.transfers++;
+  if (request.read_write == I2C_SMBUS_READ) {
+    request.data->byte = registers[request.command];
+  } else {
+    registers[request.command] = request.data->byte;
+    state.writes++;
+    state.lastWrite = now;
+    state.busyAtLastWrite = state.busy;
+  }
+}
+
+void sleepUntil(Clock::time_point end) {
+  const auto sinceEpoch = end.time_since_epoch();
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
+  const timespec time{seconds.count(), std::chrono::nanoseconds(sinceEpoch - seconds).count()};
+  __real_clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &time, nullptr);
+}
+
+// Like an adapter's driver, which sleeps until the bus interrupts.
+void transfer(const i2c_smbus_ioctl_data& request) {
+  beginTransfer(request);
+  if (transferTime > Duration(0)) {
+    sleepUntil(Clock::now() + std::chrono::duration_cast<Clock::duration>(transferTime));
+  }
+  endTransfer(request);
+}
+
+void endCycle() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  if (!inCycle) {
+    return;
+  }
+  inCycle = false;
+  current.length = Clock::now() - current.begin;
+  current.busy = state.busy - current.busy;
+  current.processor = processorTime() - current.processor;
+  ended.push_back(current);
+  state.cyclesEnded++;
+}
+
+} // namespace
+
+void TimedBus::setTimes(Duration transfer, Duration pause) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  transferTime = transfer;
+  pauseTime = pause;
+}
+
+TimedBus::Record TimedBus::record() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  Record now = state;
+  now.busy = busyUntil(Clock::now());
+  return now;
+}
+
+std::vector<TimedBus::Cycle> TimedBus::takeCycles() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  return std::exchange(ended, {});
+}
+
+extern "C" {
+
+int __wrap_open(const char* path, int flags, ...) {
+  if (std::strncmp(path, "/dev/i2c-", 9) == 0) {
+    return DESCRIPTOR;
+  }
+  va_list rest;
+  va_start(rest, flags);
+  const int mode = (flags & O_CREAT) != 0 ? va_arg(rest, int) : 0;
+  va_end(rest);
+  return __real_open(path, flags, mode);
+}
+
+int __wrap_close(int file) {
+  return file == DESCRIPTOR ? 0 : __real_close(file);
+}
+
+int __wrap_ioctl(int file, unsigned long request, ...) {
+  va_list rest;
+  va_start(rest, request);
+  void* argument = va_arg(rest, void*);
+  va_end(rest);
+  if (file != DESCRIPTOR) {
+    return __real_ioctl(file, request, argument);
+  }
+  if (request == I2C_SMBUS) {
+    transfer(*static_cast<const i2c_smbus_ioctl_data*>(argument));
+  }
+  return 0;
+}
+
+// Of all that is linked here only the sleep between two cycles calls it.
+int __wrap_clock_nanosleep(clockid_t clock, int flags, const timespec* request, timespec* remaining) {
+  endCycle();
+  if (pauseTime == Duration(0)) {
+    return __real_clock_nanosleep(clock, flags, request, remaining);
+  }
+  sleepUntil(Clock::now() + std::chrono::duration_cast<Clock::duration>(pauseTime));
+  return 0;
+}
+}

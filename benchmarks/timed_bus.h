@@ -1,0 +1,44 @@
+// A /dev/i2c-0 that takes the time of a real bus, for the whole service in one process: open, close, ioctl
+// and the sleep between two cycles are taken over at link time (--wrap). The chip is 256 registers that hold
+// what is written.
+//
+// One bus for the process. All operations may be called from any thread.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <vector>
+
+namespace TimedBus {
+
+using Clock = std::chrono::steady_clock;
+using Duration = std::chrono::duration<double, std::micro>;
+
+// How long a transfer takes, and how long the worker sleeps between two cycles instead of its second; 0: its
+// second.
+void setTimes(Duration transfer, Duration pause);
+
+// What has happened on the bus so far.
+struct Record {
+  Duration busy;           // time of all transfers, the one that goes on included as far as it has come
+  std::uint64_t transfers; // that have ended
+  std::uint64_t writes;    // of them
+  Clock::time_point lastWrite;
+  Duration busyAtLastWrite;
+  std::uint64_t cyclesBegun;
+  std::uint64_t cyclesEnded;
+};
+Record record();
+
+// A cycle of the worker, from its first transfer to its sleep.
+struct Cycle {
+  Clock::time_point begin;
+  Duration length;
+  Duration busy;      // time of its transfers
+  Duration processor; // of the worker's thread
+};
+
+// Those that have ended since the last call.
+std::vector<Cycle> takeCycles();
+
+} // namespace TimedBus
