@@ -34,6 +34,7 @@ OPERATORS = {
 }
 COMPARISONS = {"==", "!=", "<", "<=", ">", ">=", "&&", "||", "!"}
 MASKS = {"&", "|", "<<", ">>", "&=", "|=", "~"}
+JUMPS = {CursorKind.RETURN_STMT, CursorKind.BREAK_STMT, CursorKind.CONTINUE_STMT}
 LOG_CALLS = {"syslog", "SOFTWARE_ERROR", "TRACE"}
 
 
@@ -114,7 +115,7 @@ class Finder:
                 name = child.spelling
                 self.function = name
                 self.walk(child)
-            elif child.kind == CursorKind.VAR_DECL:
+            elif child.kind in (CursorKind.VAR_DECL, CursorKind.ENUM_DECL):
                 self.function = child.spelling
                 self.walk(child)
             elif child.kind in (CursorKind.NAMESPACE, CursorKind.STRUCT_DECL, CursorKind.CLASS_DECL,
@@ -138,7 +139,7 @@ class Finder:
                 self.arguments(cursor)
             if kind == CursorKind.COMPOUND_STMT:
                 self.statements(cursor)
-            if kind in (CursorKind.IF_STMT, CursorKind.WHILE_STMT):
+            if kind in (CursorKind.IF_STMT, CursorKind.WHILE_STMT, CursorKind.CONDITIONAL_OPERATOR):
                 self.condition(cursor)
         for child in cursor.get_children():
             self.walk(child)
@@ -207,30 +208,35 @@ class Finder:
             self.add(*where, f"!({self.text(*where)})", "comparison")
 
     def statement(self, cursor):
-        """The extent of a statement with its semicolon; nothing for one that is no plain call or assignment."""
+        """The extent of a statement: with its semicolon, or to its closing brace."""
         where = self.extent(cursor)
         if not where:
             return None
-        rest = self.text(where[1], min(where[1] + 80, len(self.bytes)))
-        found = re.match(r"\s*;", rest)
+        text = self.text(where[0], min(where[1] + 80, len(self.bytes)))
+        length = where[1] - where[0]
+        if text[length - 1] in ";}" and not cursor.kind.is_expression():
+            return where
+        found = re.match(r"\s*;", text[length:])
         return (where[0], where[1] + len(found.group())) if found else None
 
     def statements(self, cursor):
-        acting = []  # statements with a call; the order of two mere assignments cannot be seen
+        """Leaves out each plain call and assignment, and exchanges each two statements one of which calls."""
+        movable = []  # (extent, whether it calls); of two that do not call nobody can tell the order
         for child in cursor.get_children():
             where = self.statement(child)
             is_log = bool(where) and self.is_log(where)
             if where and (is_log or child.kind.is_expression()):
                 self.drop(where)
-            acting.append(where if is_log or self.calls(child) else None)
-        for a, b in zip(acting, acting[1:]):
-            if a and b and a[1] <= b[0]:
+            calls = is_log or self.calls(child)
+            stays = child.kind in JUMPS or child.kind == CursorKind.DECL_STMT and not calls
+            movable.append((None if stays else where, calls))
+        for (a, a_calls), (b, b_calls) in zip(movable, movable[1:]):
+            if a and b and a[1] <= b[0] and (a_calls or b_calls):
                 between = self.text(a[1], b[0])
                 self.add(a[0], b[1], self.text(*b) + between + self.text(*a), "order")
 
     def calls(self, cursor):
-        return cursor.kind.is_expression() and any(
-            part.kind == CursorKind.CALL_EXPR for part in cursor.walk_preorder())
+        return any(part.kind == CursorKind.CALL_EXPR for part in cursor.walk_preorder())
 
     def is_log(self, where):
         found = re.match(r"\w+", self.text(*where))
