@@ -68,6 +68,7 @@ clang-format   the format check
 clang-tidy     the lint check
 gcovr          the coverage report
 python3-clang  the changes of the mutation test
+lld            its linker, three times as quick as the usual one
 '
 
 packages_to_measure='
