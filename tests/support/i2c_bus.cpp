@@ -152,6 +152,9 @@ int I2cBus::transfer(int descriptor, void* arguments) {
 }
 
 int I2cBus::close(int descriptor) {
+  if (onClose) {
+    onClose();
+  }
   closed.push_back(descriptor);
   return closeError != 0 ? failWith(closeError) : 0;
 }

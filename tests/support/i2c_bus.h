@@ -75,6 +75,9 @@ public:
   // Result of an open that succeeds; any other negative number than -1 is also a failure.
   int openResult = DESCRIPTOR;
 
+  // Called at each close.
+  std::function<void()> onClose;
+
   // Decides which transfers fail: given the number of the transfer since takeTransfers (0 first) and the
   // transfer.
   void failWhen(std::function<bool(std::size_t, const Transfer&)> fails);

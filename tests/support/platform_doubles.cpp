@@ -13,11 +13,15 @@ namespace {
 std::mutex mutex;
 std::vector<std::string> watchdogEvents;
 std::function<void(double)> sleepAction;
+std::function<void(const std::string&)> watchdogAction;
 std::string watchdogText;
 
 void note(const std::string& name, const std::string& event) {
   const UncountedAllocations uncounted;
   const std::lock_guard<std::mutex> lock(mutex);
+  if (watchdogAction) {
+    watchdogAction(name + " " + event);
+  }
   watchdogEvents.push_back(name + " " + event);
 }
 
@@ -31,6 +35,11 @@ void onSleep(std::function<void(double)> action) {
 void setWatchdogText(const std::string& text) {
   const std::lock_guard<std::mutex> lock(mutex);
   watchdogText = text;
+}
+
+void onWatchdogEvent(std::function<void(const std::string&)> action) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  watchdogAction = std::move(action);
 }
 
 std::vector<std::string> takeWatchdogEvents() {
@@ -73,6 +82,9 @@ void watchdogMonitor::wdm_notify(int code) {
 
 void watchdogMonitor::wdm_dbg(char* buffer, unsigned length) const {
   const std::lock_guard<std::mutex> lock(mutex);
+  if (watchdogAction) {
+    watchdogAction(m_client->name + " asked");
+  }
   const std::string text = watchdogText.empty() ? "state of " + m_client->name + "\n" : watchdogText;
   std::strncpy(buffer, text.c_str(), length);
 }

@@ -16,3 +16,7 @@ void setWatchdogText(const std::string& text);
 // Every event of every watchdog client since the last call: "NAME created", "NAME start 60000", "NAME notify
 // 0", "NAME deleted".
 std::vector<std::string> takeWatchdogEvents();
+
+// Called at each of these events, before it can be taken, and with "NAME asked" at wdm_dbg. An empty function
+// ends that.
+void onWatchdogEvent(std::function<void(const std::string& event)> action);

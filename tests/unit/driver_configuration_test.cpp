@@ -276,6 +276,11 @@ TEST_F(PoeSetPortPowerLimit, WritesWholeWattsOfBothLimits) {
   EXPECT_EQ(bus.takeTransfers(), (Transfers{W(0x81, 40), W(0x85, 0), W(0x84, 0), W(0x88, 15)}));
 }
 
+TEST_F(PoeSetPortPowerLimit, TakesUpTo40000OfEitherLimit) {
+  EXPECT_TRUE(driver.PoeSetPortPowerLimit(1, 40000, 40000));
+  EXPECT_EQ(bus.takeTransfers(), (Transfers{W(0x82, 40), W(0x86, 40)}));
+}
+
 TEST_F(PoeSetPortPowerLimit, TakesAllPortsInTurn) {
   EXPECT_TRUE(driver.PoeSetPortPowerLimit(ALL_PORTS, 30000, 1000));
   EXPECT_EQ(bus.takeTransfers(), (Transfers{W(0x81, 30), W(0x85, 1), W(0x82, 30), W(0x86, 1), W(0x83, 30),

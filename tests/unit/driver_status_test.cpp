@@ -231,6 +231,14 @@ TEST_F(PoeGetMeasurements, RejectsABadPortAndAMissingRecordWithThePortFirst) {
   EXPECT_EQ(bus.transferCount(), 0U);
 }
 
+TEST_F(PoeGetMeasurements, RejectsThePortBehindTheLast) {
+  PortMeasurements measurements{};
+  EXPECT_FALSE(driver.PoeGetMeasurements(4, &measurements));
+  EXPECT_EQ(takeLog(),
+            driverError(1943, "Range Error [channel=4:4 measurements=" + bits(&measurements) + "]\n"));
+  EXPECT_EQ(bus.transferCount(), 0U);
+}
+
 TEST_F(PoeGetMeasurements, HandlesEveryFailedTransfer) {
   PortMeasurements measurements{};
   EXPECT_EQ(expectEveryFailureHandled([&] { return driver.PoeGetMeasurements(2, &measurements); }), 7U);
@@ -381,6 +389,15 @@ TEST_F(PoeGetDeviceStatus, IsCurrentAboutTheDriverWhenEveryReadFails) {
   EXPECT_EQ(valuesOf(status), "0 1 1 6 7 0 1");
   EXPECT_EQ(registersOf(bus.takeTransfers()), "R43 R70 R42 ");
   EXPECT_EQ(takeLog(), readFailure(2215, "43"));
+}
+
+TEST_F(PoeGetDeviceStatus, TellsTheModeThatItsLastReadLeaves) {
+  makeNormal();
+  bus.failTransfer(2);
+  DeviceStatus status{};
+  EXPECT_FALSE(driver.PoeGetDeviceStatus(&status));
+  EXPECT_EQ(status.hwOperationMode, 0);
+  EXPECT_EQ(takeLog(), readFailure(2215, "42"));
 }
 
 TEST_F(PoeGetDeviceStatus, KeepsOnlyTheFieldsOfTheReadThatFailed) {

@@ -22,6 +22,21 @@ TEST_F(ChipCheck, LeavesAConfiguredChipAlone) {
   }});
 }
 
+TEST_F(ChipCheck, IsTrueWhateverItFinds) {
+  makeEngine();
+  runCycles({[&] {
+    takeLog();
+    registers[0x90] = 1;
+    EXPECT_TRUE(engine->checkChip());
+    EXPECT_EQ(takeLog(), REINIT_NOTICE);
+    bus.failAll();
+    EXPECT_TRUE(engine->checkChip());
+    bus.failNone();
+    EXPECT_EQ(takeLog(), readFailureReport("90"));
+  }});
+  takeLog();
+}
+
 TEST_F(ChipCheck, RebuildsAChipThatLostItsConfigurationOnce) {
   makeEngine();
   runCycles({[&] {
@@ -306,6 +321,12 @@ TEST_F(Audit, TakesTheWattsOfAFittingPortRoundedDown) {
   // 20 W + 10 W fit 30 W although 20.9 + 10.9 do not.
   expectRestarts(
       30, {{{1, 1, 20900, 4, true}, {1, 1, 10900, 4, true}, {1, 1, 1000, 4, true}, {0, 1, 0, 0, true}}}, {2});
+}
+
+TEST_F(Audit, APortBelowAWholeWattFitsTheWattsBelow) {
+  // 29.999 W take 29 W, which leaves nothing for the second port.
+  expectRestarts(
+      29, {{{1, 1, 29999, 4, true}, {1, 2, 1000, 4, true}, {0, 1, 0, 0, false}, {0, 1, 0, 0, false}}}, {1});
 }
 
 TEST_F(Audit, APortThatIsNotDetectedGoodTakesNoShare) {

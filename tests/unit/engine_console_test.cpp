@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <random>
 #include <thread>
 
@@ -139,6 +140,11 @@ TEST(NumberArgument, ConvertsAsStrtoulWhereUnsignedLongHas32Bits) {
   for (const auto& [text, number] : rows) {
     EXPECT_EQ(numberArgument(text), number) << "'" << text << "'";
   }
+}
+
+TEST(NumberArgument, IsNotOutOfRangeBecauseAnEarlierNumberWas) {
+  errno = ERANGE;
+  EXPECT_EQ(numberArgument("12"), 12U);
 }
 
 // readReg and writeReg.

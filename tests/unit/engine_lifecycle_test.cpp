@@ -3,7 +3,9 @@
 
 #include <cerrno>
 #include <gmock/gmock.h>
+#include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -146,6 +148,16 @@ TEST_F(EngineStop, BeforeTheWorkerRunsLeavesOutTheCycle) {
   EXPECT_TRUE(posix.messages.empty());
 }
 
+TEST_F(EngineStop, WithoutAWorkerTellsAllTheSameThatNoneIsToRun) {
+  makeEngine();
+  posix.createError = EAGAIN;
+  EXPECT_FALSE(engine->start());
+  EXPECT_TRUE(engine->stop());
+  onSleep([](double) { throw std::logic_error("a cycle was run"); });
+  EXPECT_NO_THROW(engine->run());
+  takeLog();
+}
+
 class EngineRun : public EngineTest {
 protected:
   // The reply to the console's "info".
@@ -171,6 +183,33 @@ TEST_F(EngineRun, PrintsItsLineSetsUpTheChipAndRunsCyclesUntilItIsStopped) {
   EXPECT_THAT(takeWatchdogEvents(), ElementsAre("PoeEngine start 60000", "PoeEngine notify 0",
                                                 "PoeEngine notify 0", "PoeEngine notify 0"));
   EXPECT_EQ(takeLog(), DEFAULT_CONFIGURATION_NOTICE);
+}
+
+TEST_F(EngineRun, PrintsItsLineBeforeItTouchesTheChip) {
+  makeEngine();
+  std::string printed;
+  bool first = true;
+  bus.failWhen([&](std::size_t, const Transfer&) {
+    if (std::exchange(first, false)) {
+      printed = ::testing::internal::GetCapturedStdout();
+    }
+    return false;
+  });
+  ::testing::internal::CaptureStdout();
+  runCycles({[] {}});
+  EXPECT_EQ(printed, "...Cpd69104Engine::start\n...in CPD69104Engine::run\n");
+  takeLog();
+}
+
+TEST_F(EngineRun, StartsItsWatchdogBehindTheSetUpAndFeedsItAtTheStartOfEachCycle) {
+  makeEngine();
+  std::vector<std::string> steps;
+  onWatchdogEvent([&](const std::string& event) { steps.push_back(registersMoved() + event); });
+  runCycles({[] {}, [] {}});
+  onWatchdogEvent({});
+  EXPECT_THAT(steps, ElementsAre(SET_UP + "PoeEngine start 60000", "PoeEngine notify 0",
+                                 HEALTHY_CYCLE + "PoeEngine notify 0"));
+  takeLog();
 }
 
 TEST_F(EngineRun, SetsStaticCalculationInTheSetUp) {

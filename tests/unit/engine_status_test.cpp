@@ -382,6 +382,14 @@ TEST_F(EngineStatus, TellsFailedStatusReadsOfAPollButNotFailedMeasurements) {
   }
 }
 
+// updateOperStatus.
+
+TEST_F(EngineStatus, DerivesTheStatesWithoutATransferAndIsTrue) {
+  makeEngine();
+  EXPECT_TRUE(engine->updateOperStatus());
+  EXPECT_EQ(registersMoved(), "");
+}
+
 // The message.
 
 TEST_F(EngineStatus, SendsTheIdAndTheRecordWithPriorityZeroAndClosesTheQueue) {

@@ -132,6 +132,22 @@ TEST_F(Main, CreatesTheTraceObjectOfTheModulePoe) {
   takeLog();
 }
 
+TEST_F(Main, HasTheTraceObjectBeforeTheFirstWatchdogClientAndUntilTheLastIsGone) {
+  std::vector<std::string> withoutTrace;
+  unsigned events = 0;
+  onWatchdogEvent([&](const std::string& event) {
+    events++;
+    if (g_traceObject == nullptr) {
+      withoutTrace.push_back(event);
+    }
+  });
+  EXPECT_EQ(run(), 0);
+  onWatchdogEvent({});
+  EXPECT_EQ(events, 6U);
+  EXPECT_THAT(withoutTrace, ElementsAre());
+  takeLog();
+}
+
 TEST_F(Main, FeedsItsWatchdogAndGoesOnAfterEachTimeOut) {
   doubles.receives = {{{}, ETIMEDOUT}, {{}, ETIMEDOUT}, {{}, ETIMEDOUT}};
   EXPECT_EQ(run(), 0);
@@ -251,6 +267,15 @@ TEST_F(Main, WithoutItsQueueCreatesAndDeletesTheRestStartsNothingAndReturnsMinus
   EXPECT_TRUE(posix.calls.empty());
   EXPECT_EQ(bus.opened.size(), 1U);
   EXPECT_EQ(bus.closed.size(), 1U);
+  EXPECT_EQ(takeLog(),
+            (LogLines{{2, "[CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - No space left on "
+                          "device(28)\n"}}));
+}
+
+TEST_F(Main, DoesNotSayThatItListensToAQueueThatItCouldNotOpen) {
+  g_traceObject = new TraceObject("Test", 7);
+  doubles.openError = ENOSPC;
+  EXPECT_EQ(run(), -1);
   EXPECT_EQ(takeLog(),
             (LogLines{{2, "[CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - No space left on "
                           "device(28)\n"}}));
