@@ -18,6 +18,7 @@ libsystemd-dev the keep-alive to systemd
 '
 
 packages_to_test='
+ccache         builds again in less time
 libgtest-dev   the tests
 libgmock-dev   the tests
 i2c-tools      programs that know nothing of the simulated card
