@@ -1,4 +1,5 @@
 // The service over a minute, and what a cycle costs.
+#include "tests/target/system_calls.h"
 #include "tests/target/tap_listener.h"
 #include "tests/target/target_fixture.h"
 
@@ -87,37 +88,13 @@ TEST_F(Endurance, OfSixtyCyclesShowsNoDriftAndNoGrowth) {
 }
 
 #ifdef HAS_STRACE
-// The lines of the trace between the second and the third status message, without those that continue a call.
-std::map<std::string, int> callsOfOneCycle(const std::string& traceFile) {
-  std::ifstream trace(traceFile);
-  std::map<std::string, int> calls;
-  int messages = 0;
-  for (std::string line; std::getline(trace, line);) {
-    const std::size_t start = line.find_first_not_of("0123456789 ");
-    const std::size_t end = line.find('(');
-    if (start == std::string::npos || end == std::string::npos || line[start] == '<' || line[start] == '-') {
-      continue;
-    }
-    const std::string name = line.substr(start, end - start);
-    if (messages == 2) {
-      calls[name]++;
-    }
-    messages += name == "mq_timedsend" ? 1 : 0;
-  }
-  EXPECT_GE(messages, 3);
-  return calls;
-}
-
 TEST_F(Endurance, OfACycleTakes64Transfers) {
-  status = std::make_unique<StatusReceiver>();
-  // -D: the service, not its tracer, is the process that is started here.
-  service = std::make_unique<Program>(
-      std::vector<std::string>{"/bin/strace", "-D", "-f", "-o", "/tmp/trace", SERVICE});
-  for (int message = 0; message < 5; message++) {
+  startTraced(SERVICE);
+  for (int message = 0; message < 4; message++) {
     status->next();
   }
   killService();
-  const std::map<std::string, int> calls = callsOfOneCycle("/tmp/trace");
+  const SystemCalls calls = callsOfCycles(1);
   EXPECT_EQ(calls.at("ioctl"), 64);
   EXPECT_EQ(calls.at("mq_timedsend"), 1);
   for (const auto& [name, count] : calls) {

@@ -1,6 +1,7 @@
-// The first process of a test machine: makes the file systems and the loopback interface, runs the tests,
-// says how they ended and restarts the machine, which ends the emulator. Linked statically, so that it can
-// still speak when a library is missing.
+// The first process of a test machine: makes the file systems and the loopback interface, runs the tests, or
+// the program that the kernel's command line names with program=/bin/NAME, says how they ended and restarts
+// the machine, which ends the emulator. Linked statically, so that it can still speak when a library is
+// missing.
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -18,7 +19,11 @@
 
 namespace {
 
-constexpr char TESTS[] = "/bin/target_tests";
+// What the kernel does not know on its command line is in the environment.
+const char* tests() {
+  const char* named = std::getenv("program");
+  return named != nullptr ? named : "/bin/target_tests";
+}
 
 void report(const char* what) {
   std::printf("# init: %s: %s\n", what, std::strerror(errno));
@@ -54,16 +59,16 @@ void bringUpLoopback() {
 
 // Returns the exit status, 255 when there is none.
 int runTests() {
-  const pid_t tests = fork();
-  if (tests == 0) {
+  const pid_t child = fork();
+  if (child == 0) {
     setenv("PATH", "/bin", 1);
-    execl(TESTS, TESTS, static_cast<char*>(nullptr));
-    report(TESTS);
+    execl(tests(), tests(), static_cast<char*>(nullptr));
+    report(tests());
     _exit(255);
   }
   int status = 0;
   // Children whose parents have ended come here as well.
-  for (pid_t ended = 0; ended != tests;) {
+  for (pid_t ended = 0; ended != child;) {
     ended = wait(&status);
   }
   return WIFEXITED(status) ? WEXITSTATUS(status) : 255;

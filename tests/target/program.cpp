@@ -1,7 +1,5 @@
 #include "tests/target/program.h"
 
-#include "tests/process/patience.h"
-
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
@@ -70,8 +68,8 @@ bool Program::isRunning() {
   return !m_ended;
 }
 
-int Program::wait() {
-  const auto end = std::chrono::steady_clock::now() + PATIENCE;
+int Program::wait(std::chrono::milliseconds patience) {
+  const auto end = std::chrono::steady_clock::now() + patience;
   while (isRunning()) {
     if (std::chrono::steady_clock::now() > end) {
       ADD_FAILURE() << "the program does not end";
@@ -82,8 +80,8 @@ int Program::wait() {
   return WIFEXITED(m_status) ? WEXITSTATUS(m_status) : 128 + WTERMSIG(m_status);
 }
 
-Result run(const std::vector<std::string>& commandLine) {
+Result run(const std::vector<std::string>& commandLine, std::chrono::milliseconds patience) {
   Program program(commandLine);
-  const int status = program.wait();
+  const int status = program.wait(patience);
   return {status, program.output()};
 }

@@ -1,6 +1,8 @@
 // A program that a test has started.
 #pragma once
 
+#include "tests/process/patience.h"
+
 #include <functional>
 #include <string>
 #include <sys/types.h>
@@ -22,7 +24,7 @@ public:
 
   // Waits for the end. Returns the exit status, for a program that a signal has ended 128 and its number, and
   // -1, after a test failure, for one that goes on.
-  int wait();
+  int wait(std::chrono::milliseconds patience = PATIENCE);
 
 private:
   std::string m_outputFile;
@@ -37,4 +39,4 @@ struct Result {
 };
 
 // Runs a program to its end.
-Result run(const std::vector<std::string>& commandLine);
+Result run(const std::vector<std::string>& commandLine, std::chrono::milliseconds patience = PATIENCE);

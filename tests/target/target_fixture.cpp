@@ -1,5 +1,7 @@
 #include "tests/target/target_fixture.h"
 
+#include "tests/target/system_calls.h"
+
 #include <csignal>
 #include <mqueue.h>
 
@@ -25,9 +27,17 @@ void TargetTest::TearDown() {
 }
 
 void TargetTest::startService(const std::string& program) {
+  start({program});
+}
+
+void TargetTest::startTraced(const std::string& program) {
+  start(traced(program));
+}
+
+void TargetTest::start(const std::vector<std::string>& commandLine) {
   status.reset(); // with the messages of a service before this one
   status = std::make_unique<StatusReceiver>();
-  service = std::make_unique<Program>(std::vector<std::string>{program});
+  service = std::make_unique<Program>(commandLine);
   status->next();
 }
 

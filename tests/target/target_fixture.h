@@ -27,6 +27,9 @@ protected:
   // Creates "/queueToMain", starts the service and waits for its first status message.
   void startService(const std::string& program = SERVICE);
 
+  // The same under strace; callsOfCycles tells what it called.
+  void startTraced(const std::string& program);
+
   // Kills the service, as the card ends it. Its queue stays.
   void killService();
 
@@ -43,4 +46,7 @@ protected:
   SystemLog log;
   std::unique_ptr<StatusReceiver> status;
   std::unique_ptr<Program> service;
+
+private:
+  void start(const std::vector<std::string>& commandLine);
 };

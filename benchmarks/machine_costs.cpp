@@ -1,0 +1,171 @@
+// What the service costs on a real kernel, beside the bare loop and a shell that calls i2cget: time of the
+// processor, system calls, memory. Each value is a line "# measured: ITEM,SUBJECT,QUANTITY: VALUE".
+#include "tests/target/system_calls.h"
+#include "tests/target/tap_listener.h"
+#include "tests/target/target_fixture.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <numeric>
+#include <sys/resource.h>
+
+namespace {
+
+constexpr char BARE_LOOP[] = "/bin/bare_loop";
+constexpr std::chrono::minutes PATIENCE_WITH_A_SHELL{30}; // emulated, it takes a second for a cycle and more
+
+// From the environment, so that a quick look is possible.
+int cycleCount() {
+  const char* text = std::getenv("CYCLES");
+  return text != nullptr ? std::atoi(text) : 60;
+}
+
+std::string fixed(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f", value);
+  return text;
+}
+
+// Time that a process has had of the processor, in microseconds: all its threads, and the one with most,
+// which is the one that makes the transfers.
+struct ProcessorTime {
+  double all = 0;
+  double busiest = 0;
+};
+
+ProcessorTime processorTime(pid_t pid) {
+  ProcessorTime time;
+  for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
+    double nanoseconds = 0;
+    std::ifstream(thread.path() / "schedstat") >> nanoseconds;
+    time.all += nanoseconds / 1000;
+    time.busiest = std::max(time.busiest, nanoseconds / 1000);
+  }
+  EXPECT_GT(time.all, 0);
+  return time;
+}
+
+// The same of all programs that this one has started and that have ended.
+double processorTimeOfChildren() {
+  rusage usage{};
+  getrusage(RUSAGE_CHILDREN, &usage);
+  return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1e6 +
+         static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+}
+
+class CycleCost : public TargetTest {
+protected:
+  void takeMessages(int count) {
+    for (int message = 0; message < count; message++) {
+      status->next();
+    }
+  }
+
+  // Microseconds of a cycle of the program that runs.
+  ProcessorTime processorTimeOfACycle() {
+    const int cycles = cycleCount();
+    takeMessages(2);
+    const ProcessorTime before = processorTime(service->pid());
+    takeMessages(cycles);
+    const ProcessorTime after = processorTime(service->pid());
+    return {(after.all - before.all) / cycles, (after.busiest - before.busiest) / cycles};
+  }
+
+  // Microseconds of 64 times i2cget.
+  static double processorTimeOfAShell() {
+    const int cycles = cycleCount();
+    const double before = processorTimeOfChildren();
+    const Result shell =
+        run({"/bin/busybox", "sh", "/bin/i2cget_loop", std::to_string(cycles)}, PATIENCE_WITH_A_SHELL);
+    EXPECT_EQ(shell.status, 0) << shell.output;
+    return (processorTimeOfChildren() - before) / cycles;
+  }
+
+  // The calls of a cycle of the program, of all its threads.
+  double systemCallsOfACycle(const std::string& program) {
+    const int cycles = 20;
+    startTraced(program);
+    takeMessages(cycles + 3);
+    killService();
+    const SystemCalls calls = callsOfCycles(cycles);
+    EXPECT_EQ(calls.at("ioctl"), 64 * cycles);
+    const int all = std::accumulate(calls.begin(), calls.end(), 0,
+                                    [](int sum, const auto& call) { return sum + call.second; });
+    return static_cast<double>(all) / cycles;
+  }
+};
+
+#ifdef HAS_STRACE
+
+TEST_F(CycleCost, InTimeOfTheProcessor) {
+  startService();
+  configureScene();
+  const ProcessorTime ofService = processorTimeOfACycle();
+  measured("kernel,service,cpu (us)", fixed(ofService.all));
+  measured("kernel,its worker thread,cpu (us)", fixed(ofService.busiest));
+  killService();
+  log.take();
+
+  startService(BARE_LOOP);
+  measured("kernel,bare loop,cpu (us)", fixed(processorTimeOfACycle().all));
+  killService();
+  measured("kernel,shell with i2cget,cpu (us)", fixed(processorTimeOfAShell()));
+}
+
+// The threads beside the worker have their own seconds: a call of theirs may fall into the next cycle.
+TEST_F(CycleCost, InSystemCallsIsTheTransfersAndEightMore) {
+  const double calls = systemCallsOfACycle(SERVICE);
+  measured("kernel,service,system calls", fixed(calls));
+  EXPECT_LE(calls, 72.5);
+  measured("kernel,bare loop,system calls", fixed(systemCallsOfACycle(BARE_LOOP)));
+  log.take();
+}
+
+#endif
+
+class MemoryCost : public TargetTest {
+protected:
+  // kB behind a name in /proc/PID/status.
+  long memory(const std::string& name) const {
+    std::ifstream lines("/proc/" + std::to_string(service->pid()) + "/status");
+    for (std::string line; std::getline(lines, line);) {
+      if (line.compare(0, name.size(), name) == 0) {
+        return std::stol(line.substr(name.size()));
+      }
+    }
+    ADD_FAILURE() << "no " << name;
+    return 0;
+  }
+
+  // What the program that runs has in memory after some cycles. What is no copy of a file is its own.
+  void measure(const std::string& subject) {
+    for (int message = 0; message < 5; message++) {
+      status->next();
+    }
+    measured("memory," + subject + ",resident (kB)", std::to_string(memory("VmRSS:")));
+    measured("memory," + subject + ",private (kB)", std::to_string(memory("RssAnon:")));
+    killService();
+    log.take();
+  }
+};
+
+TEST_F(MemoryCost, OfTheServiceAndOfTheBareLoop) {
+  startService();
+  configureScene();
+  measure("service");
+  startService("/bin/bare_loop_with_libraries");
+  measure("bare loop with the same libraries");
+  startService(BARE_LOOP);
+  measure("bare loop");
+#ifdef HAS_STATIC_SERVICE
+  startService("/static/poe_service");
+  configureScene();
+  measure("service (static)");
+  startService("/bin/bare_loop_static");
+  measure("bare loop (static)");
+#endif
+}
+
+} // namespace

@@ -1,0 +1,28 @@
+# Sourced by tests/target/powerpc and benchmarks/run: the PowerPC machine, a kernel of tests/target/powerpc_kernel.sh in
+# qemu-system-ppc.
+. tests/target/powerpc_kernel.sh
+
+# pack_powerpc_root FILE PROGRAM...: the initial file system with init, the modules and the programs of
+# build/powerpc/bin. The static service is in a directory of its own, under the service's name.
+pack_powerpc_root() {
+  local file=$1 root program bin=build/powerpc/bin
+  shift
+  root=$(mktemp -d)
+  scratch+=("$root")
+  for program in "$@"; do
+    copy_program "$bin/$program" bin "$root" /usr/powerpc-linux-gnu/lib
+  done
+  mkdir -p "$root/static" "$root/lib/modules"
+  cp "$bin/poe_service_static" "$root/static/poe_service"
+  cp "$bin/target_init" "$root/init"
+  cp "$kernel"/*.ko "$root/lib/modules/"
+  pack_root "$root" "$file"
+}
+
+# run_powerpc_machine LOG FILE WORD...: runs it with words for the kernel's command line.
+run_powerpc_machine() {
+  local log=$1 file=$2
+  shift 2
+  run_machine "$log" qemu-system-ppc -M ppce500 -cpu e500mc -m 512 -kernel "$kernel/vmlinux" -initrd "$file" \
+    -append "console=ttyS0,115200 quiet panic=1 $*"
+}
