@@ -33,7 +33,7 @@ std::string replyTo(const std::vector<std::string>& words) {
   }
   std::string reply;
   for (auto word = words.begin() + 1; word != words.end(); ++word) {
-    reply += "[" + std::string(word->c_str()) + "]";
+    reply += "[" + word->substr(0, word->find('\0')) + "]"; // a handler gets C strings
   }
   return (reply + "\n").substr(0, REPLY_SIZE);
 }
