@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <numeric>
 #include <sys/resource.h>
 
@@ -28,26 +29,26 @@ std::string fixed(double value) {
   return text;
 }
 
-// Time that a process has had of the processor, in microseconds: all its threads, and the one with most,
-// which is the one that makes the transfers.
-struct ProcessorTime {
+// Time that each thread of a process has had of the processor, in microseconds, by its number.
+using ThreadTimes = std::map<std::string, double>;
+
+ThreadTimes processorTimes(pid_t pid) {
+  ThreadTimes times;
+  for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
+    double nanoseconds = 0;
+    std::ifstream(thread.path() / "schedstat") >> nanoseconds;
+    times[thread.path().filename()] = nanoseconds / 1000;
+  }
+  return times;
+}
+
+// Microseconds of a cycle: of all threads, and of the busiest, which is the one that makes the transfers.
+struct CycleTime {
   double all = 0;
   double busiest = 0;
 };
 
-ProcessorTime processorTime(pid_t pid) {
-  ProcessorTime time;
-  for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
-    double nanoseconds = 0;
-    std::ifstream(thread.path() / "schedstat") >> nanoseconds;
-    time.all += nanoseconds / 1000;
-    time.busiest = std::max(time.busiest, nanoseconds / 1000);
-  }
-  EXPECT_GT(time.all, 0);
-  return time;
-}
-
-// The same of all programs that this one has started and that have ended.
+// The time of all programs that this one has started and that have ended, in microseconds.
 double processorTimeOfChildren() {
   rusage usage{};
   getrusage(RUSAGE_CHILDREN, &usage);
@@ -63,14 +64,20 @@ protected:
     }
   }
 
-  // Microseconds of a cycle of the program that runs.
-  ProcessorTime processorTimeOfACycle() {
+  // Of the program that runs.
+  CycleTime processorTimeOfACycle() {
     const int cycles = cycleCount();
     takeMessages(2);
-    const ProcessorTime before = processorTime(service->pid());
+    ThreadTimes before = processorTimes(service->pid());
     takeMessages(cycles);
-    const ProcessorTime after = processorTime(service->pid());
-    return {(after.all - before.all) / cycles, (after.busiest - before.busiest) / cycles};
+    CycleTime cycle;
+    for (const auto& [thread, time] : processorTimes(service->pid())) {
+      const double used = (time - before[thread]) / cycles;
+      cycle.all += used;
+      cycle.busiest = std::max(cycle.busiest, used);
+    }
+    EXPECT_GT(cycle.all, 0);
+    return cycle;
   }
 
   // Microseconds of 64 times i2cget.
@@ -100,7 +107,7 @@ protected:
 TEST_F(CycleCost, InTimeOfTheProcessor) {
   startService();
   configureScene();
-  const ProcessorTime ofService = processorTimeOfACycle();
+  const CycleTime ofService = processorTimeOfACycle();
   measured("kernel,service,cpu (us)", fixed(ofService.all));
   measured("kernel,its worker thread,cpu (us)", fixed(ofService.busiest));
   killService();
