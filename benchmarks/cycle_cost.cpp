@@ -119,11 +119,12 @@ TEST_F(CycleCost, InTimeOfTheProcessor) {
   measured("kernel,shell with i2cget,cpu (us)", fixed(processorTimeOfAShell()));
 }
 
-// The threads beside the worker have their own seconds: a call of theirs may fall into the next cycle.
+// The threads beside the worker have their own seconds, which are shorter than a cycle that is traced: a few
+// of their calls more fall into one.
 TEST_F(CycleCost, InSystemCallsIsTheTransfersAndEightMore) {
   const double calls = systemCallsOfACycle(SERVICE);
   measured("kernel,service,system calls", fixed(calls));
-  EXPECT_LE(calls, 72.5);
+  EXPECT_LT(calls, 73);
   measured("kernel,bare loop,system calls", fixed(systemCallsOfACycle(BARE_LOOP)));
   log.take();
 }
