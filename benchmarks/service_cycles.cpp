@@ -2,6 +2,7 @@
 // that comes again in every cycle, or that changes in every cycle.
 #include "benchmarks/stand_in.h"
 #include "components/PoeDriver/pd69104_engine.h"
+#include "tests/support/four_ports.h"
 
 #include <cstdio>
 #include <cstring>
@@ -10,17 +11,6 @@ namespace {
 
 CPD69104Engine* engine = nullptr;
 PoeConfig configuration{};
-
-PoeConfig fourPorts() {
-  PoeConfig config{};
-  config.bankPowerLimit[0] = 100;
-  for (PoePortConfig& port : config.port) {
-    port.adminEnable = 1;
-    port.priority = 1;
-    port.powerLimit = 15000;
-  }
-  return config;
-}
 
 void configure() {
   engine->handleConfig(&configuration, sizeof configuration);

@@ -8,6 +8,7 @@
 #include "benchmarks/timed_bus.h"
 #include "components/PoeDriver/poe_messages.h"
 #include "tests/platform/console_connection.h"
+#include "tests/support/four_ports.h"
 
 #include <algorithm>
 #include <atomic>
@@ -90,12 +91,7 @@ public:
   Configurator() : m_queue(mq_open("/queueToPoe", O_WRONLY)) {
     check(m_queue != -1, "/queueToPoe");
     m_message.msgId = MSGID_CONFIG;
-    m_message.config.bankPowerLimit[0] = 100;
-    for (PoePortConfig& port : m_message.config.port) {
-      port.adminEnable = 1;
-      port.priority = 1;
-      port.powerLimit = 15000;
-    }
+    m_message.config = fourPorts();
   }
   Configurator(const Configurator&) = delete;
   Configurator& operator=(const Configurator&) = delete;

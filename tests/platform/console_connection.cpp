@@ -152,15 +152,25 @@ std::string ConsoleConnection::receiveToEnd() const {
 }
 
 std::string ConsoleConnection::receiveReply() const {
+  const std::string prompt = "> ";
   std::string bytes;
-  while (bytes.size() < 2 || bytes.compare(bytes.size() - 2, 2, "> ") != 0) {
-    const std::string byte = receive(1);
-    if (byte.empty()) {
-      return bytes + "(no prompt)";
+  std::array<char, 4096> chunk;
+  while (awaitInput()) {
+    const ssize_t count = recv(m_socket.get(), chunk.data(), chunk.size(), MSG_PEEK);
+    if (count <= 0) {
+      break;
     }
-    bytes += byte;
+    const std::size_t before = bytes.size();
+    bytes.append(chunk.data(), static_cast<std::size_t>(count));
+    const std::size_t end = bytes.find(prompt, before == 0 ? 0 : before - 1);
+    // What comes behind the prompt stays for the next call.
+    const std::size_t taken = (end == std::string::npos ? bytes.size() : end + prompt.size()) - before;
+    recv(m_socket.get(), chunk.data(), taken, 0);
+    if (end != std::string::npos) {
+      return bytes.substr(0, end);
+    }
   }
-  return bytes.substr(0, bytes.size() - 2);
+  return bytes + "(no prompt)";
 }
 
 std::string ConsoleConnection::ask(const std::string& line) const {

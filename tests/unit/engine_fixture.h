@@ -4,6 +4,7 @@
 
 #include "components/PoeDriver/pd69104_engine.h"
 #include "tests/support/allocation.h"
+#include "tests/support/four_ports.h"
 #include "tests/support/i2c_bus.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/platform_doubles.h"
@@ -89,18 +90,6 @@ protected:
 
   // Hands a configuration to the engine as the receive loop does.
   void configure(const PoeConfig& config) { EXPECT_TRUE(engine->handleConfig(&config, sizeof config)); }
-
-  // A configuration with 100 W in bank 0 and all four ports enabled with priority 1 and 15 W.
-  static PoeConfig fourPorts() {
-    PoeConfig config{};
-    config.bankPowerLimit[0] = 100;
-    for (PoePortConfig& port : config.port) {
-      port.adminEnable = 1;
-      port.priority = 1;
-      port.powerLimit = 15000;
-    }
-    return config;
-  }
 
   PoeStatus status() const { return posix.lastMessage().status; }
 
