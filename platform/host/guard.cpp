@@ -13,10 +13,21 @@ struct Holds {
 
 thread_local Holds t_holds;
 
+// Who wants a mutex waits for it in the door, and whoever comes later waits before the door. Without it a
+// thread that releases the mutex and wants it again at once, as a busy console does, would overtake those
+// that wait.
+pthread_mutex_t g_door = PTHREAD_MUTEX_INITIALIZER;
+
 } // namespace
 
 Guard::Guard(pthread_mutex_t* mutex) : m_mutex(mutex) {
-  pthread_mutex_lock(m_mutex);
+  if (t_holds.guards == 0) {
+    pthread_mutex_lock(&g_door);
+    pthread_mutex_lock(m_mutex);
+    pthread_mutex_unlock(&g_door);
+  } else { // somebody in the door may wait for what this thread holds
+    pthread_mutex_lock(m_mutex);
+  }
   ++t_holds.guards;
 }
 

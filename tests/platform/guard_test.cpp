@@ -1,7 +1,13 @@
 #include "platform/guard.h"
 
+#include <atomic>
 #include <cerrno>
+#include <fstream>
+#include <memory>
+#include <string>
 #include <thread>
+
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -22,6 +28,16 @@ bool isFree() {
   }).join();
   EXPECT_TRUE(result == 0 || result == EBUSY);
   return result == 0;
+}
+
+// Does a thread of this process wait in the kernel?
+bool isAsleep(pid_t thread) {
+  std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+  std::string name; // without a blank
+  std::string number;
+  char state = 0;
+  file >> number >> name >> state;
+  return state == 'S';
 }
 
 int g_releases = 0;
@@ -47,6 +63,28 @@ TEST(Guard, NestsOnARecursiveMutexAndFreesItWithTheOutermost) {
     EXPECT_FALSE(isFree());
   }
   EXPECT_TRUE(isFree());
+}
+
+TEST(Guard, IsHadByAThreadThatWaitsBeforeByOneThatWantsItAgain) {
+  for (int round = 0; round < 20; round++) {
+    std::atomic<pid_t> waiting{0};
+    bool had = false; // under the mutex
+    auto first = std::make_unique<Guard>(&g_mutex);
+    std::thread waiter([&] {
+      waiting = gettid();
+      const Guard guard(&g_mutex);
+      had = true;
+    });
+    while (waiting == 0 || !isAsleep(waiting)) {
+      std::this_thread::yield();
+    }
+    first.reset();
+    {
+      const Guard again(&g_mutex);
+      EXPECT_TRUE(had) << "round " << round;
+    }
+    waiter.join();
+  }
 }
 
 TEST(Guard, FreesTheMutexWhenAnExceptionLeavesItsScope) {
