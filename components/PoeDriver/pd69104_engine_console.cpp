@@ -66,6 +66,26 @@ void copyReply(const std::string& reply, char* out, std::uint32_t outLen) {
   std::fill_n(out + length, outLen - length, '\0');
 }
 
+void writeNumber(std::ostringstream& report, const char* label, std::uint32_t number) {
+  report << label << std::dec << number << "\n";
+}
+
+void writeSigned(std::ostringstream& report, const char* label, std::int32_t number) {
+  report << label << std::dec << number << "\n";
+}
+
+void writeFlag(std::ostringstream& report, const char* label, bool flag) {
+  report << label << (flag ? "TRUE" : "FALSE") << "\n";
+}
+
+void writeWord(std::ostringstream& report, const char* label, const char* word) {
+  report << label << word;
+}
+
+void writeVolts(std::ostringstream& report, const char* label, std::uint32_t deciVolts) {
+  report << label << std::dec << deciVolts / 10 << "." << deciVolts % 10 << "\n";
+}
+
 std::uint32_t CPD69104Engine::dbgCommand(std::uint32_t argc, const char* const* argv, char* out,
                                          std::uint32_t outLen) {
   if (argc > 0) {

@@ -32,24 +32,8 @@ const char* decode(const char* const (&words)[size], std::uint32_t code) {
 }
 
 // One line of a report: the label and the value.
-inline void writeNumber(std::ostringstream& report, const char* label, std::uint32_t number) {
-  report << label << std::dec << number << "\n";
-}
-
-inline void writeSigned(std::ostringstream& report, const char* label, std::int32_t number) {
-  report << label << std::dec << number << "\n";
-}
-
-inline void writeFlag(std::ostringstream& report, const char* label, bool flag) {
-  report << label << (flag ? "TRUE" : "FALSE") << "\n";
-}
-
-// `word` brings its own line end.
-inline void writeWord(std::ostringstream& report, const char* label, const char* word) {
-  report << label << word;
-}
-
-// Tenths of a volt, as volts with one decimal.
-inline void writeVolts(std::ostringstream& report, const char* label, std::uint32_t deciVolts) {
-  report << label << std::dec << deciVolts / 10 << "." << deciVolts % 10 << "\n";
-}
+void writeNumber(std::ostringstream& report, const char* label, std::uint32_t number);
+void writeSigned(std::ostringstream& report, const char* label, std::int32_t number);
+void writeFlag(std::ostringstream& report, const char* label, bool flag);
+void writeWord(std::ostringstream& report, const char* label, const char* word); // it brings its own line end
+void writeVolts(std::ostringstream& report, const char* label, std::uint32_t deciVolts); // with one decimal
