@@ -33,8 +33,19 @@ allocations() {
 
 # same_message: the loop is worth a comparison only while it reports the same of the same chip.
 same_message() {
-  diff <(CYCLES=3 "$bin/bare_cycles") <(CYCLES=3 "$bin/service_cycles" once | grep -v '^\.\.\.') >&2 ||
-    fail "the bare loop and the service do not send the same message"
+  local bare service
+  bare=$(CYCLES=3 "$bin/bare_cycles")
+  service=$(CYCLES=3 "$bin/service_cycles" once | grep -v '^\.\.\.')
+  [ -n "$bare" ] && [ "$bare" = "$service" ] ||
+    fail "the bare loop and the service do not send the same message:"$'\n'"$bare"$'\nand\n'"$service"
+}
+
+# count_row SUBJECT COMMAND...
+count_row() {
+  local subject=$1 counted allocated
+  shift
+  counted=$(per_cycle instructions "$@") && allocated=$(per_cycle allocations "$@") || exit 1
+  echo "$subject,$counted,$allocated"
 }
 
 measure_instructions() {
@@ -43,9 +54,9 @@ measure_instructions() {
   same_message
   {
     echo subject,instructions,allocations
-    echo "bare loop,$(per_cycle instructions "$bin/bare_cycles"),$(per_cycle allocations "$bin/bare_cycles")"
+    count_row "bare loop" "$bin/bare_cycles"
     for arrival in once again anew; do
-      echo "configured $arrival,$(per_cycle instructions "$bin/service_cycles" $arrival),$(per_cycle allocations "$bin/service_cycles" $arrival)"
+      count_row "configured $arrival" "$bin/service_cycles" "$arrival"
     done
   } >"$results/instructions.csv"
 }

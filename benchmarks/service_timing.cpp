@@ -39,7 +39,6 @@ using namespace std::chrono_literals;
 constexpr Duration TRANSFER_AT_100_KHZ{390};
 constexpr Duration TRANSFER_AT_400_KHZ{97.5};
 constexpr Duration FULL_SECOND{0};
-constexpr std::uint16_t CONSOLE_PORT = 10001;
 const std::string COMMAND = "PD69104Engine poeport 1"; // ten transfers
 constexpr unsigned CYCLE_TRANSFERS = 64;
 constexpr unsigned CONFIGURATION_WRITES = 48; // of four ports that change
@@ -68,7 +67,10 @@ public:
     m_thread = std::thread([this] {
       char message[sizeof(PoeStatusMessage)];
       while (!m_ending) {
-        mq_receive(m_queue, message, sizeof message, nullptr);
+        timespec deadline{};
+        clock_gettime(CLOCK_REALTIME, &deadline);
+        deadline.tv_sec++;
+        mq_timedreceive(m_queue, message, sizeof message, nullptr, &deadline);
       }
     });
   }
@@ -76,7 +78,7 @@ public:
   StatusSink& operator=(const StatusSink&) = delete;
   ~StatusSink() {
     m_ending = true;
-    m_thread.detach(); // the process ends
+    m_thread.join();
     mq_unlink("/queueToMain");
   }
 
@@ -217,7 +219,7 @@ Sample configure(Configurator& configurator) {
   return sampleOf(sent, before, after.lastWrite, after.busyAtLastWrite, after);
 }
 
-Sample askConsole(const ConsoleConnection& console) {
+Sample command(const ConsoleConnection& console) {
   const TimedBus::Record before = TimedBus::record();
   const Clock::time_point sent = Clock::now();
   console.ask(COMMAND);
@@ -244,6 +246,26 @@ void printPercentiles(const std::string& row, const std::vector<Sample>& samples
               percentile(excesses, 0.5), percentile(excesses, 0.99), percentile(excesses, 1));
 }
 
+enum class Phase { IDLE, IN_A_CYCLE };
+
+std::vector<Sample> takeSamples(const std::string& row, const std::function<Sample()>& request, Phase phase,
+                                unsigned samples) {
+  static std::mt19937 random(1);
+  std::uniform_int_distribution<unsigned> anyTransfer(0, CYCLE_TRANSFERS - 4);
+  std::vector<Sample> taken;
+  while (taken.size() < samples) {
+    if (phase == Phase::IDLE) {
+      Service::awaitEndOfCycle();
+      std::this_thread::sleep_for(5ms);
+    } else {
+      Service::awaitTransfers(anyTransfer(random));
+    }
+    taken.push_back(request());
+    progress(row + ": " + std::to_string(taken.size()));
+  }
+  return taken;
+}
+
 // The pause between two cycles is shorter than a second here, or a thousand cycles would take a thousand
 // seconds; what is measured does not contain it.
 void measureLatencies(unsigned samples) {
@@ -254,27 +276,16 @@ void measureLatencies(unsigned samples) {
   Configurator configurator;
   const ConsoleConnection console(CONSOLE_PORT);
   console.receiveReply();
-  std::mt19937 random(1);
-  std::uniform_int_distribution<unsigned> anyTransfer(0, CYCLE_TRANSFERS - 4);
   const std::vector<std::pair<std::string, std::function<Sample()>>> requests = {
       {"configuration", [&] { return configure(configurator); }},
-      {"console", [&] { return askConsole(console); }}};
+      {"console", [&] { return command(console); }}};
   for (const bool fast : {false, true}) {
     TimedBus::setTimes(fast ? TRANSFER_AT_400_KHZ : TRANSFER_AT_100_KHZ, 100ms);
     for (const auto& [name, request] : requests) {
-      for (const std::string phase : {"idle", "in a cycle"}) {
-        std::vector<Sample> taken;
-        while (taken.size() < samples) {
-          if (phase == "idle") {
-            Service::awaitEndOfCycle();
-            std::this_thread::sleep_for(5ms);
-          } else {
-            Service::awaitTransfers(anyTransfer(random));
-          }
-          taken.push_back(request());
-          progress(name + ", " + phase + ": " + std::to_string(taken.size()));
-        }
-        printPercentiles((fast ? "400," : "100,") + name + "," + phase, taken);
+      for (const Phase phase : {Phase::IDLE, Phase::IN_A_CYCLE}) {
+        const std::string row =
+            (fast ? "400," : "100,") + name + (phase == Phase::IDLE ? ",idle" : ",in a cycle");
+        printPercentiles(row, takeSamples(row, request, phase, samples));
       }
     }
   }

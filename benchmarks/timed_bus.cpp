@@ -55,7 +55,8 @@ Duration busyUntil(Clock::time_point now) {
   return state.busy + (isBusy ? Duration(now - busySince) : Duration(0));
 }
 
-void beginTransfer(const i2c_smbus_ioctl_data& request) {
+// Returns how long the transfer takes.
+Duration beginTransfer(const i2c_smbus_ioctl_data& request) {
   const std::lock_guard<std::mutex> lock(mutex);
   isBusy = true;
   busySince = Clock::now();
@@ -64,6 +65,7 @@ void beginTransfer(const i2c_smbus_ioctl_data& request) {
     state.cyclesBegun++;
     current = {busySince, {}, state.busy, processorTime()};
   }
+  return transferTime;
 }
 
 void endTransfer(const i2c_smbus_ioctl_data& request) {
@@ -91,17 +93,18 @@ void sleepUntil(Clock::time_point end) {
 
 // Like an adapter's driver, which sleeps until the bus interrupts.
 void transfer(const i2c_smbus_ioctl_data& request) {
-  beginTransfer(request);
-  if (transferTime > Duration(0)) {
-    sleepUntil(Clock::now() + std::chrono::duration_cast<Clock::duration>(transferTime));
+  const Duration time = beginTransfer(request);
+  if (time > Duration(0)) {
+    sleepUntil(Clock::now() + std::chrono::duration_cast<Clock::duration>(time));
   }
   endTransfer(request);
 }
 
-void endCycle() {
+// Returns how long the pause behind it is; 0 is the service's own second.
+Duration endCycle() {
   const std::lock_guard<std::mutex> lock(mutex);
   if (!inCycle) {
-    return;
+    return pauseTime;
   }
   inCycle = false;
   current.length = Clock::now() - current.begin;
@@ -109,6 +112,7 @@ void endCycle() {
   current.processor = processorTime() - current.processor;
   ended.push_back(current);
   state.cyclesEnded++;
+  return pauseTime;
 }
 
 } // namespace
@@ -164,11 +168,11 @@ int __wrap_ioctl(int file, unsigned long request, ...) {
 
 // Of all that is linked here only the sleep between two cycles calls it.
 int __wrap_clock_nanosleep(clockid_t clock, int flags, const timespec* request, timespec* remaining) {
-  endCycle();
-  if (pauseTime == Duration(0)) {
+  const Duration pause = endCycle();
+  if (pause == Duration(0)) {
     return __real_clock_nanosleep(clock, flags, request, remaining);
   }
-  sleepUntil(Clock::now() + std::chrono::duration_cast<Clock::duration>(pauseTime));
+  sleepUntil(Clock::now() + std::chrono::duration_cast<Clock::duration>(pause));
   return 0;
 }
 }

@@ -1,4 +1,4 @@
-# Sourced by run, test, .ci/run and benchmarks/run: installs the Debian packages that are missing.
+# Sourced by the scripts that need Debian packages: installs those that are missing.
 #
 # Each list has a line for each package: its name, and what it is needed for.
 
@@ -74,7 +74,9 @@ lld            its linker, three times as quick as the usual one
 
 packages_to_measure='
 valgrind       counts instructions and allocations
+libbenchmark-dev measures what the operations of the engine take
 gnuplot-nox    draws the plots
+bsdextrautils  shows the tables
 '
 
 fail() {
@@ -82,10 +84,18 @@ fail() {
   exit 1
 }
 
+# need_root WHAT: sets as_root to what a command of root's begins with, or says what somebody else has to do.
+need_root() {
+  as_root=()
+  [ "$(id -u)" -eq 0 ] && return
+  command -v sudo >/dev/null || fail "not root and no sudo; $1"
+  as_root=(sudo)
+}
+
 # update_package_lists: apt-get update, as root or through sudo.
 update_package_lists() {
-  local as_root=()
-  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+  local as_root
+  need_root "apt-get update is needed first"
   "${as_root[@]}" apt-get update >/dev/null 2>&1 </dev/null || fail "apt-get update fails (is there a network?)"
 }
 
@@ -102,11 +112,8 @@ install_packages() {
   [ ${#missing[@]} -eq 0 ] && return
 
   command -v apt-get >/dev/null || fail "these Debian packages are missing and there is no apt-get to install them: ${missing[*]}"
-  local as_root=()
-  if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || fail "not root and no sudo; install these packages first: apt-get install ${missing[*]}"
-    as_root=(sudo)
-  fi
+  local as_root
+  need_root "install these packages first: apt-get install ${missing[*]}"
   printf '%s: installing packages that are missing:\n%s' "${0##*/}" "$line" >&2
   local log
   log=$(mktemp)
