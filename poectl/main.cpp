@@ -16,7 +16,10 @@
 #include "poectl/watch.h"
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -181,7 +184,19 @@ int execute(const CLI::App& command, const Options& options) {
   if (name == "preflight") {
     return preflight();
   }
-  return clean();
+  if (name == "clean") {
+    return clean();
+  }
+  throw std::logic_error("the command " + name + " is not carried out");
+}
+
+// What a command has written must have arrived: a full disk is not to look like success.
+bool deliverOutput() {
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
+    return true;
+  }
+  std::fprintf(stderr, "poectl: cannot write to standard output: %s\n", std::strerror(errno));
+  return false;
 }
 
 // Understands the command line and carries it out. Returns the exit status.
@@ -211,7 +226,10 @@ int commandLine(int argc, char** argv) {
     std::fprintf(stderr, "poectl: %s; 'poectl --help' lists what is accepted\n", error.what());
     return BAD_INPUT;
   }
-  return execute(*application.get_subcommands().front(), options);
+  const CLI::App& command = *application.get_subcommands().front();
+  const int status = execute(command, options);
+  const bool tellsItself = command.get_name() == "watch"; // as it goes on
+  return status == 0 && !tellsItself && !deliverOutput() ? FAILED : status;
 }
 
 int fail(const std::exception& error, int status) {

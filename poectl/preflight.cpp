@@ -41,7 +41,7 @@ int preflight() {
   for (const char* name : {QUEUE_TO_POE, QUEUE_TO_MAIN}) {
     if (queueExists(name)) {
       std::fprintf(stderr,
-                   "queue %s exists: another service is running or was killed; when none is, './run --clean' "
+                   "queue %s exists: another service is running or was killed; when none is, 'poectl clean' "
                    "removes it\n",
                    name);
       return 1;

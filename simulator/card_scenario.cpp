@@ -6,7 +6,8 @@
 
 namespace {
 
-constexpr double LONGEST_WAIT = 1e6; // s
+constexpr double LONGEST_WAIT = 1e6;                // s
+constexpr std::chrono::seconds LONGEST{1000000000}; // a scenario
 
 std::chrono::nanoseconds parseWait(const std::string& line) {
   CommandArguments arguments(line, "wait SECONDS with SECONDS 0 to 1000000");
@@ -43,6 +44,9 @@ std::vector<ScenarioStep> parseScenario(const std::string& text, const std::stri
     try {
       if (word == "wait") {
         now += parseWait(line);
+        if (now > LONGEST) {
+          throw CardCommandError("the waits add up to more than 1000000000 s");
+        }
       } else if (!word.empty() && word.front() != '#') {
         steps.push_back({now, parseChange(line)});
       }

@@ -67,13 +67,16 @@ void enterMockEnvironment(char** argv) {
 // The library beside us that takes the command's syslog lines, and where to.
 ChildProcess::Environment syslogCapture(const std::string& file) {
   const std::filesystem::path bin = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-  const std::string library =
-      (bin.parent_path() / "libexec" / "poe-tools" / "libpoe_card_syslog.so").string();
+  const std::string name = "libpoe_card_syslog.so";
+  const std::string folder = (bin.parent_path() / "libexec" / "poe-tools").string();
+  const std::string library = folder + "/" + name;
   if (access(library.c_str(), R_OK) != 0) {
     throw std::system_error(errno, std::generic_category(), library);
   }
-  if (library.find_first_of(": ") != std::string::npos) {
-    throw std::runtime_error("--log: a library path with a blank or colon cannot be preloaded: " + library);
+  // Its folder may have a blank in its name, which LD_PRELOAD would take for the end of a path.
+  if (folder.find_first_of(":;") != std::string::npos) {
+    throw std::runtime_error(
+        "--log: a library cannot be preloaded from a folder with a colon or semicolon: " + folder);
   }
   const int fd = open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
   const int error = errno;
@@ -81,7 +84,8 @@ ChildProcess::Environment syslogCapture(const std::string& file) {
     throw UsageError("--log: cannot write " + file + ": " + std::generic_category().message(error));
   }
   close(fd);
-  return {{"LD_PRELOAD", joined(variable("LD_PRELOAD"), library)},
+  return {{"LD_PRELOAD", joined(variable("LD_PRELOAD"), name)},
+          {"LD_LIBRARY_PATH", joined(folder, variable("LD_LIBRARY_PATH"))},
           {"POE_CARD_SYSLOG", std::filesystem::absolute(file).string()}};
 }
 

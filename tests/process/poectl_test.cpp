@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -179,7 +180,7 @@ TEST_F(Poectl, SaysWhatIsWrongWithACommandLineAndWhatIsAccepted) {
 }
 
 TEST_F(Poectl, WatchRefusesAQueueThatExistsAndLeavesItAlone) {
-  const StatusReceiver other;
+  const MainProcessQueue other;
   const CommandResult result = poectl("watch --seconds 1");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output,
@@ -197,7 +198,7 @@ TEST_F(Poectl, WatchWithoutAServiceSaysThatNothingCame) {
 
 TEST_F(Poectl, WatchConfiguresAndShowsTheService) {
   service = std::make_unique<ServiceProcess>(ServiceOptions{{"--plug", "0 class=2 watts=6"}, {}});
-  const CommandResult result = poectl("watch --example --seconds 5");
+  const CommandResult result = poectl("watch --example --count 6");
   EXPECT_EQ(result.status, 0);
   EXPECT_NE(result.output.find(
                 "   0  on     DELIVERINGPOWER      2     6       15        0       0         0          0 "
@@ -230,7 +231,8 @@ TEST_F(Poectl, ApplyConfiguresTheService) {
 
 TEST_F(Poectl, ApplyTakesTheExampleFromAFile) {
   startService({{"--plug", "0 class=2 watts=6"}, {}});
-  const std::string file = ::testing::TempDir() + "poectl_example.toml";
+  std::string file = ::testing::TempDir() + "poectl_example_XXXXXX";
+  close(mkstemp(file.data()));
   const std::string program = POECTL;
   const CommandResult result = run(program + " example >" + file + " && " + program + " apply " + file);
   EXPECT_EQ(result.status, 0);
@@ -346,9 +348,24 @@ TEST_F(Poectl, StatusLetsAServiceOfAnotherUserWriteWhateverTheUmaskSays) {
   pclose(reader);
 }
 
-TEST_F(Poectl, StatusEndsWithASignalAndLeavesNoQueue) {
-  const CommandResult result = run(std::string("timeout --preserve-status -s INT 0.3 ") + POECTL + " status");
+TEST_F(Poectl, SaysThatItsOutputCannotBeWritten) {
+  const CommandResult result = poectl("example >/dev/full");
   EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: cannot write to standard output: No space left on device\n");
+}
+
+TEST_F(Poectl, StatusEndsWithASignalAndLeavesNoQueue) {
+  FILE* reader = popen(("echo $$; exec " + std::string(POECTL) + " status 2>&1").c_str(), "r");
+  ASSERT_NE(reader, nullptr);
+  char line[16];
+  ASSERT_NE(std::fgets(line, sizeof line, reader), nullptr);
+  EXPECT_TRUE(waitUntil([] { return queueExists("/queueToMain"); }));
+  kill(static_cast<pid_t>(std::strtol(line, nullptr, 10)), SIGINT);
+  while (std::fgetc(reader) != EOF) { // till its end
+  }
+  const int ending = pclose(reader);
+  EXPECT_TRUE(WIFEXITED(ending));
+  EXPECT_EQ(WEXITSTATUS(ending), 1);
   EXPECT_FALSE(queueExists("/queueToMain"));
 }
 
@@ -362,8 +379,8 @@ TEST_F(Poectl, PreflightNamesWhatIsInTheWay) {
   const CommandResult left = poectl("preflight");
   EXPECT_EQ(left.status, 1);
   EXPECT_EQ(left.output,
-            "queue /queueToMain exists: another service is running or was killed; when none is, './run "
-            "--clean' removes it\n");
+            "queue /queueToMain exists: another service is running or was killed; when none is, 'poectl "
+            "clean' removes it\n");
 }
 
 TEST_F(Poectl, CleanRemovesTheQueuesAndNamesThem) {

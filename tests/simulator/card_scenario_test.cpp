@@ -71,6 +71,20 @@ const WrongScenario WRONG_SCENARIOS[] = {
      "day.txt:1: '#' is one word too many; accepted is power-cycle"},
 };
 
+TEST(CardScenario, MayLastAThousandMillionSeconds) {
+  std::string text;
+  for (int line = 0; line < 1000; line++) {
+    text += "wait 1000000\n";
+  }
+  EXPECT_TRUE(parseScenario(text, "ages.txt").empty());
+  try {
+    parseScenario(text + "wait 1\n", "ages.txt");
+    ADD_FAILURE() << "accepted";
+  } catch (const CardCommandError& error) {
+    EXPECT_STREQ(error.what(), "ages.txt:1001: the waits add up to more than 1000000000 s");
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Rows, CardScenarioThatIsWrong, testing::ValuesIn(WRONG_SCENARIOS),
                          [](const auto& row) { return row.param.name; });
 

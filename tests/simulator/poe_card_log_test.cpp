@@ -1,5 +1,6 @@
 // --log: the command's syslog lines in a file, for commands of every make.
 #include "card_process.h"
+#include "tests/support/command.h"
 
 #include <algorithm>
 #include <fstream>
@@ -100,6 +101,20 @@ TEST_P(PoeCardLog, KeepsTheLinesOfManyThreadsWhole) {
 
 INSTANTIATE_TEST_SUITE_P(Makes, PoeCardLog, testing::Values(CARD_PROBE_MAKES),
                          [](const auto& make) { return std::string(make.param); });
+
+TEST(PoeCardInAFolderWithABlank, CapturesTheLogAllTheSame) {
+  const TemporaryDirectory directory;
+  const std::filesystem::path built = std::filesystem::path(POE_CARD).parent_path().parent_path();
+  const std::filesystem::path moved = directory.path() / "line card";
+  create_directories(moved / "bin");
+  copy(POE_CARD, moved / "bin");
+  copy(built / "libexec", moved / "libexec", std::filesystem::copy_options::recursive);
+  const std::string file = (directory.path() / "log").string();
+  const CommandResult result = run("'" + (moved / "bin" / "poe_card").string() + "' --log " + file +
+                                   " -- " CARD_PROBE " log:3:here && cat " + file);
+  EXPECT_EQ(result.output, "<3> here\n");
+  EXPECT_EQ(result.status, 0);
+}
 
 TEST(PoeCardWithoutLog, PreloadsNothingMoreThanTheDevice) {
   const CardResult result = runCard({"--", "sh", "-c", "echo $LD_PRELOAD"});
