@@ -1,4 +1,4 @@
-# Sourced by run, test and .ci/run: configures and builds a preset.
+# Sourced by the scripts that build, behind packages.sh: configures and builds a preset.
 
 # use_compiler_cache: what has been compiled before is not compiled again, also where presets agree and in another clone.
 use_compiler_cache() {
