@@ -13,7 +13,7 @@ import sys
 from collections import Counter
 from pathlib import Path
 
-# What the service is made of; the rest of platform/host writes no log.
+# What the service is made of.
 FOLDERS = ("components/PoeDriver", "platform/host")
 DOCUMENT = "docs/troubleshooting.md"
 

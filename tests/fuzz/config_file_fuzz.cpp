@@ -34,7 +34,7 @@ void expectRanges(const PoeConfig& config) {
   }
 }
 
-// Restarts exactly the powered ports that are on, detected good and beyond the limit.
+// What fits is no more than the bank has, and all of it can be told in words.
 void expectExplanation(const PoeConfig& config, std::uint32_t bankLimit) {
   PortStates states;
   states.fill({4, true});

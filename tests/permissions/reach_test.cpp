@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr std::uint16_t CONSOLE_PORT = 10001;
 constexpr std::uint16_t OPEN_PORT = 10002;
 
 // Somebody who listens on all addresses, to show that the neighbour reaches this machine.

@@ -15,7 +15,6 @@
 namespace {
 
 constexpr uid_t ORDINARY = 54321; // nobody's, without groups
-constexpr std::uint16_t CONSOLE_PORT = 10001;
 
 // The test and all that it starts are the ordinary user.
 class OrdinaryUser : public ServiceTest {
@@ -57,17 +56,10 @@ protected:
     ASSERT_NE(queue, -1) << std::strerror(errno);
     mq_close(queue);
   }
-
-  static std::string askConsole(const std::string& line) {
-    const ConsoleConnection console(CONSOLE_PORT);
-    EXPECT_TRUE(console.isConnected());
-    EXPECT_EQ(console.receiveReply(), ""); // the prompt
-    return console.ask(line);
-  }
 };
 
 TEST_F(OrdinaryUser, WithoutAnyCapabilityPowersADeviceAndServesTheConsole) {
-  status = std::make_unique<StatusReceiver>();
+  status = std::make_unique<MainProcessQueue>();
   startOnPluggedCard();
   status->next();
   EXPECT_EQ(property("CapEff"), "0000000000000000");
@@ -81,7 +73,7 @@ TEST_F(OrdinaryUser, WithoutAnyCapabilityPowersADeviceAndServesTheConsole) {
 }
 
 TEST_F(OrdinaryUser, WithoutRightsToTheAdapterReportsAChipThatIsUnreachable) {
-  status = std::make_unique<StatusReceiver>();
+  status = std::make_unique<MainProcessQueue>();
   startOnPluggedCard("chmod 0 \"$UMOCKDEV_DIR/dev/i2c-0\"\n");
   EXPECT_EQ(status->next().status.mainOperStatus, 3U);
   EXPECT_NE(service->output().find("<3> SWERR ERROR DETECTED: components/PoeDriver/pd69104 294 \n"

@@ -190,6 +190,13 @@ void ConsoleConnection::close(bool reset) {
   const FileDescriptor closed(std::move(m_socket));
 }
 
+std::string askConsole(const std::string& line) {
+  const ConsoleConnection console(CONSOLE_PORT);
+  EXPECT_TRUE(console.isConnected());
+  EXPECT_EQ(console.receiveReply(), ""); // the prompt
+  return console.ask(line);
+}
+
 std::size_t openDescriptors() {
   const std::filesystem::directory_iterator entries("/proc/self/fd");
   // The iterator itself has one open.

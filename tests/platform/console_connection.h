@@ -30,6 +30,9 @@ private:
   std::uint16_t m_number = 0;
 };
 
+// The port of the service.
+constexpr std::uint16_t CONSOLE_PORT = 10001;
+
 class ConsoleConnection {
 public:
   // Connects to the loopback address of the family (AF_INET or AF_INET6). A receive buffer of `receiveBuffer`
@@ -70,6 +73,9 @@ private:
   FileDescriptor m_socket;
   bool m_connected = false;
 };
+
+// What the service's console answers to a line, by a connection of its own.
+std::string askConsole(const std::string& line);
 
 // Number of file descriptors that this process has open.
 std::size_t openDescriptors();

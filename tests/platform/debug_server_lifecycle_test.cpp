@@ -164,8 +164,10 @@ TEST_F(DebugServerLifecycle, StopTakesNoFurtherCommand) {
   third.send("Talker\n");
   leave[0].open();
   ASSERT_TRUE(entered[1].wait());
+  Gate woken;
+  const WatchedEventfd watched(woken);
   auto stop = std::async(std::launch::async, [&] { m_server.stop(); });
-  EXPECT_EQ(stop.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+  ASSERT_TRUE(woken.wait());
   leave[2].open();
   leave[1].open();
   stop.get();

@@ -10,6 +10,7 @@ namespace {
 std::atomic<int> g_acceptError{0};
 std::atomic<int> g_acceptCalls{0};
 std::atomic<int> g_eventfdError{0};
+std::atomic<Gate*> g_eventfdWritten{nullptr};
 std::atomic<int> g_failingFamily{AF_UNSPEC};
 std::atomic<FailingFamily::Call> g_failingCall{FailingFamily::Call::SOCKET};
 std::atomic<int> g_familyError{0};
@@ -33,6 +34,7 @@ int __real_accept4(int socket, sockaddr* address, socklen_t* size, int flags);
 int __real_socket(int family, int type, int protocol);
 int __real_bind(int socket, const sockaddr* address, socklen_t size);
 int __real_eventfd(unsigned count, int flags);
+int __real_eventfd_write(int fd, eventfd_t value);
 int __real_clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* rest);
 
 int __wrap_accept4(int socket, sockaddr* address, socklen_t* size, int flags) {
@@ -58,6 +60,14 @@ int __wrap_eventfd(unsigned count, int flags) {
   }
   errno = g_eventfdError;
   return -1;
+}
+
+int __wrap_eventfd_write(int fd, eventfd_t value) {
+  const int result = __real_eventfd_write(fd, value);
+  if (Gate* gate = g_eventfdWritten) {
+    gate->open();
+  }
+  return result;
 }
 
 int __wrap_clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* rest) {
@@ -99,6 +109,14 @@ FailingEventfd::FailingEventfd(int error) {
 
 FailingEventfd::~FailingEventfd() {
   g_eventfdError = 0;
+}
+
+WatchedEventfd::WatchedEventfd(Gate& gate) {
+  g_eventfdWritten = &gate;
+}
+
+WatchedEventfd::~WatchedEventfd() {
+  g_eventfdWritten = nullptr;
 }
 
 ScriptedSleep::ScriptedSleep(const std::vector<int>& results) {

@@ -2,6 +2,8 @@
 // are the real ones.
 #pragma once
 
+#include "tests/platform/gate.h"
+
 #include <atomic>
 #include <ctime>
 #include <vector>
@@ -35,6 +37,15 @@ public:
   FailingEventfd(const FailingEventfd&) = delete;
   FailingEventfd& operator=(const FailingEventfd&) = delete;
   ~FailingEventfd();
+};
+
+// While it lives, `gate` opens behind each eventfd_write().
+class WatchedEventfd {
+public:
+  explicit WatchedEventfd(Gate& gate);
+  WatchedEventfd(const WatchedEventfd&) = delete;
+  WatchedEventfd& operator=(const WatchedEventfd&) = delete;
+  ~WatchedEventfd();
 };
 
 // While it lives, clock_nanosleep() does not sleep: it notes what is asked for and returns `results` one by

@@ -90,7 +90,7 @@ protected:
   }
 
   TemporaryDirectory m_folder;
-  StatusReceiver m_status;
+  MainProcessQueue m_status;
   Lives m_lives{m_folder.path()};
 };
 

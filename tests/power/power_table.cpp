@@ -21,9 +21,6 @@ struct Outcome {
   std::string cause; // of the first loss
 
   bool operator==(const Outcome& other) const { return power == other.power && cause == other.cause; }
-  bool operator<(const Outcome& other) const {
-    return power != other.power ? power < other.power : cause < other.cause;
-  }
 };
 
 using Outcomes = std::vector<Outcome>; // by port

@@ -18,7 +18,7 @@ class PoectlLiveView : public ServiceTest {
 protected:
   void startCard() {
     service = std::make_unique<ServiceProcess>(
-        ServiceOptions{{"--control", socket, "--plug", "0 class=2 watts=6"}, {}});
+        ServiceOptions{{"--stepped", "--control", socket, "--plug", "0 class=2 watts=6"}, {}});
   }
 
   // Opens the view and waits until it shows port 0 with power.
@@ -151,7 +151,7 @@ TEST_F(PoectlLiveView, SaysAtTheEndOfItsTimeThatNothingCame) {
 }
 
 TEST_F(PoectlLiveView, IsRefusedBesideAnotherMainProcess) {
-  const StatusReceiver other;
+  const MainProcessQueue other;
   terminal.emplace(std::string(POECTL) + " watch");
   EXPECT_TRUE(terminal->shows("settings kept"));
   EXPECT_TRUE(terminal->shows("poectl: queue /queueToMain exists"));

@@ -22,20 +22,20 @@ timespec deadline() {
 
 } // namespace
 
-StatusReceiver::StatusReceiver(long messages) {
+MainProcessQueue::MainProcessQueue() {
   mq_attr attributes{};
-  attributes.mq_maxmsg = messages;
+  attributes.mq_maxmsg = 10;
   attributes.mq_msgsize = 256; // more than a status message, so that its length is seen
   m_queue = mq_open(QUEUE_TO_MAIN, O_RDWR | O_CREAT | O_EXCL, 0600, &attributes);
   EXPECT_NE(m_queue, NONE) << strerror(errno);
 }
 
-StatusReceiver::~StatusReceiver() {
+MainProcessQueue::~MainProcessQueue() {
   mq_close(m_queue);
   mq_unlink(QUEUE_TO_MAIN);
 }
 
-std::vector<char> StatusReceiver::nextBytes() {
+std::vector<char> MainProcessQueue::nextBytes() {
   std::vector<char> bytes(256);
   const timespec end = deadline();
   const ssize_t length = mq_timedreceive(m_queue, bytes.data(), bytes.size(), nullptr, &end);
@@ -44,7 +44,7 @@ std::vector<char> StatusReceiver::nextBytes() {
   return bytes;
 }
 
-PoeStatusMessage StatusReceiver::next() {
+PoeStatusMessage MainProcessQueue::next() {
   const std::vector<char> bytes = nextBytes();
   PoeStatusMessage message{};
   EXPECT_EQ(bytes.size(), sizeof message);
@@ -53,7 +53,7 @@ PoeStatusMessage StatusReceiver::next() {
   return message;
 }
 
-std::vector<PoeStatus> StatusReceiver::waiting() {
+std::vector<PoeStatus> MainProcessQueue::waiting() {
   const timespec now{};
   std::vector<PoeStatus> statuses;
   char bytes[256];
@@ -66,11 +66,11 @@ std::vector<PoeStatus> StatusReceiver::waiting() {
   return statuses;
 }
 
-void StatusReceiver::openToEverybody() {
+void MainProcessQueue::openToEverybody() {
   EXPECT_EQ(fchmod(m_queue, 0622), 0) << strerror(errno);
 }
 
-void StatusReceiver::fill() {
+void MainProcessQueue::fill() {
   const timespec now{};
   while (mq_timedsend(m_queue, "filler", 6, 0, &now) == 0) {
   }

@@ -9,12 +9,12 @@
 #include <vector>
 
 // "/queueToMain", created with these attributes and removed at the end.
-class StatusReceiver {
+class MainProcessQueue {
 public:
-  explicit StatusReceiver(long messages = 10);
-  StatusReceiver(const StatusReceiver&) = delete;
-  StatusReceiver& operator=(const StatusReceiver&) = delete;
-  ~StatusReceiver();
+  MainProcessQueue();
+  MainProcessQueue(const MainProcessQueue&) = delete;
+  MainProcessQueue& operator=(const MainProcessQueue&) = delete;
+  ~MainProcessQueue();
 
   // The bytes of the next message. Empty, after a test failure, when none comes.
   std::vector<char> nextBytes();

@@ -90,7 +90,7 @@ TEST_F(Status, IsReportedOncePerCycleAsNotSentWhileThereIsNoQueueForIt) {
   const std::string report = "<3> SWERR ERROR DETECTED: components/PoeDriver/pd69104_engine 925 \n"
                              "<3> mq_open /queueToMain: No such file or directory\n";
   ASSERT_TRUE(service->waitForOutput(report + report));
-  status = std::make_unique<StatusReceiver>();
+  status = std::make_unique<MainProcessQueue>();
   EXPECT_EQ(status->next().status.mainOperStatus, 1U);
   std::string expected;
   while (expected.size() < outputBehindStart().size()) {

@@ -18,19 +18,18 @@ protected:
                                           "...in CPD69104Engine::run\n"
                                           "<6> POE now setting default configuration\n";
 
-  // The end of a service whose receive was interrupted. The descriptor is that of the queue.
+  // The only line of a service whose receive was interrupted. The descriptor is that of the queue.
   static bool endsInterrupted(const std::string& output) {
     const std::string head = "<2> [CRITICAL] main:126 (main) - msg receive failed mqd=";
     const std::string tail = " - Interrupted system call\n";
-    const std::size_t start = output.find(head);
-    return start != std::string::npos && output.size() > tail.size() &&
+    return output.rfind(head, 0) == 0 && output.size() > tail.size() &&
            output.compare(output.size() - tail.size(), tail.size(), tail) == 0 &&
-           output.find_first_not_of("0123456789abcdef", start + head.size()) == output.size() - tail.size();
+           output.find_first_not_of("0123456789abcdef", head.size()) == output.size() - tail.size();
   }
 
   // Starts the service and waits until its engine is ACTIVE, which the first status message shows.
   void startService(const ServiceOptions& options = {}) {
-    status = std::make_unique<StatusReceiver>();
+    status = std::make_unique<MainProcessQueue>();
     service = std::make_unique<ServiceProcess>(options);
     status->next();
   }
@@ -65,6 +64,6 @@ protected:
     return false;
   }
 
-  std::unique_ptr<StatusReceiver> status;
+  std::unique_ptr<MainProcessQueue> status;
   std::unique_ptr<ServiceProcess> service;
 };

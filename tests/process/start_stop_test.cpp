@@ -114,7 +114,7 @@ TEST_F(StartUp, RemovesTheQueueThatItCouldNotOpen) {
 }
 
 TEST_F(StartUp, WithoutATraceObjectWritesNoTaggedLine) {
-  status = std::make_unique<StatusReceiver>();
+  status = std::make_unique<MainProcessQueue>();
   service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "1"}}});
   status->next();
   EXPECT_EQ(service->interrupt(), 0);
@@ -141,7 +141,7 @@ TEST_F(StartUp, WithoutAnEngineEndsWithZero) {
 }
 
 TEST_F(StartUp, WithoutADriverObjectReceivesButSendsNoStatus) {
-  status = std::make_unique<StatusReceiver>();
+  status = std::make_unique<MainProcessQueue>();
   service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "6"}}});
   ASSERT_TRUE(service->waitForOutput("...in CPD69104Engine::run\n"));
   ConfigSender().send(onePort());

@@ -85,7 +85,7 @@ TEST_F(InjectedCalls, OpenOfTheInboundQueueEndsTheServiceWithStatus255) {
 
 TEST_F(InjectedCalls, ReceiveEndsTheServiceInOrder) {
   for (const int error : Errors::MQ_RECEIVE) {
-    StatusReceiver status;
+    MainProcessQueue status;
     run(injection("mq_timedreceive", error, "1"), "2"); // the later option counts
     EXPECT_EQ(exitStatus(), 0);
     expectLog(endsWith(error));
@@ -95,7 +95,7 @@ TEST_F(InjectedCalls, ReceiveEndsTheServiceInOrder) {
 
 TEST_F(InjectedCalls, SendCostsOneMessage) {
   for (const int error : Errors::MQ_SEND) {
-    StatusReceiver status;
+    MainProcessQueue status;
     run(injection("mq_timedsend", error, "1"), "3");
     EXPECT_EQ(exitStatus(), 0);
     expectLog(engineError(940, std::string("msgsnd failure: ") + strerror(error)) + endsWith(EINTR));
@@ -106,7 +106,7 @@ TEST_F(InjectedCalls, SendCostsOneMessage) {
 // The inbound queue is opened once by a thread of its own, so the second open is the worker's.
 TEST_F(InjectedCalls, OpenOfTheOutboundQueueCostsOneMessage) {
   for (const int error : Errors::MQ_OPEN) {
-    StatusReceiver status;
+    MainProcessQueue status;
     run(injection("mq_open", error, "2"), "3");
     EXPECT_EQ(exitStatus(), 0);
     expectLog(engineError(925, std::string("mq_open /queueToMain: ") + strerror(error)) + endsWith(EINTR));
@@ -116,13 +116,13 @@ TEST_F(InjectedCalls, OpenOfTheOutboundQueueCostsOneMessage) {
 
 TEST_F(InjectedCalls, AttributesAndUnlinkOfTheInboundQueueCostNothing) {
   for (const int error : Errors::MQ_GETATTR) {
-    StatusReceiver status;
+    MainProcessQueue status;
     run(injection("mq_getsetattr", error, "1+"), "2");
     EXPECT_EQ(exitStatus(), 0);
     expectLog(endsWith(EINTR));
   }
   for (const int error : Errors::MQ_UNLINK) {
-    StatusReceiver status;
+    MainProcessQueue status;
     run(injection("mq_unlink", error, "1"), "1");
     EXPECT_EQ(exitStatus(), 0);
     expectLog(endsWith(EINTR));

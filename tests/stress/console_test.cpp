@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr std::uint16_t CONSOLE_PORT = 10001;
 constexpr char PROMPT[] = "> ";
 
 // How many of the connections are served. The others must have been told that there are too many.

@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr std::uint16_t CONSOLE_PORT = 10001;
-
 // Of the allocator's arenas, which keep what they once had.
 constexpr long MEMORY_ROOM = 1024; // kB
 
@@ -47,13 +45,6 @@ void StressTest::expectPace() {
   measured("cycles in " + std::to_string(seconds) + " s", std::to_string(m_messages));
   m_messages = 0;
   m_since = Clock::now();
-}
-
-std::string StressTest::askConsole(const std::string& line) {
-  const ConsoleConnection console(CONSOLE_PORT);
-  EXPECT_TRUE(console.isConnected());
-  EXPECT_EQ(console.receiveReply(), ""); // the prompt
-  return console.ask(line);
 }
 
 void StressTest::expectConfigured(const PoeConfig& config) {

@@ -44,9 +44,6 @@ protected:
   // Waits until the chip holds what this configuration alone decides.
   void expectConfigured(const PoeConfig& config);
 
-  // What the console answers to a line, by a connection of its own.
-  static std::string askConsole(const std::string& line);
-
   CardClient& card() { return *m_card; }
   PoeStatus latest{}; // of the messages taken
 

@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr std::uint16_t CONSOLE_PORT = 10001;
 constexpr std::chrono::seconds A_FEW_CYCLES{3};
 constexpr std::chrono::seconds TWO_CYCLES{2};
 

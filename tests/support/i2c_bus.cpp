@@ -58,9 +58,6 @@ Transfer W(unsigned reg, unsigned value) {
 Transfer failedR(unsigned reg) {
   return {'R', reg, 0, false};
 }
-Transfer failedW(unsigned reg, unsigned value) {
-  return {'W', reg, value, false};
-}
 
 std::string registersOf(const Transfers& transfers) {
   std::ostringstream out;

@@ -52,7 +52,6 @@ using Transfers = std::vector<Transfer>;
 Transfer R(unsigned reg, unsigned value);
 Transfer W(unsigned reg, unsigned value);
 Transfer failedR(unsigned reg);
-Transfer failedW(unsigned reg, unsigned value);
 
 // The registers of transfers, without their values.
 std::string registersOf(const Transfers& transfers);

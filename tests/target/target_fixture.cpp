@@ -36,7 +36,7 @@ void TargetTest::startTraced(const std::string& program) {
 
 void TargetTest::start(const std::vector<std::string>& commandLine) {
   status.reset(); // with the messages of a service before this one
-  status = std::make_unique<StatusReceiver>();
+  status = std::make_unique<MainProcessQueue>();
   service = std::make_unique<Program>(commandLine);
   status->next();
 }

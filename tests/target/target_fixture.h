@@ -19,7 +19,6 @@ extern const std::string START_LOG;
 class TargetTest : public ::testing::Test {
 protected:
   static constexpr char SERVICE[] = "/bin/poe_service";
-  static constexpr std::chrono::seconds PATIENCE{20};
 
   void SetUp() override;
   void TearDown() override;
@@ -44,7 +43,7 @@ protected:
 
   std::unique_ptr<Chip> chip;
   SystemLog log;
-  std::unique_ptr<StatusReceiver> status;
+  std::unique_ptr<MainProcessQueue> status;
   std::unique_ptr<Program> service;
 
 private:

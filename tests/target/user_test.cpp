@@ -22,7 +22,7 @@ void becomeOrdinaryUser() {
 class OrdinaryUser : public TargetTest {
 protected:
   void startAsOrdinaryUser() {
-    status = std::make_unique<StatusReceiver>();
+    status = std::make_unique<MainProcessQueue>();
     status->openToEverybody();
     service = std::make_unique<Program>(std::vector<std::string>{SERVICE}, becomeOrdinaryUser);
     status->next();

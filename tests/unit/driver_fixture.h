@@ -56,6 +56,11 @@ protected:
     bus.takeTransfers();
   }
 
+  void set16(unsigned reg, unsigned value) {
+    registers[reg] = static_cast<std::uint8_t>(value & 0xFF);
+    registers[reg + 1] = static_cast<std::uint8_t>(value >> 8);
+  }
+
   using Operation = std::function<bool()>;
 
   // Lets each transfer of an operation fail alone, and then all from each one on. Expected of every run: the

@@ -299,14 +299,4 @@ TEST_F(EngineRun, WithoutAnAdapterGoesOnAsActiveAndSendsTheUnchangedValuesWithSt
   EXPECT_EQ(posix.messages.size(), 3U);
 }
 
-TEST_F(EngineRun, SendsOutsideTheEngineMutex) {
-  makeEngine();
-  bool applied = false;
-  // Were the mutex held during the send, the other thread would wait for ever.
-  posix.onSend = [&] { std::thread([&] { applied = engine->applyConfig(fourPorts(), false); }).join(); };
-  runCycles({[] {}});
-  EXPECT_TRUE(applied);
-  takeLog();
-}
-
 } // namespace

@@ -69,6 +69,15 @@ TEST_F(EngineMutex, IsHeldForEveryTransferOfTheConsole) {
   }
 }
 
+TEST_F(EngineMutex, IsNotHeldWhileAStatusIsSent) {
+  makeEngine();
+  std::vector<bool> held;
+  posix.onSend = [&] { held.push_back(threadHoldsGuard()); };
+  runCycles({[] {}});
+  EXPECT_THAT(held, ElementsAre(false));
+  takeLog();
+}
+
 TEST_F(EngineMutex, IsHeldFromApplyingAConfigurationUntilItIsStored) {
   makeEngine();
   std::string seenBehind;

@@ -1,4 +1,4 @@
-// The two messages, byte by byte, in the byte order of the machine.
+// Where each field of the two messages stands, in the byte order of the machine.
 #include "components/PoeDriver/poe_messages.h"
 
 #include <cstring>
@@ -93,11 +93,17 @@ TEST(StatusMessage, HasTenWordsPerPort) {
   }
 }
 
-TEST(StatusMessage, StartsWithTheWordSeventeen) {
+TEST(StatusMessage, StartsWithItsNumberWhichIsSeventeen) {
+  PoeStatusMessage message{};
+  message.msgId = 0x01020304;
+  expectWordAt(bytesOf(message), 0);
   EXPECT_EQ(MSGID_STATUS, 17U);
 }
 
-TEST(ConfigurationMessage, StartsWithTheWordZero) {
+TEST(ConfigurationMessage, StartsWithItsNumberWhichIsZero) {
+  PoeConfigMessage message{};
+  message.msgId = 0x01020304;
+  expectWordAt(bytesOf(message), 0);
   EXPECT_EQ(MSGID_CONFIG, 0U);
 }
 
