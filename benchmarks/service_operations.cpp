@@ -22,7 +22,7 @@ CPD69104Engine* engine = nullptr;
 void bareTransfers(benchmark::State& state) {
   const int bus = open("/dev/i2c-0", O_RDWR);
   i2c_smbus_data data{};
-  for (auto iteration : state) {
+  while (state.KeepRunning()) {
     for (std::uint8_t address = 0; address < 64; address++) {
       i2c_smbus_ioctl_data transfer{I2C_SMBUS_READ, address, I2C_SMBUS_BYTE_DATA, &data};
       benchmark::DoNotOptimize(ioctl(bus, I2C_SMBUS, &transfer));
@@ -33,14 +33,14 @@ void bareTransfers(benchmark::State& state) {
 void unchangedConfiguration(benchmark::State& state) {
   const PoeConfig configuration = fourPorts();
   engine->handleConfig(&configuration, sizeof configuration);
-  for (auto iteration : state) {
+  while (state.KeepRunning()) {
     engine->handleConfig(&configuration, sizeof configuration);
   }
 }
 
 void changedConfiguration(benchmark::State& state) {
   PoeConfig configuration = fourPorts();
-  for (auto iteration : state) {
+  while (state.KeepRunning()) {
     for (PoePortConfig& port : configuration.port) {
       port.powerLimit = port.powerLimit == 15000 ? 14000 : 15000;
     }
@@ -50,7 +50,7 @@ void changedConfiguration(benchmark::State& state) {
 
 void consoleCommand(benchmark::State& state, const std::vector<const char*>& words) {
   std::array<char, 8192> reply;
-  for (auto iteration : state) {
+  while (state.KeepRunning()) {
     engine->dbgCommand(static_cast<std::uint32_t>(words.size()), words.data(), reply.data(), reply.size());
     benchmark::DoNotOptimize(reply);
   }

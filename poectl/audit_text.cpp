@@ -1,12 +1,12 @@
 #include "poectl/audit_text.h"
 
+#include "poectl/status_text.h"
+
 #include <algorithm>
+#include <optional>
 #include <sstream>
 
 namespace {
-
-constexpr const char* DETECTION_WORDS[] = {"unknown", "short",         "cpd_too_high", "rsig_too_low",
-                                           "good",    "rsig_too_high", "open_circuit", "illegal"};
 
 constexpr char STATE_FORM[] =
     "'P detection=WORD powered=yes|no' with P from 0 to 3 is accepted, and for WORD "
@@ -18,9 +18,9 @@ constexpr char STATE_FORM[] =
 }
 
 bool setDetection(const std::string& word, PortState& state) {
-  const auto* const found = std::find(std::begin(DETECTION_WORDS), std::end(DETECTION_WORDS), word);
-  state.detection = static_cast<std::uint32_t>(found - std::begin(DETECTION_WORDS));
-  return found != std::end(DETECTION_WORDS);
+  const std::optional<std::uint32_t> detection = detectionOf(word);
+  state.detection = detection.value_or(0);
+  return detection.has_value();
 }
 
 bool setPowered(const std::string& word, PortState& state) {
@@ -109,10 +109,6 @@ void setPortState(const std::string& words, PortStates& states) {
       refuse(words);
     }
   }
-}
-
-const char* detectionWord(std::uint32_t detection) {
-  return detection < std::size(DETECTION_WORDS) ? DETECTION_WORDS[detection] : "?";
 }
 
 std::string auditText(const PoeConfig& config, std::uint32_t bankLimit, const PortStates& states) {

@@ -16,8 +16,5 @@ public:
 // Throws PortStateError.
 void setPortState(const std::string& words, PortStates& states);
 
-// The word for a PoePortStatus::detectionStatus; "?" for a code that has none.
-const char* detectionWord(std::uint32_t detection);
-
 // Which port takes what share in which order, which does not fit, and which is restarted and why.
 std::string auditText(const PoeConfig& config, std::uint32_t bankLimit, const PortStates& states);

@@ -1,11 +1,11 @@
 #include "poectl/config_commands.h"
 
+#include "poectl/audit_input.h"
 #include "poectl/audit_text.h"
 #include "poectl/config_check.h"
 #include "poectl/config_file.h"
 #include "poectl/example_config.h"
 #include "poectl/queue.h"
-#include "poectl/running_ports.h"
 
 #include <cstdio>
 

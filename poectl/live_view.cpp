@@ -1,7 +1,7 @@
 #include "poectl/live_view.h"
 
 #include "poectl/card_link.h"
-#include "poectl/console_settings.h"
+#include "poectl/running_settings.h"
 #include "poectl/status_feed.h"
 #include "poectl/time_limit.h"
 #include "poectl/timestamp.h"
@@ -101,7 +101,7 @@ private:
   ViewState m_state;
   StatusFeed m_feed; // before the screen: it is refused while another main process runs
   CardLink m_card;
-  ConsoleSettings m_console;
+  RunningSettings m_console;
   ViewKeys m_keys;
   Clock::time_point m_lastEntry; // of the history
   bool m_quit = false;

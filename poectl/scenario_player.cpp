@@ -8,7 +8,7 @@
 
 namespace {
 
-using Clock = StatusHistory::Clock;
+using Clock = ScenarioStatus::Clock;
 
 Clock::time_point inSeconds(double seconds) {
   return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));

@@ -5,7 +5,7 @@
 #include "poectl/log_follower.h"
 #include "poectl/scenario.h"
 #include "poectl/scenario_expect.h"
-#include "poectl/status_history.h"
+#include "poectl/scenario_status.h"
 #include "poectl/tap.h"
 
 #include <functional>
@@ -47,7 +47,7 @@ private:
   Judgement awaitMessages(unsigned messages, const Judge& judge);
   void report(const Step& step, const Judgement& judgement);
 
-  StatusHistory m_history;
+  ScenarioStatus m_history;
   std::optional<CardClient>& m_card;
   std::optional<LogFollower>& m_log;
   Tap& m_tap;

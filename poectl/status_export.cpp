@@ -1,6 +1,5 @@
 #include "poectl/status_export.h"
 
-#include "poectl/audit_text.h"
 #include "poectl/status_text.h"
 
 #include <nlohmann/json.hpp>

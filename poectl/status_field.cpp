@@ -1,6 +1,5 @@
 #include "poectl/status_field.h"
 
-#include "poectl/audit_text.h"
 #include "poectl/status_text.h"
 
 #include <charconv>

@@ -4,8 +4,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 namespace {
+
+constexpr const char* DETECTION_WORDS[] = {"unknown", "short",         "cpd_too_high", "rsig_too_low",
+                                           "good",    "rsig_too_high", "open_circuit", "illegal"};
 
 template <std::size_t size>
 const char* word(const char* const (&words)[size], std::uint32_t code) {
@@ -34,6 +38,18 @@ void appendPort(std::string& text, unsigned number, const PoePortStatus& port, c
 }
 
 } // namespace
+
+const char* detectionWord(std::uint32_t detection) {
+  return word(DETECTION_WORDS, detection);
+}
+
+std::optional<std::uint32_t> detectionOf(const std::string& word) {
+  const auto* const found = std::find(std::begin(DETECTION_WORDS), std::end(DETECTION_WORDS), word);
+  if (found == std::end(DETECTION_WORDS)) {
+    return std::nullopt;
+  }
+  return static_cast<std::uint32_t>(found - std::begin(DETECTION_WORDS));
+}
 
 const char* operStatusWord(std::uint32_t operStatus) {
   constexpr const char* WORDS[] = {"?",     "DISABLED", "SEARCHING", "DELIVERINGPOWER",

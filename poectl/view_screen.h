@@ -1,8 +1,8 @@
 // The terminal of the live view.
 #pragma once
 
+#include "poectl/view_drawing.h"
 #include "poectl/view_keys.h"
-#include "poectl/view_model.h"
 
 #include <optional>
 #include <stdexcept>

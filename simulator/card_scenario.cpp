@@ -16,6 +16,13 @@ std::chrono::nanoseconds parseWait(const std::string& line) {
   return std::chrono::round<std::chrono::nanoseconds>(wait);
 }
 
+std::chrono::nanoseconds later(std::chrono::nanoseconds now, std::chrono::nanoseconds wait) {
+  if (now + wait > LONGEST) {
+    throw CardCommandError("the waits add up to more than 1000000000 s");
+  }
+  return now + wait;
+}
+
 CardCommand parseChange(const std::string& line) {
   CardCommand command = parseCardCommand(line);
   if (command.tells) {
@@ -43,10 +50,7 @@ std::vector<ScenarioStep> parseScenario(const std::string& text, const std::stri
     const std::string word = firstWord(line);
     try {
       if (word == "wait") {
-        now += parseWait(line);
-        if (now > LONGEST) {
-          throw CardCommandError("the waits add up to more than 1000000000 s");
-        }
+        now = later(now, parseWait(line));
       } else if (!word.empty() && word.front() != '#') {
         steps.push_back({now, parseChange(line)});
       }

@@ -3,7 +3,7 @@
 #include "poectl/event_json.h"
 #include "poectl/status_export.h"
 #include "poectl/status_text.h"
-#include "poectl/view_model.h"
+#include "poectl/view_drawing.h"
 #include "tests/fuzz/fuzz_target.h"
 
 #include <algorithm>

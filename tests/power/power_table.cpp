@@ -214,6 +214,17 @@ std::string rowsOf(const Group& group, std::string name, std::string transfers) 
   return rows;
 }
 
+std::string historyText(const PowerHistory& history) {
+  std::ostringstream text;
+  text << (history.hadPower ? ": on" : ": off");
+  for (const PowerChange& change : history.changes) {
+    text << (change.isOn ? ", on" : ", off") << " at transfer " << change.transfers << " ("
+         << (change.cause.empty() ? "chip" : change.cause) << ") after "
+         << secondsText(hundredths(change.time)) << " s";
+  }
+  return text.str();
+}
+
 } // namespace
 
 std::string tableOf(const std::vector<TriedEvent>& events) {
@@ -232,15 +243,8 @@ std::string linesOf(const std::vector<TriedEvent>& events) {
   for (const TriedEvent& event : events) {
     for (const Trial& trial : event.trials) {
       for (unsigned port = 0; port < trial.ports.size(); port++) {
-        const PowerHistory& history = trial.ports.at(port);
         lines << event.name << ", transfer " << trial.transfer << ", port " << port
-              << (history.hadPower ? ": on" : ": off");
-        for (const PowerChange& change : history.changes) {
-          lines << (change.isOn ? ", on" : ", off") << " at transfer " << change.transfers << " ("
-                << (change.cause.empty() ? "chip" : change.cause) << ") after "
-                << secondsText(hundredths(change.time)) << " s";
-        }
-        lines << "\n";
+              << historyText(trial.ports.at(port)) << "\n";
       }
     }
   }

@@ -67,7 +67,10 @@ std::string LifeInvariants::checkRestart(unsigned port) {
 std::string LifeInvariants::checkCounters(const PoeStatus& status) {
   RandomCard::Events counted;
   const bool isRead = m_card.takeCounted(&counted);
-  lostCounts += isRead && counted.isCounterLost ? 1 : 0;
+  if (isRead && counted.isCounterLost) {
+    lostCounts++;
+    return "";
+  }
   for (unsigned port = 0; port < 4; port++) {
     const auto before = countersOf(m_before.port[port]);
     const auto now = countersOf(status.port[port]);
@@ -75,9 +78,6 @@ std::string LifeInvariants::checkCounters(const PoeStatus& status) {
       const std::uint32_t added = now.at(kind) - before.at(kind);
       const unsigned happened = isRead ? counted.counts.at(port).at(kind) : 0;
       const unsigned weight = kind == 1 ? 2 : 1;
-      if (isRead && counted.isCounterLost) {
-        continue;
-      }
       events += happened & 3;
       wrapped += happened > 3 ? 1 : 0;
       if (added != weight * (happened & 3)) {

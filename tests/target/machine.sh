@@ -2,7 +2,7 @@
 
 . scripts/packages.sh
 . scripts/build.sh
-. tests/target/packages.sh
+. tests/target/downloads.sh
 
 # How long a machine may run, in seconds: the tests wait about two minutes for cycles, the rest is emulation.
 machine_patience=360

@@ -1,4 +1,4 @@
-#include "poectl/console_settings.h"
+#include "poectl/running_settings.h"
 
 #include "poectl/console_client.h"
 
@@ -10,14 +10,14 @@ constexpr std::chrono::milliseconds PATIENCE{1000};
 
 } // namespace
 
-ConsoleSettings::ConsoleSettings() : m_worker([this] { ask(); }, PERIOD) {}
+RunningSettings::RunningSettings() : m_worker([this] { ask(); }, PERIOD) {}
 
-AllPortSettings ConsoleSettings::settings() {
+AllPortSettings RunningSettings::settings() {
   const std::lock_guard lock(m_mutex);
   return m_settings;
 }
 
-void ConsoleSettings::ask() {
+void RunningSettings::ask() {
   AllPortSettings settings;
   try {
     for (unsigned port = 0; port < POE_PORTS && !m_worker.isStopping(); port++) {

@@ -10,9 +10,9 @@
 using AllPortSettings = std::array<std::optional<PortSettings>, POE_PORTS>;
 
 // Asks every few seconds. No call waits for the console; the destructor waits at most 1 s.
-class ConsoleSettings {
+class RunningSettings {
 public:
-  ConsoleSettings();
+  RunningSettings();
 
   // What the console said last; nothing for a port while it does not answer.
   AllPortSettings settings();

@@ -1,5 +1,5 @@
 // What the audit of the running service works with, taken from the replies of its console.
-#include "poectl/running_ports.h"
+#include "poectl/audit_input.h"
 
 #include "poectl/console_client.h"
 

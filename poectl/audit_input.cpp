@@ -1,8 +1,8 @@
-#include "poectl/running_ports.h"
+#include "poectl/audit_input.h"
 
-#include "poectl/audit_text.h"
 #include "poectl/console_client.h"
 #include "poectl/console_vocabulary.h"
+#include "poectl/status_text.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,6 +1,5 @@
-#include "poectl/view_model.h"
+#include "poectl/view_drawing.h"
 
-#include "poectl/audit_text.h"
 #include "poectl/status_text.h"
 #include "poectl/text_format.h"
 #include "poectl/view_bars.h"

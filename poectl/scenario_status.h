@@ -14,11 +14,11 @@ public:
 };
 
 // Borrows the receiver. One thread.
-class StatusHistory {
+class ScenarioStatus {
 public:
   using Clock = std::chrono::steady_clock;
 
-  explicit StatusHistory(StatusReceiver& receiver) : m_receiver(receiver) {}
+  explicit ScenarioStatus(StatusReceiver& receiver) : m_receiver(receiver) {}
 
   // Waits for the next message. Throws PlayStopped when none comes for 10 s or a signal to end came.
   void receive();

@@ -1,4 +1,4 @@
-#include "poectl/status_history.h"
+#include "poectl/scenario_status.h"
 
 #include <algorithm>
 
@@ -8,26 +8,26 @@ constexpr std::chrono::milliseconds SILENCE{10000}; // the service reports once 
 
 } // namespace
 
-void StatusHistory::receive() {
+void ScenarioStatus::receive() {
   if (!receiveWithin(SILENCE)) {
     throw PlayStopped(std::string("no status message came on ") + QUEUE_TO_MAIN + " for " +
                       std::to_string(SILENCE.count() / 1000) + " s: is the service running?");
   }
 }
 
-bool StatusHistory::receiveUntil(Clock::time_point end) {
+bool ScenarioStatus::receiveUntil(Clock::time_point end) {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
   return receiveWithin(std::max(left, std::chrono::milliseconds{0}));
 }
 
-void StatusHistory::startStep() {
+void ScenarioStatus::startStep() {
   while (receiveWithin(std::chrono::milliseconds{0})) {
   }
   m_before = m_now;
   m_new = false;
 }
 
-bool StatusHistory::receiveWithin(std::chrono::milliseconds limit) {
+bool ScenarioStatus::receiveWithin(std::chrono::milliseconds limit) {
   const StatusReceiver::Event event = m_receiver.next(limit, m_now);
   if (event == StatusReceiver::Event::INTERRUPTED) {
     throw PlayStopped("interrupted by a signal");
