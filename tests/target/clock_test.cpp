@@ -41,8 +41,16 @@ private:
 
 class TimeOfDayTest : public TargetTest {
 protected:
-  // Takes this number of messages: one a second, whatever the time of day does.
+  // Moves the time of day while the worker sleeps between two cycles. Right behind a message it may not sleep
+  // yet.
+  void moveInTheSleep(seconds by) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    timeOfDay.move(by);
+  }
+
+  // Takes one message and this number more: one a second, whatever the time of day does.
   void expectCycles(int count) {
+    status->next();
     const auto begin = Clock::now();
     for (int message = 0; message < count; message++) {
       status->next();
@@ -59,7 +67,7 @@ protected:
 TEST_F(TimeOfDayTest, SetForwardAndBackLeavesTheCycleAtItsPaceAndConfigurationsComeThrough) {
   startService();
   for (const int hours : {1, -1, 24 * 365, -24 * 365, -1, 1}) {
-    timeOfDay.move(std::chrono::hours(hours));
+    moveInTheSleep(std::chrono::hours(hours));
     expectCycles(2);
   }
   configureScene();
@@ -71,7 +79,7 @@ TEST_F(TimeOfDayTest, SetForwardAndBackLeavesTheCycleAtItsPaceAndConfigurationsC
 TEST_F(TimeOfDayTest, SetBackHoldsTheReceiveLoopUntilTheNextMessage) {
   startService();
   std::string lines = log.take();
-  timeOfDay.move(std::chrono::hours(-1));
+  moveInTheSleep(std::chrono::hours(-1));
   expectCycles(63);
   lines += log.take();
   const std::string late = "<2> watchdog client PoeMain not fed for 6";
