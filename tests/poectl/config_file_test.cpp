@@ -152,27 +152,18 @@ TEST(ConfigFile, TakesOrRefusesAnyDamagedFile) {
   EXPECT_GT(refused, example.size());
 }
 
+std::string readError(const std::string& path) {
+  try {
+    readConfig(path);
+  } catch (const InputError& error) {
+    return error.what();
+  }
+  return "accepted";
+}
+
 TEST(ConfigFile, RefusesAFileThatCannotBeRead) {
-  EXPECT_THROW(
-      {
-        try {
-          readConfig("/nowhere/f.toml");
-        } catch (const InputError& error) {
-          EXPECT_STREQ(error.what(), "/nowhere/f.toml: cannot be read: No such file or directory");
-          throw;
-        }
-      },
-      InputError);
-  EXPECT_THROW(
-      {
-        try {
-          readConfig("/dev/zero");
-        } catch (const InputError& error) {
-          EXPECT_STREQ(error.what(), "/dev/zero: is too large; at most 65536 bytes are accepted");
-          throw;
-        }
-      },
-      InputError);
+  EXPECT_EQ(readError("/nowhere/f.toml"), "/nowhere/f.toml: cannot be read: No such file or directory");
+  EXPECT_EQ(readError("/dev/zero"), "/dev/zero: is too large; at most 65536 bytes are accepted");
 }
 
 } // namespace
