@@ -2,18 +2,18 @@
 //
 // Exit status: 0 when the command did its work, 1 when it could not (one line on standard error says why), 2
 // for a command line or a file that is not understood.
-#include "poectl/audit_text.h"
-#include "poectl/card.h"
-#include "poectl/card_client.h"
-#include "poectl/config_commands.h"
-#include "poectl/console.h"
-#include "poectl/console_client.h"
-#include "poectl/input_file.h"
-#include "poectl/play.h"
-#include "poectl/preflight.h"
-#include "poectl/queue.h"
-#include "poectl/status.h"
-#include "poectl/watch.h"
+#include "poectl/card/card_client.h"
+#include "poectl/commands/card.h"
+#include "poectl/commands/config_commands.h"
+#include "poectl/commands/console.h"
+#include "poectl/commands/play.h"
+#include "poectl/commands/preflight.h"
+#include "poectl/commands/status.h"
+#include "poectl/commands/watch.h"
+#include "poectl/config/audit_text.h"
+#include "poectl/config/input_file.h"
+#include "poectl/service/console_client.h"
+#include "poectl/service/queue.h"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>

@@ -2,8 +2,8 @@
 //
 // Its registers agree with each other and with what is plugged after every step, and a twin for which the
 // same time passes in smaller pieces is never told apart from it.
-#include "simulator/bus_faults.h"
-#include "simulator/chip_model.h"
+#include "simulator/bus/bus_faults.h"
+#include "simulator/chip/chip_model.h"
 #include "tests/fuzz/fuzz_target.h"
 
 #include <array>

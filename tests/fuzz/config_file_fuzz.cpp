@@ -1,8 +1,8 @@
 // Configuration files: any text is refused in one line, or read; what was read is in its ranges, stays the
 // same when it is written and read again, and can be explained.
-#include "poectl/audit_text.h"
-#include "poectl/config_check.h"
-#include "poectl/config_file.h"
+#include "poectl/config/audit_text.h"
+#include "poectl/config/config_check.h"
+#include "poectl/config/config_file.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/refusal.h"
 

@@ -5,7 +5,7 @@
 // A short message is completed by what the one before has left in the buffer. After each cycle without a
 // failed transfer the chip holds the configuration that was sent last, and the status message agrees with
 // both.
-#include "simulator/chip_model.h"
+#include "simulator/chip/chip_model.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/worker_thread.h"
 #include "tests/reliability/configured_registers.h"

@@ -4,7 +4,7 @@
 // Nothing is written behind the buffer, the rest of it is NUL, a reply that does not fit is the start of the
 // whole one, and the register commands reach the register that they name.
 #include "components/PoeDriver/pd69104_engine.h"
-#include "platform/host/debug_registry.h"
+#include "platform/host/console/debug_registry.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/support/allocation.h"
 #include "tests/support/i2c_bus.h"

@@ -1,7 +1,7 @@
 // What a client of the console sends, cut into pieces of any size: the server's side of the connection, over
 // a pair of sockets with little room. The client must get what a simple reading of the same bytes says,
 // however they were cut.
-#include "platform/host/console_client.h"
+#include "platform/host/console/console_client.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/platform/talker.h"
 

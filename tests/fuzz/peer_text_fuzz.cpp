@@ -1,10 +1,10 @@
 // What poectl reads from the service's console and from the simulated card, whatever it is: a number that is
 // in the text, or a refusal; the live view draws whatever came.
-#include "poectl/audit_input.h"
-#include "poectl/card_state.h"
-#include "poectl/console_client.h"
-#include "poectl/port_settings.h"
-#include "poectl/view_drawing.h"
+#include "poectl/card/card_state.h"
+#include "poectl/service/audit_input.h"
+#include "poectl/service/console_client.h"
+#include "poectl/service/port_settings.h"
+#include "poectl/view/view_drawing.h"
 #include "tests/fuzz/fuzz_target.h"
 
 namespace {

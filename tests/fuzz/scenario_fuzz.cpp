@@ -1,6 +1,6 @@
 // Scenario files: any text is refused in one line, or read; the steps of what was read are in their ranges,
 // and their lines, as they are shown, are read as the same steps.
-#include "poectl/scenario.h"
+#include "poectl/scenario/scenario.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/refusal.h"
 

@@ -1,9 +1,9 @@
 // Status messages of any content, as poectl shows them: text, JSON, Prometheus, events, the live view. The
 // JSON is read again and tells the numbers that were sent.
-#include "poectl/event_json.h"
-#include "poectl/status_export.h"
-#include "poectl/status_text.h"
-#include "poectl/view_drawing.h"
+#include "poectl/status/event_json.h"
+#include "poectl/status/status_export.h"
+#include "poectl/status/status_text.h"
+#include "poectl/view/view_drawing.h"
 #include "tests/fuzz/fuzz_target.h"
 
 #include <algorithm>

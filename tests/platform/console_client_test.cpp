@@ -1,5 +1,5 @@
 // One connection, round by round, over a pair of local sockets.
-#include "platform/host/console_client.h"
+#include "platform/host/console/console_client.h"
 
 #include <array>
 #include <string>

@@ -1,4 +1,4 @@
-#include "platform/host/console_command.h"
+#include "platform/host/console/console_command.h"
 
 #include <sstream>
 

@@ -1,4 +1,4 @@
-#include "platform/host/console_session.h"
+#include "platform/host/console/console_session.h"
 
 #include <cstring>
 

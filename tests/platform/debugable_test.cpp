@@ -12,8 +12,8 @@
 
 #include "gate.h"
 #include "platform/guard.h"
-#include "platform/host/console_command.h"
-#include "platform/host/debug_registry.h"
+#include "platform/host/console/console_command.h"
+#include "platform/host/console/debug_registry.h"
 #include "talker.h"
 
 using Zorvan::Cdebugable;

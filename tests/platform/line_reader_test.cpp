@@ -1,4 +1,4 @@
-#include "platform/host/line_reader.h"
+#include "platform/host/console/line_reader.h"
 
 #include <algorithm>
 #include <cstring>

@@ -7,7 +7,7 @@
 #include <syslog.h>
 
 #include "captured_syslog.h"
-#include "platform/host/console_listener.h"
+#include "platform/host/console/console_listener.h"
 #include "platform/host/monotonic_clock.h"
 #include "stepped_clock.h"
 #include "system_calls.h"

@@ -19,7 +19,7 @@
 
 #include "captured_syslog.h"
 #include "platform/host/file_descriptor.h"
-#include "platform/host/service_manager.h"
+#include "platform/host/watchdog/service_manager.h"
 #include "stepped_clock.h"
 
 namespace {

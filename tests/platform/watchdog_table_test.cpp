@@ -1,4 +1,4 @@
-#include "platform/host/watchdog_table.h"
+#include "platform/host/watchdog/watchdog_table.h"
 
 #include <limits>
 #include <ostream>

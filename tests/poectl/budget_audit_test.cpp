@@ -1,5 +1,5 @@
 // The replay of the power-budget audit: the cases of the service's own audit, and the words about them.
-#include "poectl/audit_text.h"
+#include "poectl/config/audit_text.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // The control socket of the simulated card, with a card whose replies are laid down here.
-#include "poectl/card_client.h"
+#include "poectl/card/card_client.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>

@@ -1,6 +1,6 @@
 // What is said about a configuration.
-#include "poectl/config_check.h"
-#include "poectl/example_config.h"
+#include "poectl/config/config_check.h"
+#include "poectl/config/example_config.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Configuration files: what is read from a good one, and the line that refuses a bad one.
-#include "poectl/config_file.h"
-#include "poectl/example_config.h"
+#include "poectl/config/config_file.h"
+#include "poectl/config/example_config.h"
 
 #include <cstring>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // Events and messages as lines of JSON.
-#include "poectl/event_json.h"
+#include "poectl/status/event_json.h"
 
-#include "poectl/status_export.h"
+#include "poectl/status/status_export.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // Scenario and configuration files that are damaged at random: each is read, or refused in one line.
 //
 // The seeds are fixed, so that a failure comes again.
-#include "poectl/config_file.h"
-#include "poectl/scenario.h"
+#include "poectl/config/config_file.h"
+#include "poectl/scenario/scenario.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,6 +1,6 @@
 // A log that grows while it is looked at.
-#include "poectl/input_file.h"
-#include "poectl/log_follower.h"
+#include "poectl/config/input_file.h"
+#include "poectl/scenario/log_follower.h"
 #include "tests/simulator/temporary_directory.h"
 
 #include <fstream>

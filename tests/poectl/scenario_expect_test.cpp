@@ -1,5 +1,5 @@
 // Whether an expectation holds, and the reason that is shown when it does not.
-#include "poectl/scenario_expect.h"
+#include "poectl/scenario/scenario_expect.h"
 
 #include <gtest/gtest.h>
 

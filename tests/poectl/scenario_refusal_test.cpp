@@ -1,5 +1,5 @@
 // Scenario files: the line that refuses a bad one.
-#include "poectl/scenario.h"
+#include "poectl/scenario/scenario.h"
 #include "tests/simulator/temporary_directory.h"
 
 #include <gtest/gtest.h>

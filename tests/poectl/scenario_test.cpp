@@ -1,5 +1,5 @@
 // Scenario files: the steps that are read from a good one.
-#include "poectl/scenario.h"
+#include "poectl/scenario/scenario.h"
 
 #include <gtest/gtest.h>
 

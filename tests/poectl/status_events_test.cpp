@@ -1,5 +1,5 @@
 // What counts as an event between two status messages.
-#include "poectl/status_events.h"
+#include "poectl/status/status_events.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Status messages as JSON and for Prometheus.
-#include "poectl/status_export.h"
+#include "poectl/status/status_export.h"
 
 #include <gtest/gtest.h>
 

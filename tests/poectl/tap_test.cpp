@@ -1,5 +1,5 @@
 // Results in the form of the Test Anything Protocol.
-#include "poectl/tap.h"
+#include "poectl/scenario/tap.h"
 
 #include <gtest/gtest.h>
 #include <sstream>

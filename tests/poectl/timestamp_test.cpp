@@ -1,5 +1,5 @@
 // Times of day as text.
-#include "poectl/timestamp.h"
+#include "poectl/status/timestamp.h"
 
 #include <cstdlib>
 #include <ctime>

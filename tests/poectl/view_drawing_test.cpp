@@ -1,5 +1,5 @@
 // The live view as a person sees it: whole screens, and the styles of what stands out.
-#include "poectl/view_drawing.h"
+#include "poectl/view/view_drawing.h"
 
 #include "tests/poectl/view_sample.h"
 

@@ -1,5 +1,5 @@
 // What each key of the live view does.
-#include "poectl/view_keys.h"
+#include "poectl/view/view_keys.h"
 
 #include "tests/poectl/view_sample.h"
 

@@ -1,7 +1,7 @@
 // A state of the live view in which every part has something to show.
 #pragma once
 
-#include "poectl/view_state.h"
+#include "poectl/view/view_state.h"
 
 inline PoeStatus viewSampleStatus() {
   PoeStatus status{};

@@ -1,6 +1,6 @@
 #include "tests/power/stepped_card.h"
 
-#include "simulator/hexadecimal.h"
+#include "simulator/card/hexadecimal.h"
 
 namespace {
 

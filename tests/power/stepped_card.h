@@ -2,7 +2,7 @@
 // and in pauses, and each change of a port's power is written down with the transfer that has caused it.
 #pragma once
 
-#include "simulator/chip_model.h"
+#include "simulator/chip/chip_model.h"
 #include "tests/support/i2c_bus.h"
 
 #include <array>

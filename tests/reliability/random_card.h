@@ -6,7 +6,7 @@
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"
-#include "simulator/chip_model.h"
+#include "simulator/chip/chip_model.h"
 #include "tests/support/i2c_bus.h"
 
 #include <array>

@@ -1,5 +1,5 @@
 // Which transfers fail.
-#include "simulator/bus_faults.h"
+#include "simulator/bus/bus_faults.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // What each card command does, what it replies, and what is said of a wrong one.
-#include "simulator/card_command.h"
+#include "simulator/card/card_command.h"
 
 #include <gtest/gtest.h>
 #include <ostream>

@@ -1,8 +1,8 @@
 // Text of any kind, taken for commands, scenarios and dumps: it is either obeyed or
 // refused in one line. The seeds are fixed and stand in the tests' names.
-#include "simulator/card_command.h"
-#include "simulator/card_scenario.h"
-#include "simulator/register_dump.h"
+#include "simulator/card/card_command.h"
+#include "simulator/card/card_scenario.h"
+#include "simulator/card/register_dump.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

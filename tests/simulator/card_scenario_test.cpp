@@ -1,5 +1,5 @@
 // Scenario files.
-#include "simulator/card_scenario.h"
+#include "simulator/card/card_scenario.h"
 
 #include <gtest/gtest.h>
 #include <ostream>

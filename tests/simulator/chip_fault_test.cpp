@@ -1,5 +1,5 @@
 // The chip model: what goes wrong at a port or with the supply.
-#include "simulator/chip_model.h"
+#include "simulator/chip/chip_model.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The chip model: taking over an image of the registers.
-#include "simulator/chip_model.h"
+#include "simulator/chip/chip_model.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The chip model: registers, the life of a port, measurements, environment.
-#include "simulator/chip_model.h"
+#include "simulator/chip/chip_model.h"
 
 #include <gtest/gtest.h>
 #include <ostream>

@@ -1,5 +1,5 @@
 // The chip model's power management.
-#include "simulator/chip_model.h"
+#include "simulator/chip/chip_model.h"
 
 #include <gtest/gtest.h>
 #include <ostream>

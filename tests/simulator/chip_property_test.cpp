@@ -1,5 +1,5 @@
 // What holds for the chip model whatever is written and plugged.
-#include "simulator/chip_model.h"
+#include "simulator/chip/chip_model.h"
 
 #include <array>
 #include <cmath>

@@ -1,5 +1,5 @@
 // Register images as text.
-#include "simulator/register_dump.h"
+#include "simulator/card/register_dump.h"
 
 #include <gtest/gtest.h>
 #include <ostream>

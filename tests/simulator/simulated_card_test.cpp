@@ -1,5 +1,5 @@
 // The simulated card: transfers, commands, scenario and record together.
-#include "simulator/simulated_card.h"
+#include "simulator/card/simulated_card.h"
 
 #include "temporary_directory.h"
 

@@ -2,7 +2,7 @@
 // came through unharmed.
 #pragma once
 
-#include "poectl/card_client.h"
+#include "poectl/card/card_client.h"
 #include "tests/process/patience.h"
 #include "tests/process/process_fixture.h"
 #include "tests/simulator/temporary_directory.h"

@@ -1,6 +1,6 @@
 // Whole cycles of the worker: without the heap, with every transfer failing in turn, and with a chip that
 // behaves.
-#include "simulator/chip_model.h"
+#include "simulator/chip/chip_model.h"
 #include "tests/unit/engine_fixture.h"
 
 namespace {

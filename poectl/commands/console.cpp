@@ -1,0 +1,41 @@
+#include "poectl/commands/console.h"
+
+#include "poectl/scenario/words.h"
+#include "poectl/service/console_client.h"
+#ifdef POECTL_HAS_SHELL
+#include "poectl/commands/console_shell.h"
+#endif
+
+#include <cstdio>
+#include <iostream>
+#include <unistd.h>
+
+namespace {
+
+void printReply(const std::string& words) {
+  const std::string reply = askConsole(consoleLine(words));
+  std::fwrite(reply.data(), 1, reply.size(), stdout);
+  std::fflush(stdout);
+}
+
+int answerStandardInput() {
+  for (std::string line; std::getline(std::cin, line) && line != "quit";) {
+    printReply(line);
+  }
+  return 0;
+}
+
+} // namespace
+
+int console(const std::vector<std::string>& words) {
+  if (words.empty()) {
+#ifdef POECTL_HAS_SHELL
+    if (isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0) {
+      return runConsoleShell();
+    }
+#endif
+    return answerStandardInput();
+  }
+  printReply(joinWords(words));
+  return 0;
+}

@@ -1,0 +1,147 @@
+#include "poectl/commands/watch_stream.h"
+
+#include "poectl/service/status_feed.h"
+#include "poectl/service/time_limit.h"
+#include "poectl/status/event_json.h"
+#include "poectl/status/status_export.h"
+#include "poectl/status/status_text.h"
+#include "poectl/status/timestamp.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::chrono::milliseconds REFRESH{500}; // of the age that is shown
+
+// Shows text on standard output: in the place of what it showed before on a terminal, behind it elsewhere.
+class Display {
+public:
+  bool isTerminal() const { return m_terminal; }
+
+  void replace(const std::string& text) {
+    if (m_lines > 0) {
+      std::printf("\033[%uA\033[J", m_lines); // up to the start of the last text, and clear from there
+    }
+    m_lines = static_cast<unsigned>(std::count(text.begin(), text.end(), '\n'));
+    append(text);
+  }
+
+  void append(const std::string& text) {
+    std::fputs(text.c_str(), stdout);
+    m_writeError = std::fflush(stdout) == 0 ? 0 : errno;
+  }
+
+  // An errno; 0: none.
+  int writeError() const { return m_writeError; }
+
+private:
+  const bool m_terminal = isatty(STDOUT_FILENO) != 0;
+  unsigned m_lines = 0;
+  int m_writeError = 0;
+};
+
+void complain(const std::string& line) {
+  std::fprintf(stderr, "poectl: %s\n", line.c_str());
+}
+
+class Stream {
+public:
+  explicit Stream(const WatchOptions& options)
+      : m_options(options), m_limit(options.seconds), m_feed(options.sendExample, complain) {}
+
+  int run() {
+    std::signal(SIGPIPE, SIG_IGN); // a reader that has seen enough ends us without leaving the queue behind
+    while (!m_limit.isOver() && !isCountReached() && m_display.writeError() == 0) {
+      showAge();
+      const StatusFeed::News news = m_feed.next(m_limit.orLess(REFRESH));
+      if (news.event == StatusReceiver::Event::INTERRUPTED) {
+        break;
+      }
+      show(news);
+    }
+    return exitStatus();
+  }
+
+private:
+  bool isCountReached() const { return m_options.count != 0 && m_feed.messages() >= m_options.count; }
+
+  bool showsTable() const { return !m_options.json && !m_options.events; }
+
+  void show(const StatusFeed::News& news) {
+    const std::string time = isoTime(std::chrono::system_clock::now());
+    if (news.event == StatusReceiver::Event::MESSAGE && m_options.json && !m_options.events) {
+      m_display.append(statusJsonLine(time, m_feed.messages(), *m_feed.status()));
+    } else if (m_options.events) {
+      showEvents(time, news.events);
+    } else if (showsTable() && !m_display.isTerminal()) {
+      showBlock(time, news);
+    }
+  }
+
+  void showEvents(const std::string& time, const std::vector<StatusEvent>& events) {
+    for (const StatusEvent& event : events) {
+      m_display.append(m_options.json ? eventJsonLine(time, m_feed.messages(), event)
+                                      : time + " " + eventText(event) + "\n");
+    }
+  }
+
+  // A message as a table, behind a line that tells of staleness.
+  void showBlock(const std::string& time, const StatusFeed::News& news) {
+    for (const StatusEvent& event : news.events) {
+      if (event.kind == EventKind::STALE || event.kind == EventKind::RESUMED) {
+        m_display.append(time + " " + eventText(event) + "\n\n");
+      }
+    }
+    if (news.event == StatusReceiver::Event::MESSAGE) {
+      m_display.append(time + " " + table() + "\n");
+    }
+  }
+
+  std::string table() const { return statusText(m_feed.messages(), *m_feed.status(), m_feed.sentConfig()); }
+
+  // The table on a terminal, which is kept up to date.
+  void showAge() {
+    if (!m_display.isTerminal() || !showsTable()) {
+      return;
+    }
+    if (!m_feed.status()) {
+      m_display.replace("waiting for the service's first status message\n");
+      return;
+    }
+    const std::string age = secondsText(m_feed.age());
+    m_display.replace(table() + (m_feed.age() < STALE_AFTER ? "age " + age : "STALE: no message for " + age) +
+                      "\n");
+  }
+
+  int exitStatus() const {
+    if (m_display.writeError() != 0 && m_display.writeError() != EPIPE) {
+      complain(std::string("cannot write to standard output: ") + std::strerror(m_display.writeError()));
+      return 1;
+    }
+    if (m_feed.messages() == 0) {
+      return noMessageCame();
+    }
+    return 0;
+  }
+
+  const WatchOptions m_options;
+  const TimeLimit m_limit;
+  StatusFeed m_feed;
+  Display m_display;
+};
+
+} // namespace
+
+int watchStream(const WatchOptions& options) {
+  return Stream(options).run();
+}
+
+int noMessageCame() {
+  complain(std::string("no status message came on ") + QUEUE_TO_MAIN + ": is the service running?");
+  return 1;
+}

@@ -1,0 +1,124 @@
+#include "poectl/config/audit_text.h"
+
+#include "poectl/status/status_text.h"
+
+#include <algorithm>
+#include <optional>
+#include <sstream>
+
+namespace {
+
+constexpr char STATE_FORM[] =
+    "'P detection=WORD powered=yes|no' with P from 0 to 3 is accepted, and for WORD "
+    "unknown, short, cpd_too_high, rsig_too_low, good, rsig_too_high, open_circuit "
+    "or illegal";
+
+[[noreturn]] void refuse(const std::string& words) {
+  throw PortStateError("the port state '" + words + "' is not understood; " + STATE_FORM);
+}
+
+bool setDetection(const std::string& word, PortState& state) {
+  const std::optional<std::uint32_t> detection = detectionOf(word);
+  state.detection = detection.value_or(0);
+  return detection.has_value();
+}
+
+bool setPowered(const std::string& word, PortState& state) {
+  state.powered = word == "yes";
+  return word == "yes" || word == "no";
+}
+
+std::string watts(std::uint32_t number) {
+  return std::to_string(number) + " W";
+}
+
+std::string portName(unsigned port) {
+  return "port " + std::to_string(port);
+}
+
+std::string verdictText(const AuditStep& step, const PoeConfig& config, const PortStates& states) {
+  switch (step.verdict) {
+  case Verdict::OFF:
+    return "is switched off: takes nothing, is left as it is";
+  case Verdict::NOT_DETECTED:
+    return std::string("detects ") + detectionWord(states[step.port].detection) +
+           ", not good: takes nothing, is left as it is";
+  case Verdict::FITS:
+    return "takes " + watts(step.need) + " of " + watts(step.budget) + ", " + watts(step.budget - step.need) +
+           " left";
+  case Verdict::UNPOWERED:
+    return "needs " + watts(step.need) + " of " + watts(step.budget) +
+           ": does not fit, but has no power: is left as it is";
+  case Verdict::RESTARTED:
+    return "needs " + watts(step.need) + " of " + watts(step.budget) +
+           ": does not fit and is powered: is restarted in every cycle";
+  case Verdict::UNKNOWN_PRIORITY:
+    break;
+  }
+  return config.port[step.port].adminEnable != 0
+             ? "is never served, whatever its state: is restarted in every cycle"
+             : "is never served, whatever its state: is switched off in every cycle";
+}
+
+std::string stepLine(const AuditStep& step, const PoeConfig& config, const PortStates& states) {
+  return "priority " + std::to_string(config.port[step.port].priority) + ", " + portName(step.port) + ": " +
+         verdictText(step, config, states) + "\n";
+}
+
+// What makes the sum differ from what one expects of it.
+std::string sumNotes(const PoeConfig& config) {
+  std::string notes;
+  for (unsigned number = 0; number < POE_PORTS; number++) {
+    const PoePortConfig& port = config.port[number];
+    if (port.adminEnable == 0 && port.powerLimit != 0) {
+      notes += portName(number) + " is off, and its limit still counts in the sum\n";
+    }
+    if (port.adminEnable != 0 && port.powerLimit == 0) {
+      notes += portName(number) + " has the limit 0: it may take 40 W, and counts as 0 in the sum\n";
+    }
+  }
+  return notes;
+}
+
+std::string restartLine(const std::vector<AuditStep>& steps) {
+  std::string ports;
+  for (unsigned port = 0; port < POE_PORTS; port++) {
+    if (std::any_of(steps.begin(), steps.end(),
+                    [&](const AuditStep& step) { return step.port == port && restarts(step); })) {
+      ports += (ports.empty() ? "" : ", ") + std::to_string(port);
+    }
+  }
+  return "restarted in every cycle: " + (ports.empty() ? "none" : ports) + "\n";
+}
+
+} // namespace
+
+void setPortState(const std::string& words, PortStates& states) {
+  std::istringstream input(words);
+  std::string word;
+  if (!(input >> word) || word.size() != 1 || word[0] < '0' || word[0] > '3') {
+    refuse(words);
+  }
+  PortState& state = states[static_cast<std::size_t>(word[0] - '0')];
+  while (input >> word) {
+    const std::size_t equals = std::min(word.find('='), word.size() - 1);
+    const std::string key = word.substr(0, equals);
+    const std::string value = word.substr(equals + 1);
+    if (!(key == "detection" && setDetection(value, state)) &&
+        !(key == "powered" && setPowered(value, state))) {
+      refuse(words);
+    }
+  }
+}
+
+std::string auditText(const PoeConfig& config, std::uint32_t bankLimit, const PortStates& states) {
+  const AuditResult result = auditBudget(config, bankLimit, states);
+  std::string text =
+      "the limits add up to " + watts(result.need) + ", the bank allows " + watts(bankLimit) + ": ";
+  text += result.entered ? "the ports are served by priority\n" : "nothing is done\n";
+  text += sumNotes(config);
+  for (const AuditStep& step : result.steps) {
+    text += stepLine(step, config, states);
+  }
+  return text + restartLine(result.steps);
+}

@@ -1,0 +1,161 @@
+#include "poectl/config/config_file.h"
+
+#include <algorithm>
+#include <optional>
+#include <toml++/toml.h>
+#include <vector>
+
+namespace {
+
+struct Key {
+  const char* name;
+  bool isFlag;  // true or false, as 1 or 0
+  bool mayMiss; // stands for 0 then
+  std::int64_t least;
+  std::int64_t most;
+  const char* accepted;
+};
+
+constexpr char WATTS[] = "a whole number from 0 to 4294967295 (W) is accepted";
+
+constexpr Key BANK_KEYS[] = {
+    {"bank0", false, false, 0, 4294967295, WATTS}, {"bank1", false, true, 0, 4294967295, WATTS},
+    {"bank2", false, true, 0, 4294967295, WATTS},  {"bank3", false, true, 0, 4294967295, WATTS},
+    {"bank4", false, true, 0, 4294967295, WATTS},  {"bank5", false, true, 0, 4294967295, WATTS},
+    {"bank6", false, true, 0, 4294967295, WATTS},  {"bank7", false, true, 0, 4294967295, WATTS},
+};
+
+constexpr Key PORT_KEYS[] = {
+    {"enable", true, false, 0, 1, "true or false is accepted"},
+    {"priority", false, false, 1, 3, "a whole number from 1 to 3 is accepted"},
+    {"limit", false, false, 0, 40000, "a whole number from 0 to 40000 (mW; 0 means 40000) is accepted"},
+};
+
+constexpr char ROOT_ACCEPTED[] = "[banks] and [port.0] to [port.3] are accepted";
+constexpr char BANKS_ACCEPTED[] = "bank0 to bank7 are accepted";
+constexpr char PORTS_ACCEPTED[] = "[port.0] to [port.3] are accepted";
+constexpr char PORT_ACCEPTED[] = "enable, priority and limit are accepted";
+
+std::string quoted(std::string_view text) {
+  return "'" + std::string(text) + "'";
+}
+
+class Reader {
+public:
+  explicit Reader(std::string name) : m_name(std::move(name)) {}
+
+  PoeConfig read(const std::string& text) const {
+    toml::table root;
+    try {
+      root = toml::parse(text, m_name);
+    } catch (const toml::parse_error& error) {
+      fail(error.source(), std::string(error.description()),
+           "a TOML file as 'poectl example' prints is accepted");
+    }
+    refuseOthers(root, {"banks", "port"}, ROOT_ACCEPTED);
+    PoeConfig config{};
+    const toml::table& banks = table(root, "banks", "[banks]", ROOT_ACCEPTED);
+    refuseOthers(banks, names(BANK_KEYS), BANKS_ACCEPTED);
+    for (unsigned bank = 0; bank < POE_BANKS; bank++) {
+      config.bankPowerLimit[bank] = value(banks, "[banks]", BANK_KEYS[bank]);
+    }
+    const toml::table& ports = table(root, "port", "[port.0]", PORTS_ACCEPTED);
+    refuseOthers(ports, {"0", "1", "2", "3"}, PORTS_ACCEPTED);
+    for (unsigned port = 0; port < POE_PORTS; port++) {
+      config.port[port] = readPort(ports, std::to_string(port));
+    }
+    return config;
+  }
+
+private:
+  using Names = std::vector<std::string_view>;
+
+  PoePortConfig readPort(const toml::table& ports, const std::string& number) const {
+    const std::string heading = "[port." + number + "]";
+    const toml::table& port = table(ports, number, heading, PORTS_ACCEPTED);
+    refuseOthers(port, names(PORT_KEYS), PORT_ACCEPTED);
+    PoePortConfig config{};
+    config.adminEnable = static_cast<std::uint8_t>(value(port, heading, PORT_KEYS[0]));
+    config.priority = value(port, heading, PORT_KEYS[1]);
+    config.powerLimit = value(port, heading, PORT_KEYS[2]);
+    return config;
+  }
+
+  template <std::size_t size>
+  static Names names(const Key (&keys)[size]) {
+    Names names;
+    for (const Key& key : keys) {
+      names.emplace_back(key.name);
+    }
+    return names;
+  }
+
+  void refuseOthers(const toml::table& table, const Names& known, const char* accepted) const {
+    for (const auto& [key, node] : table) {
+      if (std::find(known.begin(), known.end(), key.str()) == known.end()) {
+        fail(key.source(), "unknown key " + quoted(key.str()), accepted);
+      }
+    }
+  }
+
+  const toml::table& table(const toml::table& parent, std::string_view key, const std::string& heading,
+                           const char* accepted) const {
+    const toml::node* node = parent.get(key);
+    if (node == nullptr) {
+      fail(parent.source(), heading + " is missing", accepted);
+    }
+    if (!node->is_table()) {
+      fail(node->source(), quoted(key) + " is not a table", accepted);
+    }
+    return *node->as_table();
+  }
+
+  std::uint32_t value(const toml::table& table, const std::string& heading, const Key& key) const {
+    const toml::node* node = table.get(key.name);
+    if (node == nullptr) {
+      if (key.mayMiss) {
+        return 0;
+      }
+      fail(table.source(), quoted(key.name) + " is missing in " + heading, key.accepted);
+    }
+    const std::optional<std::int64_t> number = numberOf(*node, key);
+    if (!number) {
+      fail(node->source(), quoted(key.name) + " is of the wrong type", key.accepted);
+    }
+    if (*number < key.least || *number > key.most) {
+      fail(node->source(), quoted(key.name) + " is out of range: " + std::to_string(*number), key.accepted);
+    }
+    return static_cast<std::uint32_t>(*number);
+  }
+
+  // Nothing for a value of another type than the key's.
+  static std::optional<std::int64_t> numberOf(const toml::node& node, const Key& key) {
+    if (!key.isFlag) {
+      return node.value_exact<std::int64_t>();
+    }
+    const std::optional<bool> flag = node.value_exact<bool>();
+    return flag ? std::optional<std::int64_t>(*flag ? 1 : 0) : std::nullopt;
+  }
+
+  // What comes from the file is shown without control characters, so that the error stays one line.
+  [[noreturn]] void fail(const toml::source_region& where, std::string what, const char* accepted) const {
+    std::replace_if(
+        what.begin(), what.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; },
+        '?');
+    const std::string line = std::to_string(std::max(where.begin.line, toml::source_index{1}));
+    const std::string column = std::to_string(std::max(where.begin.column, toml::source_index{1}));
+    throw ConfigError(m_name + ":" + line + ":" + column + ": " + what + "; " + accepted);
+  }
+
+  const std::string m_name;
+};
+
+} // namespace
+
+PoeConfig parseConfig(const std::string& text, const std::string& name) {
+  return Reader(name).read(text);
+}
+
+PoeConfig readConfig(const std::string& path) {
+  return parseConfig(readInput(path), inputName(path));
+}

@@ -1,0 +1,328 @@
+#include "poectl/scenario/scenario_step.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace {
+
+constexpr double LEAST_SECONDS = 0.1;
+constexpr double MOST_SECONDS = 3600;
+constexpr unsigned MOST_MESSAGES = 3600;
+constexpr unsigned LAST_REGISTER = 0xCE;
+constexpr unsigned MOST_VALUE = 0xFF;
+
+constexpr char APPLY_FORM[] = "apply FILE or apply again is accepted";
+constexpr char CARD_FORM[] = "card WORDS is accepted; 'poectl card help' lists them";
+constexpr char CONSOLE_FORM[] = "console WORDS or console WORDS shows \"TEXT\" is accepted";
+constexpr char SECONDS_FORM[] = "a time from 0.1 to 3600 s is accepted";
+constexpr char MESSAGES_FORM[] = "1 to 3600 messages are accepted, as in 3 messages";
+constexpr char EXPECT_FORM[] =
+    "expect port, expect chip, expect register, expect log and expect no log are accepted";
+constexpr char PORT_FORM[] = "a port from 0 to 3 is accepted";
+constexpr char ADDRESS_FORM[] = "an address from 0 to 0xCE is accepted";
+constexpr char VALUE_FORM[] = "a value from 0 to 0xFF is accepted";
+constexpr char LOG_FORM[] = "a text in quotes is accepted, as in expect log \"restarting Port 1\"";
+constexpr char WITHIN_FORM[] = "within SECONDS or within N messages is accepted";
+constexpr char FOR_FORM[] = "for N messages is accepted";
+constexpr char NOTHING_MORE[] = "nothing more is accepted";
+
+std::string quoted(const std::string& text) {
+  return "'" + text + "'";
+}
+
+template <typename Number>
+std::optional<Number> numberOf(const std::string& text) {
+  Number value{};
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  return error == std::errc() && stop == end ? std::optional<Number>(value) : std::nullopt;
+}
+
+// A number of the chip: decimal, or hexadecimal behind 0x.
+std::optional<unsigned> chipNumberOf(const std::string& text) {
+  if (text.compare(0, 2, "0x") != 0 && text.compare(0, 2, "0X") != 0) {
+    return numberOf<unsigned>(text);
+  }
+  unsigned value = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data() + 2, end, value, 16);
+  return error == std::errc() && stop == end ? std::optional<unsigned>(value) : std::nullopt;
+}
+
+// Takes the words of one line, from left to right.
+class StepReader {
+public:
+  StepReader(const ScenarioLine& line, const std::string& place, const ConfigReader& readConfiguration,
+             const std::optional<PoeConfig>& lastConfiguration)
+      : m_words(line.words), m_end(line.end), m_place(place), m_readConfiguration(readConfiguration),
+        m_lastConfiguration(lastConfiguration) {}
+
+  StepAction read() {
+    const std::string& step = take(ACCEPTED_STEPS);
+    if (step == "apply") {
+      return readApply();
+    }
+    if (step == "card") {
+      return CardStep{takeRest(CARD_FORM)};
+    }
+    if (step == "console") {
+      return readConsole();
+    }
+    if (step == "wait") {
+      return last(WaitStep{takeSeconds(SECONDS_FORM)});
+    }
+    if (step == "after") {
+      return last(AfterStep{takeMessages(MESSAGES_FORM)});
+    }
+    if (step == "expect") {
+      return readExpect();
+    }
+    failAtLast("unknown step " + quoted(step), ACCEPTED_STEPS);
+  }
+
+private:
+  StepAction readApply() {
+    const std::string& file = take(APPLY_FORM);
+    if (file != "again") {
+      try {
+        return last(ApplyStep{m_readConfiguration(file)});
+      } catch (const ScenarioError&) {
+        throw;
+      } catch (const InputError& error) {
+        failAtLast("apply: " + std::string(error.what()), "");
+      }
+    }
+    if (!m_lastConfiguration) {
+      failAtLast("nothing has been applied before", APPLY_FORM);
+    }
+    return last(ApplyStep{*m_lastConfiguration});
+  }
+
+  ConsoleStep readConsole() {
+    ConsoleStep step;
+    const std::size_t count = m_words.size();
+    const bool shows = count >= 2 && isBare(m_words[count - 2], "shows");
+    if (shows) {
+      if (!m_words.back().quoted || m_words.back().text.empty()) {
+        m_next = count;
+        failAtLast(quoted(m_words.back().text) + " is no text in quotes", CONSOLE_FORM);
+      }
+      step.shows = m_words.back().text;
+    }
+    step.words = takeRest(CONSOLE_FORM, shows ? 2 : 0);
+    return step;
+  }
+
+  StepAction readExpect() {
+    const std::string& subject = take(EXPECT_FORM);
+    if (subject == "port") {
+      const std::optional<unsigned> port = numberOf<unsigned>(take(PORT_FORM));
+      if (!port || *port >= POE_PORTS) {
+        failAtLast(quoted(m_words[m_next - 1].text) + " is no port", PORT_FORM);
+      }
+      return readStatusExpectation(port, portField, portFieldNames() + " are accepted");
+    }
+    if (subject == "chip") {
+      return readStatusExpectation({}, chipField, chipFieldNames() + " are accepted");
+    }
+    if (subject == "register") {
+      return readRegisterExpectation();
+    }
+    if (subject == "no") {
+      if (take(EXPECT_FORM) != "log") {
+        failAtLast("'no' is not followed by log", EXPECT_FORM);
+      }
+      return readLogAbsence();
+    }
+    if (subject == "log") {
+      LogExpectation expectation{takeText(LOG_FORM), false, {}};
+      readWithin(expectation.timing);
+      return last(expectation);
+    }
+    failAtLast("unknown subject " + quoted(subject), EXPECT_FORM);
+  }
+
+  StatusExpectation readStatusExpectation(std::optional<unsigned> port,
+                                          const StatusField* (*find)(const std::string&),
+                                          const std::string& fields) {
+    const std::string& name = take(fields);
+    const StatusField* const field = find(name);
+    if (field == nullptr) {
+      failAtLast("unknown field " + quoted(name), fields);
+    }
+    StatusExpectation expectation{field, port, {}, {}};
+    expectation.timing.stays = skip("stays");
+    expectation.wanted = readWanted(*field);
+    readTiming(expectation.timing);
+    return last(expectation);
+  }
+
+  WantedValue readWanted(const StatusField& field) {
+    const std::string accepted = acceptedValues(field);
+    std::string text = take(accepted);
+    WantedValue wanted;
+    if (field.kind == StatusField::Kind::COUNTER && text.compare(0, 1, "+") == 0) {
+      text.erase(0, 1);
+      wanted.kind = WantedValue::Kind::INCREASE;
+    }
+    const std::optional<std::int64_t> value = fieldValue(field, text);
+    if (!value || (wanted.kind == WantedValue::Kind::INCREASE && *value < 0)) {
+      failAtLast(quoted(m_words[m_next - 1].text) + " is no value of " + field.name, accepted);
+    }
+    wanted.value = *value;
+    if (wanted.kind == WantedValue::Kind::INCREASE && skip("or")) {
+      if (!skip("more")) {
+        fail("'or' is not followed by more", "an increase such as +1 or more is accepted");
+      }
+      wanted.kind = WantedValue::Kind::INCREASE_OR_MORE;
+    }
+    return wanted;
+  }
+
+  RegisterExpectation readRegisterExpectation() {
+    RegisterExpectation expectation{takeChipNumber("register address", LAST_REGISTER, ADDRESS_FORM), 0, {}};
+    expectation.timing.stays = skip("stays");
+    expectation.value = takeChipNumber("register value", MOST_VALUE, VALUE_FORM);
+    readTiming(expectation.timing);
+    return last(expectation);
+  }
+
+  LogExpectation readLogAbsence() {
+    LogExpectation expectation{takeText(LOG_FORM), true, {}};
+    expectation.timing.stays = true;
+    expectation.timing.messages = skip("for") ? takeMessages(MESSAGES_FORM) : 0;
+    if (isMore()) {
+      fail(quoted(m_words[m_next].text) + " is too much", FOR_FORM);
+    }
+    return expectation;
+  }
+
+  void readTiming(Timing& timing) {
+    if (!timing.stays) {
+      readWithin(timing);
+      return;
+    }
+    if (!skip("for")) {
+      fail("'stays' needs a number of messages", FOR_FORM);
+    }
+    timing.messages = takeMessages(MESSAGES_FORM);
+  }
+
+  void readWithin(Timing& timing) {
+    if (!isMore()) {
+      return;
+    }
+    if (!skip("within")) {
+      fail(quoted(m_words[m_next].text) + " is not understood here", WITHIN_FORM);
+    }
+    if (m_next + 1 < m_words.size()) {
+      timing.messages = takeMessages(WITHIN_FORM);
+    } else {
+      timing.seconds = takeSeconds(WITHIN_FORM);
+    }
+  }
+
+  // A number and the word "messages".
+  unsigned takeMessages(const char* accepted) {
+    const std::optional<unsigned> count = numberOf<unsigned>(take(accepted));
+    if (!count || *count < 1 || *count > MOST_MESSAGES) {
+      failAtLast(quoted(m_words[m_next - 1].text) + " is no number of messages", MESSAGES_FORM);
+    }
+    if (!skip("messages") && !skip("message")) {
+      fail("the word messages is missing", accepted);
+    }
+    return *count;
+  }
+
+  double takeSeconds(const char* accepted) {
+    const std::optional<double> seconds = numberOf<double>(take(accepted));
+    if (!seconds || !(*seconds >= LEAST_SECONDS && *seconds <= MOST_SECONDS)) {
+      failAtLast(quoted(m_words[m_next - 1].text) + " is no time", SECONDS_FORM);
+    }
+    return *seconds;
+  }
+
+  unsigned takeChipNumber(const char* what, unsigned most, const char* accepted) {
+    const std::optional<unsigned> number = chipNumberOf(take(accepted));
+    if (!number || *number > most) {
+      failAtLast(quoted(m_words[m_next - 1].text) + " is no " + what, accepted);
+    }
+    return *number;
+  }
+
+  const std::string& takeText(const char* accepted) {
+    const std::string& text = take(accepted);
+    if (!m_words[m_next - 1].quoted || text.empty()) {
+      failAtLast(quoted(text) + " is no text in quotes", accepted);
+    }
+    return text;
+  }
+
+  // The words up to the end, or up to `without` words before it, as one text.
+  std::string takeRest(const char* accepted, std::size_t without = 0) {
+    std::string text;
+    for (; m_next + without < m_words.size(); m_next++) {
+      text += text.empty() ? m_words[m_next].text : " " + m_words[m_next].text;
+    }
+    if (text.empty()) {
+      fail("words are missing", accepted);
+    }
+    return text;
+  }
+
+  const std::string& take(const std::string& accepted) {
+    if (!isMore()) {
+      fail("the line is not complete", accepted);
+    }
+    return m_words[m_next++].text;
+  }
+
+  bool isMore() const { return m_next < m_words.size(); }
+
+  static bool isBare(const ScenarioWord& word, const char* text) { return !word.quoted && word.text == text; }
+
+  bool skip(const char* text) {
+    const bool found = isMore() && isBare(m_words[m_next], text);
+    m_next += found ? 1 : 0;
+    return found;
+  }
+
+  template <typename Action>
+  Action last(Action action) {
+    if (isMore()) {
+      fail(quoted(m_words[m_next].text) + " is too much", NOTHING_MORE);
+    }
+    return action;
+  }
+
+  // At the next word, or behind the last one.
+  [[noreturn]] void fail(const std::string& what, const std::string& accepted) const {
+    failAt(isMore() ? m_words[m_next].column : m_end, what, accepted);
+  }
+
+  // At the word that was taken last.
+  [[noreturn]] void failAtLast(const std::string& what, const std::string& accepted) const {
+    failAt(m_words[m_next - 1].column, what, accepted);
+  }
+
+  // What comes from the file is shown without its tabs, the only control characters that a text may have.
+  [[noreturn]] void failAt(unsigned column, std::string what, const std::string& accepted) const {
+    std::replace(what.begin(), what.end(), '\t', '?');
+    throw ScenarioError(m_place + ":" + std::to_string(column) + ": " + what +
+                        (accepted.empty() ? "" : "; " + accepted));
+  }
+
+  const std::vector<ScenarioWord>& m_words;
+  const unsigned m_end;
+  const std::string& m_place; // FILE:LINE
+  const ConfigReader& m_readConfiguration;
+  const std::optional<PoeConfig>& m_lastConfiguration;
+  std::size_t m_next = 0;
+};
+
+} // namespace
+
+StepAction readStep(const ScenarioLine& line, const std::string& place, const ConfigReader& readConfiguration,
+                    const std::optional<PoeConfig>& lastConfiguration) {
+  return StepReader(line, place, readConfiguration, lastConfiguration).read();
+}

@@ -1,0 +1,20 @@
+// What the running service's audit works with, read from its console: the main process owns the queue of the
+// status messages, and the console shows the same records.
+#pragma once
+
+#include "poectl/config/budget_audit.h"
+
+#include <cstdint>
+#include <string>
+
+struct AuditInput {
+  std::uint32_t bankLimit; // W, of the active bank
+  PortStates ports;
+};
+
+// Asks the console. Throws ConsoleError, also when a reply has not the form that is expected.
+AuditInput askAuditInput();
+
+// The parts of it, from the replies to "info" and "channel P". Throw ConsoleError.
+std::uint32_t bankLimitFrom(const std::string& info);
+PortState portStateFrom(const std::string& channel);

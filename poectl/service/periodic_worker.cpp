@@ -1,0 +1,47 @@
+#include "poectl/service/periodic_worker.h"
+
+#include <csignal>
+#include <utility>
+
+PeriodicWorker::PeriodicWorker(std::function<void()> work, std::chrono::milliseconds period)
+    : m_work(std::move(work)), m_period(period) {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, &before); // the thread inherits it
+  m_thread = std::thread([this] { run(); });
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+PeriodicWorker::~PeriodicWorker() {
+  {
+    const std::lock_guard lock(m_mutex);
+    m_stop = true;
+  }
+  m_woken.notify_one();
+  m_thread.join();
+}
+
+void PeriodicWorker::wake() {
+  {
+    const std::lock_guard lock(m_mutex);
+    m_wake = true;
+  }
+  m_woken.notify_one();
+}
+
+bool PeriodicWorker::isStopping() const {
+  const std::lock_guard lock(m_mutex);
+  return m_stop;
+}
+
+void PeriodicWorker::run() {
+  std::unique_lock lock(m_mutex);
+  while (!m_stop) {
+    m_wake = false;
+    lock.unlock();
+    m_work();
+    lock.lock();
+    m_woken.wait_for(lock, m_period, [this] { return m_wake || m_stop; });
+  }
+}

@@ -1,0 +1,47 @@
+#include "poectl/service/port_settings.h"
+
+#include <algorithm>
+#include <charconv>
+#include <sstream>
+
+namespace {
+
+// The value behind "  label     = " in a report. Empty when there is no such line.
+std::string valueOf(const std::string& report, const std::string& label) {
+  std::istringstream lines(report);
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t equals = line.find("= ");
+    if (equals != std::string::npos && line.compare(0, label.size() + 3, "  " + label + " ") == 0) {
+      return line.substr(equals + 2);
+    }
+  }
+  return "";
+}
+
+std::optional<std::uint32_t> numberOf(const std::string& report, const std::string& label) {
+  const std::string value = valueOf(report, label);
+  std::uint32_t number = 0;
+  const auto [stop, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+  if (error != std::errc() || stop != value.data() + value.size()) {
+    return std::nullopt;
+  }
+  return number;
+}
+
+} // namespace
+
+PortSettings settingsOf(const PoePortConfig& config) {
+  constexpr std::uint32_t MOST = HIGHEST_PORT_LIMIT * 1000;
+  const std::uint32_t milliWatts = config.powerLimit == 0 ? MOST : std::min(config.powerLimit, MOST);
+  return {config.adminEnable != 0, milliWatts / 1000, config.priority};
+}
+
+std::optional<PortSettings> parsePortSettings(const std::string& reply) {
+  const std::string enabled = valueOf(reply, "admin enable");
+  const auto limit = numberOf(reply, "port power limit (W)");
+  const auto priority = numberOf(reply, "priority");
+  if (enabled.empty() || !limit || !priority) {
+    return std::nullopt;
+  }
+  return PortSettings{enabled == "TRUE", *limit, *priority + 1}; // the report has the chip's field, from 0
+}

@@ -1,0 +1,94 @@
+#include "poectl/service/queue.h"
+
+#include "components/PoeDriver/poe_messages.h"
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr mqd_t NONE = -1;
+constexpr long STATUS_QUEUE_MESSAGES = 10;
+// The service, which may run as a user of its own, writes to it.
+constexpr mode_t STATUS_QUEUE_MODE = 0622;
+
+std::string reason() {
+  return std::strerror(errno);
+}
+
+mqd_t createStatusQueue() {
+  mq_attr attributes{};
+  attributes.mq_maxmsg = STATUS_QUEUE_MESSAGES;
+  attributes.mq_msgsize = sizeof(PoeStatusMessage);
+  const mqd_t queue = mq_open(QUEUE_TO_MAIN, O_RDONLY | O_NONBLOCK | O_CREAT | O_EXCL | O_CLOEXEC,
+                              STATUS_QUEUE_MODE, &attributes);
+  if (queue != NONE) {
+    fchmod(queue, STATUS_QUEUE_MODE); // mq_open leaves out what the umask says
+    return queue;
+  }
+  if (errno == EEXIST) {
+    throw QueueError(
+        std::string("queue ") + QUEUE_TO_MAIN +
+        " exists: another main process is running or was killed; when none is, 'poectl clean' removes it");
+  }
+  throw QueueError(std::string("cannot create queue ") + QUEUE_TO_MAIN + ": " + reason());
+}
+
+} // namespace
+
+StatusQueue::StatusQueue() : m_queue(createStatusQueue()) {}
+
+StatusQueue::~StatusQueue() {
+  mq_close(m_queue);
+  mq_unlink(QUEUE_TO_MAIN);
+}
+
+std::size_t StatusQueue::receive(void* buffer, std::size_t size) {
+  const ssize_t length = mq_receive(m_queue, static_cast<char*>(buffer), size, nullptr);
+  if (length >= 0) {
+    return static_cast<std::size_t>(length);
+  }
+  if (errno == EAGAIN || errno == EINTR) {
+    return 0;
+  }
+  throw QueueError(std::string("cannot receive from ") + QUEUE_TO_MAIN + ": " + reason());
+}
+
+void sendToService(const void* message, std::size_t length) {
+  const mqd_t queue = mq_open(QUEUE_TO_POE, O_WRONLY | O_CLOEXEC);
+  if (queue == NONE) {
+    throw QueueError(std::string("cannot open ") + QUEUE_TO_POE + ": " + reason() +
+                     "; is the service running?");
+  }
+  timespec deadline{};
+  clock_gettime(CLOCK_REALTIME, &deadline);
+  deadline.tv_sec += 1;
+  const int result = mq_timedsend(queue, static_cast<const char*>(message), length, 0, &deadline);
+  const std::string why = reason();
+  mq_close(queue);
+  if (result != 0) {
+    throw QueueError(std::string("cannot send on ") + QUEUE_TO_POE + ": " + why);
+  }
+}
+
+bool queueExists(const char* name) {
+  const mqd_t queue = mq_open(name, O_RDONLY | O_CLOEXEC);
+  if (queue == NONE) {
+    return errno != ENOENT;
+  }
+  mq_close(queue);
+  return true;
+}
+
+bool removeQueue(const char* name) {
+  if (mq_unlink(name) == 0) {
+    return true;
+  }
+  if (errno == ENOENT) {
+    return false;
+  }
+  throw QueueError(std::string("cannot remove queue ") + name + ": " + reason());
+}

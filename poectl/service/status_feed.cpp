@@ -1,0 +1,51 @@
+#include "poectl/service/status_feed.h"
+
+#include "poectl/config/example_config.h"
+
+#include <algorithm>
+#include <utility>
+
+StatusFeed::StatusFeed(bool sendExample, StatusReceiver::Complaint complain)
+    : m_example(sendExample), m_complain(std::move(complain)), m_sendExample(sendExample),
+      m_receiver(m_complain) {}
+
+StatusFeed::News StatusFeed::next(std::chrono::milliseconds limit) {
+  if (m_sendExample && m_status && !m_tried) {
+    send();
+  }
+  PoeStatus status{};
+  News news{m_receiver.next(limit, status), {}};
+  const Clock::time_point now = Clock::now();
+  if (news.event != StatusReceiver::Event::MESSAGE) {
+    if (const auto stale = m_tracker.silence(now)) {
+      news.events.push_back(*stale);
+    }
+    return news;
+  }
+  news.events = m_tracker.message(status, now);
+  m_status = status;
+  m_lastMessage = now;
+  m_messages++;
+  m_sendExample |= m_example && std::any_of(news.events.begin(), news.events.end(), [](const auto& event) {
+                     return event.kind == EventKind::RESUMED || event.kind == EventKind::SERVICE_RESTARTED;
+                   });
+  m_tried = false;
+  return news;
+}
+
+std::chrono::milliseconds StatusFeed::age() const {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - m_lastMessage);
+}
+
+void StatusFeed::send() {
+  m_tried = true;
+  const PoeConfigMessage message{MSGID_CONFIG, exampleConfig()};
+  try {
+    sendToService(&message, sizeof message);
+  } catch (const QueueError& error) {
+    m_complain(error.what());
+    return;
+  }
+  m_sendExample = false;
+  m_sentConfig = message.config;
+}

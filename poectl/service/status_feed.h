@@ -1,0 +1,56 @@
+// The messages that "watch" shows, and what it does to get them.
+#pragma once
+
+#include "poectl/service/status_receiver.h"
+#include "poectl/status/status_events.h"
+
+#include <chrono>
+#include <optional>
+#include <vector>
+
+// Receives the status messages as the card's main process, and sends the example configuration when asked to:
+// with the first message, which shows that the service runs, and again after a restart of the service, which
+// forgets its configuration. Owns "/queueToMain". One thread.
+class StatusFeed {
+public:
+  struct News {
+    StatusReceiver::Event event;
+    std::vector<StatusEvent> events; // with a message, and when the last message becomes stale
+  };
+
+  // `complain` is told, in one line, of messages that are not understood and of a configuration that cannot
+  // be sent; that is tried again with the next message. Throws QueueError.
+  StatusFeed(bool sendExample, StatusReceiver::Complaint complain);
+
+  // Waits at most `limit` for a message. Throws QueueError.
+  News next(std::chrono::milliseconds limit);
+
+  // Sends the example configuration as soon as the service is seen to run.
+  void sendExample() { m_sendExample = true; }
+
+  // What the last message said; nothing before the first.
+  const std::optional<PoeStatus>& status() const { return m_status; }
+  // Since the last message.
+  std::chrono::milliseconds age() const;
+  // Counts from 1; 0 before the first message.
+  unsigned long messages() const { return m_messages; }
+  // What was sent last.
+  const std::optional<PoeConfig>& sentConfig() const { return m_sentConfig; }
+  const StatusReceiver& receiver() const { return m_receiver; }
+
+private:
+  using Clock = EventTracker::Clock;
+
+  void send();
+
+  const bool m_example;
+  const StatusReceiver::Complaint m_complain;
+  bool m_sendExample;
+  bool m_tried = false; // since the last message
+  StatusReceiver m_receiver;
+  EventTracker m_tracker;
+  std::optional<PoeStatus> m_status;
+  Clock::time_point m_lastMessage;
+  unsigned long m_messages = 0;
+  std::optional<PoeConfig> m_sentConfig;
+};

@@ -1,0 +1,10 @@
+// Events for programs.
+#pragma once
+
+#include "poectl/status/status_events.h"
+
+#include <string>
+
+// One JSON object on one line, with its end. `time` is isoTime(); `message` is the number of the message that
+// brought the event, of the last one for a STALE.
+std::string eventJsonLine(const std::string& time, unsigned long message, const StatusEvent& event);

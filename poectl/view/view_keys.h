@@ -1,0 +1,33 @@
+// What the keys of the live view do.
+#pragma once
+
+#include "poectl/view/view_state.h"
+
+#include <array>
+#include <string>
+
+struct KeyPress {
+  enum class Kind { CHARACTER, UP, DOWN, PAGE_UP, PAGE_DOWN, ENTER, ESCAPE, ERASE };
+  Kind kind;
+  char character = 0; // printable ASCII
+};
+
+// What a key asks for beyond the view itself.
+struct KeyEffect {
+  bool quit = false;
+  bool sendExample = false;
+  std::string cardCommand; // for the card's control socket
+};
+
+class ViewKeys {
+public:
+  // Changes what the view shows. Keys of the card do nothing but leave a note while there is no card.
+  KeyEffect press(const KeyPress& key, ViewState& state);
+
+private:
+  KeyEffect command(char key, ViewState& state);
+  std::string cardCommand(char key, ViewState& state);
+  std::string plug(CardState& card, unsigned port);
+
+  std::array<unsigned, POE_PORTS> m_nextDevice{};
+};

@@ -1,0 +1,256 @@
+#include "simulator/card/card_command.h"
+
+#include "simulator/card/card_report.h"
+#include "simulator/card/command_arguments.h"
+#include "simulator/card/hexadecimal.h"
+#include "simulator/card/quoted.h"
+#include "simulator/card/register_dump.h"
+#include "simulator/card/text_file.h"
+
+#include <array>
+#include <iterator>
+#include <sstream>
+#include <utility>
+
+namespace {
+
+using Signature = ChipModel::Signature;
+
+constexpr double MOST_WATTS = 100.0;
+constexpr double COLDEST = -27.0; // what the chip's register can show
+constexpr double HOTTEST = 217.0;
+constexpr double MOST_VOLTS = 100.0;
+constexpr unsigned MOST_BANK = 15;
+constexpr unsigned MOST_TRANSFERS = 1'000'000;
+constexpr std::size_t LONGEST_DUMP = 65'536;
+
+// A command that changes the card has nothing to tell.
+template <typename Change>
+CardCommand changing(Change change) {
+  const auto run = [change](Card& card) {
+    change(card);
+    return std::string("ok\n");
+  };
+  return {run, false};
+}
+
+CardCommand telling(std::function<std::string(const Card&)> tell) {
+  return {std::move(tell), true};
+}
+
+CardCommand parsePlug(CommandArguments& arguments) {
+  static constexpr CommandArguments::Choices<Signature, 6> SIGNATURES = {
+      {{"good", Signature::Good},
+       {"short", Signature::Short},
+       {"capacitance", Signature::CapacitanceTooHigh},
+       {"low", Signature::ResistanceTooLow},
+       {"high", Signature::ResistanceTooHigh},
+       {"none", Signature::None}}};
+  const unsigned port = arguments.port();
+  ChipModel::Device device;
+  while (arguments.more()) {
+    if (arguments.takeKey("class=")) {
+      device.pdClass = arguments.number("C", 0, 4);
+    } else if (arguments.takeKey("watts=")) {
+      device.watts = arguments.decimal("W", 0.0, MOST_WATTS);
+    } else if (arguments.takeKey("signature=")) {
+      device.signature = arguments.oneOf("S", SIGNATURES);
+    } else {
+      arguments.fail(quoted(arguments.word("")) + " is not understood");
+    }
+  }
+  return changing([port, device](Card& card) { card.chip.plug(port, device); });
+}
+
+CardCommand parseUnplug(CommandArguments& arguments) {
+  const unsigned port = arguments.port();
+  return changing([port](Card& card) { card.chip.unplug(port); });
+}
+
+CardCommand parseDraw(CommandArguments& arguments) {
+  const unsigned port = arguments.port();
+  const double watts = arguments.decimal("WATTS", 0.0, MOST_WATTS);
+  return changing([port, watts](Card& card) { card.chip.draw(port, watts); });
+}
+
+CardCommand parseShort(CommandArguments& arguments) {
+  const unsigned port = arguments.port();
+  return changing([port](Card& card) { card.chip.plug(port, {Signature::Short, 0, 0.0}); });
+}
+
+CardCommand parseFault(CommandArguments& arguments) {
+  static constexpr CommandArguments::Choices<ChipModel::Fault, 3> FAULTS = {
+      {{"fet", ChipModel::Fault::Fet},
+       {"overtemperature", ChipModel::Fault::OverTemperature},
+       {"none", ChipModel::Fault::None}}};
+  const unsigned port = arguments.port();
+  const ChipModel::Fault fault = arguments.oneOf("FAULT", FAULTS);
+  return changing([port, fault](Card& card) { card.chip.fault(port, fault); });
+}
+
+CardCommand parseClassError(CommandArguments& arguments) {
+  const unsigned port = arguments.port();
+  return changing([port](Card& card) { card.chip.classError(port); });
+}
+
+CardCommand parseTemperature(CommandArguments& arguments) {
+  const double degrees = arguments.decimal("C", COLDEST, HOTTEST);
+  return changing([degrees](Card& card) { card.chip.temperature(degrees); });
+}
+
+CardCommand parseThermal(CommandArguments& arguments) {
+  static constexpr CommandArguments::Choices<bool, 2> SWITCH = {{{"on", true}, {"off", false}}};
+  const bool shutDown = arguments.oneOf("SWITCH", SWITCH);
+  return changing([shutDown](Card& card) { card.chip.thermalShutdown(shutDown); });
+}
+
+CardCommand parseSupply(CommandArguments& arguments) {
+  const double volts = arguments.decimal("VOLTS", 0.0, MOST_VOLTS);
+  return changing([volts](Card& card) { card.chip.supply(volts); });
+}
+
+CardCommand parseBank(CommandArguments& arguments) {
+  const unsigned bank = arguments.number("N", 0, MOST_BANK);
+  return changing([bank](Card& card) { card.chip.activeBank(bank); });
+}
+
+CardCommand parsePowerCycle(CommandArguments& /*arguments*/) {
+  return changing([](Card& card) { card.chip.powerCycle(); });
+}
+
+CardCommand parseBus(CommandArguments& arguments) {
+  const std::string fault = arguments.word("FAULT");
+  if (fault == "ok") {
+    return changing([](Card& card) { card.bus.none(); });
+  }
+  if (fault == "dead") {
+    return changing([](Card& card) { card.bus.dead(); });
+  }
+  if (fault == "fail") {
+    const unsigned count = arguments.number("N", 1, MOST_TRANSFERS);
+    return changing([count](Card& card) { card.bus.next(count); });
+  }
+  if (fault == "every") {
+    const unsigned count = arguments.number("N", 1, MOST_TRANSFERS);
+    return changing([count](Card& card) { card.bus.every(count); });
+  }
+  if (fault == "register") {
+    const auto address = static_cast<std::uint8_t>(arguments.number("R", 0, 0xFF));
+    return changing([address](Card& card) { card.bus.onRegister(address); });
+  }
+  arguments.wrong("FAULT");
+}
+
+CardCommand parseReg(CommandArguments& arguments) {
+  const auto address = static_cast<std::uint8_t>(arguments.number("ADDR", 0, LAST_REGISTER));
+  if (!arguments.more()) {
+    return telling([address](const Card& card) {
+      return hexadecimal(address) + " " + hexadecimal(card.chip.reg(address)) + "\n";
+    });
+  }
+  const auto value = static_cast<std::uint8_t>(arguments.number("VALUE", 0, 0xFF));
+  return changing([address, value](Card& card) { card.chip.setReg(address, value); });
+}
+
+CardCommand parseDump(CommandArguments& /*arguments*/) {
+  return telling([](const Card& card) {
+    RegisterImage image;
+    for (std::size_t address = 0; address < image.size(); ++address) {
+      image.at(address) = card.chip.reg(static_cast<std::uint8_t>(address));
+    }
+    return writeRegisterDump(image);
+  });
+}
+
+CardCommand parseLoad(CommandArguments& arguments) {
+  const std::string file = arguments.word("FILE");
+  try {
+    const RegisterImage image = readRegisterDump(readTextFile(file, LONGEST_DUMP));
+    return changing([image](Card& card) { card.chip.load(image); });
+  } catch (const RegisterDumpError& error) {
+    throw CardCommandError(quoted(file) + ", " + error.what());
+  } catch (const std::runtime_error& error) {
+    throw CardCommandError(error.what());
+  }
+}
+
+CardCommand parseShow(CommandArguments& /*arguments*/) {
+  return telling(cardReport);
+}
+
+CardCommand parseHelp(CommandArguments& arguments);
+
+struct Word {
+  const char* name;
+  CardCommand (*parse)(CommandArguments& arguments);
+  const char* accepted;
+  const char* purpose;
+};
+
+constexpr Word WORDS[] = {
+    {"plug", parsePlug,
+     "plug PORT [class=C] [watts=W] [signature=S] with PORT 0 to 3, C 0 to 4, W 0 to 100, S good, short, "
+     "capacitance, low, high or none",
+     "a device, of class 0, drawing 5 W and with a good signature if nothing else is said"},
+    {"unplug", parseUnplug, "unplug PORT with PORT 0 to 3", "takes the device away"},
+    {"draw", parseDraw, "draw PORT WATTS with PORT 0 to 3, WATTS 0 to 100",
+     "what the device draws from now on"},
+    {"short", parseShort, "short PORT with PORT 0 to 3", "a short circuit in place of the device"},
+    {"fault", parseFault, "fault PORT FAULT with PORT 0 to 3, FAULT fet, overtemperature or none",
+     "of the port's electronics"},
+    {"class-error", parseClassError, "class-error PORT with PORT 0 to 3",
+     "the port's next classification fails"},
+    {"temperature", parseTemperature, "temperature C with C -27 to 217", "of the chip"},
+    {"thermal", parseThermal, "thermal SWITCH with SWITCH on or off", "thermal shutdown of all ports"},
+    {"supply", parseSupply, "supply VOLTS with VOLTS 0 to 100", "the main voltage"},
+    {"bank", parseBank, "bank N with N 0 to 15",
+     "the active power bank; its limit is that of bank N modulo 8"},
+    {"power-cycle", parsePowerCycle, "power-cycle", "all registers as after power-on"},
+    {"bus", parseBus,
+     "bus FAULT with FAULT ok, dead, fail N, every N or register R, N 1 to 1000000, R 0 to 0xFF",
+     "which transfers fail: none, all, the next N, each Nth, those on one register"},
+    {"reg", parseReg, "reg ADDR [VALUE] with ADDR 0 to 0xCE, VALUE 0 to 0xFF",
+     "shows a register, or puts a value into it past all access rules"},
+    {"dump", parseDump, "dump", "all registers in the text form of i2cdump"},
+    {"load", parseLoad, "load FILE",
+     "registers, and the devices that they show, from the text form of i2cdump"},
+    {"show", parseShow, "show", "the state of the card, key=value"},
+    {"help", parseHelp, "help", "this text"},
+};
+
+CardCommand parseHelp(CommandArguments& /*arguments*/) {
+  return telling([](const Card& /*card*/) {
+    std::string text;
+    for (const Word& word : WORDS) {
+      text += std::string(word.accepted) + ": " + word.purpose + "\n";
+    }
+    return text;
+  });
+}
+
+} // namespace
+
+CardCommand parseCardCommand(const std::string& line) {
+  std::istringstream words(line);
+  std::string name;
+  if (!(words >> name)) {
+    throw CardCommandError("there is no command; accepted are " + cardCommandNames());
+  }
+  for (const Word& word : WORDS) {
+    if (name == word.name) {
+      CommandArguments arguments(line, word.accepted);
+      CardCommand command = word.parse(arguments);
+      arguments.end();
+      return command;
+    }
+  }
+  throw CardCommandError(quoted(name) + " is not understood; accepted are " + cardCommandNames());
+}
+
+std::string cardCommandNames() {
+  std::string names = WORDS[0].name;
+  for (std::size_t i = 1; i < std::size(WORDS); ++i) {
+    names += (i + 1 < std::size(WORDS) ? ", " : " and ") + std::string(WORDS[i].name);
+  }
+  return names;
+}

@@ -1,0 +1,34 @@
+// The command line of poe_card.
+#pragma once
+
+#include "simulator/card/card_command.h"
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+struct CardOptions {
+  std::vector<CardCommand> plugged; // run before the command is started
+  bool adapter = true;
+  bool chipPresent = true;
+  bool help = false;
+  bool version = false;
+  std::string scenarioFile; // of these, empty: none
+  std::string controlPath;
+  std::string recordFile;
+  bool recordTimes = false;
+  bool stepped = false;
+  std::string logFile; // empty: the command's syslog lines are left alone
+  std::vector<std::string> command;
+};
+
+// What is wrong with a command line and what is accepted instead, in one line.
+class UsageError : public std::runtime_error {
+public:
+  using std::runtime_error::runtime_error;
+};
+
+extern const char* const CARD_USAGE;
+
+// Throws UsageError.
+CardOptions parseCardOptions(int argc, char** argv);

@@ -1,0 +1,92 @@
+#include "simulator/card/control_socket.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+sockaddr_un addressOf(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  const std::size_t most = sizeof address.sun_path - 1;
+  if (path.size() > most) {
+    throw ControlSocketError("the path of " + std::to_string(path.size()) +
+                             " characters is too long; accepted are " + std::to_string(most));
+  }
+  std::memcpy(address.sun_path, path.c_str(), path.size());
+  return address;
+}
+
+const sockaddr* generic(const sockaddr_un* address) {
+  return reinterpret_cast<const sockaddr*>(address);
+}
+
+bool somebodyListens(const sockaddr_un& address) {
+  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  const bool refused = connect(fd, generic(&address), sizeof address) != 0 && errno == ECONNREFUSED;
+  close(fd);
+  return !refused;
+}
+
+// Makes way for a new socket.
+void removeStale(const std::string& path, const sockaddr_un& address) {
+  struct stat file {};
+  if (lstat(path.c_str(), &file) != 0) {
+    return;
+  }
+  if (!S_ISSOCK(file.st_mode) || somebodyListens(address)) {
+    throw ControlSocketError(path + " exists; accepted is a new path, or a socket that nobody listens on");
+  }
+  unlink(path.c_str());
+}
+
+} // namespace
+
+ControlSocket::ControlSocket(const std::string& path, ControlClient::Answer answer)
+    : m_path(std::filesystem::absolute(path).string()), m_answer(std::move(answer)) {
+  const sockaddr_un address = addressOf(m_path);
+  removeStale(m_path, address);
+  m_fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  // Before bind(), so that the file never has any other mode.
+  if (m_fd < 0 || fchmod(m_fd, S_IRUSR | S_IWUSR) != 0 ||
+      bind(m_fd, generic(&address), sizeof address) != 0 || listen(m_fd, SOMAXCONN) != 0) {
+    const int error = errno;
+    close(m_fd);
+    throw ControlSocketError("cannot make " + m_path + ": " + std::generic_category().message(error) +
+                             "; accepted is a path in a directory that can be written");
+  }
+  m_watch = g_unix_fd_add(m_fd, G_IO_IN, onConnection, this);
+}
+
+ControlSocket::~ControlSocket() {
+  g_source_remove(m_watch);
+  close(m_fd);
+  unlink(m_path.c_str());
+}
+
+gboolean ControlSocket::onConnection(gint /*fd*/, GIOCondition /*condition*/, gpointer self) {
+  static_cast<ControlSocket*>(self)->accept();
+  return G_SOURCE_CONTINUE;
+}
+
+void ControlSocket::accept() {
+  const int fd = accept4(m_fd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+  if (fd < 0) {
+    return; // the client has gone again
+  }
+  if (m_clients.size() == MOST_CLIENTS) {
+    close(fd);
+    return;
+  }
+  const auto answer = [this](const std::string& line) { return m_answer(line) + "\n"; };
+  const auto place = m_clients.emplace(m_clients.end(), fd, answer);
+  place->onOver([this, place] { m_clients.erase(place); });
+}

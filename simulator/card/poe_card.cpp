@@ -1,0 +1,206 @@
+// poe_card: runs a command on a simulated card.
+#include "simulator/bus/simulated_adapter.h"
+#include "simulator/bus/transfer_record.h"
+#include "simulator/card/card_options.h"
+#include "simulator/card/card_scenario.h"
+#include "simulator/card/child_process.h"
+#include "simulator/card/control_socket.h"
+#include "simulator/card/simulated_card.h"
+#include "simulator/card/text_file.h"
+
+#include <glib-unix.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int FAILED = 1;
+constexpr int WRONG_USAGE = 2;
+constexpr std::size_t LONGEST_SCENARIO = 1'048'576; // bytes
+constexpr const char* MOCK_LIBRARY = "libumockdev-preload.so.0";
+
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+std::string joined(const std::string& first, const std::string& second) {
+  return second.empty() ? first : first + ":" + second;
+}
+
+// The library that makes /dev/i2c-0 appear has to be preloaded, into this
+// process too: starts the program over with it when it is not there.
+void enterMockEnvironment(char** argv) {
+  const std::string preloaded = variable("LD_PRELOAD");
+  if (preloaded.find(MOCK_LIBRARY) != std::string::npos) {
+    return;
+  }
+  if (dlopen(MOCK_LIBRARY, RTLD_LAZY | RTLD_LOCAL) == nullptr) { // ld.so itself would only warn
+    throw std::runtime_error(std::string(dlerror()) + "; the Debian package umockdev has it");
+  }
+  setenv("LD_PRELOAD", joined(MOCK_LIBRARY, preloaded).c_str(), 1);
+  // A program built with AddressSanitizer, the command or this one, refuses to
+  // run when its runtime is not the first library.
+  const std::string asanOptions = variable("ASAN_OPTIONS");
+  if (asanOptions.find("verify_asan_link_order") == std::string::npos) {
+    setenv("ASAN_OPTIONS", joined("verify_asan_link_order=0", asanOptions).c_str(), 1);
+  }
+  const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+  execv(self.c_str(), argv);
+  throw std::system_error(errno, std::generic_category(), self);
+}
+
+// The library beside us that takes the command's syslog lines, and where to.
+ChildProcess::Environment syslogCapture(const std::string& file) {
+  const std::filesystem::path bin = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+  const std::string name = "libpoe_card_syslog.so";
+  const std::string folder = (bin.parent_path() / "libexec" / "poe-tools").string();
+  const std::string library = folder + "/" + name;
+  if (access(library.c_str(), R_OK) != 0) {
+    throw std::system_error(errno, std::generic_category(), library);
+  }
+  // Its folder may have a blank in its name, which LD_PRELOAD would take for the end of a path.
+  if (folder.find_first_of(":;") != std::string::npos) {
+    throw std::runtime_error(
+        "--log: a library cannot be preloaded from a folder with a colon or semicolon: " + folder);
+  }
+  const int fd = open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+  const int error = errno;
+  if (fd < 0) {
+    throw UsageError("--log: cannot write " + file + ": " + std::generic_category().message(error));
+  }
+  close(fd);
+  return {{"LD_PRELOAD", joined(variable("LD_PRELOAD"), name)},
+          {"LD_LIBRARY_PATH", joined(folder, variable("LD_LIBRARY_PATH"))},
+          {"POE_CARD_SYSLOG", std::filesystem::absolute(file).string()}};
+}
+
+struct Waiting {
+  ChildProcess& child;
+  GMainLoop* loop;
+};
+
+gboolean onSignal(gint /*fd*/, GIOCondition /*condition*/, gpointer data) {
+  const auto* waiting = static_cast<Waiting*>(data);
+  if (!waiting->child.handleSignal()) {
+    return G_SOURCE_CONTINUE;
+  }
+  g_main_loop_quit(waiting->loop);
+  return G_SOURCE_REMOVE;
+}
+
+std::unique_ptr<ControlSocket> controlSocket(const std::string& path, SimulatedCard& card) {
+  if (path.empty()) {
+    return nullptr;
+  }
+  try {
+    return std::make_unique<ControlSocket>(path,
+                                           [&card](const std::string& line) { return card.answer(line); });
+  } catch (const ControlSocketError& error) {
+    throw UsageError(std::string("--control: ") + error.what());
+  }
+}
+
+std::vector<ScenarioStep> scenarioOf(const std::string& file) {
+  if (file.empty()) {
+    return {};
+  }
+  std::string text;
+  try {
+    text = readTextFile(file, LONGEST_SCENARIO);
+  } catch (const std::runtime_error& error) {
+    throw UsageError(std::string("--scenario: ") + error.what());
+  }
+  try {
+    return parseScenario(text, file);
+  } catch (const CardCommandError& error) {
+    throw UsageError(error.what());
+  }
+}
+
+std::unique_ptr<TransferRecord> recordIn(const std::string& file, bool withTimes) {
+  if (file.empty()) {
+    return nullptr;
+  }
+  try {
+    return std::make_unique<TransferRecord>(file, withTimes);
+  } catch (const std::runtime_error& error) {
+    throw UsageError(std::string("--record: ") + error.what());
+  }
+}
+
+int run(const CardOptions& options) {
+  ChildProcess child;
+  ChildProcess::Environment environment;
+  if (!options.logFile.empty()) {
+    environment = syslogCapture(options.logFile);
+  }
+  const std::vector<ScenarioStep> scenario = scenarioOf(options.scenarioFile);
+  SimulatedCard card(options.stepped ? SimulatedCard::Time::Stepped : SimulatedCard::Time::Real);
+  const std::unique_ptr<ControlSocket> control = controlSocket(options.controlPath, card);
+  if (control) {
+    environment.emplace_back("POE_CARD_CONTROL", control->path());
+  }
+  card.record(recordIn(options.recordFile, options.recordTimes));
+  card.setPresent(options.chipPresent);
+  for (const CardCommand& plug : options.plugged) {
+    card.run(plug);
+  }
+  card.follow(scenario);
+  std::optional<SimulatedAdapter> adapter;
+  if (options.adapter) {
+    adapter.emplace(card);
+  } else if (access(SimulatedAdapter::DEVICE, F_OK) == 0) {
+    throw std::runtime_error(
+        "--no-adapter: this machine has a /dev/i2c-0 of its own, which cannot be hidden");
+  }
+
+  GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
+  Waiting waiting{child, loop};
+  g_unix_fd_add(child.signalFd(), G_IO_IN, onSignal, &waiting);
+  child.start(options.command, environment);
+  g_main_loop_run(loop);
+  g_main_loop_unref(loop);
+  if (!card.recordComplete()) {
+    throw std::runtime_error("--record: " + options.recordFile + " did not take all transfers");
+  }
+  return child.exitStatus();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  try {
+    const CardOptions options = parseCardOptions(argc, argv);
+    if (options.help) {
+      std::fputs(CARD_USAGE, stdout);
+      return EXIT_SUCCESS;
+    }
+    if (options.version) {
+      std::puts(POE_VERSION);
+      return EXIT_SUCCESS;
+    }
+    enterMockEnvironment(argv);
+    return run(options);
+  } catch (const UsageError& error) {
+    std::fprintf(stderr, "poe_card: %s\n", error.what());
+    return WRONG_USAGE;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "poe_card: %s\n", error.what());
+    return FAILED;
+  }
+}

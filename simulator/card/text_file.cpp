@@ -1,0 +1,63 @@
+#include "simulator/card/text_file.h"
+
+#include "simulator/card/quoted.h"
+
+#include <array>
+#include <cerrno>
+#include <stdexcept>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+class Descriptor {
+public:
+  explicit Descriptor(int fd) : m_fd(fd) {}
+  ~Descriptor() {
+    if (m_fd >= 0) {
+      close(m_fd);
+    }
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int get() const { return m_fd; }
+
+private:
+  int m_fd;
+};
+
+[[noreturn]] void failErrno(const std::string& path) {
+  const int error = errno;
+  throw std::runtime_error("cannot read " + quoted(path) + ": " + std::generic_category().message(error) +
+                           "; accepted is a file that can be read");
+}
+
+} // namespace
+
+std::string readTextFile(const std::string& path, std::size_t most) {
+  // A pipe, which is refused below, must not be waited for.
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (file.get() < 0 || fstat(file.get(), &status) != 0) {
+    failErrno(path);
+  }
+  if (!S_ISREG(status.st_mode)) {
+    throw std::runtime_error(quoted(path) + " is no file; accepted is a regular file");
+  }
+  std::string text;
+  std::array<char, 4096> part{};
+  for (ssize_t got = 0; (got = read(file.get(), part.data(), part.size())) != 0;) {
+    if (got < 0) {
+      failErrno(path);
+    }
+    text.append(part.data(), static_cast<std::size_t>(got));
+    if (text.size() > most) {
+      throw std::runtime_error(quoted(path) + " is too long; accepted are " + std::to_string(most) +
+                               " bytes");
+    }
+  }
+  return text;
+}
