@@ -1,4 +1,4 @@
-# Sourced by benchmarks/run: what a cycle takes of the processor beside the kernel, counted by valgrind.
+# Sourced by benchmarks/measure: what a cycle takes of the processor beside the kernel, counted by valgrind.
 
 # valgrind_count WORDS CYCLES OPTIONS... COMMAND...: the number behind WORDS in what valgrind reports.
 valgrind_count() {

@@ -1,4 +1,4 @@
-# Sourced by benchmarks/run: what is measured on real kernels, in the machines of the target tests.
+# Sourced by benchmarks/measure: what is measured on real kernels, in the machines of the target tests.
 . tests/target/machine.sh
 . tests/target/x86_machine.sh
 . tests/target/powerpc_machine.sh

@@ -1,4 +1,4 @@
-# Sourced by benchmarks/run: what the operations of the engine take, beside the cycles.
+# Sourced by benchmarks/measure: what the operations of the engine take, beside the cycles.
 
 measure_operations() {
   build release service_operations

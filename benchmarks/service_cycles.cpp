@@ -2,7 +2,7 @@
 // that comes again in every cycle, or that changes in every cycle.
 #include "benchmarks/stand_in.h"
 #include "components/PoeDriver/pd69104_engine.h"
-#include "tests/support/four_ports.h"
+#include "tests/support/doubles/four_ports.h"
 
 #include <cstdio>
 #include <cstring>

@@ -2,7 +2,7 @@
 // the kernel, by Google Benchmark.
 #include "benchmarks/stand_in.h"
 #include "components/PoeDriver/pd69104_engine.h"
-#include "tests/support/four_ports.h"
+#include "tests/support/doubles/four_ports.h"
 
 #include <array>
 #include <benchmark/benchmark.h>

@@ -7,8 +7,8 @@
 //   service_timing growth CYCLES        a line for each number of clients and each rate of configurations
 #include "benchmarks/timed_bus.h"
 #include "components/PoeDriver/poe_messages.h"
-#include "tests/platform/console_connection.h"
-#include "tests/support/four_ports.h"
+#include "tests/support/doubles/four_ports.h"
+#include "tests/support/process/console_connection.h"
 
 #include <algorithm>
 #include <atomic>

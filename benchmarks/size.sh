@@ -1,4 +1,4 @@
-# Sourced by benchmarks/run: what the objects of the service take in the card's memory.
+# Sourced by benchmarks/measure: what the objects of the service take in the card's memory.
 
 measure_size() {
   install_packages "$packages_for_powerpc"

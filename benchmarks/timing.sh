@@ -1,4 +1,4 @@
-# Sourced by benchmarks/run: what takes its time, measured on the whole service with the bus of a real card's speed.
+# Sourced by benchmarks/measure: what takes its time, measured on the whole service with the bus of a real card's speed.
 
 # timing FILE WORDS...: runs service_timing with queues and a console of its own, and ahead of everything else that the
 # computer does where that is allowed.

@@ -8,11 +8,11 @@
 #include "simulator/chip/chip_model.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/worker_thread.h"
-#include "tests/reliability/configured_registers.h"
-#include "tests/support/i2c_bus.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/platform_doubles.h"
-#include "tests/unit/main_doubles.h"
+#include "tests/support/doubles/i2c_bus.h"
+#include "tests/support/doubles/log_capture.h"
+#include "tests/support/doubles/main_doubles.h"
+#include "tests/support/doubles/platform_doubles.h"
+#include "tests/support/model/configured_registers.h"
 
 #include <algorithm>
 #include <array>

@@ -6,11 +6,11 @@
 #include "components/PoeDriver/pd69104_engine.h"
 #include "platform/host/console/debug_registry.h"
 #include "tests/fuzz/fuzz_target.h"
-#include "tests/support/allocation.h"
-#include "tests/support/i2c_bus.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/platform_doubles.h"
-#include "tests/support/posix_doubles.h"
+#include "tests/support/doubles/allocation.h"
+#include "tests/support/doubles/i2c_bus.h"
+#include "tests/support/doubles/log_capture.h"
+#include "tests/support/doubles/platform_doubles.h"
+#include "tests/support/doubles/posix_doubles.h"
 
 #include <algorithm>
 #include <cctype>

@@ -3,7 +3,7 @@
 // however they were cut.
 #include "platform/host/console/console_client.h"
 #include "tests/fuzz/fuzz_target.h"
-#include "tests/platform/talker.h"
+#include "tests/support/doubles/talker.h"
 
 #include <algorithm>
 #include <cerrno>

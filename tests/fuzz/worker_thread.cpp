@@ -1,6 +1,6 @@
 #include "tests/fuzz/worker_thread.h"
 
-#include "tests/support/platform_doubles.h"
+#include "tests/support/doubles/platform_doubles.h"
 
 WorkerThread::WorkerThread(PosixDoubles& posix) : m_posix(posix) {
   m_posix.onJoin = [this] {

@@ -2,7 +2,7 @@
 // next.
 #pragma once
 
-#include "tests/support/posix_doubles.h"
+#include "tests/support/doubles/posix_doubles.h"
 
 #include <condition_variable>
 #include <mutex>

@@ -1,4 +1,4 @@
-# Sourced by tests/target/x86, tests/target/powerpc and benchmarks/run: the file system of a test machine, its run and the verdict.
+# Sourced by tests/target/x86, tests/target/powerpc and benchmarks/measure: the file system of a test machine, its run and the verdict.
 
 . scripts/packages.sh
 . scripts/build.sh

@@ -1,4 +1,4 @@
-# Sourced by tests/target/powerpc and benchmarks/run: the PowerPC machine, a kernel of tests/target/powerpc_kernel.sh in
+# Sourced by tests/target/powerpc and benchmarks/measure: the PowerPC machine, a kernel of tests/target/powerpc_kernel.sh in
 # qemu-system-ppc.
 . tests/target/powerpc_kernel.sh
 

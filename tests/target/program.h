@@ -1,7 +1,7 @@
 // A program that a test has started.
 #pragma once
 
-#include "tests/process/patience.h"
+#include "tests/support/process/patience.h"
 
 #include <functional>
 #include <string>

@@ -1,11 +1,11 @@
 // What the tests of a machine share: the chip, the log, the main process's queues and the real service.
 #pragma once
 
-#include "tests/process/main_process.h"
-#include "tests/support/message_scene.h"
+#include "tests/support/process/main_process.h"
+#include "tests/support/process/message_scene.h"
+#include "tests/support/process/system_log.h"
 #include "tests/target/chip.h"
 #include "tests/target/program.h"
-#include "tests/target/system_log.h"
 
 #include <gtest/gtest.h>
 #include <memory>

@@ -1,4 +1,4 @@
-# Sourced by tests/target/x86 and benchmarks/run: the x86-64 machine, Debian's own kernel in qemu-system-x86_64.
+# Sourced by tests/target/x86 and benchmarks/measure: the x86-64 machine, Debian's own kernel in qemu-system-x86_64.
 
 x86_libraries=(/lib/x86_64-linux-gnu /usr/lib/x86_64-linux-gnu)
 

@@ -1,0 +1,50 @@
+#include "tests/support/doubles/log_capture.h"
+
+#include "tests/support/doubles/allocation.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+
+namespace {
+
+std::mutex mutex;
+LogLines captured;
+
+[[gnu::format(printf, 1, 0)]] std::string formatted(const char* format, va_list arguments) {
+  char text[4096];
+  const int length = vsnprintf(text, sizeof text, format, arguments);
+  return length < static_cast<int>(sizeof text) ? text : "(line too long for the capture)";
+}
+
+} // namespace
+
+extern "C" [[gnu::format(printf, 2, 3)]] void __wrap_syslog(int priority, const char* format, ...) {
+  const UncountedAllocations uncounted;
+  va_list arguments;
+  va_start(arguments, format);
+  const std::lock_guard<std::mutex> lock(mutex);
+  captured.push_back({priority, formatted(format, arguments)});
+  va_end(arguments);
+}
+
+std::ostream& operator<<(std::ostream& out, const LogLine& line) {
+  return out << "<" << line.priority << ">" << ::testing::PrintToString(line.text);
+}
+
+LogLines takeLog() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  LogLines lines;
+  lines.swap(captured);
+  return lines;
+}
+
+LogLines softwareError(const std::string& source, int line, const std::string& message) {
+  return {{3, "SWERR ERROR DETECTED: components/PoeDriver/" + source + " " + std::to_string(line) + " "},
+          {3, message}};
+}
+
+LogLines operator+(LogLines first, const LogLines& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}

@@ -1,0 +1,90 @@
+#include "tests/support/doubles/platform_doubles.h"
+
+#include "platform/better_sleep.h"
+#include "platform/watchdog_monitor.h"
+#include "tests/support/doubles/allocation.h"
+
+#include <cstring>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+std::mutex mutex;
+std::vector<std::string> watchdogEvents;
+std::function<void(double)> sleepAction;
+std::function<void(const std::string&)> watchdogAction;
+std::string watchdogText;
+
+void note(const std::string& name, const std::string& event) {
+  const UncountedAllocations uncounted;
+  const std::lock_guard<std::mutex> lock(mutex);
+  if (watchdogAction) {
+    watchdogAction(name + " " + event);
+  }
+  watchdogEvents.push_back(name + " " + event);
+}
+
+} // namespace
+
+void onSleep(std::function<void(double)> action) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  sleepAction = std::move(action);
+}
+
+void setWatchdogText(const std::string& text) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  watchdogText = text;
+}
+
+void onWatchdogEvent(std::function<void(const std::string&)> action) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  watchdogAction = std::move(action);
+}
+
+std::vector<std::string> takeWatchdogEvents() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  return std::exchange(watchdogEvents, {});
+}
+
+void BetterSleep(double seconds) {
+  const UncountedAllocations uncounted;
+  std::function<void(double)> action;
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    action = sleepAction;
+  }
+  if (action) {
+    action(seconds);
+  }
+}
+
+class watchdogMonitor::Client {
+public:
+  std::string name;
+};
+
+watchdogMonitor::watchdogMonitor(const std::string& name) : m_client(std::make_shared<Client>(Client{name})) {
+  note(name, "created");
+}
+
+watchdogMonitor::~watchdogMonitor() {
+  note(m_client->name, "deleted");
+}
+
+void watchdogMonitor::wdm_start(unsigned milliseconds) {
+  note(m_client->name, "start " + std::to_string(milliseconds));
+}
+
+void watchdogMonitor::wdm_notify(int code) {
+  note(m_client->name, "notify " + std::to_string(code));
+}
+
+void watchdogMonitor::wdm_dbg(char* buffer, unsigned length) const {
+  const std::lock_guard<std::mutex> lock(mutex);
+  if (watchdogAction) {
+    watchdogAction(m_client->name + " asked");
+  }
+  const std::string text = watchdogText.empty() ? "state of " + m_client->name + "\n" : watchdogText;
+  std::strncpy(buffer, text.c_str(), length);
+}

@@ -1,0 +1,124 @@
+// --log: the command's syslog lines in a file, for commands of every make.
+#include "card_process.h"
+#include "tests/support/process/command.h"
+
+#include <algorithm>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace {
+
+class PoeCardLog : public testing::TestWithParam<const char*> {
+protected:
+  // Runs a probe of this make; `log` then holds what is in the file.
+  CardResult runLogged(const std::vector<std::string>& words) {
+    std::vector<std::string> arguments = {"--log", file(), "--", probe()};
+    arguments.insert(arguments.end(), words.begin(), words.end());
+    CardResult result = runCard(arguments);
+    std::ifstream stream(file());
+    std::ostringstream text;
+    text << stream.rdbuf();
+    m_log = text.str();
+    return result;
+  }
+  std::string file() const { return (m_directory.path() / "log").string(); }
+  std::string probe() const {
+    const std::string plain = CARD_PROBE;
+    return plain.substr(0, plain.rfind("plain")) + GetParam();
+  }
+
+  TemporaryDirectory m_directory;
+  std::string m_log;
+};
+
+TEST_P(PoeCardLog, HoldsEachLineWithItsPriorityBesideBusTransfers) {
+  const CardResult result =
+      runLogged({"open", "bind:0x20", "log:3:Range Error", "read:0x43", "vlog:6:all is well"});
+  EXPECT_EQ(result.out, "ok\nok\n0x41\n");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_FALSE(result.leftFiles);
+  EXPECT_EQ(m_log, "<3> Range Error\n<6> all is well\n");
+}
+
+TEST_P(PoeCardLog, HoldsTheTextAsItIsAndEndsALineOnlyOnce) {
+  runLogged({"log:3:ended\n", "log:3: two  blanks ", "log:3:", "log:3:two\nlines\n"});
+  EXPECT_EQ(m_log, "<3> ended\n<3>  two  blanks \n<3> \n<3> two\nlines\n");
+}
+
+TEST_P(PoeCardLog, LeavesTheFacilityOut) {
+  runLogged({"log:0x9B:from facility 19"});
+  EXPECT_EQ(m_log, "<3> from facility 19\n");
+}
+
+TEST_P(PoeCardLog, HoldsTextsOfEveryLengthWhole) {
+  std::vector<std::string> words;
+  std::string expected;
+  for (const std::size_t length : {1016U, 1017U, 1018U, 1019U, 1020U, 1021U, 5000U}) {
+    words.push_back("log:4:" + std::string(length, 'x'));
+    expected += "<4> " + std::string(length, 'x') + "\n";
+  }
+  runLogged(words);
+  EXPECT_EQ(m_log, expected);
+}
+
+TEST_P(PoeCardLog, PutsTheCallersErrorForPercentM) {
+  runLogged({"missing:3"});
+  EXPECT_EQ(m_log, "<3> open: No such file or directory\n");
+}
+
+TEST_P(PoeCardLog, LeavesOutWhatTheCommandMasks) {
+  runLogged({"mask:0x08", "log:3:kept", "log:6:masked"}); // LOG_MASK(LOG_ERR)
+  EXPECT_EQ(m_log, "<3> kept\n");
+}
+
+TEST_P(PoeCardLog, IsAppendedToAnExistingFile) {
+  std::ofstream(file()) << "before\n";
+  runLogged({"log:3:after"});
+  EXPECT_EQ(m_log, "before\n<3> after\n");
+}
+
+TEST_P(PoeCardLog, KeepsTheLinesOfManyThreadsWhole) {
+  const CardResult result = runLogged({"flood:8:250"});
+  EXPECT_EQ(result.err, "");
+  std::vector<std::string> expected;
+  for (int thread = 0; thread < 8; ++thread) {
+    for (int line = 0; line < 250; ++line) {
+      expected.push_back("<6> thread " + std::to_string(thread) + " line " + std::to_string(line) +
+                         " of a flood");
+    }
+  }
+  std::vector<std::string> lines;
+  std::istringstream text(m_log);
+  for (std::string line; std::getline(text, line);) {
+    lines.push_back(line);
+  }
+  std::sort(expected.begin(), expected.end());
+  std::sort(lines.begin(), lines.end());
+  EXPECT_EQ(lines, expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Makes, PoeCardLog, testing::Values(CARD_PROBE_MAKES),
+                         [](const auto& make) { return std::string(make.param); });
+
+TEST(PoeCardInAFolderWithABlank, CapturesTheLogAllTheSame) {
+  const TemporaryDirectory directory;
+  const std::filesystem::path built = std::filesystem::path(POE_CARD).parent_path().parent_path();
+  const std::filesystem::path moved = directory.path() / "line card";
+  create_directories(moved / "bin");
+  copy(POE_CARD, moved / "bin");
+  copy(built / "libexec", moved / "libexec", std::filesystem::copy_options::recursive);
+  const std::string file = (directory.path() / "log").string();
+  const CommandResult result = run("'" + (moved / "bin" / "poe_card").string() + "' --log " + file +
+                                   " -- " CARD_PROBE " log:3:here && cat " + file);
+  EXPECT_EQ(result.output, "<3> here\n");
+  EXPECT_EQ(result.status, 0);
+}
+
+TEST(PoeCardWithoutLog, PreloadsNothingMoreThanTheDevice) {
+  const CardResult result = runCard({"--", "sh", "-c", "echo $LD_PRELOAD"});
+  EXPECT_EQ(result.out, "libumockdev-preload.so.0\n");
+}
+
+} // namespace

@@ -1,0 +1,199 @@
+// The live view of "poectl watch" on a real terminal, beside the real service.
+#include "tests/support/process/process_fixture.h"
+#include "tests/system/process/command.h"
+#include "tests/system/process/pattern.h"
+#include "tests/system/process/tmux_terminal.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <optional>
+#include <thread>
+
+namespace {
+
+const std::string UNICODE = "LC_ALL=C.UTF-8 ";
+
+class PoectlLiveView : public ServiceTest {
+protected:
+  void startCard() {
+    service = std::make_unique<ServiceProcess>(
+        ServiceOptions{{"--stepped", "--control", socket, "--plug", "0 class=2 watts=6"}, {}});
+  }
+
+  // Opens the view and waits until it shows port 0 with power.
+  void open(const std::string& environment = UNICODE) {
+    terminal.emplace(environment + POECTL + " watch --example --control " + socket);
+    EXPECT_TRUE(terminal->shows("0 DELIVERINGPOWER"));
+  }
+
+  void expectEnd(const std::string& key) {
+    terminal->press(key);
+    EXPECT_TRUE(terminal->shows("settings kept"));
+    EXPECT_EQ(terminal->row(0), ""); // the line that the test typed
+    EXPECT_EQ(terminal->row(1), "status 0");
+    EXPECT_FALSE(queueExists("/queueToMain"));
+  }
+
+  unsigned long messageNumber() const {
+    const std::string row = terminal->row(0);
+    EXPECT_TRUE(containsPattern(row, "message [0-9]+, age")) << row;
+    return std::strtoul(row.c_str() + row.find("message ") + 8, nullptr, 10);
+  }
+
+  const std::string socket = ::testing::TempDir() + "poectl_view_" + std::to_string(getpid());
+  std::optional<TmuxTerminal> terminal;
+};
+
+TEST_F(PoectlLiveView, OpensOnATerminalAndGivesItBackAtQ) {
+  startCard();
+  open();
+  EXPECT_TRUE(terminal->shows("port 0: good, priority 1; device=good class=2 watts=6"));
+  EXPECT_TRUE(terminal->shows(">0 DELIVERINGPOWER  2    6/15  ███████▏··········    0"));
+  expectEnd("q");
+}
+
+TEST_F(PoectlLiveView, EndsWithCtrlC) {
+  startCard();
+  open();
+  expectEnd("C-c");
+}
+
+TEST_F(PoectlLiveView, LeavesNoQueueBehindWhenItsTerminalIsClosed) {
+  startCard();
+  open();
+  EXPECT_TRUE(queueExists("/queueToMain"));
+  terminal.reset();
+  for (int wait = 0; wait < 200 && queueExists("/queueToMain"); wait++) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(PoectlLiveView, ShowsWithinTwoMessagesWhatUnpluggingByKeyDoes) {
+  startCard();
+  open();
+  EXPECT_TRUE(terminal->shows("u unplug")) << "the card answers";
+  const unsigned long before = messageNumber();
+  const auto start = std::chrono::steady_clock::now();
+  terminal->press("0 u");
+  EXPECT_TRUE(terminal->shows("port 0 DELIVERINGPOWER -> SEARCHING"));
+  const auto time = std::chrono::steady_clock::now() - start;
+  RecordProperty("milliseconds", static_cast<int>(time / std::chrono::milliseconds(1)));
+  EXPECT_LE(messageNumber(), before + 2);
+  EXPECT_EQ(terminal->row(3).substr(0, 12), ">0 SEARCHING");
+  EXPECT_TRUE(terminal->shows("port 0 underLoadCounter +1, now 1"));
+  EXPECT_EQ(terminal->row(22), "card: unplug 0");
+}
+
+TEST_F(PoectlLiveView, PlugsADeviceIn) {
+  startCard();
+  open();
+  EXPECT_TRUE(terminal->shows("p plug"));
+  terminal->press("1 p");
+  EXPECT_TRUE(terminal->shows(">1 DELIVERINGPOWER  2    6/30"));
+  terminal->press("- -");
+  EXPECT_TRUE(terminal->shows(">1 DELIVERINGPOWER  2    4/30")) << "counted from what the device draws";
+}
+
+TEST_F(PoectlLiveView, ShowsWhatTheCardSaysToATypedCommand) {
+  startCard();
+  open();
+  EXPECT_TRUE(terminal->shows("p plug"));
+  terminal->press(": b o g u s Enter");
+  EXPECT_TRUE(terminal->shows("card: 'bogus' is not understood; accepted are"));
+}
+
+TEST_F(PoectlLiveView, FollowsTheSizeOfTheTerminal) {
+  startCard();
+  open();
+  terminal->resize(120, 40);
+  EXPECT_TRUE(terminal->shows("  ███████████████████████▏····"));
+  terminal->resize(80, 24);
+  EXPECT_TRUE(terminal->shows("  ███████▏··········  "));
+  terminal->resize(60, 10);
+  EXPECT_TRUE(terminal->shows("80x24 needed, this is 60x10"));
+  terminal->resize(1, 1);
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  terminal->resize(80, 24);
+  EXPECT_TRUE(terminal->shows("  ███████▏··········  "));
+  expectEnd("q");
+}
+
+TEST_F(PoectlLiveView, GoesOnThroughARestartOfServiceAndCard) {
+  startCard();
+  open();
+  service->interrupt();
+  EXPECT_TRUE(terminal->shows("STALE: no message for"));
+  EXPECT_TRUE(terminal->shows("no simulated card"));
+  startCard();
+  EXPECT_TRUE(terminal->shows("messages are back after"));
+  EXPECT_TRUE(terminal->shows("port 0 DISABLED -> DELIVERINGPOWER")) << "the example has been sent again";
+  EXPECT_TRUE(terminal->shows("p plug"));
+  expectEnd("q");
+}
+
+TEST_F(PoectlLiveView, WaitsForAServiceAndForACard) {
+  terminal.emplace(UNICODE + POECTL + " watch --example --control " + socket);
+  EXPECT_TRUE(terminal->shows("waiting for the service's first status message"));
+  terminal->press("p");
+  EXPECT_TRUE(terminal->shows("no simulated card answers; this key is for one"));
+  startCard();
+  EXPECT_TRUE(terminal->shows("0 DELIVERINGPOWER"));
+  expectEnd("q");
+}
+
+TEST_F(PoectlLiveView, SaysAtTheEndOfItsTimeThatNothingCame) {
+  terminal.emplace(std::string(POECTL) + " watch --seconds 0.5");
+  EXPECT_TRUE(terminal->shows("settings kept"));
+  EXPECT_EQ(terminal->row(1), "poectl: no status message came on /queueToMain: is the service running?");
+  EXPECT_EQ(terminal->row(2), "status 1");
+}
+
+TEST_F(PoectlLiveView, IsRefusedBesideAnotherMainProcess) {
+  const MainProcessQueue other;
+  terminal.emplace(std::string(POECTL) + " watch");
+  EXPECT_TRUE(terminal->shows("settings kept"));
+  EXPECT_TRUE(terminal->shows("poectl: queue /queueToMain exists"));
+  EXPECT_TRUE(terminal->shows("status 1"));
+  EXPECT_TRUE(queueExists("/queueToMain"));
+}
+
+TEST_F(PoectlLiveView, HasNoColoursWithNoColorSet) {
+  const std::string colour("\033\\[([0-9;]*;)?[349][0-7]m");
+  startCard();
+  open("NO_COLOR= " + UNICODE);
+  EXPECT_TRUE(containsPattern(terminal->sent(), colour)) << "an empty value asks for nothing";
+  expectEnd("q");
+  open("NO_COLOR=1 " + UNICODE);
+  EXPECT_FALSE(containsPattern(terminal->sent(), colour));
+  expectEnd("q");
+}
+
+TEST_F(PoectlLiveView, SendsNothingButAsciiToATerminalWithoutUtf8) {
+  const auto isAscii = [this] {
+    const std::string sent = terminal->sent();
+    return std::all_of(sent.begin(), sent.end(), [](char byte) { return (byte & 0x80) == 0; });
+  };
+  startCard();
+  open("LC_ALL=C ");
+  EXPECT_TRUE(terminal->shows("#######----------"));
+  EXPECT_TRUE(isAscii());
+  expectEnd("q");
+  open();
+  EXPECT_FALSE(isAscii());
+  expectEnd("q");
+}
+
+TEST_F(PoectlLiveView, IsATableWithItsAgeOnATerminalThatCannotPlaceItsCursor) {
+  startCard();
+  terminal.emplace("TERM=dumb " + std::string(POECTL) + " watch");
+  EXPECT_TRUE(terminal->shows("message 1: chip running"));
+  EXPECT_TRUE(terminal->shows("\nage 0."));
+  service->interrupt();
+  EXPECT_TRUE(terminal->shows("\nSTALE: no message for "));
+  terminal->press("C-c");
+  EXPECT_TRUE(terminal->shows("status 0"));
+}
+
+} // namespace

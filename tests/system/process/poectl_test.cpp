@@ -1,0 +1,398 @@
+// poectl beside the real service: the console for a script and for a person, and its errors.
+#include "tests/support/process/patience.h"
+#include "tests/support/process/process_fixture.h"
+#include "tests/system/process/command.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+const std::string DISABLED_CHANNEL = "channel 2\n"
+                                     "============\n"
+                                     "  enable                  = FALSE\n"
+                                     "  power_good              = FALSE\n"
+                                     "  det_status              = UNKNOWN\n"
+                                     "  pclass                  = UNKNOWN\n"
+                                     "  fet_error               = FALSE\n"
+                                     "  mosfet_overtemperature  = FALSE\n"
+                                     "  in_pm_mode              = FALSE\n"
+                                     "  passed_MSCC_cap_det     = FALSE\n"
+                                     "  det_fail                = FALSE\n"
+                                     "\n";
+
+using PoectlConsole = ServiceTest;
+
+TEST_F(PoectlConsole, SendsItsWordsAndPrintsTheReplyByteForByte) {
+  startService();
+  const CommandResult result = poectl("console PD69104Engine channel 2");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, DISABLED_CHANNEL);
+}
+
+TEST_F(PoectlConsole, PutsTheEngineInFrontOfABareCommand) {
+  startService();
+  EXPECT_EQ(poectl("console channel 2").output, DISABLED_CHANNEL);
+  EXPECT_EQ(poectl("console 'channel 2'").output, DISABLED_CHANNEL);
+  EXPECT_EQ(poectl("console help").output, "PD69104Engine\n");
+  EXPECT_EQ(poectl("console nobody").output, "No such object: nobody\nPD69104Engine\n");
+}
+
+TEST_F(PoectlConsole, CarriesTheWholeHelpTextThoughItLooksLikeAPrompt) {
+  startService();
+  const CommandResult result = poectl("console PD69104Engine help");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output.size(), 571U);
+}
+
+TEST_F(PoectlConsole, ReadsAndWritesRegisters) {
+  startService();
+  EXPECT_EQ(poectl("console writeReg 0x15 0x105").output, "PD69104Engine: value written ok 0x15:0x105\n\n");
+  EXPECT_EQ(poectl("console readReg 0x15").output, "PD69104Engine: value read 0x15:0x5\n\n");
+  EXPECT_EQ(poectl("console readReg 0xCF").output, "ERROR in reading register: 0xcf\n\n");
+}
+
+TEST_F(PoectlConsole, TakesItsCommandsFromStandardInputWhenThatIsNoTerminal) {
+  startService();
+  const CommandResult result =
+      run(std::string("printf 'readReg 0x90\\nchannel 2\\nquit\\nreadReg 0\\n' | ") + POECTL + " console");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "PD69104Engine: value read 0x90:0x0\n\n" + DISABLED_CHANNEL);
+}
+
+TEST_F(PoectlConsole, SaysInOneLineThatNothingListens) {
+  const CommandResult result = poectl("console info");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output,
+            "poectl: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is the "
+            "service running?\n");
+}
+
+TEST_F(PoectlConsole, RefusesALineEndInACommand) {
+  const CommandResult result = poectl("console 'info\ndevice'");
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.output, "poectl: a console command is one line: it cannot contain a line end\n");
+}
+
+#ifdef POECTL_HAS_SHELL
+
+// poectl's interactive console on a terminal of its own.
+class Terminal {
+public:
+  explicit Terminal(const std::string& stateFolder) {
+    m_pid = forkpty(&m_master, nullptr, nullptr, nullptr);
+    if (m_pid == 0) {
+      setenv("TERM", "vt100", 1);
+      setenv("XDG_STATE_HOME", stateFolder.c_str(), 1);
+      execl(POECTL, POECTL, "console", nullptr);
+      _exit(126);
+    }
+  }
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+  ~Terminal() {
+    close(m_master);
+    waitpid(m_pid, nullptr, 0);
+  }
+
+  void type(const std::string& keys) {
+    EXPECT_EQ(write(m_master, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+  }
+
+  // Whether the screen comes to show `text` behind what was already found.
+  bool shows(const std::string& text) {
+    std::size_t found = 0;
+    while ((found = m_screen.find(text, m_seen)) == std::string::npos) {
+      pollfd readable{m_master, POLLIN, 0};
+      char block[1024];
+      if (poll(&readable, 1, static_cast<int>(PATIENCE.count()) * 1000) != 1) {
+        return false;
+      }
+      const ssize_t length = read(m_master, block, sizeof block);
+      if (length <= 0) {
+        return false;
+      }
+      m_screen.append(block, static_cast<std::size_t>(length));
+    }
+    m_seen = found + text.size();
+    return true;
+  }
+
+private:
+  pid_t m_pid = -1;
+  int m_master = -1;
+  std::string m_screen;
+  std::size_t m_seen = 0;
+};
+
+TEST_F(PoectlConsole, CompletesWordsOnATerminalAndKeepsAHistory) {
+  startService();
+  std::string folder = ::testing::TempDir() + "poectl_XXXXXX";
+  ASSERT_NE(mkdtemp(folder.data()), nullptr);
+  {
+    Terminal terminal(folder);
+    ASSERT_TRUE(terminal.shows("poe> "));
+    terminal.type("PD6\t"); // the object
+    ASSERT_TRUE(terminal.shows("9104Engine "));
+    terminal.type("chan\t"); // its command
+    ASSERT_TRUE(terminal.shows("nel "));
+    terminal.type("2\n");
+    EXPECT_TRUE(terminal.shows("  det_status              = UNKNOWN\r\n"));
+    EXPECT_TRUE(terminal.shows("poe> "));
+    terminal.type("quit\n");
+    EXPECT_FALSE(terminal.shows("never shown"));
+  }
+  {
+    Terminal terminal(folder);
+    ASSERT_TRUE(terminal.shows("poe> "));
+    terminal.type("\x10"); // the line before, from the last time
+    EXPECT_TRUE(terminal.shows("PD69104Engine channel 2"));
+    terminal.type("\x15\x04"); // clear the line, end of input
+    EXPECT_FALSE(terminal.shows("never shown"));
+  }
+  EXPECT_EQ(run("rm -r " + folder).status, 0);
+}
+
+#endif
+
+using Poectl = ServiceTest;
+
+TEST_F(Poectl, SaysWhatIsWrongWithACommandLineAndWhatIsAccepted) {
+  for (const char* arguments :
+       {"", "bogus", "watch --count", "clean now", "apply", "check", "example now", "explain",
+        "status --json --prometheus", "explain - --bank-limit 256", "explain - --port 4"}) {
+    const CommandResult result = poectl(arguments);
+    EXPECT_EQ(result.status, 2) << arguments;
+    EXPECT_EQ(result.output.rfind("poectl: ", 0), 0U) << arguments;
+    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << arguments;
+  }
+}
+
+TEST_F(Poectl, WatchRefusesAQueueThatExistsAndLeavesItAlone) {
+  const MainProcessQueue other;
+  const CommandResult result = poectl("watch --seconds 1");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output,
+            "poectl: queue /queueToMain exists: another main process is running or was killed; when none "
+            "is, 'poectl clean' removes it\n");
+  EXPECT_TRUE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, WatchWithoutAServiceSaysThatNothingCame) {
+  const CommandResult result = poectl("watch --seconds 0.2");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: no status message came on /queueToMain: is the service running?\n");
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, WatchConfiguresAndShowsTheService) {
+  service = std::make_unique<ServiceProcess>(ServiceOptions{{"--plug", "0 class=2 watts=6"}, {}});
+  const CommandResult result = poectl("watch --example --count 6");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_NE(result.output.find(
+                "   0  on     DELIVERINGPOWER      2     6       15        0       0         0          0 "
+                "     0         0\n"
+                "   1  on     SEARCHING"),
+            std::string::npos)
+      << result.output;
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+std::string configOf(const std::string& enable) {
+  std::string text = "[banks]\nbank0 = 100\n";
+  for (const char* port : {"0", "1", "2", "3"}) {
+    text += std::string("[port.") + port + "]\nenable = " + enable + "\npriority = 1\nlimit = 15000\n";
+  }
+  return text;
+}
+
+CommandResult apply(const std::string& config) {
+  return run("printf '" + config + "' | " + POECTL + " apply -");
+}
+
+TEST_F(Poectl, ApplyConfiguresTheService) {
+  startService({{"--plug", "0 class=2 watts=6"}, {}});
+  const CommandResult result = apply(configOf("true"));
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "");
+  EXPECT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
+}
+
+TEST_F(Poectl, ApplyTakesTheExampleFromAFile) {
+  startService({{"--plug", "0 class=2 watts=6"}, {}});
+  std::string file = ::testing::TempDir() + "poectl_example_XXXXXX";
+  close(mkstemp(file.data()));
+  const std::string program = POECTL;
+  const CommandResult result = run(program + " example >" + file + " && " + program + " apply " + file);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "");
+  EXPECT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
+  unlink(file.c_str());
+}
+
+TEST_F(Poectl, ExplainStartsFromTheRunningServiceWhileAnotherHasItsMessages) {
+  startService({{"--plug", "0 class=2 watts=6", "--plug", "1 class=4 watts=22"}, {}});
+  ASSERT_EQ(run(std::string(POECTL) + " example | " + POECTL + " apply -").status, 0);
+  ASSERT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
+  const std::string explain = std::string(POECTL) + " example | " + POECTL + " explain - --status";
+  EXPECT_EQ(run(explain).output, "the limits add up to 60 W, the bank allows 100 W: nothing is done\n"
+                                 "restarted in every cycle: none\n");
+  EXPECT_EQ(
+      run(explain + " --bank-limit 20").output,
+      "the limits add up to 60 W, the bank allows 20 W: the ports are served by priority\n"
+      "priority 1, port 0: takes 15 W of 20 W, 5 W left\n"
+      "priority 2, port 1: needs 30 W of 5 W: does not fit and is powered: is restarted in every cycle\n"
+      "priority 3, port 2: detects open_circuit, not good: takes nothing, is left as it is\n"
+      "priority 3, port 3: is switched off: takes nothing, is left as it is\n"
+      "restarted in every cycle: 1\n");
+  EXPECT_EQ(run(explain + " --bank-limit 20 --port '1 powered=no'").output,
+            "the limits add up to 60 W, the bank allows 20 W: the ports are served by priority\n"
+            "priority 1, port 0: takes 15 W of 20 W, 5 W left\n"
+            "priority 2, port 1: needs 30 W of 5 W: does not fit, but has no power: is left as it is\n"
+            "priority 3, port 2: detects open_circuit, not good: takes nothing, is left as it is\n"
+            "priority 3, port 3: is switched off: takes nothing, is left as it is\n"
+            "restarted in every cycle: none\n");
+}
+
+TEST_F(Poectl, ExplainOfTheRunningServiceWithoutAServiceSaysSo) {
+  const CommandResult result = run(std::string(POECTL) + " example | " + POECTL + " explain - --status");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is "
+                           "the service running?\n");
+}
+
+TEST_F(Poectl, ApplyWithoutAServiceSaysSo) {
+  const CommandResult result = apply(configOf("true"));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output,
+            "poectl: cannot open /queueToPoe: No such file or directory; is the service running?\n");
+}
+
+TEST_F(Poectl, ApplyAndCheckRefuseABadFileAndSendNothing) {
+  const mqd_t queue = mq_open("/queueToPoe", O_CREAT | O_RDONLY, 0600, nullptr);
+  ASSERT_NE(queue, -1);
+  const std::string error = "standard input:4:10: 'enable' is of the wrong type; true or false is accepted\n";
+  const CommandResult applied = apply(configOf("7"));
+  EXPECT_EQ(applied.status, 2);
+  EXPECT_EQ(applied.output, error);
+  const CommandResult checked = run("printf '" + configOf("7") + "' | " + POECTL + " check -");
+  EXPECT_EQ(checked.status, 2);
+  EXPECT_EQ(checked.output, error);
+  mq_attr attributes{};
+  EXPECT_EQ(mq_getattr(queue, &attributes), 0);
+  EXPECT_EQ(attributes.mq_curmsgs, 0);
+  mq_close(queue);
+  mq_unlink("/queueToPoe");
+}
+
+TEST_F(Poectl, StatusShowsOneMessageOfTheService) {
+  service = std::make_unique<ServiceProcess>(ServiceOptions{});
+  const CommandResult text = poectl("status");
+  EXPECT_EQ(text.status, 0);
+  EXPECT_EQ(
+      text.output,
+      "message 1: chip running, bank limit 0 W, consumption 0 W, temperature 40 C\n"
+      "port  admin  state            class     W  limit W  invalid  denied  overload  underload  short  "
+      "classerr\n"
+      "   0  -      DISABLED             -     0        -        0       0         0          0      0  "
+      "       0\n"
+      "   1  -      DISABLED             -     0        -        0       0         0          0      0  "
+      "       0\n"
+      "   2  -      DISABLED             -     0        -        0       0         0          0      0  "
+      "       0\n"
+      "   3  -      DISABLED             -     0        -        0       0         0          0      0  "
+      "       0\n");
+  const CommandResult json = poectl("status --json");
+  EXPECT_EQ(json.status, 0);
+  EXPECT_EQ(json.output.rfind("{\n  \"mainPower\": 0,\n  \"mainOperStatus\": 1,\n", 0), 0U) << json.output;
+  const CommandResult prometheus = poectl("status --prometheus");
+  EXPECT_EQ(prometheus.status, 0);
+  EXPECT_NE(prometheus.output.find("\npoe_device_temperature_celsius 40\n"), std::string::npos)
+      << prometheus.output;
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, StatusWithoutAServiceSaysThatNothingCame) {
+  const CommandResult result = poectl("status");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: no status message came on /queueToMain: is the service running?\n");
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, StatusLetsAServiceOfAnotherUserWriteWhateverTheUmaskSays) {
+  FILE* reader = popen(("umask 077; exec " + std::string(POECTL) + " status 2>&1").c_str(), "r");
+  ASSERT_NE(reader, nullptr);
+  mqd_t queue = -1;
+  struct stat properties {};
+  // The queue is there a moment before it has its mode.
+  for (int wait = 0; wait < 200 && (properties.st_mode & 0777U) != 0622; wait++) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    queue = queue == -1 ? mq_open("/queueToMain", O_RDONLY) : queue;
+    fstat(queue, &properties);
+  }
+  EXPECT_EQ(properties.st_mode & 0777U, 0622U);
+  mq_close(queue);
+  while (std::fgetc(reader) != EOF) { // till its end
+  }
+  pclose(reader);
+}
+
+TEST_F(Poectl, SaysThatItsOutputCannotBeWritten) {
+  const CommandResult result = poectl("example >/dev/full");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: cannot write to standard output: No space left on device\n");
+}
+
+TEST_F(Poectl, StatusEndsWithASignalAndLeavesNoQueue) {
+  FILE* reader = popen(("echo $$; exec " + std::string(POECTL) + " status 2>&1").c_str(), "r");
+  ASSERT_NE(reader, nullptr);
+  char line[16];
+  ASSERT_NE(std::fgets(line, sizeof line, reader), nullptr);
+  EXPECT_TRUE(waitUntil([] { return queueExists("/queueToMain"); }));
+  kill(static_cast<pid_t>(std::strtol(line, nullptr, 10)), SIGINT);
+  while (std::fgetc(reader) != EOF) { // till its end
+  }
+  const int ending = pclose(reader);
+  EXPECT_TRUE(WIFEXITED(ending));
+  EXPECT_EQ(WEXITSTATUS(ending), 1);
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(Poectl, PreflightNamesWhatIsInTheWay) {
+  EXPECT_EQ(poectl("preflight").status, 0);
+  startService();
+  const CommandResult taken = poectl("preflight");
+  EXPECT_EQ(taken.status, 1);
+  EXPECT_EQ(taken.output, "port 10001 on 127.0.0.1 is taken: is another service running? End it first\n");
+  service.reset();
+  const CommandResult left = poectl("preflight");
+  EXPECT_EQ(left.status, 1);
+  EXPECT_EQ(left.output,
+            "queue /queueToMain exists: another service is running or was killed; when none is, 'poectl "
+            "clean' removes it\n");
+}
+
+TEST_F(Poectl, CleanRemovesTheQueuesAndNamesThem) {
+  for (const char* name : {"/queueToPoe", "/queueToMain"}) {
+    const mqd_t queue = mq_open(name, O_CREAT | O_RDWR, 0600, nullptr);
+    ASSERT_NE(queue, -1);
+    mq_close(queue);
+  }
+  const CommandResult result = poectl("clean");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "removed queue /queueToPoe\nremoved queue /queueToMain\n");
+  EXPECT_EQ(poectl("clean").output, "");
+}
+
+} // namespace

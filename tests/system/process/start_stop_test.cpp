@@ -1,0 +1,188 @@
+// Start and end of the real process: the order of the steps, and each step failing.
+#include "tests/support/process/process_fixture.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+// A socket that connects to, or listens on, the console's port.
+class ConsolePort {
+public:
+  ConsolePort() : m_socket(socket(AF_INET, SOCK_STREAM, 0)) {
+    m_address.sin_family = AF_INET;
+    m_address.sin_port = htons(10001);
+    m_address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  }
+  ConsolePort(const ConsolePort&) = delete;
+  ConsolePort& operator=(const ConsolePort&) = delete;
+  ~ConsolePort() { close(m_socket); }
+
+  bool connect() { return ::connect(m_socket, address(), sizeof m_address) == 0; }
+
+  bool listen() {
+    const int on = 1;
+    setsockopt(m_socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    return bind(m_socket, address(), sizeof m_address) == 0 && ::listen(m_socket, 1) == 0;
+  }
+
+  std::string read(std::size_t length) {
+    std::string text(length, '\0');
+    const ssize_t received = recv(m_socket, text.data(), length, MSG_WAITALL);
+    text.resize(received > 0 ? static_cast<std::size_t>(received) : 0);
+    return text;
+  }
+
+  void write(const std::string& text) {
+    EXPECT_EQ(send(m_socket, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
+  }
+
+private:
+  const sockaddr* address() const { return reinterpret_cast<const sockaddr*>(&m_address); }
+
+  int m_socket;
+  sockaddr_in m_address{};
+};
+
+using StartUp = ServiceTest;
+
+TEST_F(StartUp, WritesItsMilestonesInOrderAndAtOnceAlsoIntoAFile) {
+  startService();
+  EXPECT_EQ(outputBehindStart(), "");
+}
+
+TEST_F(StartUp, CreatesTheInboundQueueForTenMessagesOf2000Bytes) {
+  startService();
+  const ConfigSender sender;
+  EXPECT_EQ(sender.attributes().mq_maxmsg, 10);
+  EXPECT_EQ(sender.attributes().mq_msgsize, 2000);
+  EXPECT_EQ(sender.attributes().mq_flags, 0);
+  EXPECT_EQ(sender.permissions(), 0644U);
+}
+
+TEST_F(StartUp, ServesTheConsoleOnPort10001WithTheEngineRegistered) {
+  startService();
+  ConsolePort console;
+  ASSERT_TRUE(console.connect());
+  EXPECT_EQ(console.read(2), "> ");
+  console.write("help\n");
+  EXPECT_EQ(console.read(16), "PD69104Engine\n> ");
+}
+
+TEST_F(StartUp, GoesOnWithoutItsConsoleWhenThePortIsTaken) {
+  ConsolePort taken;
+  ASSERT_TRUE(taken.listen());
+  startService();
+  EXPECT_NE(service->output().find(
+                "<3> debug console: cannot listen on 127.0.0.1 port 10001: Address already in use"),
+            std::string::npos);
+  EXPECT_TRUE(service->isRunning());
+}
+
+TEST_F(StartUp, WithoutAWatchdogClientReportsItStartsNothingAndEndsWith255) {
+  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "2"}}});
+  EXPECT_EQ(service->waitForEnd(), 255);
+  EXPECT_EQ(service->output(), "<3> SWERR ERROR DETECTED: components/PoeDriver/main 60 \n"
+                               "<3> Failed to create wdmon\n"
+                               "<6> [INFO] main:80 (main) - Card is ready\n");
+  EXPECT_FALSE(queueExists("/queueToPoe"));
+}
+
+TEST_F(StartUp, WithoutItsQueueReportsItStartsNothingAndEndsWith255) {
+  // The missing adapter shows that the engine is constructed all the same.
+  service = std::make_unique<ServiceProcess>(
+      ServiceOptions{{"--no-adapter"}, {{"POE_TEST_FAIL_MQ_OPEN", std::to_string(EACCES)}}});
+  EXPECT_EQ(service->waitForEnd(), 255);
+  EXPECT_EQ(service->output(),
+            "<2> [CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - Permission denied(13)\n"
+            "<3> SWERR ERROR DETECTED: components/PoeDriver/pd69104 294 \n"
+            "<3> Cannot open I2C driver /dev/i2c-0: No such file or directory\n");
+}
+
+TEST_F(StartUp, RemovesTheQueueThatItCouldNotOpen) {
+  const mqd_t queue = mq_open("/queueToPoe", O_CREAT | O_RDWR, 0600, nullptr);
+  ASSERT_NE(queue, -1);
+  mq_close(queue);
+  service = std::make_unique<ServiceProcess>(
+      ServiceOptions{{}, {{"POE_TEST_FAIL_MQ_OPEN", std::to_string(EMFILE)}}});
+  EXPECT_EQ(service->waitForEnd(), 255);
+  EXPECT_FALSE(queueExists("/queueToPoe"));
+}
+
+TEST_F(StartUp, WithoutATraceObjectWritesNoTaggedLine) {
+  status = std::make_unique<MainProcessQueue>();
+  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "1"}}});
+  status->next();
+  EXPECT_EQ(service->interrupt(), 0);
+  EXPECT_EQ(service->output(), START.substr(START.find('\n') + 1));
+}
+
+TEST_F(StartUp, WithoutADebugServerStartsTheEngineButLeavesOutTheLoop) {
+  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "3"}}});
+  EXPECT_EQ(service->waitForEnd(), 0);
+  const std::string output = service->output();
+  EXPECT_EQ(output.rfind("<6> [INFO] main:80 (main) - Card is ready\n"
+                         "Now starting pd69104\n"
+                         "...Cpd69104Engine::start\n",
+                         0),
+            0U);
+  EXPECT_FALSE(queueExists("/queueToPoe"));
+}
+
+TEST_F(StartUp, WithoutAnEngineEndsWithZero) {
+  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "4"}}});
+  EXPECT_EQ(service->waitForEnd(), 0);
+  EXPECT_EQ(service->output(), "<6> [INFO] main:80 (main) - Card is ready\n"
+                               "Now starting debugServer\n");
+}
+
+TEST_F(StartUp, WithoutADriverObjectReceivesButSendsNoStatus) {
+  status = std::make_unique<MainProcessQueue>();
+  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "6"}}});
+  ASSERT_TRUE(service->waitForOutput("...in CPD69104Engine::run\n"));
+  ConfigSender().send(onePort());
+  const std::uint32_t unknown = 5;
+  ConfigSender().send(&unknown, sizeof unknown);
+  ASSERT_TRUE(service->waitForOutput("Unkown msgid 5 received\n"));
+  EXPECT_EQ(service->interrupt(), 0);
+  EXPECT_EQ(service->output().find("default configuration"), std::string::npos);
+}
+
+using End = ServiceTest;
+
+TEST_F(End, AnInterruptedReceiveEndsTheServiceInOrderWithStatusZero) {
+  startService();
+  EXPECT_EQ(service->interrupt(), 0);
+  EXPECT_TRUE(endsInterrupted(outputBehindStart())) << outputBehindStart();
+  EXPECT_FALSE(queueExists("/queueToPoe"));
+  EXPECT_TRUE(queueExists("/queueToMain"));
+}
+
+TEST_F(End, AReceiveThatFailsOtherwiseEndsTheServiceInOrderTooAndTheQueueGoesWithItsMessages) {
+  mq_attr larger{};
+  larger.mq_maxmsg = 2;
+  larger.mq_msgsize = 4096; // more than the service's buffer
+  const mqd_t queue = mq_open("/queueToPoe", O_CREAT | O_EXCL | O_RDWR, 0600, &larger);
+  ASSERT_NE(queue, -1);
+  mq_close(queue);
+  ConfigSender().send(onePort());
+  service = std::make_unique<ServiceProcess>();
+  EXPECT_EQ(service->waitForEnd(), 0);
+  EXPECT_NE(service->output().find(" - Message too long\n"), std::string::npos);
+  EXPECT_FALSE(queueExists("/queueToPoe"));
+}
+
+TEST_F(End, AllowsAnotherStart) {
+  startService();
+  EXPECT_EQ(service->interrupt(), 0);
+  service.reset();
+  status.reset();
+  startService();
+  EXPECT_EQ(outputBehindStart(), "");
+}
+
+} // namespace

@@ -1,0 +1,79 @@
+#include "tests/system/process/tmux_terminal.h"
+
+#include "tests/support/process/patience.h"
+#include "tests/system/process/command.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+// The command waits for a line, so that nothing is sent before the recording has begun. The shell outlives
+// Ctrl-C.
+std::string script(const std::string& command) {
+  return "trap : INT; read start; settings=$(stty -g); " + command +
+         "; echo \"status $?\"; [ \"$settings\" = \"$(stty -g)\" ] && echo \"settings kept\"; exec sleep 100";
+}
+
+} // namespace
+
+TmuxTerminal::TmuxTerminal(const std::string& command) : m_folder(::testing::TempDir() + "tmux_XXXXXX") {
+  EXPECT_NE(mkdtemp(m_folder.data()), nullptr);
+  const std::string file = m_folder + "/script";
+  std::ofstream(file) << script(command);
+  EXPECT_EQ(tmux("new-session -d -x 80 -y 24 'sh " + file + "'"), "");
+  EXPECT_EQ(tmux("pipe-pane -O 'cat >" + m_folder + "/sent'"), "");
+  press("Enter");
+}
+
+TmuxTerminal::~TmuxTerminal() {
+  tmux("kill-server");
+  run("rm -r " + m_folder);
+}
+
+void TmuxTerminal::press(const std::string& keys) {
+  EXPECT_EQ(tmux("send-keys " + keys), "");
+}
+
+void TmuxTerminal::resize(unsigned columns, unsigned rows) {
+  EXPECT_EQ(tmux("resize-window -x " + std::to_string(columns) + " -y " + std::to_string(rows)), "");
+}
+
+std::string TmuxTerminal::screen() const {
+  return tmux("capture-pane -p");
+}
+
+std::string TmuxTerminal::row(unsigned number) const {
+  std::istringstream rows(screen());
+  std::string line;
+  for (unsigned row = 0; row <= number; row++) {
+    std::getline(rows, line);
+  }
+  return line;
+}
+
+bool TmuxTerminal::shows(const std::string& text) const {
+  const auto end = std::chrono::steady_clock::now() + PATIENCE;
+  while (screen().find(text) == std::string::npos) {
+    if (std::chrono::steady_clock::now() > end) {
+      ADD_FAILURE() << "not shown: " << text << "\nbut:\n" << screen();
+      return false;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return true;
+}
+
+std::string TmuxTerminal::sent() const {
+  std::ostringstream text;
+  text << std::ifstream(m_folder + "/sent").rdbuf();
+  return text.str();
+}
+
+std::string TmuxTerminal::tmux(const std::string& arguments) const {
+  return run("env -u TMUX tmux -u -S " + m_folder + "/socket -f /dev/null " + arguments).output;
+}

@@ -1,0 +1,133 @@
+// "poectl watch" for programs and pipes beside the real service.
+#include "tests/support/process/patience.h"
+#include "tests/support/process/process_fixture.h"
+#include "tests/system/process/command.h"
+#include "tests/system/process/pattern.h"
+
+#include <algorithm>
+
+namespace {
+
+const std::string TIME = "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}Z";
+
+class PoectlWatch : public ServiceTest {
+protected:
+  // The card's time passes by transfers: those behind the switching on of port 0 are enough for its start, so
+  // that no cycle sees it half way.
+  void startConfigurable() {
+    service =
+        std::make_unique<ServiceProcess>(ServiceOptions{{"--stepped", "--plug", "0 class=2 watts=6"}, {}});
+  }
+
+  ~PoectlWatch() override { EXPECT_FALSE(queueExists("/queueToMain")); }
+};
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::size_t start = 0;
+  for (std::size_t end = 0; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
+    lines.push_back(text.substr(start, end - start));
+  }
+  return lines;
+}
+
+TEST_F(PoectlWatch, EndsAfterTheCountedMessages) {
+  startConfigurable();
+  const CommandResult result = poectl("watch --count 2");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_TRUE(containsPattern(result.output, "^" + TIME + " message 1: chip running, ")) << result.output;
+  EXPECT_NE(result.output.find("Z message 2: chip running, "), std::string::npos);
+  EXPECT_EQ(result.output.find("message 3"), std::string::npos);
+}
+
+TEST_F(PoectlWatch, PrintsAJsonObjectOnALineForEachMessage) {
+  startConfigurable();
+  const CommandResult result = poectl("watch --example --json --count 3");
+  EXPECT_EQ(result.status, 0);
+  const std::vector<std::string> lines = linesOf(result.output);
+  ASSERT_EQ(lines.size(), 3U) << result.output;
+  for (std::size_t line = 0; line < lines.size(); line++) {
+    const std::string head("\\{\"time\":\"" + TIME + "\",\"message\":" + std::to_string(line + 1) +
+                           ",\"mainPower\":[0-9]+,\"mainOperStatus\":1,.*\\}");
+    EXPECT_TRUE(matchesPattern(lines[line], head)) << lines[line];
+  }
+  EXPECT_NE(lines[2].find("\"mainPower\":100,"), std::string::npos)
+      << "the example configuration is in force";
+}
+
+TEST_F(PoectlWatch, PrintsNothingButEvents) {
+  startConfigurable();
+  const CommandResult result = poectl("watch --example --events --count 3");
+  EXPECT_EQ(result.status, 0);
+  std::string behindTimes;
+  for (const std::string& line : linesOf(result.output)) {
+    EXPECT_TRUE(matchesPattern(line, TIME + " .*")) << line;
+    behindTimes += line.substr(line.find(' ') + 1) + "\n";
+  }
+  EXPECT_EQ(behindTimes, "port 0 DISABLED -> DELIVERINGPOWER\n"
+                         "port 1 DISABLED -> SEARCHING\n"
+                         "port 2 DISABLED -> SEARCHING\n");
+}
+
+TEST_F(PoectlWatch, PrintsEventsAsJson) {
+  startConfigurable();
+  const CommandResult result = poectl("watch --example --events --json --count 3");
+  EXPECT_EQ(result.status, 0);
+  const std::vector<std::string> lines = linesOf(result.output);
+  ASSERT_EQ(lines.size(), 3U) << result.output;
+  EXPECT_TRUE(matchesPattern(lines[0], "\\{\"time\":\"" + TIME +
+                                           "\",\"message\":[23],\"event\":\"state\",\"port\":0,"
+                                           "\"from\":\"DISABLED\",\"to\":\"DELIVERINGPOWER\"\\}"))
+      << lines[0];
+}
+
+TEST_F(PoectlWatch, SaysThatTheStatusIsStaleWhenTheServiceEnds) {
+  startConfigurable();
+  std::string file = ::testing::TempDir() + "poectl_watch_XXXXXX";
+  close(mkstemp(file.data()));
+  FILE* watch =
+      popen((std::string(POECTL) + " watch --example --events --seconds 12 >" + file + " 2>&1").c_str(), "r");
+  const auto written = [&] { return run("cat " + file).output; };
+  EXPECT_TRUE(waitUntil([&] { return written().find("-> DELIVERINGPOWER") != std::string::npos; }));
+  service->interrupt();
+  EXPECT_EQ(pclose(watch), 0);
+  EXPECT_TRUE(matchesPattern(linesOf(written()).back(), TIME + " STALE: no message for [0-9]+\\.[0-9] s"))
+      << written();
+  unlink(file.c_str());
+}
+
+TEST_F(PoectlWatch, EndsQuietlyWhenItsReaderHasSeenEnough) {
+  startConfigurable();
+  const CommandResult result = run(std::string(POECTL) + " watch --json --seconds 10 | head -n 1 | wc -l");
+  EXPECT_EQ(result.output, "1\n");
+}
+
+TEST_F(PoectlWatch, SaysThatItsOutputCannotBeWritten) {
+  startConfigurable();
+  const CommandResult result = poectl("watch --seconds 10 >/dev/full");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: cannot write to standard output: No space left on device\n");
+}
+
+TEST_F(PoectlWatch, SaysWhatIsWrongWithItsOptions) {
+  const std::string help = "; 'poectl --help' lists what is accepted\n";
+  const std::string count = " not in range 1 to 1000000000" + help;
+  const std::string seconds = " not in range 0.100000 to 1000000000.000000" + help;
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"--count 0", "--count: Value 0" + count},
+      {"--count x", "--count: Value x" + count},
+      {"--count 1.5", "--count: Value 1.5" + count},
+      {"--seconds 0", "--seconds: Value 0" + seconds},
+      {"--seconds -1", "--seconds: Value -1" + seconds},
+      {"--seconds x", "--seconds: Value x" + seconds},
+      {"--prometheus", "The following argument was not expected: --prometheus" + help},
+      {"now", "The following argument was not expected: now" + help},
+  };
+  for (const auto& [arguments, error] : rows) {
+    const CommandResult result = poectl("watch " + arguments);
+    EXPECT_EQ(result.status, 2) << arguments;
+    EXPECT_EQ(result.output, "poectl: " + error) << arguments;
+  }
+}
+
+} // namespace

@@ -1,0 +1,351 @@
+// What several clients of the debug console see, and what a bad one can do.
+#include "platform/debug_server.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include "gate.h"
+#include "stepped_clock.h"
+#include "system_calls.h"
+#include "tests/support/doubles/talker.h"
+#include "tests/support/process/console_connection.h"
+
+namespace {
+
+// More than the buffers of a connection can take.
+constexpr std::uint32_t HUGE_REPLY = 16 * 1024 * 1024;
+
+using Connections = std::vector<std::unique_ptr<ConsoleConnection>>;
+
+class DebugServerClients : public testing::Test {
+protected:
+  explicit DebugServerClients(std::uint32_t bufferSize = 64) : m_server(m_port.number(), bufferSize) {}
+
+  void SetUp() override { ASSERT_TRUE(m_server.start()); }
+
+  // A client that has had its prompt.
+  std::unique_ptr<ConsoleConnection> connected() const {
+    auto client = std::make_unique<ConsoleConnection>(m_port.number());
+    EXPECT_EQ(client->receiveReply(), "");
+    return client;
+  }
+
+  // So many of them.
+  Connections connected(std::size_t count) const {
+    Connections clients(count);
+    std::generate(clients.begin(), clients.end(), [this] { return connected(); });
+    return clients;
+  }
+
+  // Returns when the server has gone through all that was there to be done before.
+  void letARoundGoBy(const ConsoleConnection& client) const {
+    EXPECT_EQ(client.ask("Echo"), "\n");
+    EXPECT_EQ(client.ask("Echo"), "\n");
+  }
+
+  // Does the process come to have this many descriptors? `client` keeps the server going.
+  bool descriptorsBecome(std::size_t expected, const ConsoleConnection& client) const {
+    for (int i = 0; i < 10000 && openDescriptors() != expected; ++i) {
+      letARoundGoBy(client);
+    }
+    return openDescriptors() == expected;
+  }
+
+  const Echo m_echo{"Echo"};
+  const ReservedPort m_port;
+  Zorvan::CdebugServer m_server;
+};
+
+class DebugServerWithHugeReplies : public DebugServerClients {
+protected:
+  DebugServerWithHugeReplies() : DebugServerClients(HUGE_REPLY) {}
+
+  // A client that has sent `commands` and reads nothing.
+  std::unique_ptr<ConsoleConnection> stalled(const std::string& commands) const {
+    auto client = std::make_unique<ConsoleConnection>(m_port.number(), AF_INET, 4096);
+    EXPECT_EQ(client->receiveReply(), "");
+    client->send(commands);
+    return client;
+  }
+
+  std::atomic<int> m_calls{0};
+  const Talker m_huge{"Huge", [this](const auto&) {
+                        ++m_calls;
+                        return std::string(HUGE_REPLY, 'x');
+                      }};
+};
+
+} // namespace
+
+TEST_F(DebugServerClients, ServesManyAtOnceAndRunsOneCommandAtATime) {
+  std::atomic<int> inside{0};
+  std::atomic<int> calls{0};
+  const Talker talker("Talker", [&](const auto& words) {
+    EXPECT_EQ(++inside, 1);
+    ++calls;
+    std::this_thread::yield();
+    --inside;
+    return words[0];
+  });
+  const auto clients = connected(16);
+  std::vector<std::thread> threads;
+  threads.reserve(clients.size());
+  for (const auto& client : clients) {
+    threads.emplace_back([&client] {
+      for (int i = 0; i < 50; ++i) {
+        EXPECT_EQ(client->ask("Talker " + std::to_string(i)), std::to_string(i));
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(calls, 800);
+}
+
+TEST_F(DebugServerClients, TakesOneCommandOfEachClientInTurn) {
+  Gate entered;
+  Gate leave;
+  std::string order;
+  const Talker talker("Talker", [&](const auto& words) {
+    order += words[0];
+    entered.open();
+    leave.wait();
+    return "";
+  });
+  const auto eager = connected();
+  const auto modest = connected();
+  std::string commands;
+  for (int i = 0; i < 20; ++i) {
+    commands += "Talker a\n";
+  }
+  eager->send(commands);
+  ASSERT_TRUE(entered.wait());
+  modest->send("Talker b\nTalker b\n");
+  leave.open();
+  eager->send("quit\n");
+  eager->receiveToEnd();
+  // The first two may have been taken before the other client's commands were seen.
+  EXPECT_TRUE(order == "abab" + std::string(18, 'a') || order == "aabab" + std::string(17, 'a')) << order;
+}
+
+TEST_F(DebugServerClients, RefusesTheSeventeenthWithOneLine) {
+  const auto clients = connected(16);
+  const ConsoleConnection refused(m_port.number());
+  refused.send("Echo one\n");
+  EXPECT_EQ(refused.receiveToEnd(), "Too many console clients (at most 16)\n");
+  EXPECT_EQ(clients.front()->ask("Echo one"), "[one]\n");
+  EXPECT_EQ(clients.back()->ask("Echo one"), "[one]\n");
+}
+
+TEST_F(DebugServerClients, TakesANewOneWhenAnotherHasQuit) {
+  const auto clients = connected(16);
+  clients[3]->send("quit\n");
+  EXPECT_EQ(clients[3]->receiveToEnd(), "");
+  EXPECT_EQ(connected()->ask("Echo one"), "[one]\n");
+}
+
+TEST_F(DebugServerClients, TakesANewOneWhenAnotherHasVanished) {
+  const auto witness = connected();
+  const std::size_t before = openDescriptors();
+  const auto clients = connected(15);
+  clients[3]->close(true);
+  clients[4]->close();
+  EXPECT_TRUE(descriptorsBecome(before + 26, *witness)) << openDescriptors() - before;
+  EXPECT_EQ(connected()->ask("Echo one"), "[one]\n");
+}
+
+TEST_F(DebugServerClients, TwoHundredConnectionsAtOnceLeaveNoDescriptorBehind) {
+  const auto witness = connected();
+  const std::size_t before = openDescriptors();
+  Connections clients(200);
+  for (auto& client : clients) {
+    client = std::make_unique<ConsoleConnection>(m_port.number());
+  }
+  for (std::size_t i = 0; i < 15; ++i) {
+    EXPECT_EQ(clients[i]->receive(2), "> ");
+  }
+  for (std::size_t i = 15; i < clients.size(); ++i) {
+    EXPECT_EQ(clients[i]->receiveToEnd(), "Too many console clients (at most 16)\n");
+  }
+  clients.clear();
+  EXPECT_TRUE(descriptorsBecome(before, *witness)) << openDescriptors() << " instead of " << before;
+}
+
+TEST_F(DebugServerClients, RefusedOnesThatStayDoNotPileUp) {
+  Gate entered;
+  Gate leave;
+  const Talker talker("Talker", [&](const auto&) {
+    entered.open();
+    leave.wait();
+    return "";
+  });
+  const auto witness = connected();
+  const std::size_t before = openDescriptors();
+  witness->send("Talker\n");
+  ASSERT_TRUE(entered.wait());
+  Connections clients(100); // in two queues, which the server finds full
+  for (std::size_t i = 0; i < clients.size(); ++i) {
+    clients[i] = std::make_unique<ConsoleConnection>(m_port.number(), i % 2 == 0 ? AF_INET : AF_INET6);
+  }
+  leave.open();
+  EXPECT_EQ(witness->receiveReply(), "");
+  for (auto& client : clients) {
+    EXPECT_EQ(client->receive(2).size(), 2U);
+  }
+  letARoundGoBy(*witness);
+  // Of the server's side: 15 that are served and no more than 16 that it waits for to close.
+  EXPECT_LE(openDescriptors(), before + 100 + 15 + 16);
+  EXPECT_GE(openDescriptors(), before + 100 + 15);
+}
+
+TEST_F(DebugServerClients, OneThatDoesNotCloseAfterQuitIsClosedAfterTwoSeconds) {
+  const SteppedClock clock(100000);
+  const auto witness = connected();
+  const std::size_t before = openDescriptors();
+  const auto lingering = connected();
+  lingering->send("quit\n");
+  EXPECT_EQ(lingering->receiveToEnd(), "");
+  SteppedClock::advance(1999);
+  letARoundGoBy(*witness);
+  EXPECT_EQ(openDescriptors(), before + 2);
+  SteppedClock::advance(1);
+  letARoundGoBy(*witness);
+  EXPECT_EQ(openDescriptors(), before + 1);
+}
+
+TEST_F(DebugServerClients, OneThatNeverWritesMayStay) {
+  const SteppedClock clock(100000);
+  const auto witness = connected();
+  const auto silent = connected();
+  SteppedClock::advance(1000000000);
+  letARoundGoBy(*witness);
+  EXPECT_EQ(silent->ask("Echo one"), "[one]\n");
+}
+
+TEST_F(DebugServerClients, OneThatHasGoneWhileItsCommandsRunHarmsNothing) {
+  Gate entered;
+  Gate leave;
+  std::atomic<int> calls{0};
+  const Talker talker("Talker", [&](const auto&) {
+    ++calls;
+    entered.open();
+    leave.wait();
+    return "reply";
+  });
+  auto client = connected();
+  // The first reply makes the client's system answer with a reset; to send the others would raise SIGPIPE.
+  client->send("Talker\nTalker\nTalker\nTalker\n");
+  ASSERT_TRUE(entered.wait());
+  client->close();
+  leave.open();
+  EXPECT_EQ(connected()->ask("Echo one"), "[one]\n");
+  EXPECT_GE(calls, 2);
+}
+
+TEST_F(DebugServerClients, WantOfDescriptorsDoesNotMakeTheServerSpin) {
+  const SteppedClock clock(100000);
+  const auto witness = connected();
+  std::unique_ptr<ConsoleConnection> waiting;
+  {
+    const FailingAccept noDescriptors(EMFILE);
+    waiting = std::make_unique<ConsoleConnection>(m_port.number());
+    for (int i = 0; i < 50; ++i) {
+      letARoundGoBy(*witness);
+    }
+    EXPECT_EQ(FailingAccept::calls(), 1);
+    SteppedClock::advance(999);
+    letARoundGoBy(*witness);
+    EXPECT_EQ(FailingAccept::calls(), 1);
+    SteppedClock::advance(1);
+    letARoundGoBy(*witness); // begun before the clock was advanced
+    letARoundGoBy(*witness);
+    EXPECT_EQ(FailingAccept::calls(), 2);
+  }
+  SteppedClock::advance(1000);
+  letARoundGoBy(*witness);
+  letARoundGoBy(*witness);
+  EXPECT_EQ(waiting->receive(2), "> ");
+}
+
+TEST_F(DebugServerClients, AcceptsAgainASecondAfterWantOfDescriptors) {
+  std::unique_ptr<ConsoleConnection> waiting;
+  {
+    const FailingAccept noDescriptors(ENFILE);
+    waiting = std::make_unique<ConsoleConnection>(m_port.number());
+    while (FailingAccept::calls() == 0) {
+      std::this_thread::yield();
+    }
+  }
+  EXPECT_EQ(waiting->receive(2), "> ");
+}
+
+TEST_F(DebugServerWithHugeReplies, OneThatDoesNotReadHasItsNextCommandWaitWhileOthersAreServed) {
+  const auto client = stalled("Huge\nHuge\n");
+  const auto other = connected();
+  for (int i = 0; i < 20; ++i) {
+    letARoundGoBy(*other);
+  }
+  EXPECT_EQ(m_calls, 1);
+  client->finish();
+  const std::string reply = std::string(HUGE_REPLY, 'x') + "> ";
+  EXPECT_TRUE(client->receiveToEnd() == reply + reply);
+  EXPECT_EQ(m_calls, 2);
+}
+
+TEST_F(DebugServerWithHugeReplies, AReplyIsSentWholeBeforeTheConnectionIsClosedAfterQuit) {
+  const auto client = stalled("Huge\nquit\nHuge\n");
+  const std::string reply = std::string(HUGE_REPLY, 'x') + "> ";
+  EXPECT_TRUE(client->receiveToEnd() == reply);
+  EXPECT_EQ(m_calls, 1);
+}
+
+TEST_F(DebugServerWithHugeReplies, OneThatDoesNotReadForAMinuteIsClosed) {
+  const SteppedClock clock(100000);
+  const auto other = connected();
+  const std::size_t before = openDescriptors();
+  const auto client = stalled("Huge\n");
+  letARoundGoBy(*other);
+  EXPECT_EQ(openDescriptors(), before + 2);
+  // The system may widen its buffers now and then, which is progress; but not for ever.
+  for (int i = 0; i < 20 && openDescriptors() != before + 1; ++i) {
+    SteppedClock::advance(60000);
+    letARoundGoBy(*other);
+  }
+  EXPECT_EQ(openDescriptors(), before + 1);
+}
+
+TEST_F(DebugServerWithHugeReplies, OneThatReadsSlowlyStays) {
+  const SteppedClock clock(100000);
+  const auto other = connected();
+  const auto client = stalled("Huge\n");
+  letARoundGoBy(*other);
+  constexpr std::size_t PART = HUGE_REPLY / 4;
+  std::string reply;
+  for (int i = 0; i < 3; ++i) {
+    SteppedClock::advance(59999);
+    const std::string part = client->receive(PART);
+    EXPECT_EQ(part.size(), PART);
+    reply += part;
+    letARoundGoBy(*other);
+  }
+  client->finish();
+  EXPECT_TRUE(reply + client->receiveToEnd() == std::string(HUGE_REPLY, 'x') + "> ");
+}
+
+TEST_F(DebugServerWithHugeReplies, OneThatVanishesInTheMiddleOfAReplyIsDropped) {
+  const auto other = connected();
+  const std::size_t before = openDescriptors();
+  auto client = stalled("Huge\n");
+  letARoundGoBy(*other);
+  client->close(true);
+  EXPECT_TRUE(descriptorsBecome(before, *other));
+}

@@ -1,0 +1,67 @@
+// System functions of the program under test that a test can watch and have fail. Without a test's doing they
+// are the real ones.
+#pragma once
+
+#include "tests/unit/platform/gate.h"
+
+#include <atomic>
+#include <ctime>
+#include <vector>
+
+// While it lives, accept4() fails with `error`.
+class FailingAccept {
+public:
+  explicit FailingAccept(int error);
+  FailingAccept(const FailingAccept&) = delete;
+  FailingAccept& operator=(const FailingAccept&) = delete;
+  ~FailingAccept();
+
+  // How often it has failed.
+  static int calls();
+};
+
+// While it lives, socket() fails with `error` for the address family, or bind() if socket() is to succeed.
+class FailingFamily {
+public:
+  enum class Call { SOCKET, BIND };
+  FailingFamily(int family, Call call, int error);
+  FailingFamily(const FailingFamily&) = delete;
+  FailingFamily& operator=(const FailingFamily&) = delete;
+  ~FailingFamily();
+};
+
+// While it lives, eventfd() fails with `error`.
+class FailingEventfd {
+public:
+  explicit FailingEventfd(int error);
+  FailingEventfd(const FailingEventfd&) = delete;
+  FailingEventfd& operator=(const FailingEventfd&) = delete;
+  ~FailingEventfd();
+};
+
+// While it lives, `gate` opens behind each eventfd_write().
+class WatchedEventfd {
+public:
+  explicit WatchedEventfd(Gate& gate);
+  WatchedEventfd(const WatchedEventfd&) = delete;
+  WatchedEventfd& operator=(const WatchedEventfd&) = delete;
+  ~WatchedEventfd();
+};
+
+// While it lives, clock_nanosleep() does not sleep: it notes what is asked for and returns `results` one by
+// one, then 0. For one thread.
+class ScriptedSleep {
+public:
+  struct Request {
+    clockid_t clock;
+    int flags;
+    timespec time;
+  };
+
+  explicit ScriptedSleep(const std::vector<int>& results = {});
+  ScriptedSleep(const ScriptedSleep&) = delete;
+  ScriptedSleep& operator=(const ScriptedSleep&) = delete;
+  ~ScriptedSleep();
+
+  static const std::vector<Request>& requests();
+};

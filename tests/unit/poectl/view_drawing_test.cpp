@@ -1,0 +1,327 @@
+// The live view as a person sees it: whole screens, and the styles of what stands out.
+#include "poectl/view/view_drawing.h"
+
+#include "tests/unit/poectl/view_sample.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr ViewFormat UNICODE{24, 80, true};
+constexpr ViewFormat ASCII{24, 80, false};
+
+std::string screen(const ViewState& state, const ViewFormat& format) {
+  const Canvas canvas = drawView(state, format);
+  std::string text = "\n";
+  for (std::size_t row = 0; row < canvas.rows(); row++) {
+    text += canvas.row(row) + "\n";
+  }
+  return text;
+}
+
+std::string rowOf(const ViewState& state, std::size_t row, const ViewFormat& format = ASCII) {
+  return drawView(state, format).row(row);
+}
+
+Style styleAt(const ViewState& state, std::size_t row, std::size_t column) {
+  return drawView(state, UNICODE).at(row, column).style;
+}
+
+TEST(LiveView, ShowsChipBudgetPortsHistoryAndEventsIn80By24) {
+  EXPECT_EQ(screen(viewSample(), UNICODE), R"(
+chip running, 40 C                                        message 123, age 0.4 s
+budget 00011111111111·······································         28 of 100 W
+port state       class  W/limit                    inv  den  ovl  und  sht  cls
+>0 DELIVERINGPOWER  2    6/15  ███████▏··········    0    0    0    0    0    0
+ 1 DELIVERINGPOWER  4   22/30  █████████████▏····   12 9999  10k 999k   1M   4G
+ 2 FAULT            -    0/15  ··················    7*   0    0    0    0    0
+ 3 DISABLED         -    0/15  ··················    0    0    0    0    0    0
+port 0: good, priority 1; device=good class=2 watts=6 fault=none
+── consumption (W) in the last 16 messages, and the bank's limit ───────────────
+ 110                                                                       ▃█
+                                                                ─────────▂▇██─
+                                                                       ▂▆████
+                                                                     ▁▅██████
+                                                                    ▅████████▄ ▄
+   0                                                             ▁▄███████████ █
+── events ──────────────────────────────────────────────────────────────────────
+07:08:03 port 2 invalidSignatureCounter +1, now 3
+07:08:04 port 2 invalidSignatureCounter +1, now 4
+07:08:05 port 2 invalidSignatureCounter +1, now 5
+07:08:06 port 2 invalidSignatureCounter +1, now 6
+07:08:07 port 2 invalidSignatureCounter +1, now 7
+07:08:08 port 2 invalidSignatureCounter +1, now 8
+card: plug 0 class=2 watts=6
+q quit  0-3 port  p plug  u unplug  + - draw  s short  t thermal  ? all keys
+)");
+}
+
+TEST(LiveView, UsesNothingButAsciiWhereTheTerminalHasNothingElse) {
+  EXPECT_EQ(screen(viewSample(), ASCII), R"(
+chip running, 40 C                                        message 123, age 0.4 s
+budget 00011111111111---------------------------------------         28 of 100 W
+port state       class  W/limit                    inv  den  ovl  und  sht  cls
+>0 DELIVERINGPOWER  2    6/15  #######-----------    0    0    0    0    0    0
+ 1 DELIVERINGPOWER  4   22/30  #############-----   12 9999  10k 999k   1M   4G
+ 2 FAULT            -    0/15  ------------------    7*   0    0    0    0    0
+ 3 DISABLED         -    0/15  ------------------    0    0    0    0    0    0
+port 0: good, priority 1; device=good class=2 watts=6 fault=none
+-- consumption (W) in the last 16 messages, and the bank's limit ---------------
+ 110                                                                        #
+                                                                -----------##-
+                                                                         ####
+                                                                       ######
+                                                                     ########  -
+   0                                                             ############# #
+-- events ----------------------------------------------------------------------
+07:08:03 port 2 invalidSignatureCounter +1, now 3
+07:08:04 port 2 invalidSignatureCounter +1, now 4
+07:08:05 port 2 invalidSignatureCounter +1, now 5
+07:08:06 port 2 invalidSignatureCounter +1, now 6
+07:08:07 port 2 invalidSignatureCounter +1, now 7
+07:08:08 port 2 invalidSignatureCounter +1, now 8
+card: plug 0 class=2 watts=6
+q quit  0-3 port  p plug  u unplug  + - draw  s short  t thermal  ? all keys
+)");
+}
+
+TEST(LiveView, SharesALargerScreenBetweenPlotAndEventsAndWidensTheBars) {
+  EXPECT_EQ(screen(viewSample(), {30, 100, true}), R"(
+chip running, 40 C                                                            message 123, age 0.4 s
+budget 00001111111111111111·····················································         28 of 100 W
+port state       class  W/limit                                        inv  den  ovl  und  sht  cls
+>0 DELIVERINGPOWER  2    6/15  ███████████████▏······················    0    0    0    0    0    0
+ 1 DELIVERINGPOWER  4   22/30  ███████████████████████████▊··········   12 9999  10k 999k   1M   4G
+ 2 FAULT            -    0/15  ······································    7*   0    0    0    0    0
+ 3 DISABLED         -    0/15  ······································    0    0    0    0    0    0
+port 0: good, priority 1; device=good class=2 watts=6 fault=none
+── consumption (W) in the last 16 messages, and the bank's limit ───────────────────────────────────
+ 110                                                                                           ▁█
+                                                                                    ──────────▂██─
+                                                                                             ▄███
+                                                                                            ▅████
+                                                                                           ▇█████
+                                                                                         ▂███████  ─
+                                                                                        ▃████████▂ ▂
+                                                                                       ▅██████████ █
+   0                                                                                 ▁▆███████████ █
+── events ──────────────────────────────────────────────────────────────────────────────────────────
+07:08:01 port 2 invalidSignatureCounter +1, now 1
+07:08:02 port 2 invalidSignatureCounter +1, now 2
+07:08:03 port 2 invalidSignatureCounter +1, now 3
+07:08:04 port 2 invalidSignatureCounter +1, now 4
+07:08:05 port 2 invalidSignatureCounter +1, now 5
+07:08:06 port 2 invalidSignatureCounter +1, now 6
+07:08:07 port 2 invalidSignatureCounter +1, now 7
+07:08:08 port 2 invalidSignatureCounter +1, now 8
+
+card: plug 0 class=2 watts=6
+q quit  0-3 port  p plug  u unplug  + - draw  s short  t thermal  ? all keys
+)");
+}
+
+TEST(LiveView, WaitsForTheFirstMessageWithEmptyRows) {
+  EXPECT_EQ(screen(ViewState(), ASCII), R"(
+waiting for the service's first status message
+budget
+port state       class  W/limit                    inv  den  ovl  und  sht  cls
+>0
+ 1
+ 2
+ 3
+port 0: limit not known, bar of 40 W
+-- consumption (W) in the last 0 messages, and the bank's limit ----------------
+   1
+
+
+
+
+   0
+-- events ----------------------------------------------------------------------
+
+
+
+
+
+
+
+q quit  0-3 port  ? all keys     no simulated card to plug devices into
+)");
+}
+
+TEST(LiveView, ShowsTheUpperLeftPartOnATooSmallScreenAndSaysSo) {
+  EXPECT_EQ(screen(viewSample(), {5, 30, true}), R"(
+chip running, 40 C
+budget 00011111111111·········
+port state       class  W/limi
+>0 DELIVERINGPOWER  2    6/15
+80x24 needed, this is 30x5
+)");
+}
+
+TEST(LiveView, CanBeDrawnInAnySize) {
+  for (std::size_t rows = 0; rows < 60; rows++) {
+    for (const std::size_t columns : {0U, 1U, 2U, 40U, 79U, 80U, 81U, 200U, 1200U}) {
+      const Canvas canvas = drawView(viewSample(), {rows, columns, true});
+      EXPECT_EQ(canvas.rows(), rows);
+      EXPECT_EQ(canvas.columns(), columns);
+    }
+  }
+}
+
+TEST(LiveView, SaysFromTwoAndAHalfSecondsOnThatTheStatusIsStale) {
+  ViewState state = viewSample();
+  state.age = milliseconds(2499);
+  EXPECT_EQ(rowOf(state, 0),
+            "chip running, 40 C                                        message 123, age 2.5 s");
+  state.age = milliseconds(2500);
+  EXPECT_EQ(rowOf(state, 0),
+            "chip running, 40 C                                   STALE: no message for 2.5 s");
+  EXPECT_EQ(styleAt(state, 0, 79), (Style{Colour::RED, true, false, true}));
+  EXPECT_EQ(styleAt(state, 3, 3), (Style{Colour::DEFAULT, false, true, false})) << "an old state is faint";
+}
+
+TEST(LiveView, NamesTheTroublesOfTheChip) {
+  ViewState state = viewSample();
+  state.status->mainOperStatus = 3;
+  state.status->devError = 1;
+  state.status->thermalShutdown = 1;
+  state.status->deviceTemperature = -5;
+  EXPECT_EQ(rowOf(state, 0),
+            "chip UNREACHABLE, BUS ERROR, THERMAL SHUTDOWN, -5 C       message 123, age 0.4 s");
+  EXPECT_EQ(styleAt(state, 0, 0), (Style{Colour::RED, true}));
+}
+
+TEST(LiveView, ShowsThatTheBudgetIsExceeded) {
+  ViewState state = viewSample();
+  state.status->mainPower = 20;
+  EXPECT_EQ(rowOf(state, 1), "budget 00000000000" + std::string(42, '1') + "     28 of 20 W OVER");
+}
+
+TEST(LiveView, GivesTheBarOfAnUnknownLimitTheHighestOne) {
+  ViewState state = viewSample();
+  state.settings = {};
+  EXPECT_EQ(rowOf(state, 4),
+            " 1 DELIVERINGPOWER  4   22/?   #########---------   12 9999  10k 999k   1M   4G");
+  EXPECT_EQ(rowOf(state, 7),
+            "port 0: good, limit not known, bar of 40 W; device=good class=2 watts=6 fault=no");
+}
+
+TEST(LiveView, TellsWhenThePortIsSwitchedOff) {
+  ViewState state = viewSample();
+  state.port = 3;
+  state.card.reset();
+  EXPECT_EQ(rowOf(state, 6),
+            ">3 DISABLED         -    0/15  ------------------    0    0    0    0    0    0");
+  EXPECT_EQ(rowOf(state, 7), "port 3: unknown, switched off");
+}
+
+struct StateColour {
+  std::uint32_t operStatus;
+  Style style;
+};
+
+class LiveViewState : public ::testing::TestWithParam<StateColour> {};
+
+TEST_P(LiveViewState, HasItsColour) {
+  ViewState state = viewSample();
+  state.status->port[0].operStatus = GetParam().operStatus;
+  EXPECT_EQ(styleAt(state, 3, 3), GetParam().style);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, LiveViewState,
+                         ::testing::Values(StateColour{1, {Colour::DEFAULT, false, true}},
+                                           StateColour{2, {Colour::YELLOW}}, StateColour{3, {Colour::GREEN}},
+                                           StateColour{4, {Colour::RED, true}},
+                                           StateColour{6, {Colour::RED, true}}),
+                         [](const auto& row) { return "OperStatus" + std::to_string(row.param.operStatus); });
+
+struct DrawColour {
+  std::uint32_t watts; // of 30
+  Colour colour;
+};
+
+class LiveViewDraw : public ::testing::TestWithParam<DrawColour> {};
+
+TEST_P(LiveViewDraw, ColoursTheBarByTheLimit) {
+  ViewState state = viewSample();
+  state.status->port[1].powerConsumption = GetParam().watts;
+  EXPECT_EQ(styleAt(state, 4, 31).colour, GetParam().colour);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, LiveViewDraw,
+                         ::testing::Values(DrawColour{26, Colour::GREEN}, DrawColour{27, Colour::YELLOW},
+                                           DrawColour{30, Colour::YELLOW}, DrawColour{31, Colour::RED}),
+                         [](const auto& row) { return std::to_string(row.param.watts) + "W"; });
+
+TEST(LiveView, MarksACounterForFiveMessages) {
+  ViewState state = viewSample(); // the change came with message 123
+  state.messages = 127;
+  EXPECT_EQ(rowOf(state, 5).substr(50, 6), "   7* ");
+  EXPECT_EQ(styleAt(state, 5, 53), (Style{Colour::YELLOW, true}));
+  state.messages = 128;
+  EXPECT_EQ(rowOf(state, 5).substr(50, 6), "   7  ");
+}
+
+TEST(LiveView, ScrollsBackToOlderEvents) {
+  ViewState state = viewSample();
+  EXPECT_EQ(mostScrolledBack(state, ASCII), 2U);
+  state.scrolledBack = 1;
+  EXPECT_EQ(rowOf(state, 15), "-- events, 1 newer ones below " + std::string(50, '-'));
+  EXPECT_EQ(rowOf(state, 16), "07:08:02 port 2 invalidSignatureCounter +1, now 2");
+  state.scrolledBack = 99;
+  EXPECT_EQ(rowOf(state, 16), "07:08:01 port 2 invalidSignatureCounter +1, now 1");
+}
+
+TEST(LiveView, KeepsAScrolledListInItsPlaceWhenAnEventComes) {
+  ViewState state = viewSample();
+  state.scrolledBack = 1;
+  state.log("07:08:09", {EventKind::CHIP_LOST});
+  EXPECT_EQ(rowOf(state, 16), "07:08:02 port 2 invalidSignatureCounter +1, now 2");
+}
+
+TEST(LiveView, ForgetsTheOldestOfAThousandEvents) {
+  ViewState state;
+  for (int event = 0; event < 1001; event++) {
+    state.log(std::to_string(event), {EventKind::CHIP_LOST});
+  }
+  EXPECT_EQ(state.events.size(), 1000U);
+  EXPECT_EQ(state.events.front().time, "1");
+}
+
+TEST(LiveView, ShowsThePromptInPlaceOfTheNote) {
+  ViewState state = viewSample();
+  state.prompt = "plug 1";
+  EXPECT_EQ(rowOf(state, 22), "card: plug 1_");
+}
+
+TEST(LiveView, CoversItsMiddleWithTheKeys) {
+  ViewState state = viewSample();
+  state.help = true;
+  EXPECT_EQ(rowOf(state, 4), " 1 DELI  0 to 3, up, down  choose a port" + std::string(33, ' ') + "M   4G");
+  EXPECT_EQ(rowOf(state, 19).substr(7, 66),
+            "  :                 any command of the card, as 'help' lists them");
+}
+
+TEST(LiveView, ShowsNoControlCharacterOfAnAnswer) {
+  ViewState state = viewSample();
+  state.note = "card: \033[2J\377\177";
+  EXPECT_EQ(rowOf(state, 22), "card: ?[2J??");
+}
+
+TEST(ConsumptionHistory, ForgetsTheOldestOfAThousandEntries) {
+  ConsumptionHistory history;
+  history.add({7, 100});
+  for (int entry = 0; entry < 999; entry++) {
+    history.addGap();
+  }
+  EXPECT_EQ(history.at(999)->consumption, 7U);
+  history.addGap();
+  EXPECT_EQ(history.size(), 1000U);
+  EXPECT_FALSE(history.at(999));
+  EXPECT_FALSE(history.at(1000));
+}
+
+} // namespace

@@ -1,0 +1,347 @@
+// The driver object and its three register operations.
+#include "tests/unit/service/driver_fixture.h"
+
+#include <climits>
+
+namespace {
+
+class DriverConstruction : public StrictLogTest {
+protected:
+  RegisterFile registers;
+  I2cBus bus{registers};
+};
+
+TEST_F(DriverConstruction, OpensTheAdapterAndBindsTheChipAddress) {
+  CPD69104 driver(3, 0x2C);
+  EXPECT_EQ(bus.opened, std::vector<std::string>{"/dev/i2c-3"});
+  EXPECT_EQ(bus.bound, std::vector<unsigned>{0x2C});
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 0, "31249", "3"));
+  EXPECT_EQ(bus.transferCount(), 0U);
+}
+
+TEST_F(DriverConstruction, RetriesAnInterruptedOpenAndAnInterruptedBind) {
+  bus.openErrors = {EINTR, EINTR};
+  bus.bindErrors = {EINTR, EINTR, EINTR};
+  CPD69104 driver(0, 0x20);
+  EXPECT_EQ(bus.opened.size(), 3U);
+  EXPECT_EQ(bus.bound.size(), 4U);
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 0));
+}
+
+TEST_F(DriverConstruction, ReportsAMissingAdapterAndEndsIdleWithTheErrorFlagUp) {
+  bus.openErrors = {ENOENT};
+  CPD69104 driver(0, 0x20);
+  EXPECT_EQ(takeLog(), driverError(294, "Cannot open I2C driver /dev/i2c-0: No such file or directory\n"));
+  EXPECT_TRUE(bus.bound.empty());
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1, "-1"));
+}
+
+TEST_F(DriverConstruction, TakesAnyNegativeDescriptorAsAFailedOpen) {
+  errno = EACCES;
+  bus.openResult = -2;
+  CPD69104 driver(0, 0x20);
+  EXPECT_EQ(takeLog(), driverError(294, "Cannot open I2C driver /dev/i2c-0: Permission denied\n"));
+  EXPECT_TRUE(bus.bound.empty());
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1, "-2"));
+}
+
+TEST_F(DriverConstruction, TakesDescriptorZeroAsAGoodOpen) {
+  bus.openResult = 0; // of a process that was started without standard input
+  {
+    CPD69104 driver(0, 0x20);
+    EXPECT_EQ(bus.bound, std::vector<unsigned>{0x20});
+    EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 0, "0"));
+  }
+  EXPECT_EQ(bus.closed, std::vector<int>{0});
+}
+
+TEST_F(DriverConstruction, ReportsAnAddressThatCannotBeBoundAndKeepsTheDescriptor) {
+  bus.bindErrors = {EINTR, EBUSY};
+  CPD69104 driver(0, 0x20);
+  EXPECT_EQ(takeLog(), driverError(306, "Cannot access I2C driver: Device or resource busy\n"));
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1));
+}
+
+TEST_F(DriverConstruction, WithoutAnAdapterTransfersFailSilently) {
+  bus.openErrors = {ENOENT};
+  CPD69104 driver(0, 0x20);
+  takeLog();
+  unsigned value = 7;
+  EXPECT_FALSE(driver.PoeReadReg(0x43, &value));
+  EXPECT_FALSE(driver.PoeReadReg16(0x71, &value));
+  EXPECT_FALSE(driver.PoeWriteReg(0x12, 0));
+  EXPECT_EQ(value, 7U);
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1, "-1"));
+}
+
+TEST_F(DriverConstruction, CutsALongDevicePathAtNineteenCharacters) {
+  bus.openErrors = {ENODEV};
+  CPD69104 driver(INT_MIN, 0x20);
+  EXPECT_EQ(bus.opened, std::vector<std::string>{"/dev/i2c--214748364"});
+  EXPECT_EQ(takeLog(), driverError(294, "Cannot open I2C driver /dev/i2c--214748364: No such device\n"));
+}
+
+TEST_F(DriverConstruction, DestructionClosesTheDescriptor) {
+  { CPD69104 driver(0, 0x20); }
+  EXPECT_EQ(bus.closed, std::vector<int>{I2cBus::DESCRIPTOR});
+}
+
+TEST_F(DriverConstruction, DestructionClosesAlsoADescriptorThatNeverWas) {
+  bus.openErrors = {ENOENT};
+  { CPD69104 driver(0, 0x20); }
+  takeLog();
+  EXPECT_EQ(bus.closed, std::vector<int>{-1});
+}
+
+TEST_F(DriverConstruction, DestroysThroughThePointerToTheObject) {
+  const auto* driver = new CPD69104(0, 0x20);
+  delete driver;
+  EXPECT_EQ(bus.closed.size(), 1U);
+}
+
+using PoeWriteReg = DriverTest;
+
+TEST_F(PoeWriteReg, WritesTheLowEightBitsOfTheValue) {
+  EXPECT_TRUE(driver.PoeWriteReg(0x12, 0x1234));
+  EXPECT_EQ(bus.takeTransfers(), Transfers{W(0x12, 0x34)});
+}
+
+TEST_F(PoeWriteReg, AcceptsTheLastRegister) {
+  EXPECT_TRUE(driver.PoeWriteReg(0xCE, 0x55));
+  EXPECT_EQ(bus.takeTransfers(), Transfers{W(0xCE, 0x55)});
+}
+
+TEST_F(PoeWriteReg, RejectsARegisterBehindTheLastEachTime) {
+  makeNormal();
+  EXPECT_FALSE(driver.PoeWriteReg(0xCF, 1));
+  EXPECT_FALSE(driver.PoeWriteReg(0xFFFFFFFF, 1));
+  EXPECT_EQ(takeLog(), driverError(2142, "Range Error [address=0xcf]\n") +
+                           driverError(2142, "Range Error [address=0xffffffff]\n"));
+  EXPECT_EQ(bus.transferCount(), 0U);
+  EXPECT_EQ(infoOf(driver), driverInfo("NORMAL", "FALSE", 0));
+}
+
+TEST_F(PoeWriteReg, ReportsAndCountsTheFirstOfSeveralFailures) {
+  makeNormal();
+  bus.failAll();
+  EXPECT_FALSE(driver.PoeWriteReg(0x9A, 1));
+  EXPECT_FALSE(driver.PoeWriteReg(0x12, 1));
+  EXPECT_EQ(takeLog(), readFailure(2154, "9a"));
+  EXPECT_EQ(bus.takeTransfers().size(), 2U);
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1));
+}
+
+TEST_F(PoeWriteReg, ASuccessInBetweenMakesTheNextFailureCountAgain) {
+  bus.failWhen([](std::size_t number, const Transfer&) { return number != 1; });
+  EXPECT_FALSE(driver.PoeWriteReg(0x12, 1));
+  EXPECT_TRUE(driver.PoeWriteReg(0x12, 1));
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 1));
+  EXPECT_FALSE(driver.PoeWriteReg(0x13, 1));
+  EXPECT_EQ(takeLog(), readFailure(2154, "12") + readFailure(2154, "13"));
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 2));
+}
+
+TEST_F(PoeWriteReg, TakesAPositiveResultAsSuccess) {
+  bus.results[0] = 1;
+  EXPECT_TRUE(driver.PoeWriteReg(0x12, 1));
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 0));
+}
+
+TEST_F(PoeWriteReg, IsNotRepeatedWhenInterrupted) {
+  bus.results[0] = -1;
+  errno = EINTR;
+  EXPECT_FALSE(driver.PoeWriteReg(0x12, 1));
+  EXPECT_EQ(takeLog(), readFailure(2154, "12"));
+  EXPECT_EQ(bus.takeTransfers().size(), 1U);
+}
+
+using PoeReadReg = DriverTest;
+
+TEST_F(PoeReadReg, ReturnsTheByteZeroExtended) {
+  registers[0x43] = 0xFE;
+  unsigned value = 0xFFFFFFFF;
+  EXPECT_TRUE(driver.PoeReadReg(0x43, &value));
+  EXPECT_EQ(value, 0xFEU);
+  EXPECT_EQ(bus.takeTransfers(), Transfers{R(0x43, 0xFE)});
+}
+
+TEST_F(PoeReadReg, AcceptsTheLastRegister) {
+  registers[0xCE] = 0x11;
+  unsigned value = 0;
+  EXPECT_TRUE(driver.PoeReadReg(0xCE, &value));
+  EXPECT_EQ(value, 0x11U);
+}
+
+TEST_F(PoeReadReg, RejectsARegisterBehindTheLastAndANullResultEachTime) {
+  unsigned value = 5;
+  EXPECT_FALSE(driver.PoeReadReg(0xCF, &value));
+  EXPECT_FALSE(driver.PoeReadReg(0x12, nullptr));
+  EXPECT_FALSE(driver.PoeReadReg(0x100, nullptr));
+  EXPECT_EQ(takeLog(), driverError(2203, "Range Error [address=0xcf result=" + bits(&value) + "]\n") +
+                           driverError(2203, "Range Error [address=0x12 result=0x0]\n") +
+                           driverError(2203, "Range Error [address=0x100 result=0x0]\n"));
+  EXPECT_EQ(bus.transferCount(), 0U);
+  EXPECT_EQ(value, 5U);
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 0));
+}
+
+TEST_F(PoeReadReg, LeavesTheResultAloneAndDropsToIdleWhenItFails) {
+  makeNormal();
+  bus.failAll();
+  unsigned value = 5;
+  EXPECT_FALSE(driver.PoeReadReg(0x70, &value));
+  EXPECT_FALSE(driver.PoeReadReg(0x71, &value));
+  EXPECT_EQ(value, 5U);
+  EXPECT_EQ(takeLog(), readFailure(2215, "70"));
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1));
+}
+
+TEST_F(PoeReadReg, ASuccessClearsTheErrorFlagButNotTheModeNorTheCount) {
+  makeNormal();
+  bus.failTransfer(0);
+  unsigned value = 0;
+  EXPECT_FALSE(driver.PoeReadReg(0x70, &value));
+  takeLog();
+  EXPECT_TRUE(driver.PoeReadReg(0x70, &value));
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 1));
+}
+
+TEST_F(PoeReadReg, TakesAPositiveResultAsAFailure) {
+  registers[0x70] = 0x33;
+  bus.results[0] = 1;
+  unsigned value = 5;
+  EXPECT_FALSE(driver.PoeReadReg(0x70, &value));
+  EXPECT_EQ(value, 5U);
+  EXPECT_EQ(takeLog(), readFailure(2215, "70"));
+}
+
+using PoeReadReg16 = DriverTest;
+
+TEST_F(PoeReadReg16, ReadsTheLowByteFirst) {
+  registers[0x71] = 0x34;
+  registers[0x72] = 0x12;
+  unsigned value = 0xFFFFFFFF;
+  EXPECT_TRUE(driver.PoeReadReg16(0x71, &value));
+  EXPECT_EQ(value, 0x1234U);
+  EXPECT_EQ(bus.takeTransfers(), (Transfers{R(0x71, 0x34), R(0x72, 0x12)}));
+}
+
+TEST_F(PoeReadReg16, ReachesBehindTheLastRegisterForTheHighByte) {
+  registers[0xCE] = 0xFF;
+  registers[0xCF] = 0xFF;
+  unsigned value = 0;
+  EXPECT_TRUE(driver.PoeReadReg16(0xCE, &value));
+  EXPECT_EQ(value, 0xFFFFU);
+  EXPECT_EQ(bus.takeTransfers(), (Transfers{R(0xCE, 0xFF), R(0xCF, 0xFF)}));
+}
+
+TEST_F(PoeReadReg16, RejectsARegisterBehindTheLastAndANullResultEachTime) {
+  unsigned value = 5;
+  EXPECT_FALSE(driver.PoeReadReg16(0xCF, &value));
+  EXPECT_FALSE(driver.PoeReadReg16(0x71, nullptr));
+  EXPECT_EQ(takeLog(), driverError(2265, "Range Error [address=0xcf result=" + bits(&value) + "]\n") +
+                           driverError(2265, "Range Error [address=0x71 result=0x0]\n"));
+  EXPECT_EQ(bus.transferCount(), 0U);
+}
+
+TEST_F(PoeReadReg16, StillReadsTheSecondByteWhenTheFirstFailsAndReportsTheFirstAddress) {
+  makeNormal();
+  registers[0x72] = 0x12;
+  bus.failTransfer(0);
+  unsigned value = 5;
+  EXPECT_FALSE(driver.PoeReadReg16(0x71, &value));
+  EXPECT_EQ(value, 5U);
+  EXPECT_EQ(bus.takeTransfers(), (Transfers{failedR(0x71), R(0x72, 0x12)}));
+  EXPECT_EQ(takeLog(), readFailure(2278, "71"));
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1));
+}
+
+TEST_F(PoeReadReg16, FailsWhenTheSecondByteFailsAndReportsTheFirstAddress) {
+  bus.failTransfer(1);
+  unsigned value = 5;
+  EXPECT_FALSE(driver.PoeReadReg16(0x71, &value));
+  EXPECT_EQ(value, 5U);
+  EXPECT_EQ(takeLog(), readFailure(2278, "71"));
+}
+
+TEST_F(PoeReadReg16, FailsSilentlyWhileTheErrorFlagIsUp) {
+  bus.failAll();
+  unsigned value = 5;
+  EXPECT_FALSE(driver.PoeReadReg16(0x71, &value));
+  takeLog();
+  EXPECT_FALSE(driver.PoeReadReg16(0x30, &value));
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1));
+}
+
+TEST_F(PoeReadReg16, ASuccessClearsTheErrorFlag) {
+  bus.failTransfer(0);
+  unsigned value = 0;
+  EXPECT_FALSE(driver.PoeReadReg16(0x71, &value));
+  takeLog();
+  EXPECT_TRUE(driver.PoeReadReg16(0x71, &value));
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 1));
+}
+
+TEST_F(PoeReadReg16, TakesAPositiveResultOfEitherByteAsAFailure) {
+  unsigned value = 5;
+  bus.results[0] = 1;
+  EXPECT_FALSE(driver.PoeReadReg16(0x71, &value));
+  bus.results = {{3, 1}};
+  EXPECT_FALSE(driver.PoeReadReg16(0x71, &value));
+  EXPECT_EQ(value, 5U);
+  EXPECT_EQ(takeLog(), readFailure(2278, "71"));
+}
+
+using SetPoeError = DriverTest;
+
+TEST_F(SetPoeError, CountsOnlyTheRisingFlagAndNeverRaisesTheMode) {
+  makeNormal();
+  driver.SetPoeError(false);
+  EXPECT_EQ(infoOf(driver), driverInfo("NORMAL", "FALSE", 0));
+  driver.SetPoeError(true);
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1));
+  driver.SetPoeError(true);
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1));
+  driver.SetPoeError(false);
+  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 1));
+}
+
+using PoeDriverInfo = DriverTest;
+
+TEST_F(PoeDriverInfo, RejectsAMissingBuffer) {
+  EXPECT_FALSE(driver.PoeDriverInfo(nullptr, 4095));
+  EXPECT_EQ(takeLog(), driverError(455, "NULL pointer parameter\n"));
+}
+
+TEST_F(PoeDriverInfo, CutsTheTextAtEverySizeAndTouchesNothingBehindIt) {
+  const std::string whole = driverInfo("IDLE", "FALSE", 0);
+  for (int size = 1; size <= static_cast<int>(whole.size()) + 2; size++) {
+    std::string buffer(whole.size() + 16, '#');
+    EXPECT_TRUE(driver.PoeDriverInfo(buffer.data(), size));
+    EXPECT_EQ(buffer.substr(0, buffer.find('\0')), whole.substr(0, static_cast<std::size_t>(size) - 1))
+        << size;
+    EXPECT_EQ(buffer.find_first_not_of('#', static_cast<std::size_t>(size)), std::string::npos) << size;
+  }
+}
+
+TEST_F(PoeDriverInfo, EndsTheBufferWithNulAlsoBehindAShorterText) {
+  std::string buffer(1000, '#');
+  EXPECT_TRUE(driver.PoeDriverInfo(buffer.data(), 900));
+  EXPECT_EQ(buffer[899], '\0');
+  EXPECT_EQ(buffer[900], '#');
+}
+
+TEST_F(PoeDriverInfo, OfNoSizeEndsTheTextAtItsStartAndTouchesNothingElse) {
+  for (const int size : {0, -1}) {
+    char area[] = {'x', 'x', 'x'};
+    EXPECT_TRUE(driver.PoeDriverInfo(area + 1, size));
+    EXPECT_EQ(std::string(area, sizeof area), std::string("x\0x", 3)) << size;
+  }
+}
+
+TEST_F(PoeDriverInfo, MakesNoTransfer) {
+  infoOf(driver);
+  EXPECT_EQ(bus.transferCount(), 0U);
+}
+
+} // namespace

@@ -1,0 +1,226 @@
+// What a configuration from the main process makes of the chip.
+#include "tests/unit/service/engine_fixture.h"
+
+namespace {
+
+class EngineConfiguration : public EngineTest {
+protected:
+  // Runs one cycle, then the step on an active engine whose set-up is done and forgotten.
+  void whileActive(const Step& step) {
+    makeEngine();
+    runCycles({[&] {
+      registersMoved();
+      takeLog();
+      step();
+    }});
+  }
+};
+
+TEST_F(EngineConfiguration, TheFirstOneWritesEveryBankAndPortThatIsNotZero) {
+  PoeConfig config = fourPorts();
+  config.bankPowerLimit[6] = 161;
+  whileActive([&] {
+    configure(config);
+    EXPECT_EQ(registersMoved(), "W89 W8F " + SWITCH_ON[0] + SWITCH_ON[1] + SWITCH_ON[2] + SWITCH_ON[3]);
+  });
+}
+
+TEST_F(EngineConfiguration, TheFirstOneLeavesOutWhatIsZero) {
+  PoeConfig config{};
+  config.port[2].furtherSettings[7] = 1;
+  config.unused[0] = 1;
+  whileActive([&] {
+    configure(config);
+    EXPECT_EQ(registersMoved(), "");
+  });
+}
+
+TEST_F(EngineConfiguration, SwitchesAPortOnInEightStepsWithTheseValues) {
+  PoeConfig config{};
+  config.port[1].adminEnable = 0xFF;
+  config.port[1].priority = 3;
+  config.port[1].powerLimit = 15999;
+  whileActive([&] {
+    registers[0x15] = 0xFF;
+    registers[0x1E] = 0xFF;
+    registers[0x4B] = 0xFF;
+    configure(config);
+    EXPECT_EQ(bus.takeTransfers(),
+              (Transfers{R(0x12, 0x00), W(0x12, 0x0C), R(0x80, 0x00), W(0x80, 0x08), W(0x82, 15),
+                         W(0x86, 0),    R(0x13, 0x00), W(0x13, 0x02), R(0x15, 0xFF), W(0x15, 0xFD),
+                         R(0x1E, 0xFF), W(0x1E, 0x0F), R(0x44, 0x00), W(0x44, 0x02), R(0x4B, 0xFF),
+                         W(0x4B, 0xFD), W(0x4C, 0xD4), W(0x4D, 0x80), R(0x14, 0x00), W(0x14, 0x22)}));
+  });
+}
+
+TEST_F(EngineConfiguration, SwitchesAPortOffModeFirst) {
+  PoeConfig config = fourPorts();
+  whileActive([&] {
+    configure(config);
+    registersMoved();
+    config.port[3].adminEnable = 0;
+    configure(config);
+    EXPECT_EQ(bus.takeTransfers(), (Transfers{R(0x12, 0xFF), W(0x12, 0x3F), R(0x14, 0xFF), W(0x14, 0x77)}));
+  });
+}
+
+TEST_F(EngineConfiguration, TheSameOneAgainWritesNothing) {
+  whileActive([&] {
+    configure(fourPorts());
+    registersMoved();
+    configure(fourPorts());
+    EXPECT_EQ(registersMoved(), "");
+  });
+}
+
+TEST_F(EngineConfiguration, AChangedFieldRunsTheWholeSequenceOfItsPortOnly) {
+  const std::function<void(PoePortConfig&)> changes[] = {
+      [](PoePortConfig& port) { port.priority = 2; },
+      [](PoePortConfig& port) { port.powerLimit = 15001; },
+      [](PoePortConfig& port) { port.adminEnable = 2; },
+  };
+  for (const auto& change : changes) {
+    whileActive([&] {
+      PoeConfig config = fourPorts();
+      configure(config);
+      registersMoved();
+      change(config.port[2]);
+      configure(config);
+      EXPECT_EQ(registersMoved(), SWITCH_ON[2]);
+    });
+  }
+}
+
+TEST_F(EngineConfiguration, OtherBytesOfAPortRecordAreNotCompared) {
+  whileActive([&] {
+    PoeConfig config = fourPorts();
+    configure(config);
+    registersMoved();
+    config.port[0].furtherSettings[0] = 1;
+    config.port[0].furtherSettings[255] = 1;
+    config.port[0].padding[0] = 1;
+    config.unused[3] = 1;
+    configure(config);
+    EXPECT_EQ(registersMoved(), "");
+  });
+}
+
+TEST_F(EngineConfiguration, CapsABankAt161WattsAndComparesWhatWasSent) {
+  PoeConfig config{};
+  config.bankPowerLimit[0] = 200;
+  config.bankPowerLimit[1] = 161;
+  config.bankPowerLimit[2] = 0xFFFFFFFF;
+  config.bankPowerLimit[3] = 160;
+  whileActive([&] {
+    configure(config);
+    EXPECT_EQ(bus.takeTransfers(), (Transfers{W(0x89, 161), W(0x8A, 161), W(0x8B, 161), W(0x8C, 160)}));
+    configure(config);
+    EXPECT_EQ(registersMoved(), "");
+    config.bankPowerLimit[0] = 201; // the same 161 on the chip, but another wish
+    configure(config);
+    EXPECT_EQ(bus.takeTransfers(), (Transfers{W(0x89, 161)}));
+  });
+}
+
+TEST_F(EngineConfiguration, ProgramsFortyWattsForNoLimitAndForTooHighOnes) {
+  const std::pair<std::uint32_t, std::uint8_t> rows[] = {
+      {0, 40}, {40000, 40}, {40001, 40}, {50000, 40}, {39999, 39}, {0xFFFFFFFF, 40}, {1, 0}};
+  whileActive([&] {
+    PoeConfig config = fourPorts();
+    configure(config);
+    for (const auto& [powerLimit, watts] : rows) {
+      registers[0x81] = 0xAA;
+      config.port[0].powerLimit = powerLimit;
+      configure(config);
+      EXPECT_EQ(registers[0x81], watts) << powerLimit << " mW";
+      EXPECT_EQ(registers[0x85], 0);
+    }
+  });
+}
+
+TEST_F(EngineConfiguration, AnIllegalPriorityIsReportedAndTheOtherSevenStepsAreTaken) {
+  PoeConfig config{};
+  config.port[0].adminEnable = 1;
+  whileActive([&] {
+    config.port[0].priority = 4;
+    configure(config);
+    EXPECT_EQ(takeLog(), softwareError("pd69104", 786, "Range Error [c=4:0 pr=4]\n"));
+    EXPECT_EQ(registersMoved(), "R12 W12 W81 W85 R13 W13 R15 W15 R1E W1E R44 W44 R46 W46 W47 W48 R14 W14 ");
+  });
+}
+
+TEST_F(EngineConfiguration, AFailedItemIsNotWrittenAgainByTheSameConfiguration) {
+  whileActive([&] {
+    bus.failAll();
+    configure(fourPorts());
+    EXPECT_EQ(takeLog(), softwareError("pd69104", 2154, "Failed reading device at address 0x89\n"));
+    registersMoved();
+    bus.failNone();
+    configure(fourPorts());
+    EXPECT_EQ(registersMoved(), "");
+  });
+}
+
+TEST_F(EngineConfiguration, NeedsNoAlignmentOfThePayload) {
+  whileActive([&] {
+    const PoeConfig config = fourPorts();
+    std::vector<char> bytes(sizeof config + 1);
+    std::memcpy(bytes.data() + 1, &config, sizeof config);
+    EXPECT_TRUE(engine->handleConfig(bytes.data() + 1, 0)); // nor does the length matter
+    EXPECT_EQ(registersMoved(), "W89 " + SWITCH_ON[0] + SWITCH_ON[1] + SWITCH_ON[2] + SWITCH_ON[3]);
+  });
+}
+
+TEST_F(EngineConfiguration, ForceAppliesEverythingAlsoWhatIsEqualOrZero) {
+  whileActive([&] {
+    PoeConfig config = fourPorts();
+    config.port[1].adminEnable = 0;
+    configure(config);
+    registersMoved();
+    EXPECT_TRUE(engine->applyConfig(config, true));
+    EXPECT_EQ(registersMoved(),
+              "W89 W8A W8B W8C W8D W8E W8F W90 " + SWITCH_ON[0] + SWITCH_OFF + SWITCH_ON[2] + SWITCH_ON[3]);
+  });
+}
+
+TEST_F(EngineConfiguration, ApplyDoesNotStore) {
+  whileActive([&] {
+    EXPECT_TRUE(engine->applyConfig(fourPorts(), false));
+    registersMoved();
+    EXPECT_TRUE(engine->applyConfig(fourPorts(), false));
+    EXPECT_NE(registersMoved(), "");
+  });
+}
+
+// Every transfer of a port's sequence fails alone: the result tells, and everything else is still done.
+void expectSequence(CPD69104Engine& engine, I2cBus& bus, const PoePortConfig& config,
+                    const std::string& sequence) {
+  EXPECT_TRUE(engine.configurePort(1, config));
+  const Transfers healthy = bus.takeTransfers();
+  EXPECT_EQ(registersOf(healthy), sequence);
+  for (std::size_t failing = 0; failing < healthy.size(); failing++) {
+    bus.failTransfer(failing);
+    EXPECT_FALSE(engine.configurePort(1, config)) << "transfer " << failing;
+    const Transfers made = bus.takeTransfers();
+    const bool writeLeftOut = healthy[failing].kind == 'R';
+    EXPECT_EQ(made.size(), healthy.size() - (writeLeftOut ? 1 : 0));
+    EXPECT_EQ(takeLog(), softwareError("pd69104", writeLeftOut ? 2215 : 2154, [&] {
+                char text[64];
+                snprintf(text, sizeof text, "Failed reading device at address 0x%x\n", healthy[failing].reg);
+                return std::string(text);
+              }()));
+    bus.failNone();
+    EXPECT_TRUE(engine.configurePort(1, config)); // ends the episode
+    bus.takeTransfers();
+  }
+}
+
+TEST_F(EngineConfiguration, TellsEveryFailedTransferOfSwitchingAPortOn) {
+  whileActive([&] { expectSequence(*engine, bus, fourPorts().port[1], SWITCH_ON[1]); });
+}
+
+TEST_F(EngineConfiguration, TellsEveryFailedTransferOfSwitchingAPortOff) {
+  whileActive([&] { expectSequence(*engine, bus, PoePortConfig{}, SWITCH_OFF); });
+}
+
+} // namespace

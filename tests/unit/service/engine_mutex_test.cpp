@@ -1,0 +1,177 @@
+// What the engine does under its mutex and what outside of it. The host's Guard tells whether a thread holds
+// one.
+#include "platform/host/guard_release.h"
+#include "tests/unit/service/console_fixture.h"
+
+#include <gmock/gmock.h>
+#include <thread>
+#include <utility>
+
+namespace {
+
+using ::testing::ElementsAre;
+
+std::function<void()> atRelease;
+
+// Calls `action` once, when the calling thread lets go of the mutex that it holds.
+void whenReleased(std::function<void()> action) {
+  atRelease = std::move(action);
+  atLastGuardRelease([] { std::exchange(atRelease, {})(); });
+}
+
+class EngineMutex : public Console {
+protected:
+  EngineMutex() {
+    bus.failWhen([this](std::size_t, const Transfer& transfer) {
+      if (!threadHoldsGuard()) {
+        outside.push_back(transfer);
+      }
+      return false;
+    });
+  }
+
+  void TearDown() override {
+    onWatchdogEvent({});
+    Console::TearDown();
+  }
+
+  // Expects that the operation makes transfers, all of them under the mutex.
+  void expectHeldBy(const std::string& name, const Step& operation) {
+    bus.takeTransfers();
+    operation();
+    EXPECT_GT(bus.transferCount(), 0U) << name;
+    EXPECT_THAT(outside, ElementsAre()) << name;
+    takeLog();
+  }
+
+  Transfers outside; // made without the mutex
+};
+
+TEST_F(EngineMutex, IsHeldForEveryTransferOfTheWorker) {
+  makeEngine();
+  expectHeldBy("two cycles", [&] { runCycles({[&] { configure(fourPorts()); }, [] {}}); });
+}
+
+TEST_F(EngineMutex, IsHeldForEveryTransferOfWhatOtherThreadsMayCall) {
+  makeEngine();
+  runCycles({[&] { expectHeldBy("handleConfig", [&] { configure(fourPorts()); }); }});
+  expectHeldBy("applyConfig", [&] { engine->applyConfig(fourPorts(), true); });
+  expectHeldBy("configurePort, on", [&] { engine->configurePort(0, fourPorts().port[0]); });
+  expectHeldBy("configurePort, off", [&] { engine->configurePort(0, PoePortConfig{}); });
+  expectHeldBy("pollPort", [&] { engine->pollPort(0); });
+}
+
+TEST_F(EngineMutex, IsHeldForEveryTransferOfTheConsole) {
+  makeEngine();
+  for (const std::vector<std::string>& command :
+       {std::vector<std::string>{"info"}, {"poeport", "1"}, {"readReg", "12"}, {"writeReg", "12", "1"}}) {
+    expectHeldBy(command.front(), [&] { reply(command); });
+  }
+}
+
+TEST_F(EngineMutex, IsNotHeldWhileAStatusIsSent) {
+  makeEngine();
+  std::vector<bool> held;
+  posix.onSend = [&] { held.push_back(threadHoldsGuard()); };
+  runCycles({[] {}});
+  EXPECT_THAT(held, ElementsAre(false));
+  takeLog();
+}
+
+TEST_F(EngineMutex, IsHeldFromApplyingAConfigurationUntilItIsStored) {
+  makeEngine();
+  std::string seenBehind;
+  runCycles({[&] {
+    bool first = true;
+    bus.failWhen([&](std::size_t, const Transfer&) {
+      if (std::exchange(first, false)) {
+        whenReleased([&] { seenBehind = reply({"poeport", "0"}); });
+      }
+      return false;
+    });
+    configure(fourPorts());
+  }});
+  EXPECT_NE(seenBehind.find("admin enable              = TRUE\n"), std::string::npos) << seenBehind;
+  takeLog();
+}
+
+TEST_F(EngineMutex, IsHeldWhenACycleFeedsTheWatchdog) {
+  makeEngine();
+  std::vector<bool> held;
+  onWatchdogEvent([&](const std::string& event) {
+    if (event == "PoeEngine notify 0") {
+      held.push_back(threadHoldsGuard());
+    }
+  });
+  runCycles({[] {}, [] {}});
+  EXPECT_THAT(held, ElementsAre(true, true));
+  takeLog();
+}
+
+TEST_F(EngineMutex, IsHeldWhileTheConsoleAsksTheWatchdog) {
+  makeEngine();
+  std::vector<bool> held;
+  onWatchdogEvent([&](const std::string&) { held.push_back(threadHoldsGuard()); });
+  reply({"info"});
+  EXPECT_THAT(held, ElementsAre(true));
+}
+
+TEST_F(EngineMutex, IsNotHeldWhileAWorkerIsJoinedThatNeedsItForItsLastCycle) {
+  makeEngine();
+  std::vector<bool> held;
+  posix.onJoin = [&] { held.push_back(threadHoldsGuard()); };
+  engine->start();
+  engine->stop();
+  engine->start();
+  engine.reset();
+  EXPECT_THAT(held, ElementsAre(false, false));
+}
+
+TEST_F(EngineMutex, IsHeldWhileDestructionClosesTheBusAndDeletesTheWatchdog) {
+  makeEngine();
+  std::vector<bool> held;
+  bus.onClose = [&] { held.push_back(threadHoldsGuard()); };
+  onWatchdogEvent([&](const std::string&) { held.push_back(threadHoldsGuard()); });
+  engine.reset();
+  EXPECT_THAT(held, ElementsAre(true, true));
+}
+
+// The console asks on the destruction's own thread: the mutex is recursive.
+TEST_F(EngineMutex, LeavesNothingDeletedToAConsoleThatComesDuringOrBehindDestruction) {
+  makeEngine();
+  CPD69104Engine* const leaving = engine.get();
+  const auto ask = [&](const std::vector<const char*>& words) {
+    char out[8192] = {};
+    leaving->dbgCommand(static_cast<std::uint32_t>(words.size()), words.data(), out, sizeof out);
+    return std::string(out);
+  };
+  std::string during;
+  std::string behind;
+  onWatchdogEvent([&](const std::string&) {
+    during = ask({"channel", "0"});
+    whenReleased([&] { behind = ask({"info"}); });
+  });
+  engine.reset();
+  EXPECT_NE(during.find("No POE device found\n"), std::string::npos) << during;
+  EXPECT_NE(behind.find("No watchdog device found\n"), std::string::npos) << behind;
+  EXPECT_NE(behind.find("No POE device found\n"), std::string::npos) << behind;
+}
+
+TEST_F(EngineMutex, KeepsNoConfigurationWaitingThatComesDuringTheSetUp) {
+  makeEngine();
+  const PoeConfig config = fourPorts();
+  bool first = true;
+  // Were the engine ACTIVE already, the other thread would wait for ever.
+  bus.failWhen([&](std::size_t, const Transfer& transfer) {
+    if (transfer.kind == 'W' && std::exchange(first, false)) {
+      std::thread([&] { configure(config); }).join();
+    }
+    return false;
+  });
+  runCycles({[] {}});
+  EXPECT_FALSE(first);
+  EXPECT_EQ(registersMoved(), SET_UP + HEALTHY_CYCLE);
+  takeLog();
+}
+
+} // namespace

@@ -1,0 +1,469 @@
+// The console's reports: whole replies, byte for byte.
+#include "components/PoeDriver/pd69104_engine_console.h"
+#include "tests/unit/service/console_fixture.h"
+#include "tests/unit/service/driver_info_text.h"
+
+#include <cstring>
+#include <sstream>
+
+namespace {
+
+// info.
+
+const std::string INFO_TITLE = "\n==============\npd69104 Engine\n==============\n\n";
+
+const std::string ZERO_FIGURES = "main voltage (V)        = 0.0\n"
+                                 "power_consumption       = 0\n"
+                                 "min_shutdown_voltage    = 0.0\n"
+                                 "PM calculation static   = TRUE\n"
+                                 "power_bank              = 0\n"
+                                 "power_limit (this bank) = 0\n"
+                                 "power_bank settings:\n"
+                                 "  - power_limit[0] = 0\n"
+                                 "  - power_limit[1] = 0\n"
+                                 "  - power_limit[2] = 0\n"
+                                 "  - power_limit[3] = 0\n"
+                                 "  - power_limit[4] = 0\n"
+                                 "  - power_limit[5] = 0\n"
+                                 "  - power_limit[6] = 0\n"
+                                 "  - power_limit[7] = 0\n"
+                                 "\n";
+
+TEST_F(Console, InfoOfAFreshEngineShowsZeros) {
+  makeEngine();
+  EXPECT_EQ(reply({"info", "surplus"}), INFO_TITLE +
+                                            "m_state                 = IDLE\n\nstate of PoeEngine\n\n" +
+                                            driverInfo("IDLE", "FALSE", 0) + ZERO_FIGURES);
+  EXPECT_EQ(registersMoved(), "R7F R89 R8A R8B R8C R8D R8E R8F R90 ");
+}
+
+TEST_F(Console, InfoShowsTheFiguresOfTheLastCycleAndTheBanksAsTheyAre) {
+  registers[0x71] = 0x26;
+  registers[0x72] = 0x24; // 9254: 540 dV
+  registers[0xCB] = 229;  // 426 dV
+  registers[0x96] = 77;
+  registers[0x91] = 2 << 3;
+  afterACycle(
+      [&] {
+        registers[0x8B] = 120;
+        registers[0x7F] = 0x02;
+      },
+      [&] {
+        registers[0x89] = 0xFF;
+        EXPECT_EQ(reply({"info"}), INFO_TITLE + "m_state                 = ACTIVE\n\nstate of PoeEngine\n\n" +
+                                       driverInfo("NORMAL", "FALSE", 0) +
+                                       "main voltage (V)        = 54.0\n"
+                                       "power_consumption       = 77\n"
+                                       "min_shutdown_voltage    = 42.6\n"
+                                       "PM calculation static   = FALSE\n"
+                                       "power_bank              = 2\n"
+                                       "power_limit (this bank) = 120\n"
+                                       "power_bank settings:\n"
+                                       "  - power_limit[0] = 255\n"
+                                       "  - power_limit[1] = 0\n"
+                                       "  - power_limit[2] = 120\n"
+                                       "  - power_limit[3] = 0\n"
+                                       "  - power_limit[4] = 0\n"
+                                       "  - power_limit[5] = 0\n"
+                                       "  - power_limit[6] = 0\n"
+                                       "  - power_limit[7] = 0\n"
+                                       "\n");
+      });
+}
+
+TEST_F(Console, InfoCarriesABankLimitOverAFailedReadAndTakesAFailedFlagAsFalse) {
+  makeEngine();
+  for (unsigned bank = 0; bank < 8; bank++) {
+    registers[0x89 + bank] = static_cast<std::uint8_t>(10 + bank);
+  }
+  for (std::size_t failing = 0; failing < 9; failing++) {
+    bus.failTransfer(failing);
+    const std::string text = reply({"info"});
+    std::string expected = std::string("PM calculation static   = ") + (failing == 0 ? "FALSE" : "TRUE") +
+                           "\n"
+                           "power_bank              = 0\n"
+                           "power_limit (this bank) = 0\n"
+                           "power_bank settings:\n";
+    for (unsigned bank = 0; bank < 8; bank++) {
+      const unsigned carried = failing == bank + 1 ? (bank == 0 ? 0 : 10 + bank - 1) : 10 + bank;
+      expected += "  - power_limit[" + std::to_string(bank) + "] = " + std::to_string(carried) + "\n";
+    }
+    EXPECT_EQ(text.substr(text.find("PM calculation")), expected + "\n") << "transfer " << failing;
+    EXPECT_EQ(bus.takeTransfers().size(), 9U);
+    EXPECT_EQ(takeLog().size(), 2U);
+  }
+}
+
+TEST_F(Console, InfoCarriesAWatchdogTextThatFillsItsRoomWithoutANul) {
+  makeEngine();
+  setWatchdogText(std::string(5000, 'w'));
+  EXPECT_EQ(reply({"info"}), INFO_TITLE + "m_state                 = IDLE\n\n" + std::string(4095, 'w') +
+                                 "\n" + driverInfo("IDLE", "FALSE", 0) + ZERO_FIGURES);
+  std::string cut;
+  EXPECT_EQ(call({"info"}, 4000, &cut), 1U);
+  EXPECT_EQ(cut.find('\0'), std::string::npos);
+  setWatchdogText("");
+}
+
+TEST_F(Console, InfoWithoutADriverObjectEndsAfterItsLineWithoutAnEmptyOne) {
+  makeEngineWithoutDriver();
+  EXPECT_EQ(reply({"info"}),
+            INFO_TITLE + "m_state                 = IDLE\n\nstate of PoeEngine\n\nNo POE device found\n");
+}
+
+TEST_F(Console, InfoWithoutAWatchdogClientSaysSoAndGoesOn) {
+  const FailingNew noWatchdog(sizeof(watchdogMonitor));
+  makeEngine();
+  EXPECT_EQ(reply({"info"}), INFO_TITLE + "m_state                 = IDLE\n\nNo watchdog device found\n\n" +
+                                 driverInfo("IDLE", "FALSE", 0) + ZERO_FIGURES);
+}
+
+TEST(ConsoleReport, WritesTenthsOfVoltsWithOneDecimal) {
+  const std::pair<std::uint32_t, const char*> rows[] = {
+      {0, "V 0.0\n"}, {7, "V 0.7\n"}, {480, "V 48.0\n"}, {485, "V 48.5\n"}, {4294967295U, "V 429496729.5\n"}};
+  for (const auto& [deciVolts, text] : rows) {
+    std::ostringstream report;
+    report << std::hex; // whatever the stream was switched to before
+    writeVolts(report, "V ", deciVolts);
+    EXPECT_EQ(report.str(), text);
+  }
+}
+
+TEST(ConsoleReport, WritesSignedAndUnsignedNumbersInDecimal) {
+  std::ostringstream report;
+  report << std::hex;
+  writeNumber(report, "a = ", 4294967295U);
+  report << std::hex;
+  writeSigned(report, "b = ", -5);
+  EXPECT_EQ(report.str(), "a = 4294967295\nb = -5\n");
+}
+
+// device.
+
+TEST_F(Console, DeviceOfAFreshEngineShowsZerosAlsoWithoutADriverObject) {
+  const std::string zeros = "device status\n"
+                            "=============\n"
+                            "  device_id               = 0\n"
+                            "  device revision         = 0\n"
+                            "  temperature             = 0\n"
+                            "  thermal shutdown        = FALSE\n"
+                            "  dev_error               = FALSE\n"
+                            "  device errorcount       = 0\n"
+                            "\n";
+  makeEngine();
+  EXPECT_EQ(reply({"device"}), zeros);
+  EXPECT_EQ(registersMoved(), "");
+  makeEngineWithoutDriver();
+  EXPECT_EQ(reply({"device", "1"}), zeros);
+}
+
+TEST_F(Console, DeviceShowsWhatTheLastCycleRead) {
+  afterACycle(
+      [&] {
+        registers[0x43] = 0xBD;
+        registers[0x70] = 23; // -5
+        registers[0x42] = 0x80;
+        bus.failWhen([](std::size_t, const Transfer& t) { return t.reg == 0xCC || t.reg == 0x76; });
+      },
+      [&] {
+        EXPECT_EQ(reply({"device"}), "device status\n"
+                                     "=============\n"
+                                     "  device_id               = 5\n"
+                                     "  device revision         = 5\n"
+                                     "  temperature             = -5\n"
+                                     "  thermal shutdown        = TRUE\n"
+                                     "  dev_error               = FALSE\n"
+                                     "  device errorcount       = 1\n"
+                                     "\n");
+      });
+}
+
+TEST_F(Console, DeviceShowsTheErrorFlagOfAnAbsentChip) {
+  afterACycle([&] { bus.failAll(); },
+              [&] {
+                EXPECT_EQ(reply({"device"}), "device status\n"
+                                             "=============\n"
+                                             "  device_id               = 0\n"
+                                             "  device revision         = 0\n"
+                                             "  temperature             = -27\n"
+                                             "  thermal shutdown        = FALSE\n"
+                                             "  dev_error               = TRUE\n"
+                                             "  device errorcount       = 1\n"
+                                             "\n");
+              });
+}
+
+// channel.
+
+TEST_F(Console, ChannelAndPoePortWithoutANumberAreMissingTheirParameters) {
+  makeEngine();
+  EXPECT_EQ(reply({"channel"}), "MISSING PARAMETERS for command <channel> \n\n");
+  EXPECT_EQ(reply({"poeport"}), "MISSING PARAMETERS for command <channel> \n\n");
+}
+
+TEST_F(Console, ChannelAndPoePortRejectANumberAboveThree) {
+  makeEngine();
+  for (const char* command : {"channel", "poeport"}) {
+    EXPECT_EQ(reply({command, "4"}), "RANGE ERROR for command <channel> [4]\n\n");
+    EXPECT_EQ(reply({command, "7"}), "RANGE ERROR for command <channel> [7]\n\n");
+    EXPECT_EQ(reply({command, "0x10"}), "RANGE ERROR for command <channel> [16]\n\n");
+    EXPECT_EQ(reply({command, "-1"}), "RANGE ERROR for command <channel> [4294967295]\n\n");
+  }
+  EXPECT_EQ(registersMoved(), "");
+}
+
+TEST_F(Console, ChannelAndPoePortWithoutADriverObjectSaySo) {
+  makeEngineWithoutDriver();
+  EXPECT_EQ(reply({"channel", "0"}), "channel 0\n============\nNo POE device found\n\n");
+  EXPECT_EQ(reply({"poeport", "3"}), "channel 3\n============\nNo POE device found\n\n");
+}
+
+TEST_F(Console, ChannelShowsTheLastPolledRecord) {
+  afterACycle(
+      [&] {
+        registers[0x10] = 0x44;
+        registers[0x0E] = 0x24;
+      },
+      [&] {
+        for (const char* number : {"2", "0x2", "02", "2nd"}) {
+          EXPECT_EQ(reply({"channel", number}), "channel 2\n"
+                                                "============\n"
+                                                "  enable                  = TRUE\n"
+                                                "  power_good              = TRUE\n"
+                                                "  det_status              = GOOD\n"
+                                                "  pclass                  = CLASS_2\n"
+                                                "  fet_error               = FALSE\n"
+                                                "  mosfet_overtemperature  = FALSE\n"
+                                                "  in_pm_mode              = FALSE\n"
+                                                "  passed_MSCC_cap_det     = FALSE\n"
+                                                "  det_fail                = FALSE\n"
+                                                "\n");
+        }
+        EXPECT_EQ(registersMoved(), "");
+      });
+}
+
+TEST_F(Console, ChannelThreeMayBeWrittenInEveryBase) {
+  makeEngine();
+  for (const char* number : {"3", "03", "0x3", "0X3", "+3"}) {
+    EXPECT_EQ(reply({"channel", number}).substr(0, 23), "channel 3\n============\n");
+  }
+}
+
+TEST_F(Console, ChannelShowsEachFlagAndTheIllegalDetection) {
+  afterACycle(
+      [&] {
+        registers[0x0C] = 0x77;
+        registers[0x49] = 0x02;
+        registers[0x75] = 0x0F;
+      },
+      [&] {
+        EXPECT_EQ(reply({"channel", "x"}), "channel 0\n"
+                                           "============\n"
+                                           "  enable                  = FALSE\n"
+                                           "  power_good              = FALSE\n"
+                                           "  det_status              = ILLEGAL\n"
+                                           "  pclass                  = CLASS_OVERCURRENT\n"
+                                           "  fet_error               = TRUE\n"
+                                           "  mosfet_overtemperature  = TRUE\n"
+                                           "  in_pm_mode              = TRUE\n"
+                                           "  passed_MSCC_cap_det     = TRUE\n"
+                                           "  det_fail                = TRUE\n"
+                                           "\n");
+      });
+}
+
+TEST_F(Console, ChannelDecodesEveryDetectionAndClassCode) {
+  const char* const detection[] = {"UNKNOWN", "SHORT",         "CPD_TOO_HIGH", "RSIG_TOO_LOW",
+                                   "GOOD",    "RSIG_TOO_HIGH", "OPEN_CIRCUIT", "ILLEGAL"};
+  const char* const classes[] = {"UNKNOWN", "CLASS_1",        "CLASS_2", "CLASS_3",
+                                 "CLASS_4", "CLASS_RESERVED", "CLASS_0", "CLASS_OVERCURRENT"};
+  for (unsigned code = 0; code < 8; code++) {
+    afterACycle([&] { registers[0x0F] = static_cast<std::uint8_t>(code | code << 4); },
+                [&] {
+                  EXPECT_EQ(reply({"channel", "3"}), std::string("channel 3\n"
+                                                                 "============\n"
+                                                                 "  enable                  = FALSE\n"
+                                                                 "  power_good              = FALSE\n"
+                                                                 "  det_status              = ") +
+                                                         detection[code] +
+                                                         "\n  pclass                  = " + classes[code] +
+                                                         "\n"
+                                                         "  fet_error               = FALSE\n"
+                                                         "  mosfet_overtemperature  = FALSE\n"
+                                                         "  in_pm_mode              = FALSE\n"
+                                                         "  passed_MSCC_cap_det     = FALSE\n"
+                                                         "  det_fail                = FALSE\n"
+                                                         "\n");
+                });
+  }
+}
+
+TEST(ConsoleReport, DecodesACodeBehindItsTableAsIllegal) {
+  constexpr const char* WORDS[] = {"NONE\n", "ONE\n"};
+  EXPECT_STREQ(decode(WORDS, 1), "ONE\n");
+  EXPECT_STREQ(decode(WORDS, 2), "ILLEGAL\n");
+  EXPECT_STREQ(decode(WORDS, 0xFFFFFFFF), "ILLEGAL\n");
+}
+
+// poeport.
+
+const std::string ZERO_COUNTERS = "  invalidSignatureCounter   = 0\n"
+                                  "  powerDeniedCounter        = 0\n"
+                                  "  overLoadCounter           = 0\n"
+                                  "  underLoadCounter          = 0\n"
+                                  "  shortCounter              = 0\n"
+                                  "  classErrorCounter         = 0\n"
+                                  "\n";
+
+TEST_F(Console, PoePortOfAFreshEngineShowsOtherFaultNoClassAndZeroCounters) {
+  makeEngine();
+  EXPECT_EQ(reply({"poeport", "0"}), "channel 0\n"
+                                     "============\n"
+                                     "  admin enable              = FALSE\n"
+                                     "  Oper status               = OTHERFAULT\n"
+                                     "  powerClassification       = NONE\n"
+                                     "  port power limit (W)      = 0\n"
+                                     "  temp port power limit (W) = 0\n"
+                                     "  priority                  = 0\n"
+                                     "  main voltage (dV)         = 0\n"
+                                     "  port_voltage (dV)         = 0\n"
+                                     "  port_current (mA)         = 0\n"
+                                     "  power_consumption (W)     = 0\n"
+                                     "\n" +
+                                         ZERO_COUNTERS + "\n");
+  EXPECT_EQ(registersMoved(), "R81 R85 R80 R71 R72 R32 R33 R30 R31 R92 ");
+}
+
+TEST_F(Console, PoePortShowsConfigurationStateReadingsAndCounters) {
+  afterACycle(
+      [&] {
+        PoeConfig config = fourPorts();
+        config.port[1].priority = 3;
+        config.port[1].powerLimit = 30000;
+        configure(config);
+        registers[0x10] = 0x22;
+        registers[0x0D] = 0x24;
+        for (unsigned k = 0; k < 6; k++) {
+          registers[0x77 + k] = static_cast<std::uint8_t>((k % 4) << 2);
+        }
+      },
+      [&] {
+        registers[0x86] = 30;
+        registers[0x71] = registers[0x36] = 0x26;
+        registers[0x72] = registers[0x37] = 0x24;
+        registers[0x34] = 0xD7;
+        registers[0x35] = 0x03; // 983: 120 mA
+        registers[0x93] = 6;
+        EXPECT_EQ(reply({"poeport", "1"}), "channel 1\n"
+                                           "============\n"
+                                           "  admin enable              = TRUE\n"
+                                           "  Oper status               = DELIVERINGPOWER\n"
+                                           "  powerClassification       = CLASS2\n"
+                                           "  port power limit (W)      = 30\n"
+                                           "  temp port power limit (W) = 30\n"
+                                           "  priority                  = 2\n"
+                                           "  main voltage (dV)         = 540\n"
+                                           "  port_voltage (dV)         = 540\n"
+                                           "  port_current (mA)         = 120\n"
+                                           "  power_consumption (W)     = 6\n"
+                                           "\n"
+                                           "  invalidSignatureCounter   = 0\n"
+                                           "  powerDeniedCounter        = 2\n"
+                                           "  overLoadCounter           = 2\n"
+                                           "  underLoadCounter          = 3\n"
+                                           "  shortCounter              = 0\n"
+                                           "  classErrorCounter         = 1\n"
+                                           "\n"
+                                           "\n");
+      });
+}
+
+TEST_F(Console, PoePortLeavesOutTheLinesOfEachFailedReading) {
+  makeEngine();
+  const std::string head = "channel 0\n"
+                           "============\n"
+                           "  admin enable              = FALSE\n"
+                           "  Oper status               = OTHERFAULT\n"
+                           "  powerClassification       = NONE\n";
+  const std::string limits = "  port power limit (W)      = 0\n"
+                             "  temp port power limit (W) = 0\n";
+  const std::string priority = "  priority                  = 0\n";
+  const std::string measurements = "  main voltage (dV)         = 0\n"
+                                   "  port_voltage (dV)         = 0\n"
+                                   "  port_current (mA)         = 0\n"
+                                   "  power_consumption (W)     = 0\n";
+  for (std::size_t failing = 0; failing < 10; failing++) {
+    bus.failTransfer(failing);
+    EXPECT_EQ(reply({"poeport", "0"}), head + (failing < 2 ? "" : limits) + (failing == 2 ? "" : priority) +
+                                           (failing > 2 ? "" : measurements) + "\n" + ZERO_COUNTERS + "\n")
+        << "transfer " << failing;
+    EXPECT_EQ(bus.takeTransfers().size(), 10U);
+    EXPECT_EQ(takeLog().size(), 2U);
+  }
+  bus.failAll();
+  EXPECT_EQ(reply({"poeport", "0"}), head + "\n" + ZERO_COUNTERS + "\n");
+  takeLog();
+}
+
+TEST_F(Console, PoePortShowsOneLessThanTheConfiguredPriority) {
+  for (std::uint32_t priority = 1; priority <= 3; priority++) {
+    afterACycle(
+        [&] {
+          PoeConfig config = fourPorts();
+          config.port[2].priority = priority;
+          configure(config);
+        },
+        [&] {
+          const std::string text = reply({"poeport", "2"});
+          EXPECT_NE(text.find("  priority                  = " + std::to_string(priority - 1) + "\n"),
+                    std::string::npos);
+        });
+  }
+}
+
+TEST_F(Console, PoePortDecodesEveryClass) {
+  const std::pair<unsigned, const char*> rows[] = {{0, "NONE"},   {1, "CLASS1"}, {2, "CLASS2"}, {3, "CLASS3"},
+                                                   {4, "CLASS4"}, {5, "NONE"},   {6, "CLASS0"}, {7, "NONE"}};
+  for (const auto& [code, word] : rows) {
+    afterACycle([&, chipCode = code] { registers[0x0C] = static_cast<std::uint8_t>(chipCode << 4); },
+                [&, expected = word] {
+                  const std::string text = reply({"poeport", "0"});
+                  EXPECT_EQ(text.substr(text.find("  powerClassification"), 31 + std::strlen(expected)),
+                            std::string("  powerClassification       = ") + expected + "\n");
+                });
+  }
+}
+
+TEST_F(Console, PoePortDecodesEveryOperationalState) {
+  struct Row {
+    std::uint8_t adminEnable;
+    unsigned portStatus;
+    unsigned powerStatus;
+    unsigned details;
+    const char* word;
+  };
+  const Row rows[] = {{0, 0, 0, 0, "DISABLED"},
+                      {1, 0, 0, 0, "SEARCHING"},
+                      {1, 4, 1, 0, "DELIVERINGPOWER"},
+                      {1, 1, 0, 0, "FAULT"},
+                      {1, 0, 0, 1, "OTHERFAULT"}};
+  for (const Row& row : rows) {
+    afterACycle(
+        [&] {
+          PoeConfig config = fourPorts();
+          config.port[0].adminEnable = row.adminEnable;
+          configure(config);
+          registers[0x0C] = static_cast<std::uint8_t>(row.portStatus);
+          registers[0x10] = static_cast<std::uint8_t>(row.powerStatus);
+          registers[0x75] = static_cast<std::uint8_t>(row.details);
+        },
+        [&] {
+          const std::string text = reply({"poeport", "0"});
+          EXPECT_EQ(text.substr(text.find("  Oper status"), 31 + std::strlen(row.word)),
+                    std::string("  Oper status               = ") + row.word + "\n");
+        });
+  }
+}
+
+} // namespace

@@ -1,0 +1,317 @@
+// The process entry, stepped: the order of its calls, its receive loop, and each of its steps failing.
+#include "components/PoeDriver/pd69104_engine.h"
+#include "platform/debug_server.h"
+#include "platform/trace_object.h"
+#include "tests/support/doubles/allocation.h"
+#include "tests/support/doubles/i2c_bus.h"
+#include "tests/support/doubles/log_capture.h"
+#include "tests/support/doubles/main_doubles.h"
+#include "tests/support/doubles/platform_doubles.h"
+#include "tests/support/doubles/posix_doubles.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <future>
+#include <gmock/gmock.h>
+#include <thread>
+
+int poeServiceMain();
+extern std::uint8_t g_running;
+
+namespace {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+
+const LogLine READY = {6, "[INFO] main:80 (main) - Card is ready"};
+const LogLine INTERRUPTED = {
+    2, "[CRITICAL] main:126 (main) - msg receive failed mqd=1f - Interrupted system call\n"};
+
+std::vector<char> bytes(std::uint32_t msgId, std::size_t length) {
+  std::vector<char> message(std::max(length, sizeof msgId));
+  std::memcpy(message.data(), &msgId, sizeof msgId);
+  message.resize(length);
+  return message;
+}
+
+const std::uint8_t RUNNING_FLAG_OF_A_NEW_PROCESS = g_running;
+
+std::vector<char> configuration() {
+  PoeConfigMessage message{};
+  message.config.bankPowerLimit[0] = 100;
+  std::vector<char> raw(sizeof message);
+  std::memcpy(raw.data(), &message, sizeof message);
+  return raw;
+}
+
+class Main : public StrictLogTest {
+protected:
+  Main() {
+    g_running = 1;
+    takeWatchdogEvents();
+    ::testing::internal::CaptureStdout();
+  }
+
+  ~Main() override { EXPECT_EQ(g_traceObject, nullptr); }
+
+  // Runs the process. The worker's thread never gets to run.
+  int run() {
+    const int exitCode = poeServiceMain();
+    output = ::testing::internal::GetCapturedStdout();
+    return exitCode;
+  }
+
+  // The order of everything that happens to the queue and the server.
+  static std::vector<std::string> eventsWith(unsigned receives) {
+    std::vector<std::string> events = {"mq_open /queueToPoe", "server created 10001 8192", "server start"};
+    for (unsigned i = 0; i < receives; i++) {
+      events.insert(events.end(), {"mq_getattr", "mq_timedreceive"});
+    }
+    events.insert(events.end(), {"server stop", "server deleted", "mq_close 31", "mq_unlink /queueToPoe"});
+    return events;
+  }
+
+  std::vector<std::string> watchdogEventsWith(unsigned passes) {
+    std::vector<std::string> events = {"PoeMain created", "PoeEngine created", "PoeMain start 60000"};
+    events.insert(events.end(), passes, "PoeMain notify 0");
+    events.insert(events.end(), {"PoeEngine deleted", "PoeMain deleted"});
+    return events;
+  }
+
+  RegisterFile registers;
+  I2cBus bus{registers};
+  PosixDoubles posix;
+  MainDoubles doubles;
+  std::string output;
+};
+
+TEST_F(Main, StartsAndStopsEverythingInOrder) {
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(output,
+            "Now starting debugServer\n(server start)\nNow starting pd69104\n...Cpd69104Engine::start\n");
+  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(1)));
+  EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(1)));
+  EXPECT_THAT(posix.calls, ElementsAre("pthread_create", "pthread_join"));
+  EXPECT_EQ(bus.closed, std::vector<int>{I2cBus::DESCRIPTOR});
+  EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
+}
+
+TEST(MainFlag, IsToRunFromTheStart) {
+  EXPECT_EQ(RUNNING_FLAG_OF_A_NEW_PROCESS, 1);
+}
+
+TEST_F(Main, TakesDownTheWorkerTheServerTheEngineTheQueueAndTheWatchdogInThisOrder) {
+  std::vector<std::string> steps;
+  std::vector<std::string> watchdogEvents;
+  doubles.onEvent = [&](const std::string& event) {
+    for (const std::string& watchdogEvent : takeWatchdogEvents()) {
+      watchdogEvents.push_back(watchdogEvent);
+    }
+    steps.push_back(event + (posix.calls.size() == 2 ? ", worker joined" : "") +
+                    (bus.closed.empty() ? "" : ", bus closed"));
+  };
+  EXPECT_EQ(run(), 0);
+  EXPECT_THAT(steps, ElementsAre("mq_open /queueToPoe", "server created 10001 8192", "server start",
+                                 "mq_getattr", "mq_timedreceive", "server stop, worker joined",
+                                 "server deleted, worker joined, bus closed",
+                                 "mq_close 31, worker joined, bus closed",
+                                 "mq_unlink /queueToPoe, worker joined, bus closed"));
+  EXPECT_EQ(watchdogEvents.back(), "PoeEngine deleted");
+  EXPECT_THAT(takeWatchdogEvents(), ElementsAre("PoeMain deleted"));
+  takeLog();
+}
+
+TEST_F(Main, CreatesTheTraceObjectOfTheModulePoe) {
+  doubles.onEvent = [](const std::string&) {
+    ASSERT_NE(g_traceObject, nullptr);
+    EXPECT_EQ(g_traceObject->name(), "Poe");
+  };
+  EXPECT_EQ(run(), 0);
+  takeLog();
+}
+
+TEST_F(Main, HasTheTraceObjectBeforeTheFirstWatchdogClientAndUntilTheLastIsGone) {
+  std::vector<std::string> withoutTrace;
+  unsigned events = 0;
+  onWatchdogEvent([&](const std::string& event) {
+    events++;
+    if (g_traceObject == nullptr) {
+      withoutTrace.push_back(event);
+    }
+  });
+  EXPECT_EQ(run(), 0);
+  onWatchdogEvent({});
+  EXPECT_EQ(events, 6U);
+  EXPECT_THAT(withoutTrace, ElementsAre());
+  takeLog();
+}
+
+TEST_F(Main, FeedsItsWatchdogAndGoesOnAfterEachTimeOut) {
+  doubles.receives = {{{}, ETIMEDOUT}, {{}, ETIMEDOUT}, {{}, ETIMEDOUT}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(4)));
+  EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(4)));
+  EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
+}
+
+TEST_F(Main, EndsOnAnyOtherErrorWithItsTextAndStatusZero) {
+  doubles.receives = {{{}, EBADF}, {{}, ETIMEDOUT}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(1)));
+  EXPECT_EQ(
+      takeLog(),
+      (LogLines{READY,
+                {2, "[CRITICAL] main:126 (main) - msg receive failed mqd=1f - Bad file descriptor\n"}}));
+}
+
+TEST_F(Main, UsesATraceObjectThatIsThereAndDeletesIt) {
+  g_traceObject = new TraceObject("Test", 7);
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(
+      takeLog(),
+      (LogLines{{7, "[DEBUG1] main:79 (main) - listen to queue  /queueToPoe(31)\n"}, READY, INTERRUPTED}));
+}
+
+TEST_F(Main, ReadsTheTraceLevelAnewForEveryLine) {
+  g_traceObject = new TraceObject("Test", 5);
+  doubles.receives = {{bytes(5, 4), 0}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(takeLog(), (LogLines{{3, "[ERROR] main:138 (main) - Unkown msgid 5 received\n"}, INTERRUPTED}));
+}
+
+TEST_F(Main, ReportsEveryUnknownIdAndIgnoresAMessageOfNoLength) {
+  doubles.receives = {{bytes(17, 188), 0}, {{}, 0}, {bytes(0xFFFFFFFF, 4), 0}, {bytes(1, 2000), 0}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(5)));
+  EXPECT_EQ(takeLog(), (LogLines{READY,
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid 17 received\n"},
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid -1 received\n"},
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid 1 received\n"},
+                                 INTERRUPTED}));
+}
+
+TEST_F(Main, CompletesAShortMessageFromTheOneBefore) {
+  // Three bytes of an id leave the fourth as it was: of 0x01020304 on a machine of either byte order, one
+  // byte stays.
+  doubles.receives = {{bytes(0x01020304, 4), 0}, {{1, 1, 1}, 0}};
+  EXPECT_EQ(run(), 0);
+  const std::uint32_t completed = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 0x01010104 : 0x01010101;
+  EXPECT_EQ(takeLog(), (LogLines{READY,
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid 16909060 received\n"},
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid " + std::to_string(completed) +
+                                         " received\n"},
+                                 INTERRUPTED}));
+}
+
+TEST_F(Main, TakesAMessageOfOneByteForOneWithTheRestOfTheMessageBefore) {
+  doubles.receives = {{bytes(0x01020304, 4), 0}, {{9}, 0}};
+  EXPECT_EQ(run(), 0);
+  const std::uint32_t completed = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 0x09020304 : 0x01020309;
+  EXPECT_EQ(takeLog(), (LogLines{READY,
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid 16909060 received\n"},
+                                 {3, "[ERROR] main:138 (main) - Unkown msgid " + std::to_string(completed) +
+                                         " received\n"},
+                                 INTERRUPTED}));
+}
+
+// Without a worker the engine is IDLE and drops the configuration.
+TEST_F(Main, HandsAConfigurationToTheEngineWhichDropsItWhileIdle) {
+  doubles.receives = {{configuration(), 0}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(bus.transferCount(), 0U);
+  EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
+}
+
+// With its worker in the pause between two cycles, the engine takes it.
+TEST_F(Main, HandsAConfigurationToTheEngineWhichAppliesIt) {
+  std::promise<void> asleep;
+  std::promise<void> awake;
+  onSleep([&](double) {
+    asleep.set_value();
+    awake.get_future().wait();
+  });
+  std::thread worker;
+  doubles.onEvent = [&](const std::string& event) {
+    if (event == "mq_timedreceive" && !worker.joinable()) {
+      worker = std::thread([&] { posix.runThread(); });
+      asleep.get_future().wait();
+      bus.takeTransfers();
+    }
+  };
+  posix.onJoin = [&] {
+    awake.set_value();
+    worker.join();
+  };
+  doubles.receives = {{configuration(), 0}};
+  EXPECT_EQ(run(), 0);
+  onSleep({});
+  EXPECT_EQ(bus.takeTransfers(), Transfers{W(0x89, 100)});
+  EXPECT_EQ(takeLog(), (LogLines{READY, {6, "POE now setting default configuration\n"}, INTERRUPTED}));
+}
+
+// What a failed start leaves: created, not started, deleted.
+const std::vector<std::string> NOT_STARTED = {"mq_open /queueToPoe", "server created 10001 8192",
+                                              "server stop", "server deleted"};
+
+TEST_F(Main, WithoutItsQueueCreatesAndDeletesTheRestStartsNothingAndReturnsMinusOne) {
+  doubles.openError = ENOSPC;
+  EXPECT_EQ(run(), -1);
+  EXPECT_EQ(output, "");
+  std::vector<std::string> expected = NOT_STARTED;
+  expected.insert(expected.end(), {"mq_close -1", "mq_unlink /queueToPoe"});
+  EXPECT_THAT(doubles.events, ElementsAreArray(expected));
+  EXPECT_THAT(doubles.running, ElementsAre(true, false, false, false, false, false));
+  EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(0)));
+  EXPECT_TRUE(posix.calls.empty());
+  EXPECT_EQ(bus.opened.size(), 1U);
+  EXPECT_EQ(bus.closed.size(), 1U);
+  EXPECT_EQ(takeLog(),
+            (LogLines{{2, "[CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - No space left on "
+                          "device(28)\n"}}));
+}
+
+TEST_F(Main, DoesNotSayThatItListensToAQueueThatItCouldNotOpen) {
+  g_traceObject = new TraceObject("Test", 7);
+  doubles.openError = ENOSPC;
+  EXPECT_EQ(run(), -1);
+  EXPECT_EQ(takeLog(),
+            (LogLines{{2, "[CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - No space left on "
+                          "device(28)\n"}}));
+}
+
+TEST_F(Main, WithoutAWatchdogClientCreatesAndDeletesTheRestStartsNothingAndReturnsMinusOne) {
+  const FailingNew noWatchdog(sizeof(watchdogMonitor)); // neither the engine's
+  EXPECT_EQ(run(), -1);
+  EXPECT_EQ(output, "");
+  std::vector<std::string> expected = NOT_STARTED;
+  expected.insert(expected.end(), {"mq_close 31", "mq_unlink /queueToPoe"});
+  EXPECT_THAT(doubles.events, ElementsAreArray(expected));
+  EXPECT_THAT(doubles.running, Each(false));
+  EXPECT_TRUE(takeWatchdogEvents().empty());
+  EXPECT_TRUE(posix.calls.empty());
+  EXPECT_EQ(bus.closed.size(), 1U);
+  EXPECT_EQ(takeLog(), softwareError("main", 60, "Failed to create wdmon\n") + LogLines{READY});
+}
+
+TEST_F(Main, WithoutADebugServerStartsTheEngineLeavesOutTheLoopAndReturnsZero) {
+  const FailingNew noServer(sizeof(Zorvan::CdebugServer));
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(output, "Now starting pd69104\n...Cpd69104Engine::start\n");
+  EXPECT_THAT(doubles.events, ElementsAre("mq_open /queueToPoe", "mq_close 31", "mq_unlink /queueToPoe"));
+  EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(0)));
+  EXPECT_THAT(posix.calls, ElementsAre("pthread_create", "pthread_join"));
+  EXPECT_EQ(takeLog(), LogLines{READY});
+}
+
+TEST_F(Main, WithoutAnEngineLeavesOutTheLoopAndReturnsZero) {
+  const FailingNew noEngine(sizeof(CPD69104Engine));
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(output, "Now starting debugServer\n(server start)\n");
+  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(0)));
+  EXPECT_THAT(takeWatchdogEvents(), ElementsAre("PoeMain created", "PoeMain start 60000", "PoeMain deleted"));
+  EXPECT_EQ(takeLog(), LogLines{READY});
+}
+
+} // namespace

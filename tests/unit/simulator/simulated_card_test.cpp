@@ -1,0 +1,210 @@
+// The simulated card: transfers, commands, scenario and record together.
+#include "simulator/card/simulated_card.h"
+
+#include "tests/support/process/temporary_directory.h"
+
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace {
+
+using Time = SimulatedCard::Time;
+
+// The register's value, or -1 for a transfer that failed.
+int read(SimulatedCard& card, std::uint8_t address) {
+  std::uint8_t value = 0;
+  return card.read(address, &value) ? value : -1;
+}
+
+class SteppedCard : public testing::Test {
+protected:
+  std::string recordPath() const { return directory.file("record"); }
+  std::string record() const { return directory.read("record"); }
+
+  SimulatedCard card{Time::Stepped};
+  TemporaryDirectory directory;
+};
+
+TEST_F(SteppedCard, AnswersALineWithTheReplyOrAnError) {
+  EXPECT_EQ(card.answer("plug 0"), "ok\n");
+  EXPECT_EQ(card.answer("reg 0x43"), "0x43 0x41\n");
+  EXPECT_EQ(card.answer("bank 16"), "error: '16' is no N; accepted is bank N with N 0 to 15\n");
+}
+
+TEST_F(SteppedCard, LetsTransfersFailWithoutAnyEffect) {
+  EXPECT_TRUE(card.write(0x12, 0x55));
+  card.answer("bus fail 2");
+  EXPECT_FALSE(card.write(0x12, 0xAA));
+  EXPECT_EQ(read(card, 0x12), -1);
+  EXPECT_EQ(read(card, 0x12), 0x55);
+  card.answer("bus register 0x12");
+  EXPECT_EQ(read(card, 0x12), -1);
+  EXPECT_EQ(read(card, 0x13), 0);
+}
+
+TEST_F(SteppedCard, AnswersNothingWhenTheChipIsAbsent) {
+  card.setPresent(false);
+  EXPECT_EQ(read(card, 0x43), -1);
+  EXPECT_FALSE(card.write(0x12, 0));
+  EXPECT_EQ(card.answer("reg 0x43"), "0x43 0x41\n");
+}
+
+// Transfers until the port 0 is powered.
+int transfersToPower(SimulatedCard& card) {
+  int made = 0;
+  while (read(card, 0x10) != 0x11 && made < 1000) {
+    ++made;
+  }
+  return made;
+}
+
+TEST_F(SteppedCard, AgesBy15MillisecondsWithEachTransfer) {
+  card.answer("plug 0");
+  card.write(0x12, 0x03);
+  card.write(0x14, 0x11);
+  EXPECT_EQ(transfersToPower(card), 19) << "300 ms after the last write";
+}
+
+TEST_F(SteppedCard, AgesWithTransfersThatFailToo) {
+  card.answer("plug 0");
+  card.write(0x12, 0x03);
+  card.write(0x14, 0x11);
+  card.answer("bus fail 15");
+  EXPECT_EQ(transfersToPower(card), 19);
+}
+
+TEST_F(SteppedCard, DoesNotAgeOtherwise) {
+  card.answer("plug 0");
+  card.write(0x12, 0x03);
+  card.write(0x14, 0x11);
+  std::this_thread::sleep_for(std::chrono::milliseconds(400));
+  EXPECT_NE(card.answer("show").find("phase=detecting"), std::string::npos);
+}
+
+TEST(RealTimeCard, AgesByItself) {
+  SimulatedCard card;
+  card.answer("plug 0");
+  card.write(0x12, 0x03);
+  card.write(0x14, 0x11);
+  std::this_thread::sleep_for(std::chrono::milliseconds(310));
+  EXPECT_EQ(card.answer("reg 0x10"), "0x10 0x11\n");
+}
+
+TEST(RealTimeCard, FollowsAScenarioAsTimePasses) {
+  SimulatedCard card;
+  card.follow(parseScenario("reg 0x20 1\nwait 0.5\nreg 0x20 2", "f"));
+  EXPECT_EQ(card.answer("reg 0x20"), "0x20 0x01\n");
+  std::this_thread::sleep_for(std::chrono::milliseconds(510));
+  EXPECT_EQ(read(card, 0x20), 2);
+}
+
+TEST_F(SteppedCard, RunsTheFirstStepsOfAScenarioAtOnceAndTheOthersWhenTheyAreDue) {
+  card.follow(parseScenario("reg 0x20 1\nwait 0.045\nreg 0x20 2\nreg 0x20 3\nwait 0.015\nreg 0x20 4", "f"));
+  EXPECT_EQ(card.answer("reg 0x20"), "0x20 0x01\n");
+  EXPECT_EQ(read(card, 0x20), 1); // 15 ms
+  EXPECT_EQ(read(card, 0x20), 1); // 30 ms
+  EXPECT_EQ(read(card, 0x20), 3); // 45 ms
+  EXPECT_EQ(read(card, 0x20), 4); // 60 ms
+}
+
+TEST_F(SteppedCard, LetsAStepHappenAtItsOwnTimeBetweenTwoTransfers) {
+  // Detection takes 150 ms: the device that comes 5 ms after the 10th transfer is
+  // found between the 20th and the 21st.
+  card.write(0x12, 0x03);
+  card.write(0x14, 0x11);
+  card.follow(parseScenario("wait 0.155\nplug 0", "f"));
+  for (int made = 2; made < 19; ++made) {
+    read(card, 0x00);
+  }
+  EXPECT_NE(read(card, 0x0C) & 7, 4);
+  EXPECT_EQ(read(card, 0x0C) & 7, 4);
+}
+
+TEST_F(SteppedCard, RecordsEachTransferAsOneLine) {
+  card.record(std::make_unique<TransferRecord>(recordPath(), false));
+  card.write(0x12, 0xFF);
+  read(card, 0x43);
+  read(card, 0xCF);
+  card.answer("bus fail 2");
+  read(card, 0x43);
+  card.write(0x0C, 0x0A);
+  card.answer("reg 0x43");
+  EXPECT_EQ(record(), "W 0x12 0xFF\n"
+                      "R 0x43 0x41\n"
+                      "R 0xCF failed\n"
+                      "R 0x43 failed\n"
+                      "W 0x0C 0x0A failed\n");
+  EXPECT_TRUE(card.recordComplete());
+}
+
+TEST_F(SteppedCard, RecordsTheSecondsSinceTheStartWhenAskedTo) {
+  card.record(std::make_unique<TransferRecord>(recordPath(), true));
+  card.write(0x12, 0xFF);
+  read(card, 0x43);
+  EXPECT_EQ(record(), "0.015000 W 0x12 0xFF\n0.030000 R 0x43 0x41\n");
+}
+
+TEST_F(SteppedCard, BeginsTheRecordAnew) {
+  directory.write("record", "old\n");
+  card.record(std::make_unique<TransferRecord>(recordPath(), false));
+  EXPECT_EQ(record(), "");
+}
+
+TEST_F(SteppedCard, TellsThatARecordIsNotComplete) {
+  card.record(std::make_unique<TransferRecord>("/dev/full", false));
+  EXPECT_TRUE(card.recordComplete());
+  read(card, 0x43);
+  EXPECT_FALSE(card.recordComplete());
+}
+
+TEST_F(SteppedCard, SaysWhyThereCanBeNoRecord) {
+  try {
+    const TransferRecord record("/no/such/directory/record", false);
+    FAIL() << "there is a record";
+  } catch (const std::runtime_error& error) {
+    EXPECT_STREQ(error.what(), "cannot write /no/such/directory/record: No such file or directory; "
+                               "accepted is a file that can be written");
+  }
+}
+
+// What a program and a scenario make of a card, as a record with times.
+std::string recordOfARun(const TemporaryDirectory& directory) {
+  SimulatedCard card(Time::Stepped);
+  card.record(std::make_unique<TransferRecord>(directory.file("record"), true));
+  card.follow(parseScenario("plug 0 class=3 watts=9\nplug 2 signature=low\nwait 0.7\ndraw 0 20\n"
+                            "wait 0.4\nplug 1\nbus every 7\nwait 3\npower-cycle",
+                            "f"));
+  card.write(0x12, 0xFF);
+  card.write(0x14, 0xFF);
+  for (int cycle = 0; cycle < 100; ++cycle) {
+    for (const int address : {0x0C, 0x0D, 0x0E, 0x10, 0x30, 0x92, 0x96, 0x77, 0x79}) {
+      read(card, static_cast<std::uint8_t>(address));
+    }
+  }
+  return directory.read("record");
+}
+
+TEST_F(SteppedCard, IsTheSameInEachRun) {
+  const std::string first = recordOfARun(directory);
+  EXPECT_NE(first.find("R 0x10 0x11"), std::string::npos);
+  EXPECT_NE(first.find("R 0x10 0x22"), std::string::npos);
+  EXPECT_NE(first.find("failed"), std::string::npos);
+  EXPECT_EQ(recordOfARun(directory), first);
+}
+
+TEST(SharedCard, IsUsedFromSeveralThreadsAtOnce) {
+  SimulatedCard card;
+  std::thread commands([&card] {
+    for (int i = 0; i < 500; ++i) {
+      card.answer(i % 2 == 0 ? "plug 0" : "unplug 0");
+      card.answer("show");
+    }
+  });
+  for (int i = 0; i < 2000; ++i) {
+    EXPECT_TRUE(card.write(0x12, 0xFF));
+    EXPECT_EQ(read(card, 0x12), 0xFF);
+  }
+  commands.join();
+}
+
+} // namespace
