@@ -23,7 +23,6 @@ namespace {
 
 constexpr std::int32_t TRACE_LEVEL = LOG_INFO;
 constexpr unsigned WATCHDOG_TIMEOUT = 60000; // ms
-constexpr std::uint16_t CONSOLE_PORT = 10001;
 constexpr std::uint32_t CONSOLE_BUFFER_SIZE = 8192;
 constexpr mode_t QUEUE_MODE = 0644;
 constexpr mqd_t NO_QUEUE = -1;

@@ -3,13 +3,13 @@
 #include "pd69104.h"
 #include "pd69104_errors.h"
 #include "pd69104_registers.h"
+#include "power_limits.h"
 
 #include <initializer_list>
 
 namespace {
 
-constexpr unsigned MAX_PORT_POWER = 40000; // mW
-constexpr unsigned MAX_BANK_POWER = 255;   // W
+constexpr unsigned MAX_BANK_POWER = 255; // W
 constexpr int MAX_PRIORITY = 3;
 
 constexpr double TLIM_STEP = 1.71; // ms
@@ -191,10 +191,10 @@ bool CPD69104::PoeSetPortPriority(unsigned c, int pr) {
 }
 
 bool CPD69104::PoeSetPortPowerLimit(unsigned c, unsigned pw, unsigned tpw) {
-  if (!isPortRange(c) || pw > MAX_PORT_POWER || tpw > MAX_PORT_POWER) {
+  if (!isPortRange(c) || pw > MAX_PORT_LIMIT_MW || tpw > MAX_PORT_LIMIT_MW) {
     SOFTWARE_ERROR(DRIVER_PATH, DriverLine::SET_PORT_POWER_LIMIT,
-                   "Range Error [c=%d:%d pw=%d:%d tpw=%d:%d]\n", CHIP_PORTS, c, MAX_PORT_POWER, pw,
-                   MAX_PORT_POWER, tpw);
+                   "Range Error [c=%d:%d pw=%d:%d tpw=%d:%d]\n", CHIP_PORTS, c, MAX_PORT_LIMIT_MW, pw,
+                   MAX_PORT_LIMIT_MW, tpw);
     return false;
   }
   return forPorts(c, [&](unsigned port) {

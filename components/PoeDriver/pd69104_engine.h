@@ -15,6 +15,7 @@
 #pragma once
 
 #include "pd69104.h"
+#include "pd69104_engine_counters.h"
 #include "platform/debugable.h"
 #include "platform/guard.h"
 #include "platform/thread_annotations.h"
@@ -110,9 +111,7 @@ private:
   void readDeviceStatus() POE_REQUIRES(m_mutex);
   void readChannelCounts() POE_REQUIRES(m_mutex);
   void updatePortOperStatus(unsigned port) POE_REQUIRES(m_mutex);
-  bool exceedsBudget() const POE_REQUIRES(m_mutex);
   unsigned portsToRestart() const POE_REQUIRES(m_mutex);
-  bool keepsRunning(unsigned port, std::uint32_t* budget) const POE_REQUIRES(m_mutex);
   void restartPorts(unsigned restartMask) POE_REQUIRES(m_mutex);
   std::string engineText();
   std::string powerText() POE_REQUIRES(m_mutex);
@@ -133,8 +132,8 @@ private:
   PowerStatus m_power POE_GUARDED_BY(m_mutex);
   DeviceStatus m_device POE_GUARDED_BY(m_mutex);
   ChannelStatus m_channel[POE_PORTS] POE_GUARDED_BY(m_mutex);
-  // Raw counts, in the order of the counters of PoePortStatus.
-  std::uint32_t m_prevCounts[POE_PORTS][6] POE_GUARDED_BY(m_mutex);
+  // Raw counts, in the order of EVENT_COUNTERS.
+  std::uint32_t m_prevCounts[POE_PORTS][EVENT_COUNTER_COUNT] POE_GUARDED_BY(m_mutex);
 };
 
 static_assert(sizeof(std::atomic<EngineState>) == sizeof(std::int32_t) &&

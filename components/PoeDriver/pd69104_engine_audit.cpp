@@ -1,20 +1,12 @@
 // The two checks at the start of every cycle: does the chip still hold its configuration, and do the
 // configured ports fit the power budget. Both run under the engine mutex.
 #include "pd69104_engine.h"
+#include "power_budget.h"
+#include "power_limits.h"
 
 #include <syslog.h>
 
-// The priorities in the order in which they are served.
-static constexpr std::uint32_t priorityOrder[] = {1, 2, 3};
-
 namespace {
-
-// The default configuration leaves this bank's limit at 0: any other value marks a chip that has lost its
-// configuration. The main process must therefore keep it at 0.
-constexpr unsigned MARKER_BANK = 7;
-
-constexpr std::uint32_t DETECTION_GOOD = 4;
-constexpr unsigned EVERY_PORT = 0x0F;
 
 constexpr unsigned bit(unsigned port) {
   return 1U << port;
@@ -45,47 +37,23 @@ bool CPD69104Engine::checkChip() {
 }
 
 bool CPD69104Engine::audit() {
-  if (exceedsBudget()) {
+  if (neededPowerW(m_config) > m_power.power_limit) {
     restartPorts(portsToRestart());
   }
   return true;
 }
 
-// Kept: a limit of 0, which gives the port the most it may have, counts as 0 here, and ports that are
-// switched off count as well.
-bool CPD69104Engine::exceedsBudget() const {
-  std::uint32_t need = 0; // mW
-  for (const PoePortConfig& port : m_config.port) {
-    need += port.powerLimit;
-  }
-  return need / 1000 > m_power.power_limit;
-}
-
-// The set of ports to switch off and on again, as bits. A port of no known priority is always among them.
+// The set of ports to switch off and on again, as bits.
 unsigned CPD69104Engine::portsToRestart() const {
-  std::uint32_t budget = m_power.power_limit; // W
-  unsigned restartMask = EVERY_PORT;
-  for (const std::uint32_t priority : priorityOrder) {
-    for (unsigned port = 0; port < POE_PORTS; port++) {
-      if (m_config.port[port].priority == priority && keepsRunning(port, &budget)) {
-        restartMask &= ~bit(port);
-      }
-    }
+  PortPowerStates states{};
+  for (unsigned port = 0; port < POE_PORTS; port++) {
+    states[port] = {m_channel[port].det_status, m_channel[port].enable};
+  }
+  unsigned restartMask = 0;
+  for (const PowerDecision& decision : decidePower(m_config, m_power.power_limit, states)) {
+    restartMask |= isRestarted(decision.verdict) ? bit(decision.port) : 0;
   }
   return restartMask;
-}
-
-// Whether a port is to be left as it is; one that fits takes its share of *budget.
-bool CPD69104Engine::keepsRunning(unsigned port, std::uint32_t* budget) const {
-  if (m_config.port[port].adminEnable == 0 || m_channel[port].det_status != DETECTION_GOOD) {
-    return true;
-  }
-  const std::uint32_t portNeed = m_config.port[port].powerLimit / 1000; // W
-  if (portNeed <= *budget) {
-    *budget -= portNeed;
-    return true;
-  }
-  return !m_channel[port].enable;
 }
 
 // All ports go off before the first comes on again, so that the chip decides about them afresh.

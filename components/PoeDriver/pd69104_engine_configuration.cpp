@@ -1,21 +1,14 @@
 // The engine's handling of configurations: what changed goes to the chip, the whole is kept.
 #include "pd69104_engine.h"
+#include "power_limits.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace {
 
-constexpr std::uint32_t MAX_BANK_POWER_LIMIT = 161;   // W
-constexpr std::uint32_t MAX_PORT_POWER_LIMIT = 40000; // mW
 constexpr unsigned MODE_OFF = 0;
 constexpr unsigned MODE_AUTOMATIC = 3;
 constexpr unsigned CURRENT_CUT = 375; // mA
-
-// 0 stands for the most that a port may have.
-std::uint32_t effectivePowerLimit(std::uint32_t powerLimit) {
-  return powerLimit == 0 ? MAX_PORT_POWER_LIMIT : std::min(powerLimit, MAX_PORT_POWER_LIMIT);
-}
 
 bool differ(const PoePortConfig& a, const PoePortConfig& b) {
   return a.adminEnable != b.adminEnable || a.priority != b.priority || a.powerLimit != b.powerLimit;
@@ -41,7 +34,7 @@ bool CPD69104Engine::applyConfig(const PoeConfig& config, bool force) {
   for (unsigned bank = 0; bank < POE_BANKS; bank++) {
     const std::uint32_t limit = config.bankPowerLimit[bank];
     if (force || limit != m_config.bankPowerLimit[bank]) {
-      m_driver->PoeSetBankPowerLimit(bank, std::min(limit, MAX_BANK_POWER_LIMIT));
+      m_driver->PoeSetBankPowerLimit(bank, effectiveBankLimitW(limit));
     }
   }
   for (unsigned port = 0; port < POE_PORTS; port++) {
@@ -63,7 +56,7 @@ bool CPD69104Engine::configurePort(unsigned port, const PoePortConfig& c) {
   }
   bool ok = m_driver->PoeSetPortMode(port, MODE_AUTOMATIC);
   ok &= m_driver->PoeSetPortPriority(port, static_cast<int>(c.priority));
-  ok &= m_driver->PoeSetPortPowerLimit(port, effectivePowerLimit(c.powerLimit), 0);
+  ok &= m_driver->PoeSetPortPowerLimit(port, effectivePortLimitMw(c.powerLimit), 0);
   ok &= m_driver->PoeSetPortDisconnect(port, 1);
   ok &= m_driver->PoeSetPortMidspan(port, 0);
   ok &= m_driver->PoeSetPortTlim(port, 0);

@@ -79,7 +79,7 @@ void writeFlag(std::ostringstream& report, const char* label, bool flag) {
 }
 
 void writeWord(std::ostringstream& report, const char* label, const char* word) {
-  report << label << word;
+  report << label << word << "\n";
 }
 
 void writeVolts(std::ostringstream& report, const char* label, std::uint32_t deciVolts) {

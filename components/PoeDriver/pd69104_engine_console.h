@@ -1,9 +1,10 @@
 // What the engine's console commands share: the table that dispatches them, the conversion of their arguments
-// and the pieces that their replies are made of. Every label and word is a whole literal, blanks and line end
-// included: they are an interface and are kept as they are.
+// and the pieces that their replies are made of. Every label is a whole literal, blanks included: the texts
+// are an interface and are kept as they are.
 #pragma once
 
 #include "pd69104_engine.h"
+#include "poe_words.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -28,12 +29,12 @@ void copyReply(const std::string& reply, char* out, std::uint32_t outLen);
 // The word for a code; a code outside the table is illegal.
 template <std::size_t size>
 const char* decode(const char* const (&words)[size], std::uint32_t code) {
-  return code < size ? words[code] : "ILLEGAL\n";
+  return code < size ? words[code] : ILLEGAL_CODE;
 }
 
 // One line of a report: the label and the value.
 void writeNumber(std::ostringstream& report, const char* label, std::uint32_t number);
 void writeSigned(std::ostringstream& report, const char* label, std::int32_t number);
 void writeFlag(std::ostringstream& report, const char* label, bool flag);
-void writeWord(std::ostringstream& report, const char* label, const char* word); // it brings its own line end
+void writeWord(std::ostringstream& report, const char* label, const char* word);
 void writeVolts(std::ostringstream& report, const char* label, std::uint32_t deciVolts); // with one decimal

@@ -5,19 +5,6 @@ namespace {
 
 constexpr int STATE_TEXT_SIZE = 4095; // what the state texts may fill, without a NUL
 
-constexpr const char* DETECTION_WORDS[] = {"UNKNOWN\n", "SHORT\n",         "CPD_TOO_HIGH\n", "RSIG_TOO_LOW\n",
-                                           "GOOD\n",    "RSIG_TOO_HIGH\n", "OPEN_CIRCUIT\n"};
-
-constexpr const char* CHIP_CLASS_WORDS[] = {"UNKNOWN\n", "CLASS_1\n",          "CLASS_2\n",
-                                            "CLASS_3\n", "CLASS_4\n",          "CLASS_RESERVED\n",
-                                            "CLASS_0\n", "CLASS_OVERCURRENT\n"};
-
-constexpr const char* OPER_STATUS_WORDS[] = {"ILLEGAL\n", "DISABLED\n", "SEARCHING\n", "DELIVERINGPOWER\n",
-                                             "FAULT\n",   "TEST\n",     "OTHERFAULT\n"};
-
-constexpr const char* CLASSIFICATION_WORDS[] = {"NONE\n",   "CLASS0\n", "CLASS1\n",
-                                                "CLASS2\n", "CLASS3\n", "CLASS4\n"};
-
 const char* stateLine(EngineState state) {
   switch (state) {
   case EngineState::IDLE:
@@ -73,12 +60,9 @@ void writePortReadings(std::ostringstream& report, CPD69104& chip, std::uint32_t
 }
 
 void writePortCounters(std::ostringstream& report, const PoePortStatus& status) {
-  writeNumber(report, "  invalidSignatureCounter   = ", status.invalidSignatureCounter);
-  writeNumber(report, "  powerDeniedCounter        = ", status.powerDeniedCounter);
-  writeNumber(report, "  overLoadCounter           = ", status.overLoadCounter);
-  writeNumber(report, "  underLoadCounter          = ", status.underLoadCounter);
-  writeNumber(report, "  shortCounter              = ", status.shortCounter);
-  writeNumber(report, "  classErrorCounter         = ", status.classErrorCounter);
+  for (const EventCounter& counter : EVENT_COUNTERS) {
+    writeNumber(report, counter.reportLabel, status.*counter.total);
+  }
   report << "\n";
 }
 

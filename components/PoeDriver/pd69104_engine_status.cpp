@@ -21,28 +21,12 @@ constexpr std::uint32_t POWER_CLASSIFICATION[8] = {
     PowerClassification::CLASS0, PowerClassification::NONE,
 };
 
-// Where a raw count comes from and where its running total goes, in the order of m_prevCounts.
-struct Counter {
-  std::uint32_t PortCounts::*raw;
-  std::uint32_t PoePortStatus::*total;
-  std::uint32_t weight;
-};
-
-constexpr Counter COUNTERS[] = {
-    {&PortCounts::invalidSignatureCount, &PoePortStatus::invalidSignatureCounter, 1},
-    {&PortCounts::powerDeniedCount, &PoePortStatus::powerDeniedCounter, 2}, // kept: counts each denial twice
-    {&PortCounts::overLoadCount, &PoePortStatus::overLoadCounter, 1},
-    {&PortCounts::underLoadCount, &PoePortStatus::underLoadCounter, 1},
-    {&PortCounts::shortCount, &PoePortStatus::shortCounter, 1},
-    {&PortCounts::classErrorCount, &PoePortStatus::classErrorCounter, 1},
-};
-
 bool isBadSignature(std::uint32_t detStatus) {
   switch (detStatus) {
-  case 1: // short
-  case 2: // capacitance too high
-  case 3: // signature resistance too low
-  case 5: // signature resistance too high
+  case DetectionStatus::SHORT:
+  case DetectionStatus::CAPACITANCE_TOO_HIGH:
+  case DetectionStatus::RESISTANCE_TOO_LOW:
+  case DetectionStatus::RESISTANCE_TOO_HIGH:
     return true;
   default:
     return false;
@@ -97,7 +81,7 @@ void CPD69104Engine::readChannelCounts() {
   }
   for (unsigned port = 0; port < POE_PORTS; port++) {
     std::uint32_t* previous = m_prevCounts[port];
-    for (const Counter& counter : COUNTERS) {
+    for (const EventCounter& counter : EVENT_COUNTERS) {
       const std::uint32_t raw = counts.port[port].*counter.raw;
       m_status.port[port].*counter.total += counter.weight * ((raw - *previous) & RAW_COUNT_MASK);
       *previous++ = raw;

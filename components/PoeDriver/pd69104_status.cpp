@@ -56,13 +56,13 @@ bool read16(CPD69104& chip, unsigned address, Store store) {
   return readWith<&CPD69104::PoeReadReg16>(chip, address, store);
 }
 
-// The six event counters, in the order in which they are read.
-struct EventCounter {
+// The registers of the raw counts, in the order in which they are read.
+struct RawCounter {
   unsigned address;
   std::uint32_t PortCounts::*count;
 };
 
-constexpr EventCounter EVENT_COUNTERS[] = {
+constexpr RawCounter RAW_COUNTERS[] = {
     {Register::INVALID_SIGNATURE_COUNT, &PortCounts::invalidSignatureCount},
     {Register::POWER_DENIED_COUNT, &PortCounts::powerDeniedCount},
     {Register::OVERLOAD_COUNT, &PortCounts::overLoadCount},
@@ -106,7 +106,7 @@ bool CPD69104::PoeGetChannelCounts(ChannelCounts* counts) {
     return false;
   }
   bool ok = true;
-  for (const EventCounter& counter : EVENT_COUNTERS) {
+  for (const RawCounter& counter : RAW_COUNTERS) {
     ok &= read(*this, counter.address, [&](unsigned value) {
       for (unsigned port = 0; port < CHIP_PORTS; port++) {
         counts->port[port].*counter.count = Field::TWO_BITS[port].get(value);

@@ -19,6 +19,9 @@ constexpr char QUEUE_TO_MAIN[] = "/queueToMain";
 constexpr std::uint32_t MSGID_CONFIG = 0;  // on QUEUE_TO_POE, payload PoeConfig
 constexpr std::uint32_t MSGID_STATUS = 17; // on QUEUE_TO_MAIN, payload PoeStatus
 
+// The debug console: a TCP port of the loopback addresses.
+constexpr std::uint16_t CONSOLE_PORT = 10001;
+
 constexpr unsigned POE_PORTS = 4; // ports are numbered 0 to 3
 constexpr unsigned POE_BANKS = 8; // power banks are numbered 0 to 7
 
@@ -31,6 +34,17 @@ constexpr std::uint32_t FAULT = 4;
 constexpr std::uint32_t TEST = 5; // never produced by this service
 constexpr std::uint32_t OTHERFAULT = 6;
 } // namespace OperStatus
+
+// Values of PoePortStatus::detectionStatus: the chip's own codes, 0 to 7.
+namespace DetectionStatus {
+constexpr std::uint32_t UNKNOWN = 0;
+constexpr std::uint32_t SHORT = 1;
+constexpr std::uint32_t CAPACITANCE_TOO_HIGH = 2;
+constexpr std::uint32_t RESISTANCE_TOO_LOW = 3;
+constexpr std::uint32_t GOOD = 4;
+constexpr std::uint32_t RESISTANCE_TOO_HIGH = 5;
+constexpr std::uint32_t OPEN_CIRCUIT = 6;
+} // namespace DetectionStatus
 
 // Values of PoePortStatus::powerClassification: the class of RFC 3621, and 0 for none.
 namespace PowerClassification {
@@ -65,7 +79,7 @@ struct PoeConfig {
 
 struct PoePortStatus {
   std::uint32_t operStatus;
-  std::uint32_t detectionStatus; // the chip's raw code, 0 to 7
+  std::uint32_t detectionStatus;
   std::uint32_t powerClassification;
   std::uint32_t powerConsumption; // W
   // Running counts since the service started, modulo 2^32.

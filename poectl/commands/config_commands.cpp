@@ -1,5 +1,6 @@
 #include "poectl/commands/config_commands.h"
 
+#include "components/PoeDriver/power_limits.h"
 #include "poectl/config/audit_text.h"
 #include "poectl/config/config_check.h"
 #include "poectl/config/config_file.h"
@@ -25,18 +26,18 @@ int applyFile(const std::string& path) {
   return 0;
 }
 
-static void setPortStates(const std::vector<std::string>& all, PortStates& ports) {
+static void setPortStates(const std::vector<std::string>& all, PortPowerStates& ports) {
   for (const std::string& words : all) {
     setPortState(words, ports);
   }
 }
 
 int explainFile(const std::string& path, const ExplainOptions& options) {
-  constexpr PortState POWERED{4, true}; // 4: detected good
-  PortStates ports{POWERED, POWERED, POWERED, POWERED};
+  constexpr PortPowerState POWERED{DetectionStatus::GOOD, true};
+  PortPowerStates ports{POWERED, POWERED, POWERED, POWERED};
   setPortStates(options.ports, ports); // wrong words are refused before anything is read
   const PoeConfig config = readConfig(path);
-  AuditInput input{chipBankLimit(config.bankPowerLimit[0]), ports};
+  AuditInput input{effectiveBankLimitW(config.bankPowerLimit[0]), ports};
   if (options.status) {
     input = askAuditInput();
     setPortStates(options.ports, input.ports);

@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr std::uint16_t CONSOLE_PORT = 10001;
-
 // Whether the console's port cannot be bound because somebody listens on it.
 bool consolePortIsTaken() {
   const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);

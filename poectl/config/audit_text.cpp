@@ -1,9 +1,11 @@
 #include "poectl/config/audit_text.h"
 
+#include "components/PoeDriver/power_limits.h"
 #include "poectl/status/status_text.h"
 
 #include <algorithm>
 #include <optional>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -17,13 +19,13 @@ constexpr char STATE_FORM[] =
   throw PortStateError("the port state '" + words + "' is not understood; " + STATE_FORM);
 }
 
-bool setDetection(const std::string& word, PortState& state) {
+bool setDetection(const std::string& word, PortPowerState& state) {
   const std::optional<std::uint32_t> detection = detectionOf(word);
   state.detection = detection.value_or(0);
   return detection.has_value();
 }
 
-bool setPowered(const std::string& word, PortState& state) {
+bool setPowered(const std::string& word, PortPowerState& state) {
   state.powered = word == "yes";
   return word == "yes" || word == "no";
 }
@@ -36,23 +38,23 @@ std::string portName(unsigned port) {
   return "port " + std::to_string(port);
 }
 
-std::string verdictText(const AuditStep& step, const PoeConfig& config, const PortStates& states) {
+std::string verdictText(const PowerDecision& step, const PoeConfig& config, const PortPowerStates& states) {
   switch (step.verdict) {
-  case Verdict::OFF:
+  case PowerVerdict::OFF:
     return "is switched off: takes nothing, is left as it is";
-  case Verdict::NOT_DETECTED:
+  case PowerVerdict::NOT_DETECTED:
     return std::string("detects ") + detectionWord(states[step.port].detection) +
            ", not good: takes nothing, is left as it is";
-  case Verdict::FITS:
-    return "takes " + watts(step.need) + " of " + watts(step.budget) + ", " + watts(step.budget - step.need) +
+  case PowerVerdict::FITS:
+    return "takes " + watts(step.needW) + " of " + watts(step.leftW) + ", " + watts(step.leftW - step.needW) +
            " left";
-  case Verdict::UNPOWERED:
-    return "needs " + watts(step.need) + " of " + watts(step.budget) +
+  case PowerVerdict::UNPOWERED:
+    return "needs " + watts(step.needW) + " of " + watts(step.leftW) +
            ": does not fit, but has no power: is left as it is";
-  case Verdict::RESTARTED:
-    return "needs " + watts(step.need) + " of " + watts(step.budget) +
+  case PowerVerdict::RESTARTED:
+    return "needs " + watts(step.needW) + " of " + watts(step.leftW) +
            ": does not fit and is powered: is restarted in every cycle";
-  case Verdict::UNKNOWN_PRIORITY:
+  case PowerVerdict::UNKNOWN_PRIORITY:
     break;
   }
   return config.port[step.port].adminEnable != 0
@@ -60,7 +62,7 @@ std::string verdictText(const AuditStep& step, const PoeConfig& config, const Po
              : "is never served, whatever its state: is switched off in every cycle";
 }
 
-std::string stepLine(const AuditStep& step, const PoeConfig& config, const PortStates& states) {
+std::string stepLine(const PowerDecision& step, const PoeConfig& config, const PortPowerStates& states) {
   return "priority " + std::to_string(config.port[step.port].priority) + ", " + portName(step.port) + ": " +
          verdictText(step, config, states) + "\n";
 }
@@ -74,32 +76,30 @@ std::string sumNotes(const PoeConfig& config) {
       notes += portName(number) + " is off, and its limit still counts in the sum\n";
     }
     if (port.adminEnable != 0 && port.powerLimit == 0) {
-      notes += portName(number) + " has the limit 0: it may take 40 W, and counts as 0 in the sum\n";
+      notes += portName(number) + " has the limit 0: it may take " + watts(MAX_PORT_LIMIT_MW / 1000) +
+               ", and counts as 0 in the sum\n";
     }
   }
   return notes;
 }
 
-std::string restartLine(const std::vector<AuditStep>& steps) {
+std::string restartLine(const std::set<unsigned>& restarted) {
   std::string ports;
-  for (unsigned port = 0; port < POE_PORTS; port++) {
-    if (std::any_of(steps.begin(), steps.end(),
-                    [&](const AuditStep& step) { return step.port == port && restarts(step); })) {
-      ports += (ports.empty() ? "" : ", ") + std::to_string(port);
-    }
+  for (const unsigned port : restarted) {
+    ports += (ports.empty() ? "" : ", ") + std::to_string(port);
   }
   return "restarted in every cycle: " + (ports.empty() ? "none" : ports) + "\n";
 }
 
 } // namespace
 
-void setPortState(const std::string& words, PortStates& states) {
+void setPortState(const std::string& words, PortPowerStates& states) {
   std::istringstream input(words);
   std::string word;
   if (!(input >> word) || word.size() != 1 || word[0] < '0' || word[0] > '3') {
     refuse(words);
   }
-  PortState& state = states[static_cast<std::size_t>(word[0] - '0')];
+  PortPowerState& state = states[static_cast<std::size_t>(word[0] - '0')];
   while (input >> word) {
     const std::size_t equals = std::min(word.find('='), word.size() - 1);
     const std::string key = word.substr(0, equals);
@@ -111,14 +111,19 @@ void setPortState(const std::string& words, PortStates& states) {
   }
 }
 
-std::string auditText(const PoeConfig& config, std::uint32_t bankLimit, const PortStates& states) {
-  const AuditResult result = auditBudget(config, bankLimit, states);
-  std::string text =
-      "the limits add up to " + watts(result.need) + ", the bank allows " + watts(bankLimit) + ": ";
-  text += result.entered ? "the ports are served by priority\n" : "nothing is done\n";
-  text += sumNotes(config);
-  for (const AuditStep& step : result.steps) {
-    text += stepLine(step, config, states);
+std::string auditText(const PoeConfig& config, std::uint32_t bankLimit, const PortPowerStates& states) {
+  const std::uint32_t need = neededPowerW(config);
+  std::string text = "the limits add up to " + watts(need) + ", the bank allows " + watts(bankLimit) + ": ";
+  if (need <= bankLimit) {
+    return text + "nothing is done\n" + sumNotes(config) + restartLine({});
   }
-  return text + restartLine(result.steps);
+  text += "the ports are served by priority\n" + sumNotes(config);
+  std::set<unsigned> restarted;
+  for (const PowerDecision& step : decidePower(config, bankLimit, states)) {
+    text += stepLine(step, config, states);
+    if (isRestarted(step.verdict)) {
+      restarted.insert(step.port);
+    }
+  }
+  return text + restartLine(restarted);
 }

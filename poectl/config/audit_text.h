@@ -1,7 +1,7 @@
 // The replay of the power-budget audit in words, and the port states that a person gives for it.
 #pragma once
 
-#include "poectl/config/budget_audit.h"
+#include "components/PoeDriver/power_budget.h"
 
 #include <stdexcept>
 #include <string>
@@ -14,7 +14,7 @@ public:
 
 // Sets the state of one port from words like "1 detection=good powered=no"; a state that is not named stays.
 // Throws PortStateError.
-void setPortState(const std::string& words, PortStates& states);
+void setPortState(const std::string& words, PortPowerStates& states);
 
 // Which port takes what share in which order, which does not fit, and which is restarted and why.
-std::string auditText(const PoeConfig& config, std::uint32_t bankLimit, const PortStates& states);
+std::string auditText(const PoeConfig& config, std::uint32_t bankLimit, const PortPowerStates& states);

@@ -1,19 +1,16 @@
 #include "poectl/config/config_check.h"
 
-#include <algorithm>
+#include "components/PoeDriver/power_budget.h"
+#include "components/PoeDriver/power_limits.h"
 
 namespace {
-
-constexpr std::uint32_t MAX_BANK_POWER_LIMIT = 161;   // W
-constexpr std::uint32_t MAX_PORT_POWER_LIMIT = 40000; // mW
-constexpr unsigned MARKER_BANK = 7;
 
 std::string watts(std::uint32_t number) {
   return std::to_string(number) + " W";
 }
 
 std::string bankLine(unsigned bank, std::uint32_t limit) {
-  return "bank " + std::to_string(bank) + ": " + watts(chipBankLimit(limit)) + "\n";
+  return "bank " + std::to_string(bank) + ": " + watts(effectiveBankLimitW(limit)) + "\n";
 }
 
 std::string portLine(unsigned number, const PoePortConfig& port) {
@@ -21,29 +18,25 @@ std::string portLine(unsigned number, const PoePortConfig& port) {
   if (port.adminEnable == 0) {
     return start + "off\n";
   }
-  const std::uint32_t limit = port.powerLimit == 0 ? MAX_PORT_POWER_LIMIT : port.powerLimit;
   return start + "on, priority " + std::to_string(port.priority) + ", " +
-         watts(std::min(limit, MAX_PORT_POWER_LIMIT) / 1000) +
+         watts(effectivePortLimitMw(port.powerLimit) / 1000) +
          (port.powerLimit == 0 ? ", as a limit of 0 means\n" : "\n");
 }
 
 std::string sumLine(const PoeConfig& config) {
-  std::uint32_t sum = 0; // mW
-  for (const PoePortConfig& port : config.port) {
-    sum += port.powerLimit;
-  }
-  const std::uint32_t bank = chipBankLimit(config.bankPowerLimit[0]);
-  return "sum of the limits: " + watts(sum / 1000) + " of " + watts(bank) + " in bank 0: " +
-         (sum / 1000 > bank ? "the audit serves the ports by priority, 'poectl explain' shows how\n"
-                            : "the audit has nothing to do\n");
+  const std::uint32_t sum = neededPowerW(config);
+  const std::uint32_t bank = effectiveBankLimitW(config.bankPowerLimit[0]);
+  return "sum of the limits: " + watts(sum) + " of " + watts(bank) + " in bank 0: " +
+         (sum > bank ? "the audit serves the ports by priority, 'poectl explain' shows how\n"
+                     : "the audit has nothing to do\n");
 }
 
 std::string bankWarnings(unsigned bank, std::uint32_t limit) {
   std::string text;
   const std::string start = "warning: bank " + std::to_string(bank);
-  if (limit != chipBankLimit(limit)) {
-    text += start + ": " + watts(limit) + " is more than the chip takes: it gets " +
-            watts(MAX_BANK_POWER_LIMIT) + "\n";
+  if (limit != effectiveBankLimitW(limit)) {
+    text += start + ": " + watts(limit) + " is more than the chip takes: it gets " + watts(MAX_BANK_LIMIT_W) +
+            "\n";
   }
   if (bank == MARKER_BANK && limit != 0) {
     text += start + " is not 0: the service takes that for a chip that has lost its configuration and "
@@ -60,7 +53,7 @@ std::string portWarnings(unsigned number, const PoePortConfig& port) {
                                       " mW still counts in the sum\n";
   }
   if (port.powerLimit == 0) {
-    return start + "may take " + watts(MAX_PORT_POWER_LIMIT / 1000) + ", and counts as 0 in the sum\n";
+    return start + "may take " + watts(MAX_PORT_LIMIT_MW / 1000) + ", and counts as 0 in the sum\n";
   }
   if (port.powerLimit % 1000 != 0) {
     return start + "gets whole watts: " + std::to_string(port.powerLimit) + " mW become " +
@@ -70,10 +63,6 @@ std::string portWarnings(unsigned number, const PoePortConfig& port) {
 }
 
 } // namespace
-
-std::uint32_t chipBankLimit(std::uint32_t bankPowerLimit) {
-  return std::min(bankPowerLimit, MAX_BANK_POWER_LIMIT);
-}
 
 std::string configText(const PoeConfig& config) {
   std::string text;

@@ -5,9 +5,6 @@
 
 #include <string>
 
-// The limit in W that the chip gets for a bank.
-std::uint32_t chipBankLimit(std::uint32_t bankPowerLimit);
-
 // A line for each bank that is not 0, one for each port, one for the sum of the limits; then a line that
 // starts with "warning: " for everything that is probably not meant.
 std::string configText(const PoeConfig& config);

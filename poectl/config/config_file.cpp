@@ -1,5 +1,7 @@
 #include "poectl/config/config_file.h"
 
+#include "components/PoeDriver/power_limits.h"
+
 #include <algorithm>
 #include <optional>
 #include <toml++/toml.h>
@@ -28,7 +30,8 @@ constexpr Key BANK_KEYS[] = {
 constexpr Key PORT_KEYS[] = {
     {"enable", true, false, 0, 1, "true or false is accepted"},
     {"priority", false, false, 1, 3, "a whole number from 1 to 3 is accepted"},
-    {"limit", false, false, 0, 40000, "a whole number from 0 to 40000 (mW; 0 means 40000) is accepted"},
+    {"limit", false, false, 0, MAX_PORT_LIMIT_MW,
+     "a whole number from 0 to 40000 (mW; 0 means 40000) is accepted"},
 };
 
 constexpr char ROOT_ACCEPTED[] = "[banks] and [port.0] to [port.3] are accepted";

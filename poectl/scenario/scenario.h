@@ -19,7 +19,7 @@
 
 #include "components/PoeDriver/poe_messages.h"
 #include "poectl/config/input_file.h"
-#include "poectl/scenario/status_field.h"
+#include "poectl/status/status_field.h"
 
 #include <functional>
 #include <optional>

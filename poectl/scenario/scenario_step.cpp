@@ -1,7 +1,7 @@
 #include "poectl/scenario/scenario_step.h"
+#include "text/number.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace {
 
@@ -28,25 +28,6 @@ constexpr char NOTHING_MORE[] = "nothing more is accepted";
 
 std::string quoted(const std::string& text) {
   return "'" + text + "'";
-}
-
-template <typename Number>
-std::optional<Number> numberOf(const std::string& text) {
-  Number value{};
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value);
-  return error == std::errc() && stop == end ? std::optional<Number>(value) : std::nullopt;
-}
-
-// A number of the chip: decimal, or hexadecimal behind 0x.
-std::optional<unsigned> chipNumberOf(const std::string& text) {
-  if (text.compare(0, 2, "0x") != 0 && text.compare(0, 2, "0X") != 0) {
-    return numberOf<unsigned>(text);
-  }
-  unsigned value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data() + 2, end, value, 16);
-  return error == std::errc() && stop == end ? std::optional<unsigned>(value) : std::nullopt;
 }
 
 // Takes the words of one line, from left to right.
@@ -116,7 +97,7 @@ private:
   StepAction readExpect() {
     const std::string& subject = take(EXPECT_FORM);
     if (subject == "port") {
-      const std::optional<unsigned> port = numberOf<unsigned>(take(PORT_FORM));
+      const std::optional<unsigned> port = numberFrom<unsigned>(take(PORT_FORM));
       if (!port || *port >= POE_PORTS) {
         failAtLast(quoted(m_words[m_next - 1].text) + " is no port", PORT_FORM);
       }
@@ -224,7 +205,7 @@ private:
 
   // A number and the word "messages".
   unsigned takeMessages(const char* accepted) {
-    const std::optional<unsigned> count = numberOf<unsigned>(take(accepted));
+    const std::optional<unsigned> count = numberFrom<unsigned>(take(accepted));
     if (!count || *count < 1 || *count > MOST_MESSAGES) {
       failAtLast(quoted(m_words[m_next - 1].text) + " is no number of messages", MESSAGES_FORM);
     }
@@ -235,7 +216,7 @@ private:
   }
 
   double takeSeconds(const char* accepted) {
-    const std::optional<double> seconds = numberOf<double>(take(accepted));
+    const std::optional<double> seconds = numberFrom<double>(take(accepted));
     if (!seconds || !(*seconds >= LEAST_SECONDS && *seconds <= MOST_SECONDS)) {
       failAtLast(quoted(m_words[m_next - 1].text) + " is no time", SECONDS_FORM);
     }
@@ -243,7 +224,7 @@ private:
   }
 
   unsigned takeChipNumber(const char* what, unsigned most, const char* accepted) {
-    const std::optional<unsigned> number = chipNumberOf(take(accepted));
+    const std::optional<unsigned> number = prefixedNumberFrom<unsigned>(take(accepted));
     if (!number || *number > most) {
       failAtLast(quoted(m_words[m_next - 1].text) + " is no " + what, accepted);
     }

@@ -3,14 +3,13 @@
 #include "poectl/service/console_client.h"
 #include "poectl/service/console_vocabulary.h"
 #include "poectl/status/status_text.h"
+#include "text/number.h"
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
+#include <optional>
 
 namespace {
-
-constexpr std::uint32_t DETECTION_CODES = 8;
 
 // What a report shows behind a label, up to the end of the line.
 std::string shown(const std::string& report, const std::string& label) {
@@ -23,9 +22,9 @@ std::string shown(const std::string& report, const std::string& label) {
   return report.substr(value, report.find('\n', value) - value);
 }
 
-std::string upperCase(std::string word) {
+std::string lowerCase(std::string word) {
   std::transform(word.begin(), word.end(), word.begin(),
-                 [](unsigned char letter) { return static_cast<char>(std::toupper(letter)); });
+                 [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
   return word;
 }
 
@@ -46,22 +45,18 @@ AuditInput askAuditInput() {
 std::uint32_t bankLimitFrom(const std::string& info) {
   const std::string label = "power_limit (this bank) = ";
   const std::string value = shown(info, label);
-  std::uint32_t watts = 0;
-  const auto [stop, error] = std::from_chars(value.data(), value.data() + value.size(), watts);
-  if (error != std::errc() || stop != value.data() + value.size()) {
+  const std::optional<std::uint32_t> watts = numberFrom<std::uint32_t>(value);
+  if (!watts) {
     refuse(label, value);
   }
-  return watts;
+  return *watts;
 }
 
-PortState portStateFrom(const std::string& channel) {
+PortPowerState portStateFrom(const std::string& channel) {
   const std::string detectionLabel = "det_status              = ";
   const std::string detection = shown(channel, detectionLabel);
-  std::uint32_t code = 0;
-  while (code < DETECTION_CODES && upperCase(detectionWord(code)) != detection) {
-    code++;
-  }
-  if (code == DETECTION_CODES) {
+  const std::optional<std::uint32_t> code = detectionOf(lowerCase(detection));
+  if (!code) {
     refuse(detectionLabel, detection);
   }
   const std::string enableLabel = "enable                  = ";
@@ -69,5 +64,5 @@ PortState portStateFrom(const std::string& channel) {
   if (enable != "TRUE" && enable != "FALSE") {
     refuse(enableLabel, enable);
   }
-  return {code, enable == "TRUE"};
+  return {*code, enable == "TRUE"};
 }

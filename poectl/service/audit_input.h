@@ -2,14 +2,14 @@
 // status messages, and the console shows the same records.
 #pragma once
 
-#include "poectl/config/budget_audit.h"
+#include "components/PoeDriver/power_budget.h"
 
 #include <cstdint>
 #include <string>
 
 struct AuditInput {
   std::uint32_t bankLimit; // W, of the active bank
-  PortStates ports;
+  PortPowerStates ports;
 };
 
 // Asks the console. Throws ConsoleError, also when a reply has not the form that is expected.
@@ -17,4 +17,4 @@ AuditInput askAuditInput();
 
 // The parts of it, from the replies to "info" and "channel P". Throw ConsoleError.
 std::uint32_t bankLimitFrom(const std::string& info);
-PortState portStateFrom(const std::string& channel);
+PortPowerState portStateFrom(const std::string& channel);

@@ -1,5 +1,7 @@
 #include "poectl/service/console_client.h"
 
+#include "components/PoeDriver/poe_messages.h"
+
 #include "poectl/service/console_vocabulary.h"
 
 #include <algorithm>
@@ -13,7 +15,6 @@
 
 namespace {
 
-constexpr std::uint16_t CONSOLE_PORT = 10001;
 const std::string PROMPT = "> ";
 
 class Connection {

@@ -1,7 +1,7 @@
 #include "poectl/service/port_settings.h"
 
-#include <algorithm>
-#include <charconv>
+#include "text/number.h"
+
 #include <sstream>
 
 namespace {
@@ -19,21 +19,13 @@ std::string valueOf(const std::string& report, const std::string& label) {
 }
 
 std::optional<std::uint32_t> numberOf(const std::string& report, const std::string& label) {
-  const std::string value = valueOf(report, label);
-  std::uint32_t number = 0;
-  const auto [stop, error] = std::from_chars(value.data(), value.data() + value.size(), number);
-  if (error != std::errc() || stop != value.data() + value.size()) {
-    return std::nullopt;
-  }
-  return number;
+  return numberFrom<std::uint32_t>(valueOf(report, label));
 }
 
 } // namespace
 
 PortSettings settingsOf(const PoePortConfig& config) {
-  constexpr std::uint32_t MOST = HIGHEST_PORT_LIMIT * 1000;
-  const std::uint32_t milliWatts = config.powerLimit == 0 ? MOST : std::min(config.powerLimit, MOST);
-  return {config.adminEnable != 0, milliWatts / 1000, config.priority};
+  return {config.adminEnable != 0, effectivePortLimitMw(config.powerLimit) / 1000, config.priority};
 }
 
 std::optional<PortSettings> parsePortSettings(const std::string& reply) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"
+#include "components/PoeDriver/power_limits.h"
 
 #include <optional>
 #include <string>
@@ -13,7 +14,7 @@ struct PortSettings {
 };
 
 // What an unlimited port gets, in W.
-constexpr std::uint32_t HIGHEST_PORT_LIMIT = 40;
+constexpr std::uint32_t HIGHEST_PORT_LIMIT = MAX_PORT_LIMIT_MW / 1000;
 
 // As the service understands a configuration.
 PortSettings settingsOf(const PoePortConfig& config);

@@ -1,6 +1,6 @@
 #include "poectl/status/event_json.h"
 
-#include "poectl/status/status_counters.h"
+#include "poectl/status/status_field.h"
 #include "poectl/status/status_text.h"
 
 #include <nlohmann/json.hpp>

@@ -1,6 +1,6 @@
 #include "poectl/status/status_events.h"
 
-#include "poectl/status/status_counters.h"
+#include "poectl/status/status_field.h"
 #include "poectl/status/status_text.h"
 #include "poectl/status/text_format.h"
 
@@ -15,8 +15,8 @@ bool wentBack(std::uint32_t from, std::uint32_t to) {
 
 bool hasRestarted(const PoeStatus& before, const PoeStatus& status) {
   for (unsigned port = 0; port < POE_PORTS; port++) {
-    for (const StatusCounter& counter : STATUS_COUNTER) {
-      if (wentBack(before.port[port].*counter.field, status.port[port].*counter.field)) {
+    for (const StatusField& counter : STATUS_COUNTER) {
+      if (wentBack(before.port[port].*counter.member, status.port[port].*counter.member)) {
         return true;
       }
     }
@@ -26,8 +26,8 @@ bool hasRestarted(const PoeStatus& before, const PoeStatus& status) {
 
 void startCountersAtZero(PoeStatus& status) {
   for (PoePortStatus& port : status.port) {
-    for (const StatusCounter& counter : STATUS_COUNTER) {
-      port.*counter.field = 0;
+    for (const StatusField& counter : STATUS_COUNTER) {
+      port.*counter.member = 0;
     }
   }
 }
@@ -53,8 +53,8 @@ void addPort(Events& events, unsigned port, const PoePortStatus& before, const P
     events.push_back({EventKind::STATE, port, 0, before.operStatus, status.operStatus});
   }
   for (unsigned counter = 0; counter < STATUS_COUNTERS; counter++) {
-    const std::uint32_t from = before.*STATUS_COUNTER[counter].field;
-    const std::uint32_t to = status.*STATUS_COUNTER[counter].field;
+    const std::uint32_t from = before.*STATUS_COUNTER[counter].member;
+    const std::uint32_t to = status.*STATUS_COUNTER[counter].member;
     if (from != to) {
       events.push_back({EventKind::COUNTER, port, counter, from, to});
     }

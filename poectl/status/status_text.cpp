@@ -1,15 +1,34 @@
 #include "poectl/status/status_text.h"
 
+#include "components/PoeDriver/poe_words.h"
+#include "components/PoeDriver/power_limits.h"
+#include "poectl/status/status_field.h"
 #include "poectl/status/text_format.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <iterator>
+#include <array>
+#include <cctype>
+#include <cstring>
 
 namespace {
 
-constexpr const char* DETECTION_WORDS[] = {"unknown", "short",         "cpd_too_high", "rsig_too_low",
-                                           "good",    "rsig_too_high", "open_circuit", "illegal"};
+constexpr std::uint32_t DETECTION_CODES = 8;
+
+// The console's words in lower case.
+std::array<std::string, DETECTION_CODES> lowerCaseDetectionWords() {
+  std::array<std::string, DETECTION_CODES> words;
+  for (std::size_t code = 0; code < words.size(); code++) {
+    for (const char* letter = code < std::size(DETECTION_WORDS) ? DETECTION_WORDS[code] : ILLEGAL_CODE;
+         *letter != '\0'; letter++) {
+      words[code] += static_cast<char>(std::tolower(static_cast<unsigned char>(*letter)));
+    }
+  }
+  return words;
+}
+
+const std::array<std::string, DETECTION_CODES>& detectionWords() {
+  static const std::array<std::string, DETECTION_CODES> WORDS = lowerCaseDetectionWords();
+  return WORDS;
+}
 
 template <std::size_t size>
 const char* word(const char* const (&words)[size], std::uint32_t code) {
@@ -24,46 +43,53 @@ void appendChip(std::string& text, unsigned long number, const PoeStatus& status
                  status.devError != 0 ? ", BUS ERROR" : "");
 }
 
+std::string limitText(const PoePortConfig* config) {
+  return config == nullptr || config->adminEnable == 0
+             ? "-"
+             : std::to_string(effectivePortLimitMw(config->powerLimit) / 1000);
+}
+
 void appendPort(std::string& text, unsigned number, const PoePortStatus& port, const PoePortConfig* config) {
-  char limit[16] = "-";
-  if (config != nullptr && config->adminEnable != 0) {
-    const std::uint32_t milliWatts = config->powerLimit == 0 ? 40000U : std::min(config->powerLimit, 40000U);
-    snprintf(limit, sizeof limit, "%u", milliWatts / 1000);
-  }
   const char* admin = config == nullptr ? "-" : config->adminEnable != 0 ? "on" : "off";
-  text += formatText("%4u  %-5s  %-15s  %5s  %4u  %7s  %7u  %6u  %8u  %9u  %5u  %8u\n", number, admin,
-                     operStatusWord(port.operStatus), classWord(port.powerClassification),
-                     port.powerConsumption, limit, port.invalidSignatureCounter, port.powerDeniedCounter,
-                     port.overLoadCounter, port.underLoadCounter, port.shortCounter, port.classErrorCounter);
+  text +=
+      formatText("%4u  %-5s  %-15s  %5s  %4u  %7s", number, admin, operStatusWord(port.operStatus),
+                 shortClassWord(port.powerClassification), port.powerConsumption, limitText(config).c_str());
+  for (const StatusField& counter : STATUS_COUNTER) {
+    text += formatText("  %*u", static_cast<int>(std::strlen(counter.heading)), port.*counter.member);
+  }
+  text += "\n";
 }
 
 } // namespace
 
 const char* detectionWord(std::uint32_t detection) {
-  return word(DETECTION_WORDS, detection);
+  return detection < DETECTION_CODES ? detectionWords()[detection].c_str() : "?";
 }
 
 std::optional<std::uint32_t> detectionOf(const std::string& word) {
-  const auto* const found = std::find(std::begin(DETECTION_WORDS), std::end(DETECTION_WORDS), word);
-  if (found == std::end(DETECTION_WORDS)) {
-    return std::nullopt;
+  for (std::uint32_t code = 0; code < DETECTION_CODES; code++) {
+    if (word == detectionWords()[code]) {
+      return code;
+    }
   }
-  return static_cast<std::uint32_t>(found - std::begin(DETECTION_WORDS));
+  return std::nullopt;
 }
 
 const char* operStatusWord(std::uint32_t operStatus) {
-  constexpr const char* WORDS[] = {"?",     "DISABLED", "SEARCHING", "DELIVERINGPOWER",
-                                   "FAULT", "TEST",     "OTHERFAULT"};
-  return word(WORDS, operStatus);
+  return operStatus == 0 ? "?" : word(OPER_STATUS_WORDS, operStatus);
 }
 
 const char* classWord(std::uint32_t powerClassification) {
-  constexpr const char* WORDS[] = {"-", "0", "1", "2", "3", "4"};
+  constexpr const char* WORDS[] = {"none", "0", "1", "2", "3", "4"};
   return word(WORDS, powerClassification);
 }
 
+const char* shortClassWord(std::uint32_t powerClassification) {
+  return powerClassification == PowerClassification::NONE ? "-" : classWord(powerClassification);
+}
+
 const char* mainOperStatusWord(std::uint32_t mainOperStatus) {
-  constexpr const char* WORDS[] = {"not yet checked", "running", "?", "UNREACHABLE"};
+  constexpr const char* WORDS[] = {"unchecked", "running", "?", "UNREACHABLE"};
   return word(WORDS, mainOperStatus);
 }
 
@@ -71,8 +97,11 @@ std::string statusText(unsigned long number, const PoeStatus& status,
                        const std::optional<PoeConfig>& config) {
   std::string text;
   appendChip(text, number, status);
-  text += "port  admin  state            class     W  limit W  invalid  denied  overload  underload  short  "
-          "classerr\n";
+  text += "port  admin  state            class     W  limit W";
+  for (const StatusField& counter : STATUS_COUNTER) {
+    text += std::string("  ") + counter.heading;
+  }
+  text += "\n";
   for (unsigned port = 0; port < POE_PORTS; port++) {
     appendPort(text, port, status.port[port], config ? &config->port[port] : nullptr);
   }

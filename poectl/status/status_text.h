@@ -9,8 +9,11 @@
 // The word for a PoePortStatus::operStatus; "?" for a code that has none.
 const char* operStatusWord(std::uint32_t operStatus);
 
-// The class for a PoePortStatus::powerClassification: "0" to "4", "-" for none, "?" for a code that has none.
+// The class for a PoePortStatus::powerClassification: "0" to "4", "none", "?" for a code that has none.
 const char* classWord(std::uint32_t powerClassification);
+
+// The same for narrow columns: "-" for none.
+const char* shortClassWord(std::uint32_t powerClassification);
 
 // The word for a PoeStatus::mainOperStatus; "?" for a code that has none.
 const char* mainOperStatusWord(std::uint32_t mainOperStatus);

@@ -183,7 +183,7 @@ private:
     const std::uint32_t limit = settings ? settings->limit : HIGHEST_PORT_LIMIT;
     m_canvas.text(row, STATE_COLUMN, operStatusWord(status.operStatus),
                   m_state.isStale() ? FAINT : stateStyle(status.operStatus));
-    m_canvas.text(row, CLASS_COLUMN, classWord(status.powerClassification));
+    m_canvas.text(row, CLASS_COLUMN, shortClassWord(status.powerClassification));
     m_canvas.text(
         row, POWER_COLUMN,
         formatText("%4u/%-3s", status.powerConsumption, settings ? std::to_string(limit).c_str() : "?"));
@@ -191,7 +191,7 @@ private:
             {loadColour(status.powerConsumption, limit)}, m_unicode);
     for (unsigned counter = 0; counter < STATUS_COUNTERS; counter++) {
       const bool changed = m_state.changedLately(port, counter);
-      const std::string number = shortNumber(status.*STATUS_COUNTER[counter].field);
+      const std::string number = shortNumber(status.*STATUS_COUNTER[counter].member);
       m_canvas.text(row, countersColumn() + counter * COUNTER_COLUMNS,
                     formatText("%4s%c", number.c_str(), changed ? '*' : ' '), changed ? CHANGED : PLAIN);
     }

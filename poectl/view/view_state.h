@@ -3,8 +3,8 @@
 
 #include "poectl/card/card_state.h"
 #include "poectl/service/port_settings.h"
-#include "poectl/status/status_counters.h"
 #include "poectl/status/status_events.h"
+#include "poectl/status/status_field.h"
 #include "poectl/view/consumption_history.h"
 
 #include <array>

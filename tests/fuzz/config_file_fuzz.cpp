@@ -1,5 +1,6 @@
 // Configuration files: any text is refused in one line, or read; what was read is in its ranges, stays the
 // same when it is written and read again, and can be explained.
+#include "components/PoeDriver/power_limits.h"
 #include "poectl/config/audit_text.h"
 #include "poectl/config/config_check.h"
 #include "poectl/config/config_file.h"
@@ -36,12 +37,11 @@ void expectRanges(const PoeConfig& config) {
 
 // What fits is no more than the bank has, and all of it can be told in words.
 void expectExplanation(const PoeConfig& config, std::uint32_t bankLimit) {
-  PortStates states;
+  PortPowerStates states;
   states.fill({4, true});
-  const AuditResult result = auditBudget(config, bankLimit, states);
   std::uint64_t used = 0;
-  for (const AuditStep& step : result.steps) {
-    used += step.verdict == Verdict::FITS ? step.need : 0;
+  for (const PowerDecision& decision : decidePower(config, bankLimit, states)) {
+    used += decision.verdict == PowerVerdict::FITS ? decision.needW : 0;
   }
   EXPECT_LE(used, bankLimit);
   const std::string text = auditText(config, bankLimit, states);
@@ -63,6 +63,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const PoeConfig again = parseConfig(tomlOf(config), "again");
   EXPECT_EQ(std::memcmp(&config, &again, sizeof config), 0);
   EXPECT_NE(configText(config).find("sum of the limits: "), std::string::npos);
-  expectExplanation(config, chipBankLimit(config.bankPowerLimit[0]));
+  expectExplanation(config, effectiveBankLimitW(config.bankPowerLimit[0]));
   return 0;
 }

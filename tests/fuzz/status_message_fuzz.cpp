@@ -31,8 +31,8 @@ PoeStatus takeStatus(FuzzedDataProvider& data) {
     port.detectionStatus = takeNumber(data);
     port.powerClassification = takeNumber(data);
     port.powerConsumption = takeNumber(data);
-    for (const StatusCounter& counter : STATUS_COUNTER) {
-      port.*counter.field = takeNumber(data);
+    for (const StatusField& counter : STATUS_COUNTER) {
+      port.*counter.member = takeNumber(data);
     }
   }
   status.deviceTemperature = static_cast<std::int32_t>(takeNumber(data));
@@ -59,8 +59,8 @@ void expectNumbers(const Json& json, const PoeStatus& status) {
     const Json& port = json.at("port").at(number);
     EXPECT_EQ(port.at("operStatus").get<std::uint32_t>(), status.port[number].operStatus);
     EXPECT_EQ(port.at("powerConsumption").get<std::uint32_t>(), status.port[number].powerConsumption);
-    for (const StatusCounter& counter : STATUS_COUNTER) {
-      EXPECT_EQ(port.at(counter.name).get<std::uint32_t>(), status.port[number].*counter.field);
+    for (const StatusField& counter : STATUS_COUNTER) {
+      EXPECT_EQ(port.at(counter.name).get<std::uint32_t>(), status.port[number].*counter.member);
     }
   }
 }

@@ -46,7 +46,7 @@ const std::string PORT_FIELDS =
     "; state, class, operStatus, detectionStatus, powerClassification, powerConsumption, "
     "invalidSignatureCounter, powerDeniedCounter, overLoadCounter, underLoadCounter, shortCounter, "
     "classErrorCounter are accepted";
-const std::string CHIP_FIELDS = "; mainPower, mainOperStatus, mainConsumption, deviceTemperature, "
+const std::string CHIP_FIELDS = "; mainPower, mainOperStatus, reserved, mainConsumption, deviceTemperature, "
                                 "thermalShutdown, devError are accepted";
 const std::string STATES = "; DISABLED, SEARCHING, DELIVERINGPOWER, FAULT, TEST, OTHERFAULT are accepted";
 const std::string COUNTER = "; a whole number or an increase such as +1 is accepted";

@@ -27,6 +27,9 @@ TEST(StatusJson, NamesTheFieldsAndTheCodes) {
   "mainOperStatusWord": "running",
   "reserved": 0,
   "mainConsumption": 28,
+  "deviceTemperature": -5,
+  "thermalShutdown": 1,
+  "devError": 0,
   "port": [
     {
       "operStatus": 3,
@@ -49,7 +52,7 @@ TEST(StatusJson, NamesTheFieldsAndTheCodes) {
       "detectionStatus": 6,
       "detectionStatusWord": "open_circuit",
       "powerClassification": 0,
-      "powerClassificationWord": "-",
+      "powerClassificationWord": "none",
       "powerConsumption": 0,
       "invalidSignatureCounter": 21,
       "powerDeniedCounter": 23,
@@ -88,10 +91,7 @@ TEST(StatusJson, NamesTheFieldsAndTheCodes) {
       "shortCounter": 45,
       "classErrorCounter": 46
     }
-  ],
-  "deviceTemperature": -5,
-  "thermalShutdown": 1,
-  "devError": 0
+  ]
 }
 )");
 }

@@ -300,10 +300,10 @@ TEST_F(Console, ChannelDecodesEveryDetectionAndClassCode) {
 }
 
 TEST(ConsoleReport, DecodesACodeBehindItsTableAsIllegal) {
-  constexpr const char* WORDS[] = {"NONE\n", "ONE\n"};
-  EXPECT_STREQ(decode(WORDS, 1), "ONE\n");
-  EXPECT_STREQ(decode(WORDS, 2), "ILLEGAL\n");
-  EXPECT_STREQ(decode(WORDS, 0xFFFFFFFF), "ILLEGAL\n");
+  constexpr const char* WORDS[] = {"NONE", "ONE"};
+  EXPECT_STREQ(decode(WORDS, 1), "ONE");
+  EXPECT_STREQ(decode(WORDS, 2), "ILLEGAL");
+  EXPECT_STREQ(decode(WORDS, 0xFFFFFFFF), "ILLEGAL");
 }
 
 // poeport.

@@ -1,4 +1,4 @@
-// The replay of the power-budget audit: the cases of the service's own audit, and the words about them.
+// The words about the audit of the power budget.
 #include "poectl/config/audit_text.h"
 
 #include <algorithm>
@@ -14,13 +14,6 @@ struct Port {
   bool powered;
 };
 
-struct Case {
-  const char* name;
-  std::uint32_t bankLimit; // W
-  std::array<Port, 4> ports;
-  std::vector<unsigned> restarted;
-};
-
 PoeConfig configOf(const std::array<Port, 4>& ports) {
   PoeConfig config{};
   for (unsigned p = 0; p < 4; p++) {
@@ -31,96 +24,13 @@ PoeConfig configOf(const std::array<Port, 4>& ports) {
   return config;
 }
 
-PortStates statesOf(const std::array<Port, 4>& ports) {
-  PortStates states{};
+PortPowerStates statesOf(const std::array<Port, 4>& ports) {
+  PortPowerStates states{};
   for (unsigned p = 0; p < 4; p++) {
     states[p] = {ports[p].detection, ports[p].powered};
   }
   return states;
 }
-
-class BudgetAudit : public ::testing::TestWithParam<Case> {};
-
-TEST_P(BudgetAudit, RestartsThePortsThatTheServiceRestarts) {
-  const Case& c = GetParam();
-  std::vector<unsigned> restarted;
-  for (const AuditStep& step : auditBudget(configOf(c.ports), c.bankLimit, statesOf(c.ports)).steps) {
-    if (restarts(step)) {
-      restarted.insert(std::lower_bound(restarted.begin(), restarted.end(), step.port), step.port);
-    }
-  }
-  EXPECT_EQ(restarted, c.restarted);
-}
-
-const Case CASES[] = {
-    {"RestartsAPoweredPortThatDoesNotFitEveryCycle",
-     30,
-     {{{1, 1, 20000, 4, true}, {1, 1, 20000, 4, true}, {0, 3, 0, 6, false}, {0, 3, 0, 6, false}}},
-     {1}},
-    {"LeavesAnUnpoweredPortThatDoesNotFit",
-     30,
-     {{{1, 1, 20000, 4, true}, {1, 1, 20000, 4, false}, {0, 3, 0, 6, false}, {0, 3, 0, 6, false}}},
-     {}},
-    {"DoesNothingWhileTheSumEqualsTheLimit",
-     40,
-     {{{1, 1, 20000, 4, true}, {1, 1, 20999, 4, true}, {0, 0, 0, 0, true}, {0, 0, 0, 0, true}}},
-     {}},
-    {"SumsMilliwattsBeforeItComparesWatts",
-     40,
-     {{{1, 1, 20600, 4, true}, {1, 1, 20400, 4, true}, {0, 1, 0, 4, true}, {0, 1, 0, 4, true}}},
-     {}},
-    {"SumsMilliwattsBeforeItComparesWattsSecond",
-     40,
-     {{{1, 1, 20600, 4, true}, {1, 1, 20400, 4, true}, {0, 0, 0, 4, true}, {0, 1, 0, 4, true}}},
-     {2}},
-    {"ServesAllPortsOfPriorityOneBeforePriorityTwoAndThree",
-     50,
-     {{{1, 3, 20000, 4, true}, {1, 3, 5000, 4, true}, {1, 2, 20000, 4, true}, {1, 1, 20000, 4, true}}},
-     {0}},
-    {"ServesPortsOfOnePriorityInTheirOrder",
-     45,
-     {{{1, 2, 15000, 4, true}, {1, 2, 15000, 4, true}, {1, 2, 15000, 4, true}, {1, 2, 15000, 4, true}}},
-     {3}},
-    {"TakesTheWattsOfAFittingPortRoundedDown",
-     30,
-     {{{1, 1, 20900, 4, true}, {1, 1, 10900, 4, true}, {1, 1, 1000, 4, true}, {0, 1, 0, 0, true}}},
-     {2}},
-    {"APortThatIsNotDetectedGoodTakesNoShare",
-     30,
-     {{{1, 1, 20000, 6, true}, {1, 1, 20000, 4, true}, {0, 1, 0, 0, false}, {0, 1, 0, 0, false}}},
-     {}},
-    {"APortThatIsSwitchedOffCountsForTheSumButTakesNoShare",
-     30,
-     {{{0, 1, 20000, 4, true}, {1, 1, 20000, 4, true}, {0, 1, 0, 0, false}, {0, 1, 0, 0, false}}},
-     {}},
-    {"APortThatIsSwitchedOffCountsForTheSumButTakesNoShareSecond",
-     30,
-     {{{0, 1, 20000, 4, true}, {1, 1, 20000, 4, true}, {1, 2, 11000, 4, true}, {0, 1, 0, 0, false}}},
-     {2}},
-    {"AFittingPortBehindOneThatDoesNotFitKeepsRunning",
-     30,
-     {{{1, 1, 40000, 4, true}, {1, 1, 30000, 4, true}, {0, 1, 0, 4, true}, {0, 1, 0, 4, true}}},
-     {0}},
-    {"RestartsAPortOfNoKnownPriorityWhateverItsState",
-     30,
-     {{{1, 1, 20000, 4, true}, {1, 0, 0, 6, false}, {1, 4, 20000, 4, true}, {0, 0, 0, 0, false}}},
-     {1, 2, 3}},
-    {"SwitchesAllOffBeforeAnyOn",
-     10,
-     {{{1, 1, 20000, 4, true}, {1, 2, 20000, 4, true}, {1, 3, 20000, 4, true}, {1, 1, 20000, 4, true}}},
-     {0, 1, 2, 3}},
-    {"NeverTriggersWhenAllLimitsAreZeroThoughThatMeansFortyWattsEach",
-     1,
-     {{{1, 1, 0, 4, true}, {1, 1, 0, 4, true}, {1, 0, 0, 4, true}, {1, 1, 0, 4, true}}},
-     {}},
-    {"WrapsTheSumAtThirtyTwoBits",
-     30,
-     {{{1, 0, 0x80000000, 4, true}, {1, 0, 0x80000000, 4, true}, {1, 1, 1000, 4, true}, {0, 1, 0, 0, false}}},
-     {}},
-};
-
-INSTANTIATE_TEST_SUITE_P(Service, BudgetAudit, ::testing::ValuesIn(CASES),
-                         [](const auto& c) { return std::string(c.param.name); });
 
 constexpr std::array<Port, 4> CROWDED = {
     {{1, 3, 20000, 4, true}, {1, 1, 20000, 4, true}, {0, 2, 5000, 6, false}, {1, 1, 0, 6, false}}};
@@ -159,7 +69,7 @@ TEST(AuditText, TellsThatAPortOfNoKnownPriorityIsNeverServed) {
 }
 
 TEST(PortStateWords, SetWhatTheyName) {
-  PortStates states{};
+  PortPowerStates states{};
   setPortState("2 detection=good powered=yes", states);
   EXPECT_EQ(states[2].detection, 4U);
   EXPECT_TRUE(states[2].powered);
@@ -175,7 +85,7 @@ TEST(PortStateWords, AreRefusedInOneLineThatSaysWhatIsAccepted) {
   for (const std::string words :
        {"", "4", "-1", "00", "x", "1 good", "1 =", "1 detection=", "1 detection=bad", "1 powered",
         "1 powered=maybe", "1 watts=3", "powered=yes"}) {
-    PortStates states{};
+    PortPowerStates states{};
     std::string error;
     try {
       setPortState(words, states);
