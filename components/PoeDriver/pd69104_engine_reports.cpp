@@ -18,14 +18,15 @@ constexpr const char* OPER_STATUS_WORDS[] = {"ILLEGAL\n", "DISABLED\n", "SEARCHI
 constexpr const char* CLASSIFICATION_WORDS[] = {"NONE\n",   "CLASS0\n", "CLASS1\n",
                                                 "CLASS2\n", "CLASS3\n", "CLASS4\n"};
 
-const char* stateLine(EngineState state) {
+const char* stateLine(std::int32_t state) {
   switch (state) {
   case EngineState::IDLE:
     return "m_state                 = IDLE\n";
   case EngineState::ACTIVE:
     return "m_state                 = ACTIVE\n";
+  default:
+    return "m_state                 = UNKNOWN\n";
   }
-  return "m_state                 = UNKNOWN\n";
 }
 
 // The port that the first argument names. Without one, or with one that does not exist, an error line is
