@@ -126,7 +126,7 @@ TEST_F(Main, TakesDownTheWorkerTheServerTheEngineTheQueueAndTheWatchdogInThisOrd
 TEST_F(Main, CreatesTheTraceObjectOfTheModulePoe) {
   doubles.onEvent = [](const std::string&) {
     ASSERT_NE(g_traceObject, nullptr);
-    EXPECT_EQ(g_traceObject->name(), "Poe");
+    EXPECT_STREQ(g_traceObject->name(), "Poe");
   };
   EXPECT_EQ(run(), 0);
   takeLog();
