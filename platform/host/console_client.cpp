@@ -76,7 +76,7 @@ void ConsoleClient::receive() {
   const ssize_t count = recv(m_socket.get(), input.space(), input.spaceSize(), 0);
   if (count > 0) {
     m_lastActive = monotonicMilliseconds();
-    input.added(static_cast<std::size_t>(count));
+    input.added(m_telnet.filter(input.space(), static_cast<std::size_t>(count)));
   } else if (count == 0 || !isTemporary(errno)) {
     m_phase = Phase::GONE;
   }

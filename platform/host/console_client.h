@@ -10,6 +10,7 @@
 
 #include "platform/host/console_session.h"
 #include "platform/host/file_descriptor.h"
+#include "platform/host/telnet_filter.h"
 
 namespace Zorvan {
 
@@ -64,6 +65,7 @@ private:
   void discard();
 
   FileDescriptor m_socket;
+  TelnetFilter m_telnet;
   ConsoleSession m_session;
   Phase m_phase = Phase::SERVED;
   std::uint64_t m_deadline = NEVER;

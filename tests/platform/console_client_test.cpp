@@ -233,6 +233,14 @@ TEST_F(ConsoleClientTest, IsActiveWhenBytesGoInOrOut) {
   EXPECT_EQ(m_client.lastActive(), 100005U);
 }
 
+TEST_F(ConsoleClientTest, IsAnsweredAsIfItHadNotNegotiated) {
+  read();
+  write("\xFF\xFD\x03\xFF\xFB\x18"
+        "Echo \xFF\xFA\x18\n\xFF\xF0one\n");
+  serve(POLLIN);
+  EXPECT_EQ(read(), "[one]\n> ");
+}
+
 TEST_F(ConsoleClientTest, ThatIsDismissedIsToldTheReasonAndNotServedAnyMore) {
   read();
   m_client.dismiss("No room\n");
