@@ -1,9 +1,11 @@
 // Base class of an object that the debug console can address by name.
 //
 // The constructor registers the object, the destructor takes it out again and waits for a console call that
-// is in progress, so an object is never called after its base is gone. An object that is constructed while
-// the constructing thread holds a Guard is found by the console only when that thread has released its last
-// Guard: a class that holds a Guard throughout its construction is never called half-built.
+// is in progress, so an object is never called after its base is gone.
+//
+// The console can call the object as soon as the base is constructed. A derived class therefore holds a lock
+// throughout its construction, and its handler takes the same lock for whatever the constructor sets. A call
+// that comes before the derived class's constructor has begun reaches the base version.
 //
 // The three virtual operations are called on a thread of the console server, one call at a time.
 #pragma once

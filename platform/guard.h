@@ -2,9 +2,6 @@
 //
 // A Guard belongs to the thread and the scope that made it. It does not own the mutex, which must outlive it.
 // Several Guards of one thread may hold one mutex when that mutex is recursive.
-//
-// A thread that wants a Guard again does not overtake one that waits for it. A thread that holds a Guard must
-// not wait for another thread that wants one.
 #pragma once
 
 #include "platform/thread_annotations.h"

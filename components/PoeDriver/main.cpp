@@ -16,6 +16,7 @@
 #include <fcntl.h>
 #include <mqueue.h>
 #include <new>
+#include <unistd.h>
 
 std::uint8_t g_running = 1; // the receive loop goes on
 
@@ -26,6 +27,16 @@ constexpr unsigned WATCHDOG_TIMEOUT = 60000; // ms
 constexpr std::uint32_t CONSOLE_BUFFER_SIZE = 8192;
 constexpr mode_t QUEUE_MODE = 0644;
 constexpr mqd_t NO_QUEUE = -1;
+
+// A descriptor that is opened takes the lowest free number. Without these three the queue or the bus would
+// become standard output, and what is printed would go there.
+void openStandardDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(descriptor, F_GETFD) == -1) {
+      open("/dev/null", O_RDWR);
+    }
+  }
+}
 
 void failStartUp(int* exitCode) {
   *exitCode = -1;
@@ -131,6 +142,7 @@ void deleteTraceObject() {
 } // namespace
 
 int main() {
+  openStandardDescriptors();
   setvbuf(stdout, nullptr, _IOLBF, 0); // the milestones are seen at once also in a pipe
 
   int exitCode = 0;

@@ -137,7 +137,7 @@ bool CPD69104::PoeReadReg16(unsigned address, unsigned* result) {
   return succeeded();
 }
 
-static const char* modeName(HwOperationMode mode) {
+static const char* modeName(std::int32_t mode) {
   switch (mode) {
   case IDLE:
     return "IDLE";
@@ -147,8 +147,9 @@ static const char* modeName(HwOperationMode mode) {
     return "SELFTEST";
   case FAIL:
     return "FAIL";
+  default:
+    return "UNKNOWN";
   }
-  return "UNKNOWN";
 }
 
 bool CPD69104::PoeDriverInfo(char* buf, int size) {

@@ -52,8 +52,12 @@ struct PortCounts {
   std::uint32_t classErrorCount;
 };
 
+// The counts of all ports; an index is a port, 0 to 3.
 struct ChannelCounts {
   PortCounts port[4];
+
+  PortCounts& operator[](unsigned index) { return port[index]; }
+  const PortCounts& operator[](unsigned index) const { return port[index]; }
 };
 static_assert(sizeof(ChannelCounts) == 96);
 
@@ -206,5 +210,5 @@ private:
   char m_i2c_filename[20];
   bool m_poeError;
   std::uint32_t m_poeErrorCount;
-  HwOperationMode m_HwOperationMode;
+  std::int32_t m_HwOperationMode; // HwOperationMode
 };

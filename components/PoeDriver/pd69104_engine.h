@@ -30,10 +30,11 @@
 #include <sstream>
 #include <string>
 
-enum class EngineState : std::int32_t {
-  IDLE = 0,  // configurations are ignored
-  ACTIVE = 1 // the worker has set up the chip and is running
-};
+// Values of the engine's state; the console prints any other as UNKNOWN.
+namespace EngineState {
+constexpr std::int32_t IDLE = 0;   // configurations are ignored
+constexpr std::int32_t ACTIVE = 1; // the worker has set up the chip and is running
+} // namespace EngineState
 
 class CPD69104Engine : public ThreadClass, public Zorvan::Cdebugable {
   static pthread_mutex_t m_mutex; // the engine mutex
@@ -120,7 +121,7 @@ private:
   void writeChannelLines(std::ostringstream& report, unsigned port) POE_REQUIRES(m_mutex);
   void writePoePortLines(std::ostringstream& report, unsigned port) POE_REQUIRES(m_mutex);
 
-  std::atomic<EngineState> m_state;
+  std::atomic<std::int32_t> m_state;                  // EngineState
   CPD69104* m_driver POE_POINTEE_GUARDED_BY(m_mutex); // owned; null when it could not be created
   PoeStatus m_status POE_GUARDED_BY(m_mutex);         // written by the worker only
   PoeConfig m_config POE_GUARDED_BY(m_mutex);         // the last configuration accepted
@@ -136,5 +137,5 @@ private:
   std::uint32_t m_prevCounts[POE_PORTS][EVENT_COUNTER_COUNT] POE_GUARDED_BY(m_mutex);
 };
 
-static_assert(sizeof(std::atomic<EngineState>) == sizeof(std::int32_t) &&
+static_assert(sizeof(std::atomic<std::int32_t>) == sizeof(std::int32_t) &&
               sizeof(std::atomic<bool>) == sizeof(bool));

@@ -3,10 +3,7 @@
 #include "pd69104_engine_console.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cerrno>
 #include <cstdlib>
-#include <limits>
 
 static const CommandEntry commandTable[] = {
     {"help", &CPD69104Engine::cmdHelp},       {"info", &CPD69104Engine::cmdInfo},
@@ -30,13 +27,6 @@ constexpr char HELP_TEXT[] =
     "\t>PD69104Engine readReg <address>           (read a pd69104 register)\n";
 static_assert(sizeof HELP_TEXT - 1 == 571);
 
-bool isNegative(const char* text) {
-  while (std::isspace(static_cast<unsigned char>(*text)) != 0) {
-    text++;
-  }
-  return *text == '-';
-}
-
 // The line of a register command: what happened to which register, and the value when it went well.
 void writeRegister(std::ostringstream& report, const char* event, std::uint32_t address, bool ok,
                    std::uint32_t value) {
@@ -50,14 +40,7 @@ void writeRegister(std::ostringstream& report, const char* event, std::uint32_t 
 } // namespace
 
 std::uint32_t numberArgument(const char* text) {
-  constexpr std::uint32_t MAX = std::numeric_limits<std::uint32_t>::max();
-  errno = 0;
-  const unsigned long long number = std::strtoull(text, nullptr, 0);
-  const unsigned long long magnitude = isNegative(text) ? 0 - number : number;
-  if (errno == ERANGE || magnitude > MAX) {
-    return MAX;
-  }
-  return static_cast<std::uint32_t>(number);
+  return static_cast<std::uint32_t>(std::strtoul(text, nullptr, 0));
 }
 
 void copyReply(const std::string& reply, char* out, std::uint32_t outLen) {

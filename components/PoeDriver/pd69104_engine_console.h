@@ -18,8 +18,9 @@ struct CommandEntry {
                                   std::uint32_t outLen);
 };
 
-// The number that an argument stands for: decimal, hexadecimal behind 0x, octal behind 0; anything else is 0.
-// On every machine the result is that of strtoul where unsigned long has 32 bits.
+// The number that an argument stands for, as strtoul reads it: decimal, hexadecimal with the prefix 0x, octal
+// with the prefix 0; anything else is 0. The result is the low 32 bits of an unsigned long. So a number from
+// 2^32 on is 4294967295 where unsigned long has 32 bits, and loses its high bits where it has 64.
 std::uint32_t numberArgument(const char* text);
 
 // Copies a reply into the console's buffer: never more than outLen bytes, filled up with NUL, not ended by

@@ -5,14 +5,15 @@ namespace {
 
 constexpr int STATE_TEXT_SIZE = 4095; // what the state texts may fill, without a NUL
 
-const char* stateLine(EngineState state) {
+const char* stateLine(std::int32_t state) {
   switch (state) {
   case EngineState::IDLE:
     return "m_state                 = IDLE\n";
   case EngineState::ACTIVE:
     return "m_state                 = ACTIVE\n";
+  default:
+    return "m_state                 = UNKNOWN\n";
   }
-  return "m_state                 = UNKNOWN\n";
 }
 
 // The port that the first argument names. Without one, or with one that does not exist, an error line is

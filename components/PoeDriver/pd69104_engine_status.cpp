@@ -82,7 +82,7 @@ void CPD69104Engine::readChannelCounts() {
   for (unsigned port = 0; port < POE_PORTS; port++) {
     std::uint32_t* previous = m_prevCounts[port];
     for (const EventCounter& counter : EVENT_COUNTERS) {
-      const std::uint32_t raw = counts.port[port].*counter.raw;
+      const std::uint32_t raw = counts[port].*counter.raw;
       m_status.port[port].*counter.total += counter.weight * ((raw - *previous) & RAW_COUNT_MASK);
       *previous++ = raw;
     }

@@ -109,7 +109,7 @@ bool CPD69104::PoeGetChannelCounts(ChannelCounts* counts) {
   for (const RawCounter& counter : RAW_COUNTERS) {
     ok &= read(*this, counter.address, [&](unsigned value) {
       for (unsigned port = 0; port < CHIP_PORTS; port++) {
-        counts->port[port].*counter.count = Field::TWO_BITS[port].get(value);
+        (*counts)[port].*counter.count = Field::TWO_BITS[port].get(value);
       }
     });
   }

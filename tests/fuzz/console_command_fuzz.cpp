@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -37,7 +38,6 @@ int digitOf(char character) {
 
 // What an argument stands for, worked out apart from the C library.
 std::uint32_t numberOf(const std::string& text) {
-  constexpr std::uint64_t MOST = 0xFFFFFFFF;
   const char* next = text.c_str();
   while (*next != '\0' && std::isspace(static_cast<unsigned char>(*next)) != 0) {
     next++;
@@ -50,12 +50,15 @@ std::uint32_t numberOf(const std::string& text) {
     base = isHexadecimal ? 16 : 8;
     next += isHexadecimal ? 2 : 0;
   }
-  std::uint64_t number = 0;
+  unsigned long number = 0;
+  bool overflows = false;
   for (; digitOf(*next) < base; next++) {
-    number = std::min(number * static_cast<unsigned>(base) + static_cast<unsigned>(digitOf(*next)), MOST + 1);
+    overflows = __builtin_mul_overflow(number, static_cast<unsigned long>(base), &number) || overflows;
+    overflows =
+        __builtin_add_overflow(number, static_cast<unsigned long>(digitOf(*next)), &number) || overflows;
   }
-  if (number > MOST) {
-    return static_cast<std::uint32_t>(MOST);
+  if (overflows) {
+    return std::numeric_limits<std::uint32_t>::max();
   }
   return static_cast<std::uint32_t>(isNegative ? 0 - number : number);
 }

@@ -38,8 +38,33 @@ std::string replyTo(const std::vector<std::string>& words) {
   return (reply + "\n").substr(0, REPLY_SIZE);
 }
 
+// What a client sends without the bytes of the telnet protocol.
+std::string withoutTelnet(const std::string& sent) {
+  std::string text;
+  for (std::size_t at = 0; at < sent.size(); at++) {
+    if (sent[at] != '\xFF') {
+      text += sent[at];
+      continue;
+    }
+    at++;
+    const int command = at < sent.size() ? static_cast<unsigned char>(sent[at]) : 0;
+    if (command == 0xFF) {
+      text += '\xFF';
+    } else if (command >= 0xFB) {
+      at++;
+    } else if (command == 0xFA) {
+      for (at++; at < sent.size() && sent.compare(at, 2, "\xFF\xF0") != 0; at++) {
+        at += sent[at] == '\xFF' ? 1U : 0U;
+      }
+      at++;
+    }
+  }
+  return text;
+}
+
 // Everything that a client must get for all that it sends.
-std::string conversation(const std::string& sent) {
+std::string conversation(const std::string& bytes) {
+  const std::string sent = withoutTelnet(bytes);
   std::string text = "> ";
   std::size_t begin = 0;
   for (std::size_t end = 0; (end = sent.find('\n', begin)) != std::string::npos; begin = end + 1) {

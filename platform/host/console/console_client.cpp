@@ -23,14 +23,9 @@ bool isTemporary(int error) {
 
 } // namespace
 
-ConsoleClient::ConsoleClient(FileDescriptor socket) : m_socket(std::move(socket)) {
+ConsoleClient::ConsoleClient(FileDescriptor socket)
+    : m_socket(std::move(socket)), m_lastActive(monotonicMilliseconds()) {
   flush();
-}
-
-ConsoleClient::ConsoleClient(FileDescriptor socket, const char* reason) : m_socket(std::move(socket)) {
-  // One try: a new connection has room for a line.
-  send(m_socket.get(), reason, std::strlen(reason), MSG_NOSIGNAL);
-  linger();
 }
 
 short ConsoleClient::events() const {
@@ -59,6 +54,12 @@ void ConsoleClient::serve(short events, std::vector<char>& buffer) {
   }
 }
 
+void ConsoleClient::dismiss(const char* reason) {
+  // One try: the socket of an idle client has room for a line.
+  send(m_socket.get(), reason, std::strlen(reason), MSG_NOSIGNAL);
+  linger();
+}
+
 void ConsoleClient::expire(std::uint64_t now) {
   if (now >= m_deadline) {
     m_phase = Phase::GONE;
@@ -74,7 +75,8 @@ void ConsoleClient::receive() {
   LineReader& input = m_session.input();
   const ssize_t count = recv(m_socket.get(), input.space(), input.spaceSize(), 0);
   if (count > 0) {
-    input.added(static_cast<std::size_t>(count));
+    m_lastActive = monotonicMilliseconds();
+    input.added(m_telnet.filter(input.space(), static_cast<std::size_t>(count)));
   } else if (count == 0 || !isTemporary(errno)) {
     m_phase = Phase::GONE;
   }
@@ -90,6 +92,7 @@ void ConsoleClient::flush() {
     return;
   }
   if (count > 0) {
+    m_lastActive = monotonicMilliseconds();
     m_session.sent(static_cast<std::size_t>(count));
   }
   if (!m_session.hasOutput()) {

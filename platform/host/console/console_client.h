@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/host/console/console_session.h"
+#include "platform/host/console/telnet_filter.h"
 #include "platform/host/file_descriptor.h"
 
 namespace Zorvan {
@@ -20,9 +21,6 @@ public:
   // A client that is served.
   explicit ConsoleClient(FileDescriptor socket);
 
-  // A client that is told `reason` and nothing more.
-  ConsoleClient(FileDescriptor socket, const char* reason);
-
   ConsoleClient(const ConsoleClient&) = delete;
   ConsoleClient& operator=(const ConsoleClient&) = delete;
 
@@ -33,6 +31,12 @@ public:
 
   // True when there is work that waits for no event.
   bool isReady() const { return m_phase == Phase::SERVED && m_session.canStep(); }
+
+  // True while the client has neither a command nor a reply in progress.
+  bool isIdle() const { return m_session.wantsInput(); }
+
+  // When bytes last went in or out, at first when the connection was accepted.
+  std::uint64_t lastActive() const { return m_lastActive; }
 
   // True until the connection has nothing left but to be closed in good order.
   bool isServed() const { return m_phase == Phase::SERVED; }
@@ -46,6 +50,9 @@ public:
   // Goes one round: sends and receives what is possible after `events`, and takes one command at most.
   void serve(short events, std::vector<char>& buffer);
 
+  // Tells the client `reason`, which is one line, and serves it no more. A reply in progress is cut.
+  void dismiss(const char* reason);
+
   // Gives the client up when its deadline has passed at `now`.
   void expire(std::uint64_t now);
 
@@ -58,9 +65,11 @@ private:
   void discard();
 
   FileDescriptor m_socket;
+  TelnetFilter m_telnet;
   ConsoleSession m_session;
   Phase m_phase = Phase::SERVED;
   std::uint64_t m_deadline = NEVER;
+  std::uint64_t m_lastActive;
 };
 
 } // namespace Zorvan

@@ -2,49 +2,16 @@
 
 #include <algorithm>
 
-#include "platform/host/guard_release.h"
-
 namespace Zorvan {
-
-namespace {
-
-// Its address tells the threads apart.
-thread_local char t_token;
-
-} // namespace
 
 DebugRegistry& DebugRegistry::instance() {
   static auto* const registry = new DebugRegistry;
   return *registry;
 }
 
-// A base constructor runs before the derived class is there, and whoever calls a virtual function meanwhile
-// races with the constructors. A thread that constructs under a Guard is spared that: its objects are shown
-// by publish(), under the lock that the console takes before it looks, so that all of their construction
-// happens before the call.
 void DebugRegistry::add(Cdebugable* object) {
-  const bool hidden = threadHoldsGuard();
-  {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_entries.push_back({object, ++m_lastSerial, hidden ? &t_token : nullptr, {}, false});
-  }
-  if (hidden) {
-    atLastGuardRelease(&DebugRegistry::publishOwn);
-  }
-}
-
-void DebugRegistry::publishOwn() {
-  instance().publish(&t_token);
-}
-
-// An object whose constructor has thrown is not among the entries any more: its base's destructor removed it.
-void DebugRegistry::publish(const void* thread) {
   const std::lock_guard<std::mutex> lock(m_mutex);
-  for (Entry& entry : m_entries) {
-    if (entry.constructingThread == thread) {
-      entry.constructingThread = nullptr;
-    }
-  }
+  m_entries.push_back({object, ++m_lastSerial, {}, false});
 }
 
 void DebugRegistry::remove(const Cdebugable* object) {
@@ -65,9 +32,8 @@ void DebugRegistry::remove(const Cdebugable* object) {
 Cdebugable* DebugRegistry::acquireAfter(std::uint64_t* serial) {
   std::unique_lock<std::mutex> lock(m_mutex);
   for (;;) {
-    const auto entry = std::find_if(m_entries.begin(), m_entries.end(), [serial](const Entry& e) {
-      return e.serial > *serial && e.constructingThread == nullptr && !e.leaving;
-    });
+    const auto entry = std::find_if(m_entries.begin(), m_entries.end(),
+                                    [serial](const Entry& e) { return e.serial > *serial && !e.leaving; });
     if (entry == m_entries.end()) {
       return nullptr;
     }

@@ -25,8 +25,7 @@ public:
   DebugRegistry(const DebugRegistry&) = delete;
   DebugRegistry& operator=(const DebugRegistry&) = delete;
 
-  // Enters `object`. When the calling thread holds a Guard, the object is visible to the console only after
-  // that thread has released its last one.
+  // Enters `object`. The console can call it from now on.
   void add(Cdebugable* object);
 
   // Takes `object` out. Waits for another thread's call to it that is in progress.
@@ -36,16 +35,13 @@ private:
   struct Entry {
     Cdebugable* object;
     std::uint64_t serial;
-    const void* constructingThread; // token of the thread whose Guards still hide the object, else null
-    std::thread::id caller;         // thread whose call is in progress, else no thread
-    bool leaving;                   // its destructor waits for the call in progress
+    std::thread::id caller; // thread whose call is in progress, else no thread
+    bool leaving;           // its destructor waits for the call in progress
   };
 
   DebugRegistry() = default;
   ~DebugRegistry() = default;
 
-  static void publishOwn();
-  void publish(const void* thread);
   Cdebugable* acquireAfter(std::uint64_t* serial);
   void release(std::uint64_t serial);
 
@@ -64,7 +60,7 @@ public:
   Call& operator=(const Call&) = delete;
   ~Call() { leave(); }
 
-  // Leaves the object that the call is at and goes to the next visible one, at first to the first. Returns
+  // Leaves the object that the call is at and goes to the next one, at first to the first. Returns
   // false when there is none left.
   bool next();
 

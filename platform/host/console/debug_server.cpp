@@ -8,6 +8,7 @@
 #include <exception>
 #include <memory>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -25,8 +26,9 @@ namespace Zorvan {
 namespace {
 
 constexpr std::size_t MAX_CLIENTS = 16;
-constexpr const char* TOO_MANY_CLIENTS = "Too many console clients (at most 16)\n";
-static_assert(MAX_CLIENTS == 16, "the limit is named in TOO_MANY_CLIENTS");
+constexpr const char* IDLE_LONGEST =
+    "Closed for a new client: at most 16 are served, this one was idle longest\n";
+static_assert(MAX_CLIENTS == 16, "the limit is named in IDLE_LONGEST");
 
 // Connections that only wait for the other side to close; of more than this the oldest is closed at once.
 constexpr std::size_t MAX_LINGERING = 16;
@@ -55,6 +57,7 @@ private:
   void run();
   int fillPollSet();
   void acceptOne(int listener);
+  void makeRoom();
   void serveClients(std::size_t firstSlot);
   void dropClients();
 
@@ -163,7 +166,7 @@ int CdebugServer::Server::fillPollSet() {
   return static_cast<int>(std::min<std::uint64_t>(wakeUp > now ? wakeUp - now : 0, INT_MAX));
 }
 
-// One connection a round, so that a crowd at the door does not keep the clients inside waiting.
+// One connection a round, so that a crowd of new connections does not keep the clients waiting.
 void CdebugServer::Server::acceptOne(int listener) {
   FileDescriptor socket(accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
   if (!socket.isOpen()) {
@@ -174,13 +177,24 @@ void CdebugServer::Server::acceptOne(int listener) {
     }
     return;
   }
+  makeRoom();
+  m_clients.push_back(std::make_unique<ConsoleClient>(std::move(socket)));
+}
+
+// When all places are taken, the client that has been idle longest loses its own, so that clients nobody uses
+// lock nobody out. One in the middle of a command loses it only when all are.
+void CdebugServer::Server::makeRoom() {
   const auto served = std::count_if(m_clients.begin(), m_clients.end(),
                                     [](const auto& client) { return client->isServed(); });
   if (static_cast<std::size_t>(served) < MAX_CLIENTS) {
-    m_clients.push_back(std::make_unique<ConsoleClient>(std::move(socket)));
-  } else {
-    m_clients.push_back(std::make_unique<ConsoleClient>(std::move(socket), TOO_MANY_CLIENTS));
+    return;
   }
+  const auto claim = [](const auto& client) {
+    return std::make_tuple(!client->isServed(), !client->isIdle(), client->lastActive());
+  };
+  const auto weakest = std::min_element(m_clients.begin(), m_clients.end(),
+                                        [&](const auto& a, const auto& b) { return claim(a) < claim(b); });
+  (*weakest)->dismiss(IDLE_LONGEST);
 }
 
 // One command of each client a round, so that a client with many does not keep the others waiting.

@@ -29,7 +29,7 @@ std::vector<std::string> commandLine(const ServiceOptions& options, const std::s
     line.insert(line.end(), {"--log", logFile});
   }
   line.insert(line.end(), options.card.begin(), options.card.end());
-  std::string script = options.preparation + "LD_PRELOAD=\"$LD_PRELOAD:" SERVICE_FAULTS "\" ";
+  std::string script = options.preparation + "LD_PRELOAD=\"" SERVICE_FAULTS ":$LD_PRELOAD\" ";
   for (const auto& [name, value] : options.environment) {
     script += name + "=" + value + " ";
   }

@@ -4,7 +4,10 @@
 #include <arpa/inet.h>
 #include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
+#include <map>
 #include <netinet/in.h>
+#include <optional>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -81,6 +84,50 @@ TEST_F(StartUp, GoesOnWithoutItsConsoleWhenThePortIsTaken) {
                 "<3> debug console: cannot listen on 127.0.0.1 port 10001: Address already in use"),
             std::string::npos);
   EXPECT_TRUE(service->isRunning());
+}
+
+// What the descriptors of a process stand for.
+std::map<int, std::filesystem::path> descriptorsOf(pid_t process) {
+  std::map<int, std::filesystem::path> descriptors;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/fd")) {
+    std::error_code closedSince;
+    descriptors[std::stoi(entry.path().filename())] =
+        std::filesystem::read_symlink(entry.path(), closedSince);
+  }
+  return descriptors;
+}
+
+// With the port taken, nothing else is opened between the queue and the adapter.
+TEST_F(StartUp, WithClosedStandardDescriptorsWritesNothingToTheBus) {
+  std::optional<std::uintmax_t> untouched; // size of the file that stands for the adapter
+  for (const char* closed : {"", "<&-", ">&-", "<&- >&-", ">&- 2>&-", "<&- >&- 2>&-"}) {
+    ConsolePort taken;
+    ASSERT_TRUE(taken.listen());
+    startService({{}, {}, std::string("exec ") + closed + "; "});
+    const std::map<int, std::filesystem::path> descriptors = descriptorsOf(service->pid());
+    std::filesystem::path bus;
+    for (const auto& [number, path] : descriptors) {
+      if (path.filename() == "i2c-0") {
+        EXPECT_GT(number, 2) << closed;
+        bus = path;
+      }
+    }
+    ASSERT_FALSE(bus.empty()) << closed;
+    untouched = untouched.value_or(std::filesystem::file_size(bus));
+    EXPECT_EQ(std::filesystem::file_size(bus), untouched) << closed;
+    EXPECT_EQ(service->interrupt(), 0);
+    service.reset();
+    status.reset();
+  }
+}
+
+TEST_F(StartUp, WithClosedStandardDescriptorsHasDevNullInTheirPlaces) {
+  startService({{}, {}, "exec <&- >&- 2>&-; "});
+  const std::map<int, std::filesystem::path> descriptors = descriptorsOf(service->pid());
+  for (const int standard : {0, 1, 2}) {
+    EXPECT_EQ(descriptors.at(standard), "/dev/null") << standard;
+  }
+  EXPECT_EQ(service->interrupt(), 0);
 }
 
 TEST_F(StartUp, WithoutAWatchdogClientReportsItStartsNothingAndEndsWith255) {

@@ -211,15 +211,42 @@ TEST_F(ConsoleClientTest, IsGoneWhenItBreaksOffWhileOutputWaits) {
   EXPECT_TRUE(m_client.isGone());
 }
 
-TEST(RefusedConsoleClient, IsToldTheReasonAndIsNotServed) {
-  const SteppedClock clock(100000);
-  SocketPair pair;
-  const ConsoleClient client(std::move(pair.ours), "No\n");
-  std::array<char, 16> bytes{};
-  EXPECT_EQ(recv(pair.theirs.get(), bytes.data(), bytes.size(), 0), 3);
-  EXPECT_STREQ(bytes.data(), "No\n");
-  EXPECT_EQ(recv(pair.theirs.get(), bytes.data(), bytes.size(), 0), 0);
-  EXPECT_FALSE(client.isServed());
-  EXPECT_FALSE(client.isReady());
-  EXPECT_EQ(client.deadline(), 102000U);
+TEST_F(ConsoleClientTest, IsIdleUntilACommandComesAndAgainWhenTheReplyIsSent) {
+  EXPECT_TRUE(m_client.isIdle());
+  read();
+  write("Huge\n");
+  serve(POLLIN);
+  EXPECT_FALSE(m_client.isIdle());
+  while (!m_client.isIdle()) {
+    EXPECT_NE(read(), "");
+    serve(POLLOUT);
+  }
+}
+
+TEST_F(ConsoleClientTest, IsActiveWhenBytesGoInOrOut) {
+  EXPECT_EQ(m_client.lastActive(), 100000U);
+  SteppedClock::advance(5);
+  serve(0);
+  EXPECT_EQ(m_client.lastActive(), 100000U);
+  write("E");
+  serve(POLLIN);
+  EXPECT_EQ(m_client.lastActive(), 100005U);
+}
+
+TEST_F(ConsoleClientTest, IsAnsweredAsIfItHadNotNegotiated) {
+  read();
+  write("\xFF\xFD\x03\xFF\xFB\x18"
+        "Echo \xFF\xFA\x18\n\xFF\xF0one\n");
+  serve(POLLIN);
+  EXPECT_EQ(read(), "[one]\n> ");
+}
+
+TEST_F(ConsoleClientTest, ThatIsDismissedIsToldTheReasonAndNotServedAnyMore) {
+  read();
+  m_client.dismiss("No room\n");
+  EXPECT_FALSE(m_client.isServed());
+  write("Echo one\n");
+  serve(POLLIN);
+  EXPECT_EQ(read(), "No room\n");
+  EXPECT_TRUE(isAtEnd());
 }

@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <fstream>
+#include <future>
 #include <memory>
 #include <string>
 #include <thread>
@@ -10,8 +12,6 @@
 #include <unistd.h>
 
 #include <gtest/gtest.h>
-
-#include "platform/host/guard_release.h"
 
 namespace {
 
@@ -40,9 +40,6 @@ bool isAsleep(pid_t thread) {
   return state == 'S';
 }
 
-int g_releases = 0;
-bool g_wasFree = false;
-
 } // namespace
 
 TEST(Guard, HoldsTheMutexForItsScope) {
@@ -65,28 +62,6 @@ TEST(Guard, NestsOnARecursiveMutexAndFreesItWithTheOutermost) {
   EXPECT_TRUE(isFree());
 }
 
-TEST(Guard, IsHadByAThreadThatWaitsBeforeByOneThatWantsItAgain) {
-  for (int round = 0; round < 20; round++) {
-    std::atomic<pid_t> waiting{0};
-    bool had = false; // under the mutex
-    auto first = std::make_unique<Guard>(&g_mutex);
-    std::thread waiter([&] {
-      waiting = gettid();
-      const Guard guard(&g_mutex);
-      had = true;
-    });
-    while (waiting == 0 || !isAsleep(waiting)) {
-      std::this_thread::yield();
-    }
-    first.reset();
-    {
-      const Guard again(&g_mutex);
-      EXPECT_TRUE(had) << "round " << round;
-    }
-    waiter.join();
-  }
-}
-
 TEST(Guard, FreesTheMutexWhenAnExceptionLeavesItsScope) {
   try {
     const Guard guard(&g_mutex);
@@ -96,29 +71,52 @@ TEST(Guard, FreesTheMutexWhenAnExceptionLeavesItsScope) {
   EXPECT_TRUE(isFree());
 }
 
-TEST(Guard, KnowsWhetherTheCallingThreadHoldsOne) {
-  EXPECT_FALSE(threadHoldsGuard());
-  const Guard guard(&g_mutex);
-  EXPECT_TRUE(threadHoldsGuard());
-  std::thread([] { EXPECT_FALSE(threadHoldsGuard()); }).join();
+namespace {
+
+// A thread that waits for the mutex, which the calling thread holds.
+class Waiter {
+public:
+  Waiter()
+      : m_thread([this] {
+          m_id = gettid();
+          const Guard guard(&g_mutex);
+        }) {
+    while (m_id == 0 || !isAsleep(m_id)) {
+      std::this_thread::yield();
+    }
+  }
+  Waiter(const Waiter&) = delete;
+  Waiter& operator=(const Waiter&) = delete;
+  ~Waiter() { m_thread.join(); }
+
+private:
+  std::atomic<pid_t> m_id{0};
+  std::thread m_thread;
+};
+
+} // namespace
+
+TEST(Guard, OfAFreeMutexWaitsForNobodyWhoWaitsForAnother) {
+  pthread_mutex_t other = PTHREAD_MUTEX_INITIALIZER;
+  auto held = std::make_unique<Guard>(&g_mutex);
+  auto waiter = std::make_unique<Waiter>();
+  std::future<void> second = std::async(std::launch::async, [&other] { const Guard guard(&other); });
+  EXPECT_EQ(second.wait_for(std::chrono::seconds(5)), std::future_status::ready);
+  held.reset();
+  waiter.reset();
 }
 
-TEST(Guard, RunsTheReleaseActionOnceAfterTheLastOneAndWithTheMutexFree) {
-  g_releases = 0;
-  g_wasFree = false;
-  {
-    const Guard outer(&g_mutex);
-    {
-      const Guard inner(&g_mutex);
-      atLastGuardRelease([] {
-        ++g_releases;
-        g_wasFree = isFree();
-      });
-    }
-    EXPECT_EQ(g_releases, 0);
-  }
-  EXPECT_EQ(g_releases, 1);
-  EXPECT_TRUE(g_wasFree);
-  { const Guard again(&g_mutex); }
-  EXPECT_EQ(g_releases, 1);
+TEST(Guard, IsHadAtOnceByAThreadThatHasTheRecursiveMutexAlreadyAlsoWithoutAGuard) {
+  EXPECT_EXIT(
+      {
+        alarm(5);
+        pthread_mutex_lock(&g_mutex);
+        {
+          const Waiter waiter;
+          { const Guard again(&g_mutex); }
+          pthread_mutex_unlock(&g_mutex);
+        }
+        _exit(0);
+      },
+      testing::ExitedWithCode(0), "");
 }

@@ -36,11 +36,10 @@ TEST_F(TraceGate, LetsNothingThroughWithoutALevel) {
 }
 
 TEST_F(TraceGate, OpensForALineWhenTheLevelReachesItsPriority) {
-  TraceObject trace("Poe", 0);
-  g_traceObject = &trace;
   const std::size_t passing[] = {0, 0, 1, 2, 2, 2, 3, 4, 4};
   for (std::int32_t level = 0; level <= 8; level++) {
-    trace.setLevel(level);
+    TraceObject trace("Poe", level);
+    g_traceObject = &trace;
     LogLines expected(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(passing[level]));
     EXPECT_EQ(writtenLines(), expected) << "level " << level;
   }

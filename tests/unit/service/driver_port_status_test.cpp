@@ -109,9 +109,10 @@ TEST_F(PoeGetChannelCounts, SplitsEachRegisterIntoTwoBitsAPort) {
   }
   ChannelCounts counts{};
   EXPECT_TRUE(driver.PoeGetChannelCounts(&counts));
+  const ChannelCounts& byPort = counts;
   for (unsigned k = 0; k < 6; k++) {
     for (unsigned port = 0; port < 4; port++) {
-      EXPECT_EQ(counts.port[port].*COUNTS[k], expected[k][port]) << "counter " << k << " port " << port;
+      EXPECT_EQ(byPort[port].*COUNTS[k], expected[k][port]) << "counter " << k << " port " << port;
     }
   }
   EXPECT_EQ(registersOf(bus.takeTransfers()), "R77 R78 R79 R7A R7B R7C ");

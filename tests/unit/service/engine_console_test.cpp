@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <random>
 #include <thread>
 
@@ -102,50 +101,54 @@ TEST_F(Console, NoRandomCommandWritesBehindItsBuffer) {
 
 // Arguments.
 
-TEST(NumberArgument, ConvertsAsStrtoulWhereUnsignedLongHas32Bits) {
-  const std::pair<const char*, std::uint32_t> rows[] = {
-      {"0", 0},
-      {"12", 12},
-      {"0x12", 18},
-      {"0X1a", 26},
-      {"012", 10},
-      {"032", 26},
-      {"09", 0},
-      {"0x", 0},
-      {"", 0},
-      {"zz", 0},
-      {"12zz", 12},
-      {" \t\n26", 26},
-      {"+7", 7},
-      {"-1", 4294967295U},
-      {" -5", 4294967291U},
-      {"-0", 0},
-      {"--5", 0},
-      {"+-5", 0},
-      {"- 5", 0},
-      {"-0x10", 4294967280U},
-      {"4294967295", 4294967295U},
-      {"4294967296", 4294967295U},
-      {"4294967297", 4294967295U},
-      {"-4294967295", 1},
-      {"-4294967296", 4294967295U},
-      {"-4294967297", 4294967295U},
-      {"18446744073709551615", 4294967295U},
-      {"18446744073709551616", 4294967295U},
-      {"-18446744073709551615", 4294967295U},
-      {"-18446744073709551616", 4294967295U},
-      {"99999999999999999999999999", 4294967295U},
-      {"0xFFFFFFFF", 4294967295U},
-      {"0x100000000", 4294967295U},
-  };
+using Numbers = std::vector<std::pair<const char*, std::uint32_t>>;
+
+void expectNumbers(const Numbers& rows) {
   for (const auto& [text, number] : rows) {
     EXPECT_EQ(numberArgument(text), number) << "'" << text << "'";
   }
 }
 
-TEST(NumberArgument, IsNotOutOfRangeBecauseAnEarlierNumberWas) {
-  errno = ERANGE;
-  EXPECT_EQ(numberArgument("12"), 12U);
+TEST(NumberArgument, IsDecimalHexadecimalOrOctalByItsPrefix) {
+  expectNumbers({{"0", 0},
+                 {"12", 12},
+                 {"0x12", 18},
+                 {"0X1a", 26},
+                 {"012", 10},
+                 {"032", 26},
+                 {"4294967295", 4294967295U},
+                 {"0xFFFFFFFF", 4294967295U}});
+}
+
+TEST(NumberArgument, EndsAtTheFirstCharacterThatIsNoDigit) {
+  expectNumbers({{"09", 0}, {"0x", 0}, {"12zz", 12}, {"", 0}, {"zz", 0}, {"- 5", 0}, {"--5", 0}, {"+-5", 0}});
+}
+
+TEST(NumberArgument, MayHaveBlanksAndASignBeforeIt) {
+  expectNumbers({{" \t\n26", 26},
+                 {"+7", 7},
+                 {"-0", 0},
+                 {"-1", 4294967295U},
+                 {" -5", 4294967291U},
+                 {"-0x10", 4294967280U},
+                 {"-4294967295", 1}});
+}
+
+TEST(NumberArgument, BeyondAnUnsignedLongIsTheLargestNumber) {
+  expectNumbers({{"18446744073709551615", 4294967295U},
+                 {"18446744073709551616", 4294967295U},
+                 {"-18446744073709551616", 4294967295U},
+                 {"99999999999999999999999999", 4294967295U}});
+}
+
+TEST(NumberArgument, BeyondItsOwn32BitsIsCutWhereAnUnsignedLongIsLonger) {
+  const bool cut = sizeof(unsigned long) > sizeof(std::uint32_t);
+  expectNumbers({{"4294967296", cut ? 0 : 4294967295U},
+                 {"4294967297", cut ? 1 : 4294967295U},
+                 {"0x100000012", cut ? 18 : 4294967295U},
+                 {"-4294967296", cut ? 0 : 4294967295U},
+                 {"-4294967299", cut ? 4294967293U : 4294967295U},
+                 {"-18446744073709551615", cut ? 1 : 4294967295U}});
 }
 
 // readReg and writeReg.

@@ -1,8 +1,9 @@
-// What the engine does under its mutex and what outside of it. The host's Guard tells whether a thread holds
-// one.
-#include "platform/host/guard_release.h"
+// What the engine does under its mutex and what outside of it.
+#include "platform/host/console/console_command.h"
 #include "tests/unit/service/console_fixture.h"
+#include "tests/unit/service/guard_double.h"
 
+#include <atomic>
 #include <gmock/gmock.h>
 #include <thread>
 #include <utility>
@@ -67,6 +68,30 @@ TEST_F(EngineMutex, IsHeldForEveryTransferOfTheConsole) {
        {std::vector<std::string>{"info"}, {"poeport", "1"}, {"readReg", "12"}, {"writeReg", "12", "1"}}) {
     expectHeldBy(command.front(), [&] { reply(command); });
   }
+}
+
+// The console asks from another thread in the middle of the construction.
+TEST_F(EngineMutex, IsHeldUntilTheWholeEngineIsConstructedForAConsoleThatComesBefore) {
+  std::string text;
+  std::atomic<bool> answered{false};
+  std::thread console;
+  onWatchdogEvent([&](const std::string& event) {
+    if (event == "PoeEngine created") {
+      console = std::thread([&] {
+        std::vector<char> buffer(8192);
+        text = Zorvan::ConsoleCommand("PD69104Engine info").run(buffer);
+        answered = true;
+      });
+      while (guardsWanted() == 0 && !answered) {
+        std::this_thread::yield();
+      }
+    }
+  });
+  makeEngine();
+  console.join();
+  onWatchdogEvent({});
+  EXPECT_NE(text.find("state of PoeEngine\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("PD69104 DRIVER\n"), std::string::npos) << text;
 }
 
 TEST_F(EngineMutex, IsNotHeldWhileAStatusIsSent) {

@@ -164,6 +164,16 @@ TEST_F(Layout, InfoShowsAnyOtherStateAsUnknown) {
   }
 }
 
+TEST_F(Layout, AConfigurationIsIgnoredInAnyStateButActive) {
+  makeEngine();
+  for (const std::int32_t state : {2, -1, 256}) {
+    setState(state);
+    configure(fourPorts());
+    EXPECT_EQ(registersMoved(), "") << state;
+    EXPECT_FALSE(layoutOfEngine().configValid) << state;
+  }
+}
+
 // A line of a console report: what stands behind its label.
 std::string valueIn(CPD69104Engine& engine, const char* command, const std::string& label) {
   const char* argv[] = {command, "1"};

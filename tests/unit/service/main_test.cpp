@@ -14,7 +14,10 @@
 #include <cstring>
 #include <future>
 #include <gmock/gmock.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 int poeServiceMain();
 extern std::uint8_t g_running;
@@ -98,6 +101,44 @@ TEST_F(Main, StartsAndStopsEverythingInOrder) {
   EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
 }
 
+bool isDevNull(int descriptor) {
+  struct stat found {};
+  struct stat expected {};
+  return fstat(descriptor, &found) == 0 && stat("/dev/null", &expected) == 0 &&
+         found.st_rdev == expected.st_rdev;
+}
+
+// What stands behind the standard descriptors when the process opens its queue, the first thing that it
+// opens.
+TEST_F(Main, OpensDevNullForEachStandardDescriptorThatIsClosedAndForNoOther) {
+  for (int closed = 0; closed < 8; closed++) {
+    const int saved[] = {dup(0), dup(1), dup(2)};
+    bool null[3] = {};
+    doubles.onEvent = [&](const std::string& event) {
+      for (int descriptor = 0; descriptor < 3 && event == "mq_open /queueToPoe"; descriptor++) {
+        null[descriptor] = isDevNull(descriptor);
+      }
+    };
+    const int regular = memfd_create("standard", 0);
+    for (int descriptor = 0; descriptor < 3; descriptor++) {
+      dup2(regular, descriptor);
+      if ((closed >> descriptor & 1) != 0) {
+        close(descriptor);
+      }
+    }
+    poeServiceMain();
+    for (int descriptor = 0; descriptor < 3; descriptor++) {
+      dup2(saved[descriptor], descriptor);
+      close(saved[descriptor]);
+      EXPECT_EQ(null[descriptor], (closed >> descriptor & 1) != 0)
+          << "closed " << closed << " " << descriptor;
+    }
+    close(regular);
+    takeLog();
+  }
+  ::testing::internal::GetCapturedStdout();
+}
+
 TEST(MainFlag, IsToRunFromTheStart) {
   EXPECT_EQ(RUNNING_FLAG_OF_A_NEW_PROCESS, 1);
 }
@@ -126,7 +167,7 @@ TEST_F(Main, TakesDownTheWorkerTheServerTheEngineTheQueueAndTheWatchdogInThisOrd
 TEST_F(Main, CreatesTheTraceObjectOfTheModulePoe) {
   doubles.onEvent = [](const std::string&) {
     ASSERT_NE(g_traceObject, nullptr);
-    EXPECT_EQ(g_traceObject->name(), "Poe");
+    EXPECT_STREQ(g_traceObject->name(), "Poe");
   };
   EXPECT_EQ(run(), 0);
   takeLog();
