@@ -7,6 +7,7 @@
 #include <cstring>
 #include <exception>
 #include <memory>
+#include <new>
 #include <thread>
 #include <tuple>
 #include <utility>
@@ -35,6 +36,10 @@ constexpr std::size_t MAX_LINGERING = 16;
 
 // How long no connection is accepted after it has failed, for example for want of descriptors.
 constexpr std::uint64_t ACCEPT_PAUSE = 1000; // milliseconds
+
+void reportNotStarted(const char* reason) {
+  syslog(LOG_ERR, "debug console: cannot start the server: %s\n", reason);
+}
 
 } // namespace
 
@@ -77,8 +82,12 @@ bool CdebugServer::Server::start() {
   if (m_thread.joinable()) {
     return true;
   }
-  if (open() && launch()) {
-    return true;
+  try {
+    if (open() && launch()) {
+      return true;
+    }
+  } catch (const std::exception& error) {
+    reportNotStarted(error.what());
   }
   close();
   return false;
@@ -102,13 +111,8 @@ bool CdebugServer::Server::launch() {
   }
   m_stopping = false;
   m_acceptAgain = 0;
-  try {
-    m_buffer.resize(m_bufferSize);
-    m_thread = std::thread(&Server::run, this);
-  } catch (const std::exception& error) {
-    syslog(LOG_ERR, "debug console: cannot start the server's thread: %s\n", error.what());
-    return false;
-  }
+  m_buffer.resize(m_bufferSize);
+  m_thread = std::thread(&Server::run, this);
   return true;
 }
 
@@ -215,17 +219,23 @@ void CdebugServer::Server::dropClients() {
   }
 }
 
-CdebugServer::CdebugServer(std::uint16_t port, std::uint32_t bufferSize)
-    : m_server(std::make_unique<Server>(port, bufferSize)) {}
+CdebugServer::CdebugServer(std::uint16_t port, std::uint32_t bufferSize) noexcept
+    : m_server(new (std::nothrow) Server(port, bufferSize)) {}
 
 CdebugServer::~CdebugServer() = default;
 
 bool CdebugServer::start() {
+  if (m_server == nullptr) {
+    reportNotStarted("no memory");
+    return false;
+  }
   return m_server->start();
 }
 
 void CdebugServer::stop() {
-  m_server->stop();
+  if (m_server != nullptr) {
+    m_server->stop();
+  }
 }
 
 } // namespace Zorvan
