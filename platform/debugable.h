@@ -3,6 +3,8 @@
 // The constructor registers the object, the destructor takes it out again and waits for a console call that
 // is in progress, so an object is never called after its base is gone.
 //
+// Without memory for its entry the object works, but the console does not find it.
+//
 // The console can call the object as soon as the base is constructed. A derived class therefore holds a lock
 // throughout its construction, and its handler takes the same lock for whatever the constructor sets. A call
 // that comes before the derived class's constructor has begun reaches the base version.

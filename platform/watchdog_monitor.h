@@ -4,13 +4,14 @@
 // thread; the owner must not destroy a client while another thread is in one of its operations.
 #pragma once
 
-#include <memory>
+#include <cstdint>
 #include <string>
 
 class watchdogMonitor {
 public:
-  // `name` appears in the watchdog's reports. The client is not supervised yet.
-  explicit watchdogMonitor(const std::string& name);
+  // `name` appears in the watchdog's reports, cut at 31 bytes. The client is not supervised yet. Needs no
+  // memory beside the object's own.
+  explicit watchdogMonitor(const std::string& name) noexcept;
   watchdogMonitor(const watchdogMonitor&) = delete;
   watchdogMonitor& operator=(const watchdogMonitor&) = delete;
   virtual ~watchdogMonitor();
@@ -28,5 +29,8 @@ public:
 
 private:
   class Client;
-  std::shared_ptr<Client> m_client;
+  Client& client();
+  const Client& client() const;
+
+  alignas(std::uint64_t) unsigned char m_client[96]; // holds a Client
 };

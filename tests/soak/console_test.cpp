@@ -1,4 +1,5 @@
 // Crowds and floods at the console.
+#include "components/PoeDriver/poe_messages.h"
 #include "tests/soak/stress_fixture.h"
 #include "tests/support/process/console_connection.h"
 

@@ -1,4 +1,5 @@
 // A system log that is missing, goes away, is not read or has a full disk. syslog(3) is the real one here.
+#include "components/PoeDriver/poe_messages.h"
 #include "tests/soak/private_devices.h"
 #include "tests/soak/stress_fixture.h"
 #include "tests/support/process/console_connection.h"

@@ -35,23 +35,24 @@ short ConsoleClient::events() const {
   return POLLIN;
 }
 
-void ConsoleClient::serve(short events, std::vector<char>& buffer) {
+bool ConsoleClient::serve(short events, std::vector<char>& buffer) {
   if (m_phase == Phase::LINGERING) {
     if (events != 0) {
       discard();
     }
-    return;
+    return false;
   }
   // Whatever the event is, also one that was not asked for: what has broken shows in the call that fails.
   // While output waits, neither bytes nor a command are taken.
   if (events != 0) {
     receive();
   }
-  m_session.step(buffer);
+  const bool hadCommand = m_session.step(buffer);
   flush();
   if (m_phase == Phase::SERVED && m_session.isOver() && !m_session.hasOutput()) {
     linger();
   }
+  return hadCommand;
 }
 
 void ConsoleClient::dismiss(const char* reason) {

@@ -48,7 +48,8 @@ public:
   std::uint64_t deadline() const { return m_deadline; }
 
   // Goes one round: sends and receives what is possible after `events`, and takes one command at most.
-  void serve(short events, std::vector<char>& buffer);
+  // True when it took one.
+  bool serve(short events, std::vector<char>& buffer);
 
   // Tells the client `reason`, which is one line, and serves it no more. A reply in progress is cut.
   void dismiss(const char* reason);

@@ -23,14 +23,14 @@ void ConsoleSession::sent(std::size_t count) {
   m_sent = 0;
 }
 
-void ConsoleSession::step(std::vector<char>& buffer) {
+bool ConsoleSession::step(std::vector<char>& buffer) {
   if (m_over || hasOutput()) {
-    return;
+    return false;
   }
   std::string line;
   switch (m_input.next(&line)) {
   case LineReader::Result::NONE:
-    break;
+    return false;
   case LineReader::Result::LINE:
     answer(line, buffer);
     break;
@@ -38,6 +38,7 @@ void ConsoleSession::step(std::vector<char>& buffer) {
     m_output = std::string(LINE_TOO_LONG) + PROMPT;
     break;
   }
+  return true;
 }
 
 void ConsoleSession::answer(const std::string& line, std::vector<char>& buffer) {

@@ -34,7 +34,8 @@ public:
   bool canStep() const { return !m_over && !hasOutput() && m_input.hasLine(); }
 
   // Carries out the next command, if there is one and no output waits. `buffer` is the one for the handlers.
-  void step(std::vector<char>& buffer);
+  // True when there was a line.
+  bool step(std::vector<char>& buffer);
 
 private:
   void answer(const std::string& line, std::vector<char>& buffer);

@@ -1,23 +1,33 @@
 #include "platform/host/console/debug_registry.h"
 
 #include <algorithm>
+#include <new>
 
 namespace Zorvan {
 
 DebugRegistry& DebugRegistry::instance() {
-  static auto* const registry = new DebugRegistry;
+  alignas(DebugRegistry) static unsigned char storage[sizeof(DebugRegistry)];
+  static auto* const registry = new (storage) DebugRegistry;
   return *registry;
 }
 
-void DebugRegistry::add(Cdebugable* object) {
+bool DebugRegistry::add(Cdebugable* object) noexcept {
   const std::lock_guard<std::mutex> lock(m_mutex);
-  m_entries.push_back({object, ++m_lastSerial, {}, false});
+  try {
+    m_entries.push_back({object, ++m_lastSerial, {}, false});
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  return true;
 }
 
 void DebugRegistry::remove(const Cdebugable* object) {
   std::unique_lock<std::mutex> lock(m_mutex);
   const auto entry = std::find_if(m_entries.begin(), m_entries.end(),
                                   [object](const Entry& e) { return e.object == object; });
+  if (entry == m_entries.end()) {
+    return; // there was no memory for it
+  }
   entry->leaving = true;
   m_released.notify_all(); // whoever waits for the object need not any more
   m_released.wait(lock, [&] {

@@ -25,8 +25,9 @@ public:
   DebugRegistry(const DebugRegistry&) = delete;
   DebugRegistry& operator=(const DebugRegistry&) = delete;
 
-  // Enters `object`. The console can call it from now on.
-  void add(Cdebugable* object);
+  // Enters `object`. The console can call it from now on. False when there is no memory for that; the object
+  // is then never called.
+  bool add(Cdebugable* object) noexcept;
 
   // Takes `object` out. Waits for another thread's call to it that is in progress.
   void remove(const Cdebugable* object);

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstring>
 #include <exception>
 #include <memory>
+#include <new>
 #include <thread>
 #include <tuple>
 #include <utility>
@@ -35,6 +37,14 @@ constexpr std::size_t MAX_LINGERING = 16;
 
 // How long no connection is accepted after it has failed, for example for want of descriptors.
 constexpr std::uint64_t ACCEPT_PAUSE = 1000; // milliseconds
+
+// After each command: a thread that waits for a mutex which the command has released gets it before the next
+// command does. On one processor it would not run otherwise while commands follow each other.
+constexpr std::chrono::microseconds COMMAND_PAUSE{100};
+
+void reportNotStarted(const char* reason) {
+  syslog(LOG_ERR, "debug console: cannot start the server: %s\n", reason);
+}
 
 } // namespace
 
@@ -77,8 +87,12 @@ bool CdebugServer::Server::start() {
   if (m_thread.joinable()) {
     return true;
   }
-  if (open() && launch()) {
-    return true;
+  try {
+    if (open() && launch()) {
+      return true;
+    }
+  } catch (const std::exception& error) {
+    reportNotStarted(error.what());
   }
   close();
   return false;
@@ -102,13 +116,8 @@ bool CdebugServer::Server::launch() {
   }
   m_stopping = false;
   m_acceptAgain = 0;
-  try {
-    m_buffer.resize(m_bufferSize);
-    m_thread = std::thread(&Server::run, this);
-  } catch (const std::exception& error) {
-    syslog(LOG_ERR, "debug console: cannot start the server's thread: %s\n", error.what());
-    return false;
-  }
+  m_buffer.resize(m_bufferSize);
+  m_thread = std::thread(&Server::run, this);
   return true;
 }
 
@@ -200,7 +209,9 @@ void CdebugServer::Server::makeRoom() {
 // One command of each client a round, so that a client with many does not keep the others waiting.
 void CdebugServer::Server::serveClients(std::size_t firstSlot) {
   for (std::size_t i = 0; i < m_clients.size() && !m_stopping; ++i) {
-    m_clients[i]->serve(m_pollSet[firstSlot + i].revents, m_buffer);
+    if (m_clients[i]->serve(m_pollSet[firstSlot + i].revents, m_buffer)) {
+      std::this_thread::sleep_for(COMMAND_PAUSE);
+    }
     m_clients[i]->expire(monotonicMilliseconds());
   }
 }
@@ -215,17 +226,23 @@ void CdebugServer::Server::dropClients() {
   }
 }
 
-CdebugServer::CdebugServer(std::uint16_t port, std::uint32_t bufferSize)
-    : m_server(std::make_unique<Server>(port, bufferSize)) {}
+CdebugServer::CdebugServer(std::uint16_t port, std::uint32_t bufferSize) noexcept
+    : m_server(new (std::nothrow) Server(port, bufferSize)) {}
 
 CdebugServer::~CdebugServer() = default;
 
 bool CdebugServer::start() {
+  if (m_server == nullptr) {
+    reportNotStarted("no memory");
+    return false;
+  }
   return m_server->start();
 }
 
 void CdebugServer::stop() {
-  m_server->stop();
+  if (m_server != nullptr) {
+    m_server->stop();
+  }
 }
 
 } // namespace Zorvan

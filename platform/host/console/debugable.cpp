@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <cstddef>
 
+#include <syslog.h>
+
 #include "platform/host/console/debug_registry.h"
 
 namespace Zorvan {
 
 Cdebugable::Cdebugable(const std::string& name) : m_name(name) {
-  DebugRegistry::instance().add(this);
+  if (!DebugRegistry::instance().add(this)) {
+    syslog(LOG_ERR, "debug console: no memory for %s; it cannot be addressed\n", m_name.c_str());
+  }
 }
 
 Cdebugable::~Cdebugable() {

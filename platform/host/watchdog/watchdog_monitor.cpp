@@ -1,6 +1,7 @@
 #include "platform/watchdog_monitor.h"
 
 #include <cstdio>
+#include <new>
 
 #include "platform/host/monotonic_clock.h"
 #include "platform/host/watchdog/watchdog_supervisor.h"
@@ -10,37 +11,47 @@ public:
   using WatchdogTable::Client::Client;
 };
 
-watchdogMonitor::watchdogMonitor(const std::string& name) : m_client(std::make_shared<Client>(name)) {
-  WatchdogSupervisor::instance().add(m_client.get());
+watchdogMonitor::watchdogMonitor(const std::string& name) noexcept {
+  static_assert(sizeof(Client) <= sizeof m_client && alignof(Client) <= alignof(std::uint64_t));
+  WatchdogSupervisor::instance().add(new (m_client) Client(name));
 }
 
 watchdogMonitor::~watchdogMonitor() {
-  WatchdogSupervisor::instance().remove(m_client.get());
+  WatchdogSupervisor::instance().remove(&client());
+  client().~Client();
+}
+
+watchdogMonitor::Client& watchdogMonitor::client() {
+  return *std::launder(reinterpret_cast<Client*>(m_client));
+}
+
+const watchdogMonitor::Client& watchdogMonitor::client() const {
+  return *std::launder(reinterpret_cast<const Client*>(m_client));
 }
 
 void watchdogMonitor::wdm_start(unsigned milliseconds) {
-  WatchdogSupervisor::instance().start(*m_client, milliseconds);
+  WatchdogSupervisor::instance().start(client(), milliseconds);
 }
 
 void watchdogMonitor::wdm_notify(int /*code*/) {
-  WatchdogSupervisor::instance().notify(*m_client);
+  WatchdogSupervisor::instance().notify(client());
 }
 
 void watchdogMonitor::wdm_dbg(char* buffer, unsigned length) const {
   if (buffer == nullptr) {
     return;
   }
-  const WatchdogTable::Client client = WatchdogSupervisor::instance().snapshot(*m_client);
+  const WatchdogTable::Client record = WatchdogSupervisor::instance().snapshot(client());
   const std::uint64_t now = monotonicMilliseconds();
   const char* state = "NOT STARTED";
-  if (client.started) {
-    state = WatchdogTable::isLate(client, now) ? "LATE" : "IN TIME";
+  if (record.started) {
+    state = WatchdogTable::isLate(record, now) ? "LATE" : "IN TIME";
   }
-  const std::uint64_t gap = client.started ? WatchdogTable::gap(client, now) : 0;
+  const std::uint64_t gap = record.started ? WatchdogTable::gap(record, now) : 0;
   std::snprintf(buffer, length,
                 "watchdog client         : %s\n"
                 "time-out (ms)           : %u\n"
                 "last fed (ms ago)       : %llu\n"
                 "state                   : %s\n",
-                client.name.c_str(), client.timeout, static_cast<unsigned long long>(gap), state);
+                record.name, record.timeout, static_cast<unsigned long long>(gap), state);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <limits>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -35,7 +36,8 @@ void log(const std::vector<WatchdogTable::Report>& reports) {
 } // namespace
 
 WatchdogSupervisor& WatchdogSupervisor::instance() {
-  static auto* const supervisor = new WatchdogSupervisor;
+  alignas(WatchdogSupervisor) static unsigned char storage[sizeof(WatchdogSupervisor)];
+  static auto* const supervisor = new (storage) WatchdogSupervisor;
   return *supervisor;
 }
 

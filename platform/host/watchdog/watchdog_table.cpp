@@ -1,6 +1,7 @@
 #include "platform/host/watchdog/watchdog_table.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -26,12 +27,25 @@ void reportFedAgain(std::vector<Report>& reports, WatchdogTable::Client& client)
 
 } // namespace
 
+WatchdogTable::Client::Client(const std::string& clientName) noexcept {
+  std::copy_n(clientName.data(), std::min(clientName.size(), NAME_SIZE - 1), name);
+}
+
 void WatchdogTable::add(Client* client) {
-  m_clients.push_back(client);
+  Client** end = &m_first;
+  while (*end != nullptr) {
+    end = &(*end)->next;
+  }
+  *end = client;
 }
 
 std::vector<Report> WatchdogTable::remove(Client* client, std::uint64_t now) {
-  m_clients.erase(std::remove(m_clients.begin(), m_clients.end(), client), m_clients.end());
+  for (Client** link = &m_first; *link != nullptr; link = &(*link)->next) {
+    if (*link == client) {
+      *link = std::exchange(client->next, nullptr);
+      break;
+    }
+  }
   std::vector<Report> reports;
   reportFedAgain(reports, *client);
   if (isLate(*client, now) && !client->reportedLate) {
@@ -55,7 +69,7 @@ void WatchdogTable::notify(Client& client, std::uint64_t now) {
 
 WatchdogTable::Findings WatchdogTable::check(std::uint64_t now) {
   Findings findings{startedClients() != 0, {}};
-  for (Client* client : m_clients) {
+  for (Client* client = m_first; client != nullptr; client = client->next) {
     reportFedAgain(findings.reports, *client);
     if (!isLate(*client, now)) {
       continue;
@@ -70,8 +84,11 @@ WatchdogTable::Findings WatchdogTable::check(std::uint64_t now) {
 }
 
 std::size_t WatchdogTable::startedClients() const {
-  return static_cast<std::size_t>(std::count_if(m_clients.begin(), m_clients.end(),
-                                                [](const Client* client) { return client->started; }));
+  std::size_t started = 0;
+  for (const Client* client = m_first; client != nullptr; client = client->next) {
+    started += client->started ? 1U : 0U;
+  }
+  return started;
 }
 
 bool WatchdogTable::isLate(const Client& client, std::uint64_t now) {

@@ -13,9 +13,12 @@ class WatchdogTable {
 public:
   // One client. Owned by whoever adds it, who removes it before it goes.
   struct Client {
-    explicit Client(const std::string& clientName) : name(clientName) {}
+    static constexpr std::size_t NAME_SIZE = 32; // with the NUL; a longer name is cut
 
-    const std::string name;
+    explicit Client(const std::string& clientName) noexcept;
+
+    char name[NAME_SIZE] = {};
+    Client* next = nullptr;      // in the table
     std::uint64_t lastFed = 0;   // time of the last sign of life
     std::uint64_t missedGap = 0; // longest gap that broke the promise since the last check, 0 = none
     unsigned timeout = 0;        // milliseconds
@@ -37,7 +40,7 @@ public:
     std::vector<Report> reports;
   };
 
-  // `client` must not be in the table. It is not supervised before it is started.
+  // `client` must not be in the table. It is not supervised before it is started. Allocates nothing.
   void add(Client* client);
 
   // Takes `client` out and returns what is still to be said about it.
@@ -63,5 +66,5 @@ public:
   static std::uint64_t gap(const Client& client, std::uint64_t now);
 
 private:
-  std::vector<Client*> m_clients;
+  Client* m_first = nullptr; // a list, so that there is no want of memory
 };

@@ -9,11 +9,22 @@ namespace {
 thread_local std::size_t allocations = 0;
 thread_local unsigned uncounted = 0;
 std::atomic<std::size_t> failingSize{0};
+thread_local bool failing = false;
+thread_local std::size_t allocationsUntilFailure = 0;
+thread_local bool failed = false;
 
-void countAllocation() {
-  if (uncounted == 0) {
-    allocations++;
+// Counts the allocation. True when it is to fail.
+bool countAllocation() {
+  if (uncounted != 0) {
+    return false;
   }
+  allocations++;
+  if (!failing || failed) {
+    return false;
+  }
+  failed = allocationsUntilFailure == 0;
+  allocationsUntilFailure--;
+  return failed;
 }
 
 } // namespace
@@ -30,6 +41,20 @@ UncountedAllocations::~UncountedAllocations() {
   uncounted--;
 }
 
+FailingAllocation::FailingAllocation(std::size_t number) {
+  allocationsUntilFailure = number;
+  failed = false;
+  failing = true;
+}
+
+FailingAllocation::~FailingAllocation() {
+  failing = false;
+}
+
+bool FailingAllocation::hasFailed() const {
+  return failed;
+}
+
 FailingNew::FailingNew(std::size_t size) {
   failingSize = size;
 }
@@ -39,8 +64,8 @@ FailingNew::~FailingNew() {
 }
 
 void* operator new(std::size_t size) {
-  countAllocation();
-  void* block = std::malloc(size != 0 ? size : 1);
+  const bool fails = countAllocation();
+  void* block = fails ? nullptr : std::malloc(size != 0 ? size : 1);
   if (block == nullptr) {
     throw std::bad_alloc();
   }
@@ -48,8 +73,7 @@ void* operator new(std::size_t size) {
 }
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  countAllocation();
-  return size == failingSize ? nullptr : std::malloc(size != 0 ? size : 1);
+  return countAllocation() || size == failingSize ? nullptr : std::malloc(size != 0 ? size : 1);
 }
 
 void operator delete(void* block) noexcept {

@@ -15,6 +15,19 @@ public:
   ~UncountedAllocations();
 };
 
+// While it exists, allocation `number` of its thread (0 first) fails: any form of new, by an exception or by
+// null.
+class FailingAllocation {
+public:
+  explicit FailingAllocation(std::size_t number);
+  FailingAllocation(const FailingAllocation&) = delete;
+  FailingAllocation& operator=(const FailingAllocation&) = delete;
+  ~FailingAllocation();
+
+  // Whether there have been that many.
+  bool hasFailed() const;
+};
+
 // While it exists, new (std::nothrow) of objects of exactly `size` bytes yields null.
 class FailingNew {
 public:

@@ -43,7 +43,7 @@ MainDoubles::~MainDoubles() {
 
 class Zorvan::CdebugServer::Server {};
 
-Zorvan::CdebugServer::CdebugServer(std::uint16_t port, std::uint32_t bufferSize) {
+Zorvan::CdebugServer::CdebugServer(std::uint16_t port, std::uint32_t bufferSize) noexcept {
   note("server created " + std::to_string(port) + " " + std::to_string(bufferSize));
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace {
@@ -64,27 +65,38 @@ public:
   std::string name;
 };
 
-watchdogMonitor::watchdogMonitor(const std::string& name) : m_client(std::make_shared<Client>(Client{name})) {
+watchdogMonitor::watchdogMonitor(const std::string& name) noexcept {
+  static_assert(sizeof(Client) <= sizeof m_client);
+  new (m_client) Client{name};
   note(name, "created");
 }
 
 watchdogMonitor::~watchdogMonitor() {
-  note(m_client->name, "deleted");
+  note(client().name, "deleted");
+  client().~Client();
+}
+
+watchdogMonitor::Client& watchdogMonitor::client() {
+  return *std::launder(reinterpret_cast<Client*>(m_client));
+}
+
+const watchdogMonitor::Client& watchdogMonitor::client() const {
+  return *std::launder(reinterpret_cast<const Client*>(m_client));
 }
 
 void watchdogMonitor::wdm_start(unsigned milliseconds) {
-  note(m_client->name, "start " + std::to_string(milliseconds));
+  note(client().name, "start " + std::to_string(milliseconds));
 }
 
 void watchdogMonitor::wdm_notify(int code) {
-  note(m_client->name, "notify " + std::to_string(code));
+  note(client().name, "notify " + std::to_string(code));
 }
 
 void watchdogMonitor::wdm_dbg(char* buffer, unsigned length) const {
   const std::lock_guard<std::mutex> lock(mutex);
   if (watchdogAction) {
-    watchdogAction(m_client->name + " asked");
+    watchdogAction(client().name + " asked");
   }
-  const std::string text = watchdogText.empty() ? "state of " + m_client->name + "\n" : watchdogText;
+  const std::string text = watchdogText.empty() ? "state of " + client().name + "\n" : watchdogText;
   std::strncpy(buffer, text.c_str(), length);
 }

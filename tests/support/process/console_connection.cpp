@@ -1,4 +1,5 @@
 #include "tests/support/process/console_connection.h"
+#include "components/PoeDriver/poe_messages.h"
 
 #include <algorithm>
 #include <array>

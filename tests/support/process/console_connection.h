@@ -30,9 +30,6 @@ private:
   std::uint16_t m_number = 0;
 };
 
-// The port of the service.
-constexpr std::uint16_t CONSOLE_PORT = 10001;
-
 class ConsoleConnection {
 public:
   // Connects to the loopback address of the family (AF_INET or AF_INET6). A receive buffer of `receiveBuffer`

@@ -1,4 +1,5 @@
 // The console answers this machine and no other.
+#include "components/PoeDriver/poe_messages.h"
 #include "tests/support/process/console_connection.h"
 #include "tests/support/process/process_fixture.h"
 #include "tests/system/permissions/neighbour.h"

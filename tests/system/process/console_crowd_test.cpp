@@ -1,4 +1,5 @@
 // A crowd at the console of the real service.
+#include "components/PoeDriver/poe_messages.h"
 #include "tests/support/process/console_connection.h"
 #include "tests/support/process/process_fixture.h"
 

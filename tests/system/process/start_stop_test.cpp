@@ -181,7 +181,7 @@ TEST_F(StartUp, WithoutADebugServerStartsTheEngineButLeavesOutTheLoop) {
 }
 
 TEST_F(StartUp, WithoutAnEngineEndsWithZero) {
-  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "4"}}});
+  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "5"}}});
   EXPECT_EQ(service->waitForEnd(), 0);
   EXPECT_EQ(service->output(), "<6> [INFO] main:80 (main) - Card is ready\n"
                                "Now starting debugServer\n");
@@ -189,7 +189,7 @@ TEST_F(StartUp, WithoutAnEngineEndsWithZero) {
 
 TEST_F(StartUp, WithoutADriverObjectReceivesButSendsNoStatus) {
   status = std::make_unique<MainProcessQueue>();
-  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "6"}}});
+  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "7"}}});
   ASSERT_TRUE(service->waitForOutput("...in CPD69104Engine::run\n"));
   ConfigSender().send(onePort());
   const std::uint32_t unknown = 5;

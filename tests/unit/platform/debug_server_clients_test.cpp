@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
@@ -137,6 +138,27 @@ TEST_F(DebugServerClients, TakesOneCommandOfEachClientInTurn) {
   eager->receiveToEnd();
   // The first two may have been taken before the other client's commands were seen.
   EXPECT_TRUE(order == "abab" + std::string(18, 'a') || order == "aabab" + std::string(17, 'a')) << order;
+}
+
+TEST_F(DebugServerClients, CommandsLeaveAPauseInWhichAThreadThatWaitsForTheirMutexCanRun) {
+  using Clock = std::chrono::steady_clock;
+  Clock::time_point left = Clock::now() - std::chrono::hours(1);
+  Clock::duration shortest = std::chrono::hours(1);
+  const Talker talker("Talker", [&](const auto&) {
+    shortest = std::min(shortest, Clock::now() - left);
+    left = Clock::now();
+    return "";
+  });
+  const auto one = connected();
+  const auto other = connected();
+  std::string commands;
+  for (int i = 0; i < 20; ++i) {
+    commands += "Talker\n";
+  }
+  one->send(commands);
+  other->send(commands + "quit\n");
+  other->receiveToEnd();
+  EXPECT_GE(shortest, std::chrono::microseconds(100));
 }
 
 TEST_F(DebugServerClients, ServesTheSeventeenthAndClosesTheOneThatWasIdleLongest) {

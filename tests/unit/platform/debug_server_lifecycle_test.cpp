@@ -257,7 +257,7 @@ TEST_F(DebugServerLifecycle, WantOfAThreadIsReported) {
     const DefaultStackSize tooLarge(std::size_t{3} << (sizeof(std::size_t) > 4 ? 46U : 30U));
     EXPECT_FALSE(m_server.start());
   }
-  EXPECT_EQ(takeLog(), (Log{{LOG_ERR, "debug console: cannot start the server's thread: Resource temporarily "
+  EXPECT_EQ(takeLog(), (Log{{LOG_ERR, "debug console: cannot start the server: Resource temporarily "
                                       "unavailable\n"}}));
   EXPECT_EQ(openDescriptors(), before);
   EXPECT_TRUE(m_server.start());

@@ -106,7 +106,7 @@ TEST_F(DebugServerTest, BinaryBytesHarmNothing) {
   const ConsoleConnection client(m_port.number());
   client.receive(2);
   std::string all;
-  for (int byte = 255; byte >= 0; --byte) {
+  for (int byte = 254; byte >= 0; --byte) { // 255 begins what telnet negotiates
     if (byte != '\n') {
       all += static_cast<char>(byte);
     }
@@ -114,7 +114,7 @@ TEST_F(DebugServerTest, BinaryBytesHarmNothing) {
   const std::string name = all.substr(0, all.find(' '));
   EXPECT_EQ(client.ask(all), "No such object: " + name + "\nEcho\n");
   EXPECT_EQ(client.ask("\xFF\xFB\x1F\xFF\xFD\x03" + std::string(2, '\0')),
-            "No such object: \xFF\xFB\x1F\xFF\xFD\x03" + std::string(2, '\0') + "\nEcho\n");
+            "No such object: " + std::string(2, '\0') + "\nEcho\n");
   EXPECT_EQ(client.ask("Echo one"), "[one]\n");
 }
 

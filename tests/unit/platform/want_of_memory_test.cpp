@@ -1,0 +1,105 @@
+// What is created at the start of a service, with each of its allocations failing in turn.
+#include "tests/support/doubles/allocation.h"
+
+#include <memory>
+#include <new>
+#include <type_traits>
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <syslog.h>
+
+#include "captured_syslog.h"
+#include "console_connection.h"
+#include "platform/debug_server.h"
+#include "platform/debugable.h"
+#include "platform/trace_object.h"
+#include "platform/watchdog_monitor.h"
+#include "talker.h"
+
+static_assert(std::is_nothrow_constructible_v<TraceObject, const std::string&, std::int32_t>);
+static_assert(std::is_nothrow_constructible_v<watchdogMonitor, const std::string&>);
+static_assert(std::is_nothrow_constructible_v<Zorvan::CdebugServer, std::uint16_t, std::uint32_t>);
+
+namespace {
+
+const std::string LONG_NAME(100, 'n');
+
+// Creates one with each allocation failing in turn; returns how many allocations it makes. The first must be
+// its own, and yield nothing; `use` gets what there is otherwise.
+template <class Type, class Create, class Use>
+std::size_t createWithout(Create create, Use use) {
+  for (std::size_t number = 0;; ++number) {
+    std::unique_ptr<Type> object;
+    bool hasFailed = false;
+    {
+      const FailingAllocation failing(number);
+      object.reset(create());
+      hasFailed = failing.hasFailed();
+    }
+    EXPECT_EQ(object == nullptr, number == 0);
+    if (!hasFailed) {
+      return number;
+    }
+    if (object != nullptr) {
+      use(*object);
+    }
+  }
+}
+
+} // namespace
+
+TEST(WantOfMemory, LeavesNoTraceObject) {
+  const auto create = [] { return new (std::nothrow) TraceObject(LONG_NAME, LOG_INFO); };
+  EXPECT_EQ(createWithout<TraceObject>(create, [](TraceObject&) {}), 1U);
+}
+
+TEST(WantOfMemory, LeavesNoWatchdogClient) {
+  const auto create = [] { return new (std::nothrow) watchdogMonitor(LONG_NAME); };
+  EXPECT_EQ(createWithout<watchdogMonitor>(create, [](watchdogMonitor&) {}), 1U);
+}
+
+TEST(WantOfMemory, LeavesNoDebugServerOrOneThatReportsThatItCannotStart) {
+  const ReservedPort port;
+  const auto create = [&] { return new (std::nothrow) Zorvan::CdebugServer(port.number(), 64); };
+  const auto use = [](Zorvan::CdebugServer& server) {
+    EXPECT_FALSE(server.start());
+    EXPECT_EQ(takeLog(), (Log{{LOG_ERR, "debug console: cannot start the server: no memory\n"}}));
+    server.stop();
+  };
+  EXPECT_EQ(createWithout<Zorvan::CdebugServer>(create, use), 2U);
+}
+
+TEST(WantOfMemory, AtTheStartOfADebugServerIsReportedAndTheNextStartSucceeds) {
+  const Echo echo{"Echo"};
+  const ReservedPort port;
+  bool started = false;
+  for (std::size_t number = 0; !started; ++number) {
+    Zorvan::CdebugServer server(port.number(), 64);
+    bool hasFailed = false;
+    {
+      const FailingAllocation failing(number);
+      started = server.start();
+      hasFailed = failing.hasFailed();
+    }
+    EXPECT_NE(started, hasFailed) << number;
+    if (!started) {
+      EXPECT_EQ(takeLog(), (Log{{LOG_ERR, "debug console: cannot start the server: std::bad_alloc\n"}}));
+      EXPECT_TRUE(server.start());
+    }
+    EXPECT_TRUE(ConsoleConnection(port.number()).isConnected());
+  }
+}
+
+TEST(WantOfMemory, ForTheConsolesEntryLeavesAnObjectThatTheConsoleDoesNotFind) {
+  std::unique_ptr<Zorvan::Cdebugable> object;
+  {
+    void* const place = ::operator new(sizeof(Zorvan::Cdebugable));
+    const FailingAllocation failing(0);
+    object.reset(new (place) Zorvan::Cdebugable("Name"));
+    EXPECT_TRUE(failing.hasFailed());
+  }
+  EXPECT_EQ(takeLog(), (Log{{LOG_ERR, "debug console: no memory for Name; it cannot be addressed\n"}}));
+  char name[8] = {};
+  EXPECT_EQ(object->dbgFind("Name", name, sizeof name), 1U);
+}
