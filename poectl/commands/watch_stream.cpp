@@ -73,7 +73,7 @@ private:
   bool showsTable() const { return !m_options.json && !m_options.events; }
 
   void show(const StatusFeed::News& news) {
-    const std::string time = isoTime(std::chrono::system_clock::now());
+    const std::string time = isoTime(currentTime());
     if (news.event == StatusReceiver::Event::MESSAGE && m_options.json && !m_options.events) {
       m_display.append(statusJsonLine(time, m_feed.messages(), *m_feed.status()));
     } else if (m_options.events) {

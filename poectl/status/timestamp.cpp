@@ -3,6 +3,14 @@
 #include <cstdio>
 #include <ctime>
 
+std::chrono::system_clock::time_point currentTime() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  const auto sinceEpoch = std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+  return std::chrono::system_clock::time_point(
+      std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch));
+}
+
 std::string isoTime(std::chrono::system_clock::time_point time) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
   const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(time - seconds);

@@ -47,7 +47,7 @@ private:
     m_state.messages = m_feed.messages();
     m_state.age = m_feed.age();
     for (const StatusEvent& event : news.events) {
-      m_state.log(timeOfDay(std::chrono::system_clock::now()), event);
+      m_state.log(timeOfDay(currentTime()), event);
     }
     if (news.event == StatusReceiver::Event::MESSAGE) {
       m_state.history.add({m_state.status->mainConsumption, m_state.status->mainPower});

@@ -1,67 +1,19 @@
 // The time of day set while the service runs.
-#include "tests/target/tap_listener.h"
-#include "tests/target/target_fixture.h"
+#include "tests/target/time_of_day.h"
 
-#include <cerrno>
 #include <chrono>
-#include <cstring>
-#include <ctime>
 #include <thread>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using std::chrono::seconds;
 
-constexpr time_t NEW_YEAR_2026 = 1767225600;
-
-// Moves the time of day; the end of the test puts it back. A machine without a clock of its own starts in
-// 1970, where it cannot be set back.
-class TimeOfDay {
-public:
-  TimeOfDay() {
-    const timespec start{NEW_YEAR_2026, 0};
-    EXPECT_EQ(clock_settime(CLOCK_REALTIME, &start), 0) << std::strerror(errno);
-  }
-  TimeOfDay(const TimeOfDay&) = delete;
-  TimeOfDay& operator=(const TimeOfDay&) = delete;
-  ~TimeOfDay() { move(-m_moved); }
-
-  void move(seconds by) {
-    timespec time{};
-    clock_gettime(CLOCK_REALTIME, &time);
-    time.tv_sec += static_cast<time_t>(by.count());
-    EXPECT_EQ(clock_settime(CLOCK_REALTIME, &time), 0) << std::strerror(errno);
-    m_moved += by;
-  }
-
-private:
-  seconds m_moved{0};
-};
-
-class TimeOfDayTest : public TargetTest {
+class TimeOfDayTest : public TimeOfDayFixture {
 protected:
-  // Moves the time of day while the worker sleeps between two cycles. Right behind a message it may not sleep
-  // yet.
   void moveInTheSleep(seconds by) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    waitForTheSleep();
     timeOfDay.move(by);
   }
-
-  // Takes one message and this number more: one a second, whatever the time of day does.
-  void expectCycles(int count) {
-    status->next();
-    const auto begin = Clock::now();
-    for (int message = 0; message < count; message++) {
-      status->next();
-    }
-    const double mean = std::chrono::duration<double>(Clock::now() - begin).count() / count;
-    EXPECT_GE(mean, 0.9);
-    EXPECT_LE(mean, 1.2);
-    measured("mean period of " + std::to_string(count) + " cycles", std::to_string(mean) + " s");
-  }
-
-  TimeOfDay timeOfDay;
 };
 
 TEST_F(TimeOfDayTest, SetForwardAndBackLeavesTheCycleAtItsPaceAndConfigurationsComeThrough) {

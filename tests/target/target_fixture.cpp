@@ -68,3 +68,12 @@ PoeStatus TargetTest::nextWholeStatus() {
   status->next();
   return status->next().status;
 }
+
+std::string TargetTest::withoutReportsOfNoQueue(std::string lines) {
+  const std::string report = "<3> SWERR ERROR DETECTED: components/PoeDriver/pd69104_engine 925 \n"
+                             "<3> mq_open /queueToMain: No such file or directory\n";
+  while (lines.compare(0, report.size(), report) == 0) {
+    lines.erase(0, report.size());
+  }
+  return lines;
+}

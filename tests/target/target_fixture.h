@@ -41,6 +41,10 @@ protected:
   // The next status message, or the one behind it when that was begun before this call.
   PoeStatus nextWholeStatus();
 
+  // The log without the reports at its start that there is no "/queueToMain": before and after poectl there
+  // is none.
+  static std::string withoutReportsOfNoQueue(std::string lines);
+
   std::unique_ptr<Chip> chip;
   SystemLog log;
   std::unique_ptr<MainProcessQueue> status;

@@ -61,8 +61,8 @@ void Zorvan::CdebugServer::stop() {
   note("server stop");
 }
 
-// The entry's own names for the calls: the build of its test renames them, since the engine's calls of the
-// same functions have doubles already.
+// The build of the entry's test gives the entry these names for calls that the engine makes as well, since
+// the engine's have doubles already.
 extern "C" {
 
 mqd_t main_mq_open(const char* name, int flags, ...) {
@@ -88,8 +88,8 @@ int main_mq_getattr(mqd_t queue, mq_attr* /*attributes*/) {
   return resultOf(doubles->getattrError);
 }
 
-ssize_t main_mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned* priority,
-                             const timespec* deadline) {
+ssize_t __wrap_mq_timedreceive(mqd_t queue, char* buffer, size_t size, unsigned* priority,
+                               const timespec* deadline) {
   EXPECT_EQ(queue, MainDoubles::INBOUND);
   EXPECT_EQ(size, 2000U);
   EXPECT_EQ(priority, nullptr);

@@ -32,7 +32,7 @@ public:
   int closeError = 0;
   int unlinkError = 0;
   // What each receive must be given.
-  timespec deadline = {PosixDoubles::TIME_OF_DAY.tv_sec + 1, PosixDoubles::TIME_OF_DAY.tv_nsec};
+  timespec deadline = {1'700'000'001, 123'456'789};
 
   // Called at each event.
   std::function<void(const std::string& event)> onEvent;

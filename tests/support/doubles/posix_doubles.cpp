@@ -42,7 +42,7 @@ PoeStatusMessage PosixDoubles::lastMessage() const {
 }
 
 timespec PosixDoubles::deadline() const {
-  timespec time = clockError == 0 ? TIME_OF_DAY : timespec{};
+  timespec time = clockError == 0 ? timeOfDay : timespec{};
   time.tv_sec += 1;
   return time;
 }
@@ -114,7 +114,7 @@ int __wrap_clock_gettime(clockid_t clock, timespec* time) {
   if (doubles->clockError != 0) {
     return failWith(doubles->clockError);
   }
-  *time = PosixDoubles::TIME_OF_DAY;
+  *time = doubles->timeOfDay;
   return 0;
 }
 

@@ -15,12 +15,13 @@
 class PosixDoubles {
 public:
   static constexpr int QUEUE = 0x51;
-  static constexpr timespec TIME_OF_DAY = {1'700'000'000, 123'456'789};
 
   PosixDoubles();
   ~PosixDoubles();
   PosixDoubles(const PosixDoubles&) = delete;
   PosixDoubles& operator=(const PosixDoubles&) = delete;
+
+  timespec timeOfDay = {1'700'000'000, 123'456'789};
 
   // errno of the calls to come; 0: they succeed.
   int openError = 0;

@@ -14,7 +14,13 @@ namespace {
 constexpr char LOG_SOCKET[] = "/dev/log";
 constexpr unsigned long PRIORITY_BITS = 7; // above them stands the facility
 
-// "<14>Jan  1 00:00:05 poe_service: text" as "<6> text".
+// Of "<14>Jan  1 00:00:05 poe_service: text" the time.
+std::string timeOf(const std::string& datagram) {
+  const std::size_t head = datagram.find('>');
+  return head == std::string::npos ? "" : datagram.substr(head + 1, std::strlen("Jan  1 00:00:05"));
+}
+
+// The same datagram as "<6> text".
 std::string lineOf(const std::string& datagram) {
   const std::size_t head = datagram.find('>');
   const std::string program = " poe_service: ";
@@ -53,7 +59,12 @@ std::string SystemLog::receive(int timeout) {
   }
   char datagram[8192];
   const ssize_t length = recv(m_socket, datagram, sizeof datagram, 0);
-  return length <= 0 ? "" : lineOf(std::string(datagram, static_cast<std::size_t>(length)));
+  if (length <= 0) {
+    return "";
+  }
+  const std::string text(datagram, static_cast<std::size_t>(length));
+  m_timeOfLastLine = timeOf(text);
+  return lineOf(text);
 }
 
 std::string SystemLog::take() {

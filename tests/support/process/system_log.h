@@ -19,8 +19,12 @@ public:
   // then.
   std::string takeUntil(const std::string& text, std::chrono::seconds patience);
 
+  // The time that syslog(3) gave the line that came last, as in "Jan  1 00:00:05".
+  const std::string& timeOfLastLine() const { return m_timeOfLastLine; }
+
 private:
   std::string receive(int timeout); // ms; empty when nothing came
 
   int m_socket;
+  std::string m_timeOfLastLine;
 };

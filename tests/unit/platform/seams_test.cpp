@@ -7,6 +7,7 @@
 #include <syslog.h>
 
 #include "captured_syslog.h"
+#include "platform/better_sleep.h"
 #include "platform/host/console/console_listener.h"
 #include "platform/host/monotonic_clock.h"
 #include "stepped_clock.h"
@@ -35,6 +36,12 @@ TEST(Seams, ThePlatformsClockStandsAndSteps) {
   EXPECT_EQ(monotonicMilliseconds(), 5000U);
   SteppedClock::advance(1234);
   EXPECT_EQ(monotonicMilliseconds(), 6234U);
+}
+
+TEST(Seams, ThePlatformsSleepIsScripted) {
+  const ScriptedSleep sleep;
+  BetterSleep(1000.0);
+  EXPECT_EQ(sleep.requests().size(), 1U);
 }
 
 TEST(Seams, ThePlatformsClockIsTheRealOneOtherwise) {

@@ -28,6 +28,12 @@ TEST_F(TimeText, OfAProgramIsUtcWithMilliseconds) {
   EXPECT_EQ(isoTime(Time(milliseconds(7))), "1970-01-01T00:00:00.007Z");
 }
 
+TEST_F(TimeText, IsRightWhere32BitsOfSecondsEnd) {
+  EXPECT_EQ(isoTime(Time(std::chrono::seconds(2147483648))), "2038-01-19T03:14:08.000Z");
+  EXPECT_EQ(isoTime(Time(std::chrono::seconds(4294967296))), "2106-02-07T06:28:16.000Z");
+  EXPECT_EQ(timeOfDay(Time(std::chrono::seconds(2147483648))), "05:14:08");
+}
+
 TEST_F(TimeText, OfAPersonIsLocal) {
   EXPECT_EQ(timeOfDay(Time(milliseconds(1714979289123))), "09:08:09");
 }

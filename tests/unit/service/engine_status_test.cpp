@@ -401,6 +401,17 @@ TEST_F(EngineStatus, SendsTheIdAndTheRecordWithPriorityZeroAndClosesTheQueue) {
   EXPECT_EQ(posix.lastMessage().msgId, 17U);
 }
 
+// PosixDoubles compares the deadline.
+TEST_F(EngineStatus, SendsAcrossTheDatesAtWhich32BitsOfSecondsEnd) {
+  makeEngine();
+  for (const std::int64_t lastSecond : {2'147'483'647LL, 4'294'967'295LL}) { // in 2038 and 2106
+    posix.timeOfDay.tv_sec = static_cast<std::time_t>(lastSecond);
+    EXPECT_EQ(static_cast<std::int64_t>(posix.deadline().tv_sec), lastSecond + 1);
+    EXPECT_TRUE(engine->sendStatus());
+  }
+  EXPECT_EQ(posix.messages.size(), 2U);
+}
+
 TEST_F(EngineStatus, ReportsAQueueThatCannotBeOpenedOncePerCycleAndGoesOn) {
   makeEngine();
   posix.openError = ENOENT;

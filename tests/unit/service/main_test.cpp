@@ -197,6 +197,23 @@ TEST_F(Main, FeedsItsWatchdogAndGoesOnAfterEachTimeOut) {
   EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
 }
 
+// MainDoubles compares the deadline.
+TEST_F(Main, WaitsAcrossTheDatesAtWhich32BitsOfSecondsEnd) {
+  const std::int64_t lastSeconds[] = {2'147'483'647, 4'294'967'295}; // in 2038 and 2106
+  unsigned receives = 0;
+  doubles.onEvent = [&](const std::string& event) {
+    if (event == "mq_getattr") {
+      posix.timeOfDay.tv_sec = static_cast<std::time_t>(lastSeconds[receives++]);
+      doubles.deadline.tv_sec = posix.timeOfDay.tv_sec + 1;
+      EXPECT_EQ(static_cast<std::int64_t>(doubles.deadline.tv_sec), lastSeconds[receives - 1] + 1);
+    }
+  };
+  doubles.receives = {{{}, ETIMEDOUT}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_EQ(receives, 2U);
+  EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
+}
+
 TEST_F(Main, EndsOnAnyOtherErrorWithItsTextAndStatusZero) {
   doubles.receives = {{{}, EBADF}, {{}, ETIMEDOUT}};
   EXPECT_EQ(run(), 0);
