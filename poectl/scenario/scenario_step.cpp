@@ -1,5 +1,7 @@
 #include "poectl/scenario/scenario_step.h"
 
+#include "text/text.h"
+
 #include <algorithm>
 #include <charconv>
 
@@ -26,10 +28,6 @@ constexpr char WITHIN_FORM[] = "within SECONDS or within N messages is accepted"
 constexpr char FOR_FORM[] = "for N messages is accepted";
 constexpr char NOTHING_MORE[] = "nothing more is accepted";
 
-std::string quoted(const std::string& text) {
-  return "'" + text + "'";
-}
-
 template <typename Number>
 std::optional<Number> numberOf(const std::string& text) {
   Number value{};
@@ -38,7 +36,7 @@ std::optional<Number> numberOf(const std::string& text) {
   return error == std::errc() && stop == end ? std::optional<Number>(value) : std::nullopt;
 }
 
-// A number of the chip: decimal, or hexadecimal behind 0x.
+// A number of the chip: decimal, or hexadecimal with the prefix 0x.
 std::optional<unsigned> chipNumberOf(const std::string& text) {
   if (text.compare(0, 2, "0x") != 0 && text.compare(0, 2, "0X") != 0) {
     return numberOf<unsigned>(text);
@@ -77,7 +75,7 @@ public:
     if (step == "expect") {
       return readExpect();
     }
-    failAtLast("unknown step " + quoted(step), ACCEPTED_STEPS);
+    failAtLast("unknown step " + text::quoted(step), ACCEPTED_STEPS);
   }
 
 private:
@@ -105,7 +103,7 @@ private:
     if (shows) {
       if (!m_words.back().quoted || m_words.back().text.empty()) {
         m_next = count;
-        failAtLast(quoted(m_words.back().text) + " is no text in quotes", CONSOLE_FORM);
+        failAtLast(text::quoted(m_words.back().text) + " is no text in quotes", CONSOLE_FORM);
       }
       step.shows = m_words.back().text;
     }
@@ -118,7 +116,7 @@ private:
     if (subject == "port") {
       const std::optional<unsigned> port = numberOf<unsigned>(take(PORT_FORM));
       if (!port || *port >= POE_PORTS) {
-        failAtLast(quoted(m_words[m_next - 1].text) + " is no port", PORT_FORM);
+        failAtLast(text::quoted(m_words[m_next - 1].text) + " is no port", PORT_FORM);
       }
       return readStatusExpectation(port, portField, portFieldNames() + " are accepted");
     }
@@ -139,7 +137,7 @@ private:
       readWithin(expectation.timing);
       return last(expectation);
     }
-    failAtLast("unknown subject " + quoted(subject), EXPECT_FORM);
+    failAtLast("unknown subject " + text::quoted(subject), EXPECT_FORM);
   }
 
   StatusExpectation readStatusExpectation(std::optional<unsigned> port,
@@ -148,7 +146,7 @@ private:
     const std::string& name = take(fields);
     const StatusField* const field = find(name);
     if (field == nullptr) {
-      failAtLast("unknown field " + quoted(name), fields);
+      failAtLast("unknown field " + text::quoted(name), fields);
     }
     StatusExpectation expectation{field, port, {}, {}};
     expectation.timing.stays = skip("stays");
@@ -167,7 +165,7 @@ private:
     }
     const std::optional<std::int64_t> value = fieldValue(field, text);
     if (!value || (wanted.kind == WantedValue::Kind::INCREASE && *value < 0)) {
-      failAtLast(quoted(m_words[m_next - 1].text) + " is no value of " + field.name, accepted);
+      failAtLast(text::quoted(m_words[m_next - 1].text) + " is no value of " + field.name, accepted);
     }
     wanted.value = *value;
     if (wanted.kind == WantedValue::Kind::INCREASE && skip("or")) {
@@ -192,7 +190,7 @@ private:
     expectation.timing.stays = true;
     expectation.timing.messages = skip("for") ? takeMessages(MESSAGES_FORM) : 0;
     if (isMore()) {
-      fail(quoted(m_words[m_next].text) + " is too much", FOR_FORM);
+      fail(text::quoted(m_words[m_next].text) + " is too much", FOR_FORM);
     }
     return expectation;
   }
@@ -213,7 +211,7 @@ private:
       return;
     }
     if (!skip("within")) {
-      fail(quoted(m_words[m_next].text) + " is not understood here", WITHIN_FORM);
+      fail(text::quoted(m_words[m_next].text) + " is not understood here", WITHIN_FORM);
     }
     if (m_next + 1 < m_words.size()) {
       timing.messages = takeMessages(WITHIN_FORM);
@@ -226,7 +224,7 @@ private:
   unsigned takeMessages(const char* accepted) {
     const std::optional<unsigned> count = numberOf<unsigned>(take(accepted));
     if (!count || *count < 1 || *count > MOST_MESSAGES) {
-      failAtLast(quoted(m_words[m_next - 1].text) + " is no number of messages", MESSAGES_FORM);
+      failAtLast(text::quoted(m_words[m_next - 1].text) + " is no number of messages", MESSAGES_FORM);
     }
     if (!skip("messages") && !skip("message")) {
       fail("the word messages is missing", accepted);
@@ -237,7 +235,7 @@ private:
   double takeSeconds(const char* accepted) {
     const std::optional<double> seconds = numberOf<double>(take(accepted));
     if (!seconds || !(*seconds >= LEAST_SECONDS && *seconds <= MOST_SECONDS)) {
-      failAtLast(quoted(m_words[m_next - 1].text) + " is no time", SECONDS_FORM);
+      failAtLast(text::quoted(m_words[m_next - 1].text) + " is no time", SECONDS_FORM);
     }
     return *seconds;
   }
@@ -245,7 +243,7 @@ private:
   unsigned takeChipNumber(const char* what, unsigned most, const char* accepted) {
     const std::optional<unsigned> number = chipNumberOf(take(accepted));
     if (!number || *number > most) {
-      failAtLast(quoted(m_words[m_next - 1].text) + " is no " + what, accepted);
+      failAtLast(text::quoted(m_words[m_next - 1].text) + " is no " + what, accepted);
     }
     return *number;
   }
@@ -253,7 +251,7 @@ private:
   const std::string& takeText(const char* accepted) {
     const std::string& text = take(accepted);
     if (!m_words[m_next - 1].quoted || text.empty()) {
-      failAtLast(quoted(text) + " is no text in quotes", accepted);
+      failAtLast(text::quoted(text) + " is no text in quotes", accepted);
     }
     return text;
   }
@@ -290,7 +288,7 @@ private:
   template <typename Action>
   Action last(Action action) {
     if (isMore()) {
-      fail(quoted(m_words[m_next].text) + " is too much", NOTHING_MORE);
+      fail(text::quoted(m_words[m_next].text) + " is too much", NOTHING_MORE);
     }
     return action;
   }
