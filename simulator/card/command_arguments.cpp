@@ -1,7 +1,6 @@
 #include "simulator/card/command_arguments.h"
 
-#include "simulator/card/card_command.h"
-#include "simulator/card/quoted.h"
+#include "text/text.h"
 
 #include <charconv>
 #include <cstring>
@@ -74,12 +73,12 @@ bool CommandArguments::takeKey(const char* key) {
 
 void CommandArguments::end() const {
   if (more()) {
-    fail(quoted(m_words.at(m_next)) + " is one word too many");
+    fail(text::quoted(m_words.at(m_next)) + " is one word too many");
   }
 }
 
 void CommandArguments::wrong(const char* what) const {
-  fail(quoted(m_key + m_words.at(m_next - 1)) + " is no " + m_key + what);
+  fail(text::quoted(m_key + m_words.at(m_next - 1)) + " is no " + m_key + what);
 }
 
 void CommandArguments::fail(const std::string& reason) const {

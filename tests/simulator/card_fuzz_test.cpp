@@ -1,7 +1,6 @@
 // Text of any kind, taken for commands, scenarios and dumps: it is either obeyed or
 // refused in one line. The seeds are fixed and stand in the tests' names.
 #include "simulator/card/card_command.h"
-#include "simulator/card/card_scenario.h"
 #include "simulator/card/register_dump.h"
 
 #include <algorithm>
@@ -98,29 +97,6 @@ TEST_P(CardFuzz, OfCommandsIsObeyedOrRefusedInOneLine) {
       EXPECT_EQ(reply.back(), '\n');
       EXPECT_EQ(reply.find("\n\n"), std::string::npos) << "an empty line ends a reply";
       card.chip.advance(0.05);
-    } catch (const CardCommandError& error) {
-      ++refused;
-      expectOneLine(error.what());
-    }
-  }
-  EXPECT_GT(obeyed, INPUTS / 100);
-  EXPECT_GT(refused, INPUTS / 10);
-}
-
-TEST_P(CardFuzz, OfScenariosIsFollowedOrRefusedInOneLine) {
-  for (int i = 0; i < INPUTS; ++i) {
-    std::string text;
-    for (std::size_t lines = below(6); lines > 0; --lines) {
-      text += (below(3) == 0 ? "wait 0.5" : anyCommand()) + "\n";
-    }
-    try {
-      std::chrono::nanoseconds last{0};
-      for (const ScenarioStep& step : parseScenario(mutated(text), "f")) {
-        EXPECT_GE(step.at, last);
-        last = step.at;
-        EXPECT_EQ(step.command.run(card), "ok\n");
-      }
-      ++obeyed;
     } catch (const CardCommandError& error) {
       ++refused;
       expectOneLine(error.what());

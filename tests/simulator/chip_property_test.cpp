@@ -1,5 +1,5 @@
 // What holds for the chip model whatever is written and plugged.
-#include "simulator/chip/chip_model.h"
+#include "simulator/chip/chip_words.h"
 
 #include <array>
 #include <cmath>
@@ -21,7 +21,7 @@ protected:
   double upTo(double most) { return std::uniform_real_distribution<double>(0.0, most)(m_random); }
 
   // Every other device is a good one.
-  Signature anySignature() { return below(2) == 0 ? Signature::Good : static_cast<Signature>(below(6)); }
+  Signature anySignature() { return below(2) == 0 ? Signature::Good : SIGNATURE_WORDS.at(below(6)).second; }
 
   void doSomething() {
     const unsigned port = below(4);
