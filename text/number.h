@@ -6,6 +6,8 @@
 #include <string_view>
 #include <type_traits>
 
+namespace text {
+
 // The whole of `text` as a number of this base, or nothing: a sign that the type does not have, a blank, a
 // unit after it or a value that the type cannot hold make it no number. The base is for whole numbers; a
 // fraction is written with a decimal point and without an exponent.
@@ -28,3 +30,5 @@ std::optional<Number> prefixedNumberFrom(std::string_view text) {
   const bool isHexadecimal = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
   return isHexadecimal ? numberFrom<Number>(text.substr(2), 16) : numberFrom<Number>(text);
 }
+
+} // namespace text

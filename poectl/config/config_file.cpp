@@ -1,6 +1,7 @@
 #include "poectl/config/config_file.h"
 
 #include "components/PoeDriver/power_limits.h"
+#include "text/text.h"
 
 #include <algorithm>
 #include <optional>
@@ -38,10 +39,6 @@ constexpr char ROOT_ACCEPTED[] = "[banks] and [port.0] to [port.3] are accepted"
 constexpr char BANKS_ACCEPTED[] = "bank0 to bank7 are accepted";
 constexpr char PORTS_ACCEPTED[] = "[port.0] to [port.3] are accepted";
 constexpr char PORT_ACCEPTED[] = "enable, priority and limit are accepted";
-
-std::string quoted(std::string_view text) {
-  return "'" + std::string(text) + "'";
-}
 
 class Reader {
 public:
@@ -96,7 +93,7 @@ private:
   void refuseOthers(const toml::table& table, const Names& known, const char* accepted) const {
     for (const auto& [key, node] : table) {
       if (std::find(known.begin(), known.end(), key.str()) == known.end()) {
-        fail(key.source(), "unknown key " + quoted(key.str()), accepted);
+        fail(key.source(), "unknown key " + text::quoted(key.str()), accepted);
       }
     }
   }
@@ -108,7 +105,7 @@ private:
       fail(parent.source(), heading + " is missing", accepted);
     }
     if (!node->is_table()) {
-      fail(node->source(), quoted(key) + " is not a table", accepted);
+      fail(node->source(), text::quoted(key) + " is not a table", accepted);
     }
     return *node->as_table();
   }
@@ -119,14 +116,15 @@ private:
       if (key.mayMiss) {
         return 0;
       }
-      fail(table.source(), quoted(key.name) + " is missing in " + heading, key.accepted);
+      fail(table.source(), text::quoted(key.name) + " is missing in " + heading, key.accepted);
     }
     const std::optional<std::int64_t> number = numberOf(*node, key);
     if (!number) {
-      fail(node->source(), quoted(key.name) + " is of the wrong type", key.accepted);
+      fail(node->source(), text::quoted(key.name) + " is of the wrong type", key.accepted);
     }
     if (*number < key.least || *number > key.most) {
-      fail(node->source(), quoted(key.name) + " is out of range: " + std::to_string(*number), key.accepted);
+      fail(node->source(), text::quoted(key.name) + " is out of range: " + std::to_string(*number),
+           key.accepted);
     }
     return static_cast<std::uint32_t>(*number);
   }

@@ -1,6 +1,6 @@
 #include "poectl/scenario/scenario_expect.h"
 
-#include <cstdio>
+#include "text/text.h"
 
 namespace {
 
@@ -14,12 +14,6 @@ std::string wantedText(const StatusField& field, const WantedValue& wanted) {
     break;
   }
   return valueText(field, wanted.value);
-}
-
-std::string hexadecimal(unsigned value) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%02X", value);
-  return text;
 }
 
 } // namespace
@@ -41,7 +35,7 @@ Judgement judge(const StatusExpectation& expectation, const PoeStatus& before, c
 }
 
 Judgement judge(const RegisterExpectation& expectation, unsigned value) {
-  return {value == expectation.value, "register " + hexadecimal(expectation.address) + " is " +
-                                          hexadecimal(value) + "; expected is " +
-                                          hexadecimal(expectation.value)};
+  return {value == expectation.value, "register " + text::hexadecimal(expectation.address) + " is " +
+                                          text::hexadecimal(value) + "; expected is " +
+                                          text::hexadecimal(expectation.value)};
 }

@@ -1,5 +1,7 @@
 #include "poectl/scenario/scenario_step.h"
+
 #include "text/number.h"
+#include "text/text.h"
 
 #include <algorithm>
 
@@ -25,10 +27,6 @@ constexpr char LOG_FORM[] = "a text in quotes is accepted, as in expect log \"re
 constexpr char WITHIN_FORM[] = "within SECONDS or within N messages is accepted";
 constexpr char FOR_FORM[] = "for N messages is accepted";
 constexpr char NOTHING_MORE[] = "nothing more is accepted";
-
-std::string quoted(const std::string& text) {
-  return "'" + text + "'";
-}
 
 // Takes the words of one line, from left to right.
 class StepReader {
@@ -58,7 +56,7 @@ public:
     if (step == "expect") {
       return readExpect();
     }
-    failAtLast("unknown step " + quoted(step), ACCEPTED_STEPS);
+    failAtLast("unknown step " + text::quoted(step), ACCEPTED_STEPS);
   }
 
 private:
@@ -86,7 +84,7 @@ private:
     if (shows) {
       if (!m_words.back().quoted || m_words.back().text.empty()) {
         m_next = count;
-        failAtLast(quoted(m_words.back().text) + " is no text in quotes", CONSOLE_FORM);
+        failAtLast(text::quoted(m_words.back().text) + " is no text in quotes", CONSOLE_FORM);
       }
       step.shows = m_words.back().text;
     }
@@ -97,9 +95,9 @@ private:
   StepAction readExpect() {
     const std::string& subject = take(EXPECT_FORM);
     if (subject == "port") {
-      const std::optional<unsigned> port = numberFrom<unsigned>(take(PORT_FORM));
+      const std::optional<unsigned> port = text::numberFrom<unsigned>(take(PORT_FORM));
       if (!port || *port >= POE_PORTS) {
-        failAtLast(quoted(m_words[m_next - 1].text) + " is no port", PORT_FORM);
+        failAtLast(text::quoted(m_words[m_next - 1].text) + " is no port", PORT_FORM);
       }
       return readStatusExpectation(port, portField, portFieldNames() + " are accepted");
     }
@@ -120,7 +118,7 @@ private:
       readWithin(expectation.timing);
       return last(expectation);
     }
-    failAtLast("unknown subject " + quoted(subject), EXPECT_FORM);
+    failAtLast("unknown subject " + text::quoted(subject), EXPECT_FORM);
   }
 
   StatusExpectation readStatusExpectation(std::optional<unsigned> port,
@@ -129,7 +127,7 @@ private:
     const std::string& name = take(fields);
     const StatusField* const field = find(name);
     if (field == nullptr) {
-      failAtLast("unknown field " + quoted(name), fields);
+      failAtLast("unknown field " + text::quoted(name), fields);
     }
     StatusExpectation expectation{field, port, {}, {}};
     expectation.timing.stays = skip("stays");
@@ -148,7 +146,7 @@ private:
     }
     const std::optional<std::int64_t> value = fieldValue(field, text);
     if (!value || (wanted.kind == WantedValue::Kind::INCREASE && *value < 0)) {
-      failAtLast(quoted(m_words[m_next - 1].text) + " is no value of " + field.name, accepted);
+      failAtLast(text::quoted(m_words[m_next - 1].text) + " is no value of " + field.name, accepted);
     }
     wanted.value = *value;
     if (wanted.kind == WantedValue::Kind::INCREASE && skip("or")) {
@@ -173,7 +171,7 @@ private:
     expectation.timing.stays = true;
     expectation.timing.messages = skip("for") ? takeMessages(MESSAGES_FORM) : 0;
     if (isMore()) {
-      fail(quoted(m_words[m_next].text) + " is too much", FOR_FORM);
+      fail(text::quoted(m_words[m_next].text) + " is too much", FOR_FORM);
     }
     return expectation;
   }
@@ -194,7 +192,7 @@ private:
       return;
     }
     if (!skip("within")) {
-      fail(quoted(m_words[m_next].text) + " is not understood here", WITHIN_FORM);
+      fail(text::quoted(m_words[m_next].text) + " is not understood here", WITHIN_FORM);
     }
     if (m_next + 1 < m_words.size()) {
       timing.messages = takeMessages(WITHIN_FORM);
@@ -205,9 +203,9 @@ private:
 
   // A number and the word "messages".
   unsigned takeMessages(const char* accepted) {
-    const std::optional<unsigned> count = numberFrom<unsigned>(take(accepted));
+    const std::optional<unsigned> count = text::numberFrom<unsigned>(take(accepted));
     if (!count || *count < 1 || *count > MOST_MESSAGES) {
-      failAtLast(quoted(m_words[m_next - 1].text) + " is no number of messages", MESSAGES_FORM);
+      failAtLast(text::quoted(m_words[m_next - 1].text) + " is no number of messages", MESSAGES_FORM);
     }
     if (!skip("messages") && !skip("message")) {
       fail("the word messages is missing", accepted);
@@ -216,17 +214,17 @@ private:
   }
 
   double takeSeconds(const char* accepted) {
-    const std::optional<double> seconds = numberFrom<double>(take(accepted));
+    const std::optional<double> seconds = text::numberFrom<double>(take(accepted));
     if (!seconds || !(*seconds >= LEAST_SECONDS && *seconds <= MOST_SECONDS)) {
-      failAtLast(quoted(m_words[m_next - 1].text) + " is no time", SECONDS_FORM);
+      failAtLast(text::quoted(m_words[m_next - 1].text) + " is no time", SECONDS_FORM);
     }
     return *seconds;
   }
 
   unsigned takeChipNumber(const char* what, unsigned most, const char* accepted) {
-    const std::optional<unsigned> number = prefixedNumberFrom<unsigned>(take(accepted));
+    const std::optional<unsigned> number = text::prefixedNumberFrom<unsigned>(take(accepted));
     if (!number || *number > most) {
-      failAtLast(quoted(m_words[m_next - 1].text) + " is no " + what, accepted);
+      failAtLast(text::quoted(m_words[m_next - 1].text) + " is no " + what, accepted);
     }
     return *number;
   }
@@ -234,7 +232,7 @@ private:
   const std::string& takeText(const char* accepted) {
     const std::string& text = take(accepted);
     if (!m_words[m_next - 1].quoted || text.empty()) {
-      failAtLast(quoted(text) + " is no text in quotes", accepted);
+      failAtLast(text::quoted(text) + " is no text in quotes", accepted);
     }
     return text;
   }
@@ -271,7 +269,7 @@ private:
   template <typename Action>
   Action last(Action action) {
     if (isMore()) {
-      fail(quoted(m_words[m_next].text) + " is too much", NOTHING_MORE);
+      fail(text::quoted(m_words[m_next].text) + " is too much", NOTHING_MORE);
     }
     return action;
   }

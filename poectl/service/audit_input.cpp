@@ -45,7 +45,7 @@ AuditInput askAuditInput() {
 std::uint32_t bankLimitFrom(const std::string& info) {
   const std::string label = "power_limit (this bank) = ";
   const std::string value = shown(info, label);
-  const std::optional<std::uint32_t> watts = numberFrom<std::uint32_t>(value);
+  const std::optional<std::uint32_t> watts = text::numberFrom<std::uint32_t>(value);
   if (!watts) {
     refuse(label, value);
   }

@@ -19,7 +19,7 @@ std::string valueOf(const std::string& report, const std::string& label) {
 }
 
 std::optional<std::uint32_t> numberOf(const std::string& report, const std::string& label) {
-  return numberFrom<std::uint32_t>(valueOf(report, label));
+  return text::numberFrom<std::uint32_t>(valueOf(report, label));
 }
 
 } // namespace

@@ -61,7 +61,7 @@ std::optional<std::int64_t> fieldValue(const StatusField& field, const std::stri
     }
     return {};
   }
-  return numberFrom<std::int64_t>(text);
+  return text::numberFrom<std::int64_t>(text);
 }
 
 std::string acceptedValues(const StatusField& field) {

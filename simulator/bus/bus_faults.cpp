@@ -1,6 +1,6 @@
 #include "simulator/bus/bus_faults.h"
 
-#include "simulator/card/hexadecimal.h"
+#include "text/text.h"
 
 bool BusFaults::fails(std::uint8_t address) {
   switch (m_kind) {
@@ -34,7 +34,7 @@ std::string BusFaults::text() const {
   case Kind::Every:
     return "every " + std::to_string(m_number);
   case Kind::Register:
-    return "register " + hexadecimal(m_number);
+    return "register " + text::hexadecimal(m_number);
   case Kind::None:
     break;
   }

@@ -1,10 +1,26 @@
 #include "simulator/bus/transfer_record.h"
 
-#include "simulator/card/hexadecimal.h"
+#include "text/text.h"
 
 #include <cerrno>
 #include <iomanip>
 #include <system_error>
+
+namespace {
+
+const char* markOf(ChipAccess access) {
+  switch (access) {
+  case ChipAccess::UnknownRegister:
+    return " unknown";
+  case ChipAccess::ReadOnlyWrite:
+    return " read-only";
+  case ChipAccess::Regular:
+    break;
+  }
+  return "";
+}
+
+} // namespace
 
 TransferRecord::TransferRecord(const std::string& path, bool withTimes)
     : m_file(path), m_withTimes(withTimes) {
@@ -16,19 +32,14 @@ TransferRecord::TransferRecord(const std::string& path, bool withTimes)
   m_file << std::fixed << std::setprecision(6);
 }
 
-void TransferRecord::read(std::chrono::nanoseconds at, std::uint8_t address, std::uint8_t value, bool done) {
-  beginLine(at, 'R', address);
-  m_file << (done ? hexadecimal(value) : "failed") << std::endl;
-}
-
-void TransferRecord::write(std::chrono::nanoseconds at, std::uint8_t address, std::uint8_t value, bool done) {
-  beginLine(at, 'W', address);
-  m_file << hexadecimal(value) << (done ? "" : " failed") << std::endl;
-}
-
-void TransferRecord::beginLine(std::chrono::nanoseconds at, char direction, std::uint8_t address) {
+void TransferRecord::add(std::chrono::nanoseconds at, const Transfer& transfer) {
+  const bool isRead = transfer.direction == Transfer::Direction::Read;
   if (m_withTimes) {
     m_file << std::chrono::duration<double>(at).count() << ' ';
   }
-  m_file << direction << ' ' << hexadecimal(address) << ' ';
+  m_file << (isRead ? "R " : "W ") << text::hexadecimal(transfer.address);
+  if (!isRead || transfer.done) {
+    m_file << ' ' << text::hexadecimal(transfer.value);
+  }
+  m_file << (transfer.done ? "" : " failed") << markOf(transfer.access) << std::endl;
 }

@@ -1,13 +1,11 @@
 #include "simulator/card/card_command.h"
 
 #include "simulator/card/card_report.h"
-#include "simulator/card/command_arguments.h"
-#include "simulator/card/hexadecimal.h"
-#include "simulator/card/quoted.h"
 #include "simulator/card/register_dump.h"
 #include "simulator/card/text_file.h"
+#include "text/text.h"
 
-#include <array>
+#include <cctype>
 #include <iterator>
 #include <sstream>
 #include <utility>
@@ -16,15 +14,16 @@ namespace {
 
 using Signature = ChipModel::Signature;
 
-constexpr double MOST_WATTS = 100.0;
-constexpr double COLDEST = -27.0; // what the chip's register can show
-constexpr double HOTTEST = 217.0;
-constexpr double MOST_VOLTS = 100.0;
-constexpr unsigned MOST_BANK = 15;
-constexpr unsigned MOST_TRANSFERS = 1'000'000;
-constexpr std::size_t LONGEST_DUMP = 65'536;
+constexpr double MAX_WATTS = 100.0;
+constexpr double MIN_DEGREES_C = -27.0; // what the chip's register can show
+constexpr double MAX_DEGREES_C = 217.0;
+constexpr double MAX_VOLTS = 100.0;
+constexpr unsigned MAX_BANK = 15;
+constexpr unsigned MAX_TRANSFERS = 1'000'000;
+constexpr double MAX_SECONDS = 1'000'000.0;
+constexpr std::size_t MAX_DUMP_BYTES = 65'536;
 
-// A command that changes the card has nothing to tell.
+// A command that changes the card only replies that it is done.
 template <typename Change>
 CardCommand changing(Change change) {
   const auto run = [change](Card& card) {
@@ -34,29 +33,22 @@ CardCommand changing(Change change) {
   return {run, false};
 }
 
-CardCommand telling(std::function<std::string(const Card&)> tell) {
-  return {std::move(tell), true};
+CardCommand describing(std::function<std::string(const Card&)> describe) {
+  return {std::move(describe), true};
 }
 
 CardCommand parsePlug(CommandArguments& arguments) {
-  static constexpr CommandArguments::Choices<Signature, 6> SIGNATURES = {
-      {{"good", Signature::Good},
-       {"short", Signature::Short},
-       {"capacitance", Signature::CapacitanceTooHigh},
-       {"low", Signature::ResistanceTooLow},
-       {"high", Signature::ResistanceTooHigh},
-       {"none", Signature::None}}};
   const unsigned port = arguments.port();
   ChipModel::Device device;
   while (arguments.more()) {
     if (arguments.takeKey("class=")) {
       device.pdClass = arguments.number("C", 0, 4);
     } else if (arguments.takeKey("watts=")) {
-      device.watts = arguments.decimal("W", 0.0, MOST_WATTS);
+      device.watts = arguments.decimal("W", 0.0, MAX_WATTS);
     } else if (arguments.takeKey("signature=")) {
-      device.signature = arguments.oneOf("S", SIGNATURES);
+      device.signature = arguments.oneOf("S", SIGNATURE_WORDS);
     } else {
-      arguments.fail(quoted(arguments.word("")) + " is not understood");
+      arguments.fail(text::quoted(arguments.word("")) + " is not understood");
     }
   }
   return changing([port, device](Card& card) { card.chip.plug(port, device); });
@@ -69,7 +61,7 @@ CardCommand parseUnplug(CommandArguments& arguments) {
 
 CardCommand parseDraw(CommandArguments& arguments) {
   const unsigned port = arguments.port();
-  const double watts = arguments.decimal("WATTS", 0.0, MOST_WATTS);
+  const double watts = arguments.decimal("WATTS", 0.0, MAX_WATTS);
   return changing([port, watts](Card& card) { card.chip.draw(port, watts); });
 }
 
@@ -79,12 +71,8 @@ CardCommand parseShort(CommandArguments& arguments) {
 }
 
 CardCommand parseFault(CommandArguments& arguments) {
-  static constexpr CommandArguments::Choices<ChipModel::Fault, 3> FAULTS = {
-      {{"fet", ChipModel::Fault::Fet},
-       {"overtemperature", ChipModel::Fault::OverTemperature},
-       {"none", ChipModel::Fault::None}}};
   const unsigned port = arguments.port();
-  const ChipModel::Fault fault = arguments.oneOf("FAULT", FAULTS);
+  const ChipModel::Fault fault = arguments.oneOf("FAULT", FAULT_WORDS);
   return changing([port, fault](Card& card) { card.chip.fault(port, fault); });
 }
 
@@ -94,23 +82,23 @@ CardCommand parseClassError(CommandArguments& arguments) {
 }
 
 CardCommand parseTemperature(CommandArguments& arguments) {
-  const double degrees = arguments.decimal("C", COLDEST, HOTTEST);
+  const double degrees = arguments.decimal("C", MIN_DEGREES_C, MAX_DEGREES_C);
   return changing([degrees](Card& card) { card.chip.temperature(degrees); });
 }
 
 CardCommand parseThermal(CommandArguments& arguments) {
-  static constexpr CommandArguments::Choices<bool, 2> SWITCH = {{{"on", true}, {"off", false}}};
+  static constexpr Words<bool, 2> SWITCH = {{{"on", true}, {"off", false}}};
   const bool shutDown = arguments.oneOf("SWITCH", SWITCH);
   return changing([shutDown](Card& card) { card.chip.thermalShutdown(shutDown); });
 }
 
 CardCommand parseSupply(CommandArguments& arguments) {
-  const double volts = arguments.decimal("VOLTS", 0.0, MOST_VOLTS);
+  const double volts = arguments.decimal("VOLTS", 0.0, MAX_VOLTS);
   return changing([volts](Card& card) { card.chip.supply(volts); });
 }
 
 CardCommand parseBank(CommandArguments& arguments) {
-  const unsigned bank = arguments.number("N", 0, MOST_BANK);
+  const unsigned bank = arguments.number("N", 0, MAX_BANK);
   return changing([bank](Card& card) { card.chip.activeBank(bank); });
 }
 
@@ -127,11 +115,11 @@ CardCommand parseBus(CommandArguments& arguments) {
     return changing([](Card& card) { card.bus.dead(); });
   }
   if (fault == "fail") {
-    const unsigned count = arguments.number("N", 1, MOST_TRANSFERS);
+    const unsigned count = arguments.number("N", 1, MAX_TRANSFERS);
     return changing([count](Card& card) { card.bus.next(count); });
   }
   if (fault == "every") {
-    const unsigned count = arguments.number("N", 1, MOST_TRANSFERS);
+    const unsigned count = arguments.number("N", 1, MAX_TRANSFERS);
     return changing([count](Card& card) { card.bus.every(count); });
   }
   if (fault == "register") {
@@ -142,10 +130,10 @@ CardCommand parseBus(CommandArguments& arguments) {
 }
 
 CardCommand parseReg(CommandArguments& arguments) {
-  const auto address = static_cast<std::uint8_t>(arguments.number("ADDR", 0, LAST_REGISTER));
+  const auto address = static_cast<std::uint8_t>(arguments.number("ADDR", 0, data_sheet::LAST_REGISTER));
   if (!arguments.more()) {
-    return telling([address](const Card& card) {
-      return hexadecimal(address) + " " + hexadecimal(card.chip.reg(address)) + "\n";
+    return describing([address](const Card& card) {
+      return text::hexadecimal(address) + " " + text::hexadecimal(card.chip.reg(address)) + "\n";
     });
   }
   const auto value = static_cast<std::uint8_t>(arguments.number("VALUE", 0, 0xFF));
@@ -153,7 +141,7 @@ CardCommand parseReg(CommandArguments& arguments) {
 }
 
 CardCommand parseDump(CommandArguments& /*arguments*/) {
-  return telling([](const Card& card) {
+  return describing([](const Card& card) {
     RegisterImage image;
     for (std::size_t address = 0; address < image.size(); ++address) {
       image.at(address) = card.chip.reg(static_cast<std::uint8_t>(address));
@@ -165,17 +153,17 @@ CardCommand parseDump(CommandArguments& /*arguments*/) {
 CardCommand parseLoad(CommandArguments& arguments) {
   const std::string file = arguments.word("FILE");
   try {
-    const RegisterImage image = readRegisterDump(readTextFile(file, LONGEST_DUMP));
+    const RegisterImage image = readRegisterDump(readTextFile(file, MAX_DUMP_BYTES));
     return changing([image](Card& card) { card.chip.load(image); });
   } catch (const RegisterDumpError& error) {
-    throw CardCommandError(quoted(file) + ", " + error.what());
+    throw CardCommandError(text::quoted(file) + ", " + error.what());
   } catch (const std::runtime_error& error) {
     throw CardCommandError(error.what());
   }
 }
 
 CardCommand parseShow(CommandArguments& /*arguments*/) {
-  return telling(cardReport);
+  return describing(cardReport);
 }
 
 CardCommand parseHelp(CommandArguments& arguments);
@@ -219,7 +207,7 @@ constexpr Word WORDS[] = {
 };
 
 CardCommand parseHelp(CommandArguments& /*arguments*/) {
-  return telling([](const Card& /*card*/) {
+  return describing([](const Card& /*card*/) {
     std::string text;
     for (const Word& word : WORDS) {
       text += std::string(word.accepted) + ": " + word.purpose + "\n";
@@ -244,7 +232,29 @@ CardCommand parseCardCommand(const std::string& line) {
       return command;
     }
   }
-  throw CardCommandError(quoted(name) + " is not understood; accepted are " + cardCommandNames());
+  throw CardCommandError(text::quoted(name) + " is not understood; accepted are " + cardCommandNames());
+}
+
+TimedCommand parseTimedCommand(const std::string& text) {
+  std::istringstream words(text);
+  std::string first;
+  words >> first;
+  std::chrono::nanoseconds at{0};
+  std::string line = text;
+  // No command begins with anything but a letter.
+  if (!first.empty() && std::isalpha(static_cast<unsigned char>(first.front())) == 0) {
+    CommandArguments time("at " + first, "[SECONDS] COMMAND with SECONDS 0 to 1000000");
+    const std::chrono::duration<double> seconds(time.decimal("SECONDS", 0.0, MAX_SECONDS));
+    at = std::chrono::round<std::chrono::nanoseconds>(seconds);
+    line.clear();
+    std::getline(words >> std::ws, line);
+  }
+  CardCommand command = parseCardCommand(line);
+  if (command.describes) {
+    throw CardCommandError("the reply to " + text::quoted(line) +
+                           " would be lost; accepted are the commands that change the card");
+  }
+  return {at, std::move(command)};
 }
 
 std::string cardCommandNames() {

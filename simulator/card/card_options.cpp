@@ -16,9 +16,9 @@ const char* const CARD_USAGE =
     "  --control PATH\n"
     "                a socket at PATH takes commands that change the card and tell about\n"
     "                it; COMMAND finds the path in POE_CARD_CONTROL\n"
-    "  --scenario FILE\n"
-    "                the commands in FILE, one a line, change the card before COMMAND\n"
-    "                starts and, behind a line wait SECONDS, while it runs\n"
+    "  --command '[SECONDS] WORDS'\n"
+    "                the words of a card command, as 'poectl card help' lists them,\n"
+    "                change the card SECONDS (0) after the start; may be repeated\n"
     "  --record FILE each transfer as a line: R or W, register, value or failed\n"
     "  --record-times\n"
     "                the seconds since the start in front of each of these lines\n"
@@ -38,12 +38,12 @@ const char* const CARD_USAGE =
 
 namespace {
 
-constexpr const char* ACCEPTED = "--plug, --scenario, --control, --record, --record-times, --stepped, "
+constexpr const char* ACCEPTED = "--plug, --command, --control, --record, --record-times, --stepped, "
                                  "--no-adapter, --absent, --log, --help, --version, then -- COMMAND";
 
 enum Option {
   PLUG = 1,
-  SCENARIO,
+  COMMAND,
   CONTROL,
   RECORD,
   RECORD_TIMES,
@@ -57,7 +57,7 @@ enum Option {
 
 constexpr option OPTIONS[] = {
     {"plug", required_argument, nullptr, PLUG},
-    {"scenario", required_argument, nullptr, SCENARIO},
+    {"command", required_argument, nullptr, COMMAND},
     {"control", required_argument, nullptr, CONTROL},
     {"record", required_argument, nullptr, RECORD},
     {"record-times", no_argument, nullptr, RECORD_TIMES},
@@ -76,12 +76,23 @@ bool takesNoValue(int found) {
   });
 }
 
-// The value is what follows the word plug.
-CardCommand parsePlug(const std::string& value) {
+TimedCommand parseCommand(const char* option, const std::string& command) {
   try {
-    return parseCardCommand("plug " + value);
+    return parseTimedCommand(command);
   } catch (const CardCommandError& error) {
-    throw UsageError(std::string("--plug: ") + error.what());
+    throw UsageError(std::string(option) + ": " + error.what());
+  }
+}
+
+// What an option whose value is missing needs.
+std::string neededBy(int found, const char* option) {
+  switch (found) {
+  case PLUG:
+    return "--plug needs 'PORT [class=C] [watts=W] [signature=S]'";
+  case COMMAND:
+    return "--command needs '[SECONDS] WORDS'";
+  default:
+    return std::string(option) + " needs the name of a file";
   }
 }
 
@@ -108,10 +119,10 @@ std::string notUnderstood(char** argv) {
 void take(int found, CardOptions* options) {
   switch (found) {
   case PLUG:
-    options->plugged.push_back(parsePlug(optarg));
+    options->commands.push_back(parseCommand("--plug", std::string("plug ") + optarg));
     break;
-  case SCENARIO:
-    options->scenarioFile = fileName("--scenario", optarg);
+  case COMMAND:
+    options->commands.push_back(parseCommand("--command", optarg));
     break;
   case CONTROL:
     options->controlPath = fileName("--control", optarg);
@@ -156,8 +167,7 @@ CardOptions parseCardOptions(int argc, char** argv) {
   for (int found = 0;
        !asksOnly(options) && (found = getopt_long(argc, argv, "+:", OPTIONS, nullptr)) != -1;) {
     if (found == ':') {
-      throw UsageError(optopt == PLUG ? "--plug needs 'PORT [class=C] [watts=W] [signature=S]'"
-                                      : std::string(argv[optind - 1]) + " needs the name of a file");
+      throw UsageError(neededBy(optopt, argv[optind - 1]));
     }
     if (found == '?') {
       throw UsageError(notUnderstood(argv));

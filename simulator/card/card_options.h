@@ -8,13 +8,12 @@
 #include <vector>
 
 struct CardOptions {
-  std::vector<CardCommand> plugged; // run before the command is started
+  std::vector<TimedCommand> commands; // of --plug and --command, in their order
   bool adapter = true;
   bool chipPresent = true;
   bool help = false;
   bool version = false;
-  std::string scenarioFile; // of these, empty: none
-  std::string controlPath;
+  std::string controlPath; // of these, empty: none
   std::string recordFile;
   bool recordTimes = false;
   bool stepped = false;

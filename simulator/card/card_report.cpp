@@ -1,48 +1,30 @@
 #include "simulator/card/card_report.h"
 
-#include "simulator/card/card_command.h"
+#include "simulator/chip/chip_words.h"
 
-#include <array>
 #include <sstream>
-
-namespace {
-
-const char* name(ChipModel::Signature signature) {
-  static constexpr std::array<const char*, 6> NAMES = {"none", "short", "capacitance", "low", "good", "high"};
-  return NAMES.at(static_cast<std::size_t>(signature));
-}
-
-const char* name(ChipModel::Phase phase) {
-  static constexpr std::array<const char*, 6> NAMES = {"off",         "detecting",  "classifying",
-                                                       "powering-up", "delivering", "waiting"};
-  return NAMES.at(static_cast<std::size_t>(phase));
-}
-
-const char* name(ChipModel::Fault fault) {
-  static constexpr std::array<const char*, 3> NAMES = {"none", "fet", "overtemperature"};
-  return NAMES.at(static_cast<std::size_t>(fault));
-}
-
-} // namespace
 
 std::string cardReport(const Card& card) {
   const ChipModel& chip = card.chip;
   std::ostringstream text;
   for (unsigned port = 0; port < ChipModel::PORTS; ++port) {
     const ChipModel::Device& device = chip.device(port);
-    text << "port " << port << ": device=" << name(device.signature) << " class=" << device.pdClass
-         << " watts=" << device.watts << " phase=" << name(chip.phase(port))
-         << " fault=" << name(chip.fault(port))
+    text << "port " << port << ": device=" << wordOf(device.signature, SIGNATURE_WORDS)
+         << " class=" << device.pdClass << " watts=" << device.watts
+         << " phase=" << wordOf(chip.phase(port), PHASE_WORDS)
+         << " fault=" << wordOf(chip.fault(port), FAULT_WORDS)
          << " class-error=" << (chip.classErrorPending(port) ? "pending" : "none") << "\n";
   }
   text << "supply=" << chip.supply() << "\n"
-       << "minimum-supply=" << chip.minimumSupply() << "\n";
-  text << "temperature=" << chip.temperature() << "\n"
+       << "minimum-supply=" << chip.minimumSupply() << "\n"
+       << "temperature=" << chip.temperature() << "\n"
        << "thermal=" << (chip.thermalShutdown() ? "on" : "off") << "\n"
        << "bank=" << chip.activeBank() << "\n"
        << "bank-limit=" << chip.bankLimit() << "\n"
-       << "consumption=" << unsigned{chip.reg(0x96)} << "\n"
+       << "consumption=" << chip.consumption() << "\n"
        << "present=" << (chip.present() ? "yes" : "no") << "\n"
-       << "bus=" << card.bus.text() << "\n";
+       << "bus=" << card.bus.text() << "\n"
+       << "unknown-registers=" << card.accesses.unknownRegisters() << "\n"
+       << "read-only-writes=" << card.accesses.readOnlyWrites() << "\n";
   return text.str();
 }

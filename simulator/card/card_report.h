@@ -1,9 +1,9 @@
 // The state of the simulated card as text.
 #pragma once
 
-#include <string>
+#include "simulator/card/card.h"
 
-struct Card;
+#include <string>
 
 // One line for each port, then one for each property of the chip and the bus, all
 // of key=value.

@@ -1,35 +1,11 @@
 #include "simulator/card/command_arguments.h"
 
-#include "simulator/card/card_command.h"
-#include "simulator/card/quoted.h"
+#include "text/number.h"
+#include "text/text.h"
 
-#include <charconv>
 #include <cstring>
 #include <iterator>
 #include <sstream>
-
-namespace {
-
-template <typename Number>
-bool parsed(const char* first, const char* last, Number* number, int base) {
-  const auto [stop, error] = std::from_chars(first, last, *number, base);
-  return error == std::errc() && stop == last;
-}
-
-bool parseNumber(const std::string& text, unsigned* number) {
-  const char* first = text.data();
-  const char* last = first + text.size();
-  const bool isHexadecimal = text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0X") == 0;
-  return isHexadecimal ? parsed(first + 2, last, number, 16) : parsed(first, last, number, 10);
-}
-
-bool parseDecimal(const std::string& text, double* number) {
-  const char* last = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), last, *number, std::chars_format::fixed);
-  return error == std::errc() && stop == last;
-}
-
-} // namespace
 
 CommandArguments::CommandArguments(const std::string& line, const char* accepted) : m_accepted(accepted) {
   std::istringstream words(line);
@@ -44,20 +20,20 @@ std::string CommandArguments::word(const char* what) {
 }
 
 unsigned CommandArguments::number(const char* what, unsigned least, unsigned most) {
-  unsigned value = 0;
-  if (!parseNumber(word(what), &value) || value < least || value > most) {
+  const auto value = text::prefixedNumberFrom<unsigned>(word(what));
+  if (!value || *value < least || *value > most) {
     wrong(what);
   }
-  return value;
+  return *value;
 }
 
 double CommandArguments::decimal(const char* what, double least, double most) {
-  double value = 0.0;
+  const auto value = text::numberFrom<double>(word(what));
   // Said in this way round, it is false for a NaN.
-  if (!parseDecimal(word(what), &value) || !(value >= least && value <= most)) {
+  if (!value || !(*value >= least && *value <= most)) {
     wrong(what);
   }
-  return value;
+  return *value;
 }
 
 bool CommandArguments::takeKey(const char* key) {
@@ -74,12 +50,12 @@ bool CommandArguments::takeKey(const char* key) {
 
 void CommandArguments::end() const {
   if (more()) {
-    fail(quoted(m_words.at(m_next)) + " is one word too many");
+    fail(text::quoted(m_words.at(m_next)) + " is one word too many");
   }
 }
 
 void CommandArguments::wrong(const char* what) const {
-  fail(quoted(m_key + m_words.at(m_next - 1)) + " is no " + m_key + what);
+  fail(text::quoted(m_key + m_words.at(m_next - 1)) + " is no " + m_key + what);
 }
 
 void CommandArguments::fail(const std::string& reason) const {

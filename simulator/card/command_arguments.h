@@ -1,12 +1,19 @@
-// The arguments of one command line, taken one after the other. One that is
-// missing or wrong throws CardCommandError, which tells what is accepted too.
+// The arguments of one command line, taken one after the other. One that is missing or wrong throws
+// CardCommandError.
 #pragma once
 
-#include <array>
+#include "simulator/chip/chip_words.h"
+
 #include <cstddef>
+#include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
+
+// In one line what is wrong with a command and what is accepted.
+class CardCommandError : public std::runtime_error {
+public:
+  using std::runtime_error::runtime_error;
+};
 
 class CommandArguments {
 public:
@@ -16,15 +23,13 @@ public:
   bool more() const { return m_next < m_words.size(); }
   // `what` is the argument's name in `accepted`.
   std::string word(const char* what);
-  // Decimal, or hexadecimal behind 0x.
+  // Decimal, or hexadecimal with the prefix 0x.
   unsigned number(const char* what, unsigned least, unsigned most);
   double decimal(const char* what, double least, double most);
-  unsigned port() { return number("PORT", 0, 3); }
+  unsigned port() { return number("PORT", 0, ChipModel::PORTS - 1); }
 
   template <typename Value, std::size_t COUNT>
-  using Choices = std::array<std::pair<const char*, Value>, COUNT>;
-  template <typename Value, std::size_t COUNT>
-  Value oneOf(const char* what, const Choices<Value, COUNT>& choices) {
+  Value oneOf(const char* what, const Words<Value, COUNT>& choices) {
     const std::string chosen = word(what);
     for (const auto& [name, value] : choices) {
       if (chosen == name) {
@@ -34,8 +39,8 @@ public:
     wrong(what);
   }
 
-  // If the next word begins with `key` (which ends in "="), the key is taken off
-  // and the rest is left for the next call of the above.
+  // If the next word begins with `key` (which ends in "="), the key is taken off and the rest is left for the
+  // next call of the above.
   bool takeKey(const char* key);
 
   void end() const;

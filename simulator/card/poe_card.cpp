@@ -2,11 +2,9 @@
 #include "simulator/bus/simulated_adapter.h"
 #include "simulator/bus/transfer_record.h"
 #include "simulator/card/card_options.h"
-#include "simulator/card/card_scenario.h"
 #include "simulator/card/child_process.h"
 #include "simulator/card/control_socket.h"
 #include "simulator/card/simulated_card.h"
-#include "simulator/card/text_file.h"
 
 #include <glib-unix.h>
 
@@ -30,7 +28,6 @@ namespace {
 
 constexpr int FAILED = 1;
 constexpr int WRONG_USAGE = 2;
-constexpr std::size_t LONGEST_SCENARIO = 1'048'576; // bytes
 constexpr const char* MOCK_LIBRARY = "libumockdev-preload.so.0";
 
 std::string variable(const char* name) {
@@ -115,23 +112,6 @@ std::unique_ptr<ControlSocket> controlSocket(const std::string& path, SimulatedC
   }
 }
 
-std::vector<ScenarioStep> scenarioOf(const std::string& file) {
-  if (file.empty()) {
-    return {};
-  }
-  std::string text;
-  try {
-    text = readTextFile(file, LONGEST_SCENARIO);
-  } catch (const std::runtime_error& error) {
-    throw UsageError(std::string("--scenario: ") + error.what());
-  }
-  try {
-    return parseScenario(text, file);
-  } catch (const CardCommandError& error) {
-    throw UsageError(error.what());
-  }
-}
-
 std::unique_ptr<TransferRecord> recordIn(const std::string& file, bool withTimes) {
   if (file.empty()) {
     return nullptr;
@@ -149,7 +129,6 @@ int run(const CardOptions& options) {
   if (!options.logFile.empty()) {
     environment = syslogCapture(options.logFile);
   }
-  const std::vector<ScenarioStep> scenario = scenarioOf(options.scenarioFile);
   SimulatedCard card(options.stepped ? SimulatedCard::Time::Stepped : SimulatedCard::Time::Real);
   const std::unique_ptr<ControlSocket> control = controlSocket(options.controlPath, card);
   if (control) {
@@ -157,10 +136,7 @@ int run(const CardOptions& options) {
   }
   card.record(recordIn(options.recordFile, options.recordTimes));
   card.setPresent(options.chipPresent);
-  for (const CardCommand& plug : options.plugged) {
-    card.run(plug);
-  }
-  card.follow(scenario);
+  card.schedule(options.commands);
   std::optional<SimulatedAdapter> adapter;
   if (options.adapter) {
     adapter.emplace(card);

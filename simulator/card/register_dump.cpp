@@ -1,6 +1,6 @@
 #include "simulator/card/register_dump.h"
 
-#include "simulator/card/quoted.h"
+#include "text/text.h"
 
 #include <sstream>
 
@@ -54,10 +54,10 @@ unsigned parseRowAddress(const std::string& text, unsigned line, unsigned least)
   const bool wellFormed = text.size() >= FIRST_CELL && digit(text[0]) >= 0 && text.compare(1, 3, "0: ") == 0;
   const unsigned row = wellFormed ? static_cast<unsigned>(digit(text[0])) : 0;
   if (least == ROWS) {
-    fail(line, quoted(text.substr(0, FIRST_CELL)) + " is no row", "is the end");
+    fail(line, text::quoted(text.substr(0, FIRST_CELL)) + " is no row", "is the end");
   }
   if (!wellFormed || row < least) {
-    fail(line, quoted(text.substr(0, FIRST_CELL)) + " is no row",
+    fail(line, text::quoted(text.substr(0, FIRST_CELL)) + " is no row",
          "are '" + hexDigits(COLUMNS * least) + ": ' to 'f0: ', each once and rising");
   }
   return COLUMNS * row;
@@ -71,13 +71,13 @@ void parseRow(const std::string& row, unsigned line, unsigned first, RegisterIma
     cell.resize(CELL, ' ');
     Value value;
     if (cell.back() != ' ' || !parseCell(cell.substr(0, CELL - 1), &value)) {
-      fail(line, quoted(cell) + " is no value of register " + hexDigits(first + column),
+      fail(line, text::quoted(cell) + " is no value of register " + hexDigits(first + column),
            "are two digits 0 to 9 and a to f, XX or blanks, and a blank");
     }
-    if (value && first + column > LAST_REGISTER) {
+    if (value && first + column > data_sheet::LAST_REGISTER) {
       fail(line, "there is no register " + hexDigits(first + column), "is XX or blanks above register ce");
     }
-    if (first + column <= LAST_REGISTER) {
+    if (first + column <= data_sheet::LAST_REGISTER) {
       image->at(first + column) = value;
     }
   }
@@ -92,7 +92,7 @@ std::string writeRegisterDump(const RegisterImage& image) {
     text += hexDigits(COLUMNS * row) + ": ";
     for (unsigned column = 0; column < COLUMNS; ++column) {
       const unsigned address = COLUMNS * row + column;
-      if (address <= LAST_REGISTER && image.at(address).has_value()) {
+      if (address <= data_sheet::LAST_REGISTER && image.at(address).has_value()) {
         text += hexDigits(*image.at(address)) + " ";
         characters += character(*image.at(address));
       } else {
@@ -110,7 +110,7 @@ RegisterImage readRegisterDump(const std::string& text) {
   std::string line;
   std::getline(lines, line);
   if (line.rfind(HEADING, 0) != 0) {
-    fail(1, quoted(line) + " is not the heading", "is '" + std::string(HEADING) + "'");
+    fail(1, text::quoted(line) + " is not the heading", "is '" + std::string(HEADING) + "'");
   }
   RegisterImage image;
   unsigned next = 0; // row

@@ -8,21 +8,26 @@ using std::chrono::nanoseconds;
 SimulatedCard::SimulatedCard(Time time) : m_time(time), m_start(Clock::now()) {}
 
 bool SimulatedCard::read(std::uint8_t address, std::uint8_t* value) {
-  const std::lock_guard<std::mutex> lock(m_mutex);
-  letTransferTimePass();
-  const bool done = !m_card.bus.fails(address) && m_card.chip.read(address, value);
-  if (m_record != nullptr) {
-    m_record->read(m_now, address, *value, done);
-  }
-  return done;
+  return transfer(Transfer::Direction::Read, address, value);
 }
 
 bool SimulatedCard::write(std::uint8_t address, std::uint8_t value) {
+  return transfer(Transfer::Direction::Write, address, &value);
+}
+
+bool SimulatedCard::transfer(Transfer::Direction direction, std::uint8_t address, std::uint8_t* value) {
+  const bool isRead = direction == Transfer::Direction::Read;
   const std::lock_guard<std::mutex> lock(m_mutex);
   letTransferTimePass();
-  const bool done = !m_card.bus.fails(address) && m_card.chip.write(address, value);
+  bool done = false;
+  ChipAccess access = ChipAccess::Regular;
+  if (!m_card.bus.fails(address) && m_card.chip.present()) {
+    done = isRead ? m_card.chip.read(address, value) : m_card.chip.write(address, *value);
+    access = isRead ? readOf(address) : writeOf(address);
+    m_card.accesses.count(access, address);
+  }
   if (m_record != nullptr) {
-    m_record->write(m_now, address, value, done);
+    m_record->add(m_now, {direction, address, *value, done, access});
   }
   return done;
 }
@@ -46,10 +51,12 @@ std::string SimulatedCard::answer(const std::string& line) {
   }
 }
 
-void SimulatedCard::follow(const std::vector<ScenarioStep>& scenario) {
+void SimulatedCard::schedule(std::vector<TimedCommand> commands) {
   const std::lock_guard<std::mutex> lock(m_mutex);
-  m_scenario = scenario;
-  m_nextStep = 0;
+  m_schedule = std::move(commands);
+  std::stable_sort(m_schedule.begin(), m_schedule.end(),
+                   [](const TimedCommand& one, const TimedCommand& other) { return one.at < other.at; });
+  m_nextCommand = 0;
   letTimePass();
 }
 
@@ -80,10 +87,10 @@ void SimulatedCard::advanceTo(nanoseconds time) {
     m_card.chip.advance(std::chrono::duration<double>(to - m_now).count());
     m_now = to;
   };
-  while (m_nextStep < m_scenario.size() && m_scenario.at(m_nextStep).at <= time) {
-    const ScenarioStep& step = m_scenario.at(m_nextStep++);
-    advance(std::max(m_now, step.at));
-    step.command.run(m_card);
+  while (m_nextCommand < m_schedule.size() && m_schedule.at(m_nextCommand).at <= time) {
+    const TimedCommand& due = m_schedule.at(m_nextCommand++);
+    advance(std::max(m_now, due.at));
+    due.command.run(m_card);
   }
   advance(time);
 }

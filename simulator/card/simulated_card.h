@@ -1,11 +1,9 @@
-// The simulated chip as the bus, the commands and the scenario share it: each
-// transfer and each command finds the chip as far as time has passed. May be used
-// from any thread.
+// The simulated chip as the bus and the commands share it: each transfer and each command finds the chip as
+// far as time has passed. May be used from any thread.
 #pragma once
 
 #include "simulator/bus/transfer_record.h"
 #include "simulator/card/card_command.h"
-#include "simulator/card/card_scenario.h"
 
 #include <chrono>
 #include <cstdint>
@@ -16,8 +14,8 @@
 
 class SimulatedCard {
 public:
-  // Real: as on the wall. Stepped: by STEP before each transfer and never else, so
-  // that the same transfers find the same chip.
+  // Real: the time of the machine. Stepped: each transfer first advances the time by STEP and nothing else
+  // does, so that the same transfers find the same chip.
   enum class Time { Real, Stepped };
   static constexpr std::chrono::milliseconds STEP{15};
 
@@ -34,10 +32,10 @@ public:
   std::string run(const CardCommand& command);
   // The same of a line: a line that is no command gives "error: " and why.
   std::string answer(const std::string& line);
-  // Takes the place of what is left of the scenario before. Steps that are due are
-  // run at once, the others when a transfer or a command finds their time passed: in
-  // between nobody can tell.
-  void follow(const std::vector<ScenarioStep>& scenario);
+  // Replaces what is left of an earlier schedule. Commands that are due run at once, in the order of their
+  // times and then of the list. The others run at their times; a transfer or a command that comes later finds
+  // them done.
+  void schedule(std::vector<TimedCommand> commands);
   // All transfers from now on.
   void record(std::unique_ptr<TransferRecord> record);
   // False: transfers are missing in the record.
@@ -46,6 +44,7 @@ public:
 private:
   using Clock = std::chrono::steady_clock;
 
+  bool transfer(Transfer::Direction direction, std::uint8_t address, std::uint8_t* value);
   void letTimePass();
   void letTransferTimePass();
   void advanceTo(std::chrono::nanoseconds time);
@@ -56,6 +55,6 @@ private:
   Card m_card;
   std::unique_ptr<TransferRecord> m_record; // may be null
   std::chrono::nanoseconds m_now{0};        // since the start; as far as the chip has come
-  std::vector<ScenarioStep> m_scenario;
-  std::size_t m_nextStep = 0;
+  std::vector<TimedCommand> m_schedule;     // by time
+  std::size_t m_nextCommand = 0;
 };

@@ -1,6 +1,6 @@
 #include "simulator/card/text_file.h"
 
-#include "simulator/card/quoted.h"
+#include "text/text.h"
 
 #include <array>
 #include <cerrno>
@@ -31,8 +31,8 @@ private:
 
 [[noreturn]] void failErrno(const std::string& path) {
   const int error = errno;
-  throw std::runtime_error("cannot read " + quoted(path) + ": " + std::generic_category().message(error) +
-                           "; accepted is a file that can be read");
+  throw std::runtime_error("cannot read " + text::quoted(path) + ": " +
+                           std::generic_category().message(error) + "; accepted is a file that can be read");
 }
 
 } // namespace
@@ -45,7 +45,7 @@ std::string readTextFile(const std::string& path, std::size_t most) {
     failErrno(path);
   }
   if (!S_ISREG(status.st_mode)) {
-    throw std::runtime_error(quoted(path) + " is no file; accepted is a regular file");
+    throw std::runtime_error(text::quoted(path) + " is no file; accepted is a regular file");
   }
   std::string text;
   std::array<char, 4096> part{};
@@ -55,7 +55,7 @@ std::string readTextFile(const std::string& path, std::size_t most) {
     }
     text.append(part.data(), static_cast<std::size_t>(got));
     if (text.size() > most) {
-      throw std::runtime_error(quoted(path) + " is too long; accepted are " + std::to_string(most) +
+      throw std::runtime_error(text::quoted(path) + " is too long; accepted are " + std::to_string(most) +
                                " bytes");
     }
   }

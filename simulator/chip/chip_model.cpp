@@ -14,7 +14,7 @@ ChipModel::ChipModel() {
 }
 
 bool ChipModel::read(std::uint8_t address, std::uint8_t* value) const {
-  if (!m_present || address > LAST_REGISTER) {
+  if (!m_present || address > data_sheet::LAST_REGISTER) {
     return false;
   }
   *value = reg(address);
@@ -22,18 +22,17 @@ bool ChipModel::read(std::uint8_t address, std::uint8_t* value) const {
 }
 
 bool ChipModel::write(std::uint8_t address, std::uint8_t value) {
-  if (!m_present || address > LAST_REGISTER) {
+  if (!m_present || address > data_sheet::LAST_REGISTER) {
     return false;
   }
-  const RegisterFamily* family = findRegister(address);
-  if (family == nullptr || family->access == RegisterFamily::Access::ReadWrite) {
+  const data_sheet::Register* found = data_sheet::registerAt(address);
+  if (found == nullptr || found->access == data_sheet::Access::ReadWrite) {
     setReg(address, value);
   }
-  if (address == 0x1A) {
-    for (unsigned port = 0; port < PORTS; ++port) {
-      if ((unsigned{value} >> port & 1) != 0) {
-        switchOff(port);
-      }
+  for (unsigned port = 0; port < PORTS; ++port) {
+    const data_sheet::Field<bool> reset = data_sheet::RESET.of(port);
+    if (address == reset.address && reset.in(value)) {
+      switchOff(port);
     }
   }
   settle();
@@ -43,14 +42,14 @@ bool ChipModel::write(std::uint8_t address, std::uint8_t value) {
 void ChipModel::plug(unsigned port, const Device& device) {
   Port& p = m_ports.at(port);
   if (p.phase == Phase::Delivering) {
-    count(device.signature == Signature::Short ? Event::Short : Event::UnderLoad, port);
+    count(device.signature == Signature::Short ? data_sheet::SHORT_COUNT : data_sheet::UNDERLOAD_COUNT, port);
   }
   p.device = device;
   restart(port);
 }
 
 void ChipModel::unplug(unsigned port) {
-  plug(port, {Signature::None, 0, 0.0});
+  plug(port, {Signature::OpenCircuit, 0, 0.0});
 }
 
 void ChipModel::draw(unsigned port, double watts) {
@@ -63,9 +62,9 @@ void ChipModel::draw(unsigned port, double watts) {
 }
 
 void ChipModel::powerCycle() {
-  for (unsigned address = 0; address <= LAST_REGISTER; ++address) {
-    const RegisterFamily* family = findRegister(static_cast<std::uint8_t>(address));
-    m_registers.at(address) = family == nullptr ? std::uint8_t{0} : family->powerOn;
+  for (unsigned address = 0; address < m_registers.size(); ++address) {
+    const data_sheet::Register* found = data_sheet::registerAt(static_cast<std::uint8_t>(address));
+    m_registers.at(address) = found == nullptr ? std::uint8_t{0} : found->powerOn;
   }
   for (Port& port : m_ports) {
     port.phase = Phase::Off;
@@ -102,21 +101,17 @@ void ChipModel::advance(double seconds) {
   }
 }
 
-unsigned ChipModel::field(unsigned address, unsigned mask, unsigned shift) const {
-  return unsigned{m_registers.at(address)} >> shift & mask;
+unsigned ChipModel::get(const data_sheet::Word& word) const {
+  return (m_registers.at(word.low) + 256U * m_registers.at(word.high)) & word.mask;
 }
 
-void ChipModel::setField(unsigned address, unsigned mask, unsigned shift, unsigned value) {
-  std::uint8_t& image = m_registers.at(address);
-  image = static_cast<std::uint8_t>((image & ~(mask << shift)) | ((value & mask) << shift));
+void ChipModel::set(const data_sheet::Word& word, unsigned value) {
+  m_registers.at(word.low) = static_cast<std::uint8_t>(value & 0xFF);
+  m_registers.at(word.high) = static_cast<std::uint8_t>(value >> 8 & 0xFF);
 }
 
-// Words lie low byte first.
-void ChipModel::setWord(unsigned address, unsigned value) {
-  m_registers.at(address) = static_cast<std::uint8_t>(value & 0xFF);
-  m_registers.at(address + 1) = static_cast<std::uint8_t>(value >> 8 & 0xFF);
-}
-
-unsigned ChipModel::word(unsigned address) const {
-  return m_registers.at(address) + 256U * m_registers.at(address + 1);
+// What the port's voltage and current registers show.
+double ChipModel::shownWatts(unsigned port) const {
+  const data_sheet::Word current = data_sheet::PORT_CURRENT.of(port);
+  return measured(data_sheet::PORT_VOLTAGE.of(port)) * get(current) * current.unit;
 }

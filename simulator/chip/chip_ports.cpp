@@ -1,54 +1,34 @@
-// The life of a port: detection, classification, power-up, delivery, and what
-// its registers show of it.
+// The phases of a port: detection, classification, power-up, delivery, error delay, and what its registers
+// show.
 #include "simulator/chip/chip_model.h"
-#include "simulator/chip/chip_units.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace {
 
+using data_sheet::Classification;
+using data_sheet::Detection;
+
 constexpr std::int64_t MILLISECOND = 1'000'000;
 constexpr std::int64_t DETECTION_TIME = 150 * MILLISECOND;
 constexpr std::int64_t CLASSIFICATION_TIME = 100 * MILLISECOND;
 constexpr std::int64_t POWER_UP_TIME = 50 * MILLISECOND;
-constexpr std::int64_t RETRY_TIME = 1000 * MILLISECOND;
+constexpr std::int64_t ERROR_DELAY = 1000 * MILLISECOND;
 
-constexpr unsigned MOST_UNITS = 0xFFFF;
-
-constexpr unsigned DETECTION_OPEN = 6;
-constexpr unsigned DETECTION_GOOD = 4;
-constexpr unsigned CLASS_OVERCURRENT = 7;
-
-unsigned detectionCode(ChipModel::Signature signature) {
-  switch (signature) {
-  case ChipModel::Signature::Short:
-    return 1;
-  case ChipModel::Signature::CapacitanceTooHigh:
-    return 2;
-  case ChipModel::Signature::ResistanceTooLow:
-    return 3;
-  case ChipModel::Signature::Good:
-    return DETECTION_GOOD;
-  case ChipModel::Signature::ResistanceTooHigh:
-    return 5;
-  case ChipModel::Signature::None:
-    break;
-  }
-  return DETECTION_OPEN;
-}
+constexpr unsigned MAX_WORD = 0xFFFF;
 
 // Code 0 means that the class is not known, so class 0 has a code of its own.
-unsigned classCode(unsigned pdClass) {
-  return pdClass == 0 ? 6 : pdClass;
+Classification classificationOf(unsigned pdClass) {
+  return pdClass == 0 ? Classification::Class0 : static_cast<Classification>(pdClass);
 }
 
 } // namespace
 
 bool ChipModel::switchedOn(unsigned port) const {
-  const bool automatic = field(0x12, 3, 2 * port) == 3;
-  const bool detects = field(0x14, 1, port) != 0;
-  const bool classifies = field(0x14, 1, port + 4) != 0;
+  const bool automatic = get(data_sheet::PORT_MODE.of(port)) == data_sheet::PortMode::Automatic;
+  const bool detects = get(data_sheet::DETECTION_ENABLED.of(port));
+  const bool classifies = get(data_sheet::CLASSIFICATION_ENABLED.of(port));
   const bool healthy = !m_thermalShutdown && supplied() && m_ports.at(port).fault == Fault::None;
   return automatic && detects && classifies && healthy;
 }
@@ -80,8 +60,8 @@ void ChipModel::enter(unsigned port, Phase phase) {
   case Phase::PoweringUp:
     p.left = POWER_UP_TIME;
     break;
-  case Phase::Waiting:
-    p.left = RETRY_TIME;
+  case Phase::ErrorDelay:
+    p.left = ERROR_DELAY;
     break;
   case Phase::Off:
   case Phase::Delivering:
@@ -105,11 +85,11 @@ void ChipModel::endPhase(unsigned port) {
     if (grant(port)) {
       enter(port, Phase::Delivering);
     } else {
-      count(Event::PowerDenied, port);
-      enter(port, Phase::Waiting);
+      count(data_sheet::POWER_DENIED_COUNT, port);
+      enter(port, Phase::ErrorDelay);
     }
     break;
-  case Phase::Waiting:
+  case Phase::ErrorDelay:
     enter(port, Phase::Detecting);
     break;
   case Phase::Off:
@@ -119,19 +99,18 @@ void ChipModel::endPhase(unsigned port) {
 }
 
 void ChipModel::endDetection(unsigned port) {
-  const Signature signature = m_ports.at(port).device.signature;
-  const unsigned code = detectionCode(signature);
-  if (signature == Signature::Good) {
-    // A port that is tried again keeps showing the class it had until then.
-    publishDetection(port, code, field(0x0C + port, 7, 4), false);
+  const Signature found = m_ports.at(port).device.signature;
+  if (found == Signature::Good) {
+    // A port that is tried again keeps showing its last class meanwhile.
+    publishDetection(port, found, get(data_sheet::CLASSIFICATION.of(port)), false);
     enter(port, Phase::Classifying);
-  } else if (signature == Signature::None) {
-    publishDetection(port, code, 0, false);
+  } else if (found == Signature::OpenCircuit) {
+    publishDetection(port, found, Classification::Unknown, false);
     enter(port, Phase::Detecting);
   } else {
-    publishDetection(port, code, 0, true);
-    count(Event::InvalidSignature, port);
-    enter(port, Phase::Waiting);
+    publishDetection(port, found, Classification::Unknown, true);
+    count(data_sheet::INVALID_SIGNATURE_COUNT, port);
+    enter(port, Phase::ErrorDelay);
   }
 }
 
@@ -139,18 +118,18 @@ void ChipModel::endClassification(unsigned port) {
   Port& p = m_ports.at(port);
   if (p.classErrorPending) {
     p.classErrorPending = false;
-    publishDetection(port, DETECTION_GOOD, CLASS_OVERCURRENT, false);
-    count(Event::ClassError, port);
-    enter(port, Phase::Waiting);
+    publishDetection(port, Detection::Good, Classification::Overcurrent, false);
+    count(data_sheet::CLASS_ERROR_COUNT, port);
+    enter(port, Phase::ErrorDelay);
   } else {
-    publishDetection(port, DETECTION_GOOD, classCode(p.device.pdClass), false);
+    publishDetection(port, Detection::Good, classificationOf(p.device.pdClass), false);
     enter(port, Phase::PoweringUp);
   }
 }
 
 void ChipModel::switchOff(unsigned port) {
   enter(port, Phase::Off);
-  publishDetection(port, 0, 0, false);
+  publishDetection(port, Detection::Unknown, Classification::Unknown, false);
 }
 
 // Another device, or none, on the port's wires.
@@ -158,42 +137,40 @@ void ChipModel::restart(unsigned port) {
   if (m_ports.at(port).phase == Phase::Off) {
     return;
   }
-  const bool empty = m_ports.at(port).device.signature == Signature::None;
-  publishDetection(port, empty ? DETECTION_OPEN : 0, 0, false);
+  const bool empty = m_ports.at(port).device.signature == Signature::OpenCircuit;
+  publishDetection(port, empty ? Detection::OpenCircuit : Detection::Unknown, Classification::Unknown, false);
   enter(port, Phase::Detecting);
 }
 
-void ChipModel::count(Event event, unsigned port) {
-  const auto address = static_cast<unsigned>(event);
-  setField(address, 3, 2 * port, field(address, 3, 2 * port) + 1);
+void ChipModel::count(const EventCount& events, unsigned port) {
+  set(events.of(port), get(events.of(port)) + 1);
 }
 
-void ChipModel::publishDetection(unsigned port, unsigned detection, unsigned code, bool failed) {
-  setField(0x0C + port, 7, 0, detection);
-  setField(0x0C + port, 7, 4, code);
-  setField(0x75 + port / 2, 1, 4 * (port % 2) + 3, failed ? 1 : 0);
+void ChipModel::publishDetection(unsigned port, Detection detection, Classification classification,
+                                 bool failed) {
+  set(data_sheet::DETECTION.of(port), detection);
+  set(data_sheet::CLASSIFICATION.of(port), classification);
+  set(data_sheet::DETECTION_FAILED.of(port), failed);
 }
 
 // The power registers follow from voltage and current as they are shown.
 void ChipModel::publishPower(unsigned port) {
   const Port& p = m_ports.at(port);
   const bool on = p.phase == Phase::Delivering;
-  const unsigned voltage = on ? word(0x71) : 0;
-  const double volts = voltage * VOLTS_PER_UNIT;
+  set(data_sheet::POWER_ENABLED.of(port), on);
+  set(data_sheet::POWER_GOOD.of(port), on);
+
+  const unsigned voltage = on ? get(data_sheet::MAIN_VOLTAGE) : 0;
+  const double volts = voltage * data_sheet::VOLTS_PER_UNIT;
   const double amps = volts > 0.0 ? p.device.watts / volts : 0.0;
-  setField(0x10, 1, port, on ? 1 : 0);
-  setField(0x10, 1, port + 4, on ? 1 : 0);
-  const auto current = static_cast<unsigned>(std::lround(amps / AMPS_PER_UNIT));
-  setWord(0x30 + 4 * port, std::min(current, MOST_UNITS));
-  setWord(0x32 + 4 * port, voltage);
+  const auto current = static_cast<unsigned>(std::lround(amps / data_sheet::AMPS_PER_UNIT));
+  set(data_sheet::PORT_VOLTAGE.of(port), voltage);
+  set(data_sheet::PORT_CURRENT.of(port), std::min(current, MAX_WORD));
+  set(data_sheet::CONSUMPTION_W.of(port), static_cast<unsigned>(std::lround(shownWatts(port))));
 
   double total = 0.0;
   for (unsigned i = 0; i < PORTS; ++i) {
-    const double watts = word(0x32 + 4 * i) * VOLTS_PER_UNIT * word(0x30 + 4 * i) * AMPS_PER_UNIT;
-    if (i == port) {
-      setField(0x92 + i, 0xFF, 0, static_cast<unsigned>(std::lround(watts)));
-    }
-    total += watts;
+    total += shownWatts(i);
   }
-  setField(0x96, 0xFF, 0, static_cast<unsigned>(std::lround(total)));
+  set(data_sheet::TOTAL_CONSUMPTION_W, static_cast<unsigned>(std::lround(total)));
 }

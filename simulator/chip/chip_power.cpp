@@ -1,38 +1,28 @@
-// Power management: who may be powered, and who is cut.
+// Power management: which ports may be powered, and which lose their power to load shedding.
 #include "simulator/chip/chip_model.h"
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
-constexpr double ORDINARY_WATTS = 15.4;
-constexpr double HIGH_POWER_WATTS = 36.0;
+constexpr std::array<double, 5> CLASS_WATTS = {15.4, 4.0, 7.0, 15.4, 15.4};
+constexpr double HIGH_POWER_WATTS = 36.0; // class 4 with high power enabled
 constexpr unsigned LOWEST_PRIORITY = 3;
 
 } // namespace
 
 // What the port may draw by its class and its own limit.
 double ChipModel::allowance(unsigned port) const {
-  double byClass = ORDINARY_WATTS;
-  switch (m_ports.at(port).device.pdClass) {
-  case 1:
-    byClass = 4.0;
-    break;
-  case 2:
-    byClass = 7.0;
-    break;
-  case 4:
-    byClass = field(0x44, 1, port) != 0 ? HIGH_POWER_WATTS : ORDINARY_WATTS;
-    break;
-  default:
-    break;
-  }
-  const double byLimit = field(0x81 + port, 0x3F, 0);
+  const unsigned pdClass = m_ports.at(port).device.pdClass;
+  const bool highPower = pdClass == 4 && get(data_sheet::HIGH_POWER_ENABLED.of(port));
+  const double byClass = highPower ? HIGH_POWER_WATTS : CLASS_WATTS.at(pdClass);
+  const double byLimit = get(data_sheet::PORT_LIMIT_W.of(port));
   return std::min(byClass, byLimit);
 }
 
 double ChipModel::bankLimit() const {
-  return field(0x89 + (activeBank() & 7), 0xFF, 0);
+  return get(data_sheet::bankLimitW(activeBank()));
 }
 
 // Of the ports with this priority or a higher one.
@@ -49,18 +39,18 @@ double ChipModel::delivered(unsigned leastPriority) const {
 
 // 0 is the most important.
 unsigned ChipModel::priority(unsigned port) const {
-  return field(0x80, 3, 2 * port);
+  return get(data_sheet::PRIORITY.of(port));
 }
 
-// Whether the port may be powered. Ports of a lower priority are cut for it, if that
-// makes enough room.
+// Whether the port may be powered. Ports of a lower priority are shed for it, if that makes enough
+// room.
 bool ChipModel::grant(unsigned port) {
   const double watts = m_ports.at(port).device.watts;
   if (watts > allowance(port) || delivered(priority(port)) + watts > bankLimit()) {
     return false;
   }
   while (delivered(LOWEST_PRIORITY) + watts > bankLimit()) {
-    cutLeastImportant();
+    shedLeastImportant();
   }
   return true;
 }
@@ -69,17 +59,17 @@ void ChipModel::enforceLimits() {
   for (unsigned port = 0; port < PORTS; ++port) {
     const Port& p = m_ports.at(port);
     if (p.phase == Phase::Delivering && p.device.watts > allowance(port)) {
-      count(Event::Overload, port);
-      enter(port, Phase::Waiting);
+      count(data_sheet::OVERLOAD_COUNT, port);
+      enter(port, Phase::ErrorDelay);
     }
   }
   while (delivered(LOWEST_PRIORITY) > bankLimit()) {
-    cutLeastImportant();
+    shedLeastImportant();
   }
 }
 
 // At least one port delivers.
-void ChipModel::cutLeastImportant() {
+void ChipModel::shedLeastImportant() {
   unsigned least = PORTS;
   for (unsigned port = 0; port < PORTS; ++port) {
     if (m_ports.at(port).phase == Phase::Delivering &&
@@ -87,6 +77,6 @@ void ChipModel::cutLeastImportant() {
       least = port;
     }
   }
-  count(Event::PowerDenied, least);
-  enter(least, Phase::Waiting);
+  count(data_sheet::POWER_DENIED_COUNT, least);
+  enter(least, Phase::ErrorDelay);
 }

@@ -3,7 +3,7 @@
 // Its registers agree with each other and with what is plugged after every step, and a twin for which the
 // same time passes in smaller pieces is never told apart from it.
 #include "simulator/bus/bus_faults.h"
-#include "simulator/chip/chip_model.h"
+#include "simulator/chip/chip_words.h"
 #include "tests/fuzz/fuzz_target.h"
 
 #include <array>
@@ -14,7 +14,7 @@ namespace {
 using Phase = ChipModel::Phase;
 using Signature = ChipModel::Signature;
 
-constexpr unsigned MOST_STEPS = 500;
+constexpr unsigned MAX_STEPS = 500;
 
 class ChipWalk {
 public:
@@ -24,7 +24,7 @@ public:
     if (m_data.ConsumeBool()) {
       deliverOnEveryPort();
     }
-    for (unsigned step = 0; step < MOST_STEPS && m_data.remaining_bytes() > 0; step++) {
+    for (unsigned step = 0; step < MAX_STEPS && m_data.remaining_bytes() > 0; step++) {
       m_watch.rememberCounters(m_chip);
       doSomething();
       expectTwin();
@@ -152,7 +152,7 @@ private:
 
   void plug(unsigned port) {
     ChipModel::Device device;
-    device.signature = m_data.ConsumeBool() ? Signature::Good : static_cast<Signature>(below(6));
+    device.signature = m_data.ConsumeBool() ? Signature::Good : SIGNATURE_WORDS.at(below(6)).second;
     device.pdClass = below(5);
     device.watts = upTo(40.0);
     both([&](ChipModel& chip) { chip.plug(port, device); });
@@ -216,10 +216,10 @@ private:
     m_watch.reset();
     RegisterImage image;
     for (unsigned count = below(16); count > 0; count--) {
-      const unsigned address = below(LAST_REGISTER + 1U);
+      const unsigned address = below(data_sheet::LAST_REGISTER + 1U);
       image.at(address) = byte();
     }
-    const auto address = static_cast<std::uint8_t>(below(LAST_REGISTER + 1U));
+    const auto address = static_cast<std::uint8_t>(below(data_sheet::LAST_REGISTER + 1U));
     const std::uint8_t value = byte();
     const bool loads = m_data.ConsumeBool();
     both([&](ChipModel& chip) { loads ? chip.load(image) : chip.setReg(address, value); });
@@ -240,10 +240,11 @@ private:
 
   void expectTwin() const {
     unsigned address = 0;
-    while (address <= LAST_REGISTER && reg(address) == m_twin.reg(static_cast<std::uint8_t>(address))) {
+    while (address <= data_sheet::LAST_REGISTER &&
+           reg(address) == m_twin.reg(static_cast<std::uint8_t>(address))) {
       address++;
     }
-    EXPECT_GT(address, LAST_REGISTER) << "the twin's register is another";
+    EXPECT_GT(address, data_sheet::LAST_REGISTER) << "the twin's register is another";
     for (unsigned port = 0; port < ChipModel::PORTS; port++) {
       EXPECT_EQ(m_chip.phase(port), m_twin.phase(port)) << "port " << port;
     }
@@ -265,6 +266,7 @@ private:
       EXPECT_EQ(reg(0x10) >> port & 0x11, delivers ? 0x11U : 0U) << "port " << port;
       EXPECT_EQ(volts > 0.0, delivers) << "port " << port;
       if (delivers) {
+        EXPECT_NEAR(watts, m_chip.device(port).watts, 0.01) << "port " << port;
         expectDelivery(port);
       }
     }

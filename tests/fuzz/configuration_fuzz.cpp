@@ -5,7 +5,7 @@
 // A short message is completed by what the one before has left in the buffer. After each cycle without a
 // failed transfer the chip holds the configuration that was sent last, and the status message agrees with
 // both.
-#include "simulator/chip/chip_model.h"
+#include "simulator/chip/chip_words.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/worker_thread.h"
 #include "tests/support/doubles/i2c_bus.h"
@@ -163,7 +163,7 @@ private:
     const unsigned port = m_data.ConsumeIntegralInRange(0U, POE_PORTS - 1);
     switch (m_data.ConsumeIntegralInRange(0, 7)) {
     case 0:
-      chip.plug(port, {static_cast<ChipModel::Signature>(m_data.ConsumeIntegralInRange(0, 5)),
+      chip.plug(port, {SIGNATURE_WORDS.at(m_data.ConsumeIntegralInRange(0U, 5U)).second,
                        m_data.ConsumeIntegralInRange(0U, 4U), m_data.ConsumeFloatingPointInRange(0.0, 40.0)});
       break;
     case 1:

@@ -1,6 +1,6 @@
 #include "tests/faults/power/stepped_card.h"
 
-#include "simulator/card/hexadecimal.h"
+#include "text/text.h"
 
 namespace {
 
@@ -14,7 +14,7 @@ bool SteppedCard::read(std::uint8_t reg, std::uint8_t* value) {
 
 bool SteppedCard::write(std::uint8_t reg, std::uint8_t value) {
   const bool isGood = isMade() && m_chip.write(reg, value);
-  note(hexadecimal(reg));
+  note(text::hexadecimal(reg));
   return isGood;
 }
 

@@ -1,5 +1,7 @@
 #include "tests/support/model/random_card.h"
 
+#include "simulator/chip/chip_words.h"
+
 #include <utility>
 
 namespace {
@@ -97,7 +99,7 @@ bool RandomCard::takeCounted(Events* events) {
 
 void RandomCard::disturbPort(unsigned port) {
   if (once(12)) {
-    const auto signature = once(5) ? static_cast<ChipModel::Signature>(below(6)) : ChipModel::Signature::Good;
+    const auto signature = once(5) ? SIGNATURE_WORDS.at(below(6)).second : ChipModel::Signature::Good;
     m_chip.plug(port, {signature, below(5), 1.0 + below(30)});
   } else if (once(25)) {
     m_chip.unplug(port);

@@ -2,7 +2,6 @@
 #include "card_process.h"
 #include "tests/support/process/temporary_directory.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
 
 namespace {
@@ -29,13 +28,11 @@ TEST(I2cTools, I2csetWritesARegister) {
 TEST(I2cTools, ADumpOfOneCardIsLoadedIntoAnother) {
   const TemporaryDirectory directory;
   const std::string dump = (directory.path() / "card.txt").string();
-  const std::string scenario = (directory.path() / "load.card").string();
-  std::ofstream(scenario) << "load " << dump << "\n";
   const CardResult first =
       runCard({"--plug", "1 class=4 watts=22", "--", "sh", "-c",
                std::string(I2CSET) + " -y 0 0x20 0x8A 0x64 && " + I2CDUMP + " -y 0 0x20 b >" + dump});
   EXPECT_EQ(first.status, 0) << first.err;
-  const CardResult second = runCard({"--scenario", scenario, "--", I2CGET, "-y", "0", "0x20", "0x8A"});
+  const CardResult second = runCard({"--command", "load " + dump, "--", I2CGET, "-y", "0", "0x20", "0x8A"});
   EXPECT_EQ(second.out, "0x64\n");
   EXPECT_EQ(second.err, "");
   EXPECT_EQ(second.status, 0);

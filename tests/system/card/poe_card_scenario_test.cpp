@@ -1,6 +1,7 @@
-// Scenario, record, register images and stepped time, as a command finds them.
+// Timed commands, record, register images and stepped time, as a program finds them.
 #include "card_process.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 
 namespace {
@@ -23,56 +24,44 @@ private:
   TemporaryDirectory m_directory;
 };
 
-TEST_F(PoeCardFiles, ScenarioChangesTheCardBeforeTheCommandStarts) {
-  const std::string scenario = write("scenario", "# the world\nreg 0x20 0x33\nbus register 0x21\n");
-  EXPECT_EQ(runProbe({"--scenario", scenario}, {"read:0x20", "read:0x21", "read:0x20"}).out,
+TEST_F(PoeCardFiles, CommandWithoutATimeChangesTheCardBeforeTheProgramStarts) {
+  EXPECT_EQ(runProbe({"--command", "reg 0x20 0x33", "--command", "bus register 0x21"},
+                     {"read:0x20", "read:0x21", "read:0x20"})
+                .out,
             "ok\nok\n0x33\nNo such device or address\n0x33\n");
 }
 
-TEST_F(PoeCardFiles, ScenarioComesAfterThePlugs) {
-  const std::string scenario = write("scenario", "unplug 0\n");
-  EXPECT_EQ(runProbe({"--stepped", "--scenario", scenario, "--plug", "0", "--plug", "1"},
+TEST_F(PoeCardFiles, CommandsAndPlugsComeInTheirOrder) {
+  EXPECT_EQ(runProbe({"--stepped", "--plug", "0", "--command", "unplug 0", "--plug", "1"},
                      {"write:0x12:0xFF", "write:0x14:0xFF", "await:0x0D:0x64", "read:0x0C"})
                 .out,
             "ok\nok\nok\nok\n0x64\n0x06\n");
 }
 
-TEST_F(PoeCardFiles, ScenarioGoesOnWhileTheCommandRuns) {
-  const std::string scenario = write("scenario", "reg 0x20 1\nwait 0.3\nreg 0x20 2\nwait 0.3\nreg 0x20 3\n");
-  EXPECT_EQ(runProbe({"--scenario", scenario}, {"await:0x20:2", "await:0x20:3"}).out, "ok\nok\n0x02\n0x03\n");
+TEST_F(PoeCardFiles, CommandWithATimeChangesTheCardWhileTheProgramRuns) {
+  EXPECT_EQ(
+      runProbe({"--command", "0.4 reg 0x20 3", "--command", "0.2 reg 0x20 2", "--command", "reg 0x20 1"},
+               {"await:0x20:2", "await:0x20:3"})
+          .out,
+      "ok\nok\n0x02\n0x03\n");
 }
 
-TEST_F(PoeCardFiles, ScenarioThatIsWrongRunsNothing) {
-  const std::string scenario = write("scenario", "plug 0\nwait 1\nplug 4\n");
-  const CardResult result = runProbe({"--scenario", scenario, "--record", path("record")}, {});
-  EXPECT_EQ(result.err,
-            "poe_card: " + scenario +
-                ":3: '4' is no PORT; accepted is plug PORT [class=C] [watts=W] [signature=S] with "
-                "PORT 0 to 3, C 0 to 4, W 0 to 100, S good, short, capacitance, low, high or none\n");
+TEST_F(PoeCardFiles, CommandThatIsWrongRunsNothing) {
+  const CardResult result =
+      runProbe({"--command", "plug 0", "--command", "1 plug 4", "--record", path("record")}, {});
+  EXPECT_EQ(
+      result.err,
+      "poe_card: --command: '4' is no PORT; accepted is plug PORT [class=C] [watts=W] [signature=S] with "
+      "PORT 0 to 3, C 0 to 4, W 0 to 100, S good, short, capacitance, low, high or none\n");
   EXPECT_EQ(result.out, "");
   EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(runCard({"--control", path("control"), "--", "true"}).status, 0);
-  EXPECT_EQ(read("record"), "");
-}
-
-TEST_F(PoeCardFiles, ScenarioThatIsNotThereIsRefused) {
-  const CardResult result = runProbe({"--scenario", "/no/such/scenario"}, {});
-  EXPECT_EQ(result.err, "poe_card: --scenario: cannot read '/no/such/scenario': No such file or directory; "
-                        "accepted is a file that can be read\n");
-  EXPECT_EQ(result.status, 2);
-}
-
-TEST_F(PoeCardFiles, ScenarioOfMoreThanAMegabyteIsRefused) {
-  const std::string scenario = write("long", std::string(1'048'577, '\n'));
-  const CardResult result = runProbe({"--scenario", scenario}, {});
-  EXPECT_EQ(result.err, "poe_card: --scenario: '" + scenario + "' is too long; accepted are 1048576 bytes\n");
-  EXPECT_EQ(result.status, 2);
+  EXPECT_FALSE(std::filesystem::exists(path("record")));
 }
 
 TEST_F(PoeCardFiles, RecordHasEachTransferOfTheChip) {
   runProbe({"--record", path("record")},
            {"read:0x43", "write:0x12:0x5A", "read:0xCF", "bind:0x21", "read:0x43", "bind:0x20", "read:0x12"});
-  EXPECT_EQ(read("record"), "R 0x43 0x41\nW 0x12 0x5A\nR 0xCF failed\nR 0x12 0x5A\n");
+  EXPECT_EQ(read("record"), "R 0x43 0x41\nW 0x12 0x5A\nR 0xCF failed unknown\nR 0x12 0x5A\n");
 }
 
 TEST_F(PoeCardFiles, RecordOfAnAbsentChipIsOfFailures) {
@@ -106,11 +95,10 @@ TEST_F(PoeCardFiles, RecordThatDoesNotTakeEveryTransferIsTold) {
 }
 
 TEST_F(PoeCardFiles, RecordOfTwoSteppedRunsIsTheSame) {
-  const std::string scenario =
-      write("scenario", "plug 0 class=3 watts=9\nwait 0.6\ndraw 0 12\nwait 0.2\nshort 0\n");
   for (const char* name : {"first", "second"}) {
     runProbe(
-        {"--stepped", "--scenario", scenario, "--record", path(name), "--record-times"},
+        {"--stepped", "--plug", "0 class=3 watts=9", "--command", "0.6 draw 0 12", "--command", "0.8 short 0",
+         "--record", path(name), "--record-times"},
         {"write:0x12:0xFF", "write:0x14:0xFF", "await:0x92:9", "await:0x92:12", "await:0x92:0", "read:0x7B"});
   }
   EXPECT_NE(read("first").find("R 0x92 0x0C"), std::string::npos);
@@ -118,20 +106,19 @@ TEST_F(PoeCardFiles, RecordOfTwoSteppedRunsIsTheSame) {
   EXPECT_EQ(read("first"), read("second"));
 }
 
-TEST_F(PoeCardFiles, RegisterImageIsLoadedByAScenario) {
+TEST_F(PoeCardFiles, RegisterImageIsLoadedByACommand) {
   const std::string image = write("image", "     0  1  2  3  4  5  6  7  8  9  a  b  c  d  e  f\n"
                                            "40:          62\n"
                                            "90: 00 10\n");
-  const std::string scenario = write("scenario", "load " + image + "\n");
-  EXPECT_EQ(runProbe({"--scenario", scenario}, {"read:0x43", "read:0x90", "read:0x91", "read:0x7F"}).out,
-            "ok\nok\n0x62\n0x00\n0x10\n0x02\n");
+  EXPECT_EQ(
+      runProbe({"--command", "load " + image}, {"read:0x43", "read:0x90", "read:0x91", "read:0x7F"}).out,
+      "ok\nok\n0x62\n0x00\n0x10\n0x02\n");
 }
 
-TEST_F(PoeCardFiles, RegisterImageThatIsWrongIsRefusedWithAllPlaces) {
+TEST_F(PoeCardFiles, RegisterImageThatIsWrongIsRefusedWithItsPlace) {
   const std::string image = write("image", "hello\n");
-  const std::string scenario = write("scenario", "plug 0\nload " + image + "\n");
-  const CardResult result = runProbe({"--scenario", scenario}, {});
-  EXPECT_EQ(result.err, "poe_card: " + scenario + ":2: '" + image +
+  const CardResult result = runProbe({"--command", "load " + image}, {});
+  EXPECT_EQ(result.err, "poe_card: --command: '" + image +
                             "', line 1: 'hello' is not the heading; accepted is "
                             "'     0  1  2  3  4  5  6  7  8  9  a  b  c  d  e  f'\n");
   EXPECT_EQ(result.status, 2);

@@ -135,7 +135,7 @@ TEST_P(PoeCardBadOptions, GetOneLineThatSaysWhatIsAcceptedAndStatus2) {
 }
 
 #define ACCEPTED_OPTIONS                                                                                     \
-  "; accepted are --plug, --scenario, --control, --record, --record-times, --stepped, --no-adapter, "        \
+  "; accepted are --plug, --command, --control, --record, --record-times, --stepped, --no-adapter, "         \
   "--absent, --log, --help, --version, then -- COMMAND"
 #define ACCEPTED_PLUG                                                                                        \
   "; accepted is plug PORT [class=C] [watts=W] [signature=S] with PORT 0 to 3, C 0 to 4, W 0 to 100, "       \
@@ -145,7 +145,7 @@ const BadLine BAD_LINES[] = {
     {"NoCommand", {"--absent"}, "there is no command to run" ACCEPTED_OPTIONS},
     {"UnknownOption", {"--nonsense", "--", "true"}, "'--nonsense' is not understood" ACCEPTED_OPTIONS},
     {"UnknownShortOption", {"-xa", "--", "true"}, "'-x' is not understood" ACCEPTED_OPTIONS},
-    {"ScenarioWithoutValue", {"--scenario"}, "--scenario needs the name of a file"},
+    {"CommandWithoutValue", {"--command"}, "--command needs '[SECONDS] WORDS'"},
     {"ControlOfNoName", {"--control", "", "--", "true"}, "--control needs the name of a file"},
     {"RecordWithoutValue", {"--record"}, "--record needs the name of a file"},
     {"RecordTimesWithoutRecord", {"--record-times", "--", "true"}, "--record-times needs --record FILE"},

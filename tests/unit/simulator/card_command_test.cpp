@@ -50,7 +50,7 @@ TEST(CardCommand, PlugKnowsEverySignature) {
                                                     {"short", Signature::Short},
                                                     {"low", Signature::ResistanceTooLow},
                                                     {"capacitance", Signature::CapacitanceTooHigh},
-                                                    {"none", Signature::None},
+                                                    {"none", Signature::OpenCircuit},
                                                     {"high", Signature::ResistanceTooHigh}};
   for (const auto& [name, signature] : rows) {
     run(card, std::string("plug 0 signature=") + name);
@@ -144,7 +144,7 @@ TEST(CardCommand, ShowIsOneLineForEachPortAndEachProperty) {
   switchOn(card);
   EXPECT_EQ(run(card, "show"),
             "port 0: device=good class=4 watts=12.4 phase=delivering fault=none class-error=none\n"
-            "port 1: device=capacitance class=0 watts=5 phase=waiting fault=none class-error=none\n"
+            "port 1: device=capacitance class=0 watts=5 phase=error-delay fault=none class-error=none\n"
             "port 2: device=none class=0 watts=0 phase=off fault=fet class-error=none\n"
             "port 3: device=none class=0 watts=0 phase=detecting fault=none class-error=pending\n"
             "supply=54\n"
@@ -155,7 +155,9 @@ TEST(CardCommand, ShowIsOneLineForEachPortAndEachProperty) {
             "bank-limit=100\n"
             "consumption=12\n"
             "present=yes\n"
-            "bus=register 0x43\n");
+            "bus=register 0x43\n"
+            "unknown-registers=0\n"
+            "read-only-writes=0\n");
 }
 
 TEST(CardCommand, ShowNamesTheOtherStates) {
@@ -181,15 +183,32 @@ TEST(CardCommand, HelpHasOneLineForEachCommand) {
   }
 }
 
-TEST(CardCommand, OnlyThoseThatTellSomethingSaySo) {
+TEST(CardCommand, OnlyThoseThatChangeNothingDescribeTheCard) {
   for (const char* line : {"show", "help", "dump", "reg 0"}) {
-    EXPECT_TRUE(parseCardCommand(line).tells) << line;
+    EXPECT_TRUE(parseCardCommand(line).describes) << line;
   }
   for (const char* line :
        {"plug 0", "unplug 0", "draw 0 1", "short 0", "fault 0 none", "class-error 0", "temperature 0",
         "thermal on", "supply 1", "bank 1", "power-cycle", "bus ok", "reg 0 0"}) {
-    EXPECT_FALSE(parseCardCommand(line).tells) << line;
+    EXPECT_FALSE(parseCardCommand(line).describes) << line;
   }
+}
+
+TEST(TimedCommand, IsDueAtItsTimeToTheNanosecondOrAtOnce) {
+  using std::chrono::nanoseconds;
+  EXPECT_EQ(parseTimedCommand("plug 2 class=3").at, nanoseconds(0));
+  EXPECT_EQ(parseTimedCommand("0 plug 2").at, nanoseconds(0));
+  EXPECT_EQ(parseTimedCommand(" 2.500000001\tplug 2").at, nanoseconds(2'500'000'001));
+  EXPECT_EQ(parseTimedCommand("1000000 plug 2").at, std::chrono::seconds(1'000'000));
+}
+
+TEST(TimedCommand, RunsWhatItNames) {
+  Card card;
+  for (const char* text : {"plug 1 class=3", "  1.5  plug 2 class=3 "}) {
+    EXPECT_EQ(parseTimedCommand(text).command.run(card), "ok\n");
+  }
+  EXPECT_EQ(card.chip.device(1).pdClass, 3U);
+  EXPECT_EQ(card.chip.device(2).pdClass, 3U);
 }
 
 struct WrongRow {
@@ -289,6 +308,28 @@ const WrongRow WRONG_ROWS[] = {
 
 INSTANTIATE_TEST_SUITE_P(Rows, CardCommandThatIsWrong, testing::ValuesIn(WRONG_ROWS),
                          [](const auto& row) { return row.param.name; });
+
+TEST(TimedCommand, ThatIsWrongSaysWhatIsAccepted) {
+  const std::string form = "[SECONDS] COMMAND with SECONDS 0 to 1000000";
+  const std::pair<const char*, std::string> rows[] = {
+      {"", std::string("there is no command; accepted ") + ALL},
+      {"3", std::string("there is no command; accepted ") + ALL},
+      {"-1 unplug 0", "'-1' is no SECONDS; accepted is " + form},
+      {"1000001 unplug 0", "'1000001' is no SECONDS; accepted is " + form},
+      {"1s unplug 0", "'1s' is no SECONDS; accepted is " + form},
+      {"1 2 unplug 0", std::string("'2' is not understood; accepted ") + ALL},
+      {"1 unplug 4", std::string("'4' is no PORT; accepted ") + UNPLUG},
+      {"1 reg 0x43",
+       "the reply to 'reg 0x43' would be lost; accepted are the commands that change the card"}};
+  for (const auto& [text, message] : rows) {
+    try {
+      parseTimedCommand(text);
+      ADD_FAILURE() << text;
+    } catch (const CardCommandError& error) {
+      EXPECT_EQ(error.what(), message) << text;
+    }
+  }
+}
 
 TEST(CardCommandError, RepeatsALongWordInPart) {
   const std::string error = errorOf(std::string(3000, 'x'));

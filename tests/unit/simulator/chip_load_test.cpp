@@ -64,7 +64,7 @@ TEST(ChipLoad, TakesUpDevicesWithClassAndDraw) {
   EXPECT_EQ(chip.device(1).pdClass, 2U);
   EXPECT_EQ(chip.phase(1), Phase::Delivering);
   EXPECT_EQ(chip.device(2).signature, Signature::ResistanceTooLow);
-  EXPECT_EQ(chip.device(3).signature, Signature::None);
+  EXPECT_EQ(chip.device(3).signature, Signature::OpenCircuit);
   EXPECT_EQ(chip.reg(0x10), 0x33);
   EXPECT_EQ(chip.reg(0x79), 0);
   EXPECT_EQ(chip.reg(0x0E), 0x03);
@@ -104,7 +104,7 @@ TEST(ChipLoad, ForgetsThePhasesThatWereBefore) {
   ASSERT_EQ(chip.phase(0), Phase::Delivering);
   chip.load(imageOf(ChipModel()));
   EXPECT_EQ(chip.phase(0), Phase::Off);
-  EXPECT_EQ(chip.device(0).signature, Signature::None);
+  EXPECT_EQ(chip.device(0).signature, Signature::OpenCircuit);
 }
 
 TEST(ChipLoad, TakesUpFaultsSupplyTemperatureShutdownAndBank) {

@@ -1,4 +1,4 @@
-// The simulated card: transfers, commands, scenario and record together.
+// The simulated card: transfers, commands, schedule and record together.
 #include "simulator/card/simulated_card.h"
 
 #include "tests/support/process/temporary_directory.h"
@@ -14,6 +14,14 @@ using Time = SimulatedCard::Time;
 int read(SimulatedCard& card, std::uint8_t address) {
   std::uint8_t value = 0;
   return card.read(address, &value) ? value : -1;
+}
+
+std::vector<TimedCommand> scheduleOf(const std::vector<std::string>& commands) {
+  std::vector<TimedCommand> schedule;
+  for (const std::string& command : commands) {
+    schedule.push_back(parseTimedCommand(command));
+  }
+  return schedule;
 }
 
 class SteppedCard : public testing::Test {
@@ -90,16 +98,16 @@ TEST(RealTimeCard, AgesByItself) {
   EXPECT_EQ(card.answer("reg 0x10"), "0x10 0x11\n");
 }
 
-TEST(RealTimeCard, FollowsAScenarioAsTimePasses) {
+TEST(RealTimeCard, RunsItsScheduleAsTimePasses) {
   SimulatedCard card;
-  card.follow(parseScenario("reg 0x20 1\nwait 0.5\nreg 0x20 2", "f"));
+  card.schedule(scheduleOf({"reg 0x20 1", "0.5 reg 0x20 2"}));
   EXPECT_EQ(card.answer("reg 0x20"), "0x20 0x01\n");
   std::this_thread::sleep_for(std::chrono::milliseconds(510));
   EXPECT_EQ(read(card, 0x20), 2);
 }
 
-TEST_F(SteppedCard, RunsTheFirstStepsOfAScenarioAtOnceAndTheOthersWhenTheyAreDue) {
-  card.follow(parseScenario("reg 0x20 1\nwait 0.045\nreg 0x20 2\nreg 0x20 3\nwait 0.015\nreg 0x20 4", "f"));
+TEST_F(SteppedCard, RunsCommandsThatAreDueAtOnceAndTheOthersByTheirTimes) {
+  card.schedule(scheduleOf({"0.060 reg 0x20 4", "reg 0x20 1", "0.045 reg 0x20 2", "0.045 reg 0x20 3"}));
   EXPECT_EQ(card.answer("reg 0x20"), "0x20 0x01\n");
   EXPECT_EQ(read(card, 0x20), 1); // 15 ms
   EXPECT_EQ(read(card, 0x20), 1); // 30 ms
@@ -107,12 +115,12 @@ TEST_F(SteppedCard, RunsTheFirstStepsOfAScenarioAtOnceAndTheOthersWhenTheyAreDue
   EXPECT_EQ(read(card, 0x20), 4); // 60 ms
 }
 
-TEST_F(SteppedCard, LetsAStepHappenAtItsOwnTimeBetweenTwoTransfers) {
+TEST_F(SteppedCard, RunsACommandAtItsOwnTimeBetweenTwoTransfers) {
   // Detection takes 150 ms: the device that comes 5 ms after the 10th transfer is
   // found between the 20th and the 21st.
   card.write(0x12, 0x03);
   card.write(0x14, 0x11);
-  card.follow(parseScenario("wait 0.155\nplug 0", "f"));
+  card.schedule(scheduleOf({"0.155 plug 0"}));
   for (int made = 2; made < 19; ++made) {
     read(card, 0x00);
   }
@@ -128,13 +136,55 @@ TEST_F(SteppedCard, RecordsEachTransferAsOneLine) {
   card.answer("bus fail 2");
   read(card, 0x43);
   card.write(0x0C, 0x0A);
+  card.write(0x0C, 0x0A);
   card.answer("reg 0x43");
   EXPECT_EQ(record(), "W 0x12 0xFF\n"
                       "R 0x43 0x41\n"
-                      "R 0xCF failed\n"
+                      "R 0xCF failed unknown\n"
                       "R 0x43 failed\n"
-                      "W 0x0C 0x0A failed\n");
+                      "W 0x0C 0x0A failed\n"
+                      "W 0x0C 0x0A read-only\n");
   EXPECT_TRUE(card.recordComplete());
+}
+
+// The lines of "show" that count the accesses that no program has a reason to make.
+std::string countedAccesses(SimulatedCard& card) {
+  const std::string shown = card.answer("show");
+  return shown.substr(shown.find("unknown-registers="));
+}
+
+TEST_F(SteppedCard, CountsAccessesToUnknownRegistersAndWritesToReadOnlyOnes) {
+  for (const int known : {0x0C, 0x12, 0x1A, 0xCC}) {
+    read(card, static_cast<std::uint8_t>(known));
+  }
+  for (const int writable : {0x12, 0x1A, 0x90}) {
+    card.write(static_cast<std::uint8_t>(writable), 0);
+  }
+  EXPECT_EQ(countedAccesses(card), "unknown-registers=0\nread-only-writes=0\n");
+  read(card, 0xCF);
+  card.write(0x05, 1);
+  read(card, 0x05);
+  card.write(0x91, 1);
+  EXPECT_EQ(countedAccesses(card),
+            "unknown-registers=3: 0x05, 0xCF\nread-only-writes=1: 0x91 active power bank\n");
+}
+
+TEST_F(SteppedCard, CountsOnlyWhatReachesTheChip) {
+  card.answer("bus dead");
+  read(card, 0x05);
+  card.answer("bus ok");
+  card.setPresent(false);
+  card.write(0x91, 1);
+  EXPECT_EQ(countedAccesses(card), "unknown-registers=0\nread-only-writes=0\n");
+}
+
+TEST_F(SteppedCard, NamesTheFirstEightUnknownRegisters) {
+  for (int address = 0; address < 0x0C; ++address) {
+    read(card, static_cast<std::uint8_t>(address));
+  }
+  EXPECT_EQ(countedAccesses(card),
+            "unknown-registers=12: 0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07 and 4 more\n"
+            "read-only-writes=0\n");
 }
 
 TEST_F(SteppedCard, RecordsTheSecondsSinceTheStartWhenAskedTo) {
@@ -167,13 +217,12 @@ TEST_F(SteppedCard, SaysWhyThereCanBeNoRecord) {
   }
 }
 
-// What a program and a scenario make of a card, as a record with times.
+// What a program and a schedule make of a card, as a record with times.
 std::string recordOfARun(const TemporaryDirectory& directory) {
   SimulatedCard card(Time::Stepped);
   card.record(std::make_unique<TransferRecord>(directory.file("record"), true));
-  card.follow(parseScenario("plug 0 class=3 watts=9\nplug 2 signature=low\nwait 0.7\ndraw 0 20\n"
-                            "wait 0.4\nplug 1\nbus every 7\nwait 3\npower-cycle",
-                            "f"));
+  card.schedule(scheduleOf({"plug 0 class=3 watts=9", "plug 2 signature=low", "0.7 draw 0 20", "1.1 plug 1",
+                            "1.1 bus every 7", "4.1 power-cycle"}));
   card.write(0x12, 0xFF);
   card.write(0x14, 0xFF);
   for (int cycle = 0; cycle < 100; ++cycle) {
