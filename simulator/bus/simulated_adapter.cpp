@@ -7,7 +7,9 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -33,10 +35,25 @@ void throwOnError(GError* error) {
   throw std::runtime_error(text);
 }
 
+// umockdev takes the place of its files from TMPDIR. The command gets the one of the user.
+UMockdevTestbed* testbedIn(const std::string& folder) {
+  const char* set = std::getenv("TMPDIR");
+  const std::optional<std::string> ofTheUser =
+      set == nullptr ? std::nullopt : std::optional<std::string>(set);
+  setenv("TMPDIR", folder.c_str(), 1);
+  UMockdevTestbed* testbed = umockdev_testbed_new();
+  if (ofTheUser) {
+    setenv("TMPDIR", ofTheUser->c_str(), 1);
+  } else {
+    unsetenv("TMPDIR");
+  }
+  return testbed;
+}
+
 } // namespace
 
-SimulatedAdapter::SimulatedAdapter(SimulatedCard& card)
-    : m_card(card), m_ioctls(umockdev_ioctl_base_new()), m_testbed(umockdev_testbed_new()) {
+SimulatedAdapter::SimulatedAdapter(SimulatedCard& card, const std::string& folder)
+    : m_card(card), m_ioctls(umockdev_ioctl_base_new()), m_testbed(testbedIn(folder)) {
   if (!umockdev_in_mock_environment()) { // Known only now that there is a testbed.
     throw std::runtime_error("libumockdev-preload.so.0 is not preloaded");
   }

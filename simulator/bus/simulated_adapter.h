@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 
 class SimulatedCard;
 
@@ -14,10 +15,11 @@ class SimulatedAdapter {
 public:
   static constexpr const char* DEVICE = "/dev/i2c-0";
 
-  // The process must have libumockdev-preload.so.0 preloaded. `card` has to outlive
-  // the adapter and is used on the thread that answers the bus, which is one of
-  // umockdev's. Throws std::runtime_error.
-  explicit SimulatedAdapter(SimulatedCard& card);
+  // The process must have libumockdev-preload.so.0 preloaded, and must not have asked
+  // GLib for the folder for temporary files: the adapter's files go to `folder`. `card`
+  // has to outlive the adapter and is used on the thread that answers the bus, which is
+  // one of umockdev's. Throws std::runtime_error.
+  SimulatedAdapter(SimulatedCard& card, const std::string& folder);
   ~SimulatedAdapter();
   SimulatedAdapter(const SimulatedAdapter&) = delete;
   SimulatedAdapter& operator=(const SimulatedAdapter&) = delete;

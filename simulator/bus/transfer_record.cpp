@@ -1,10 +1,9 @@
 #include "simulator/bus/transfer_record.h"
 
+#include "simulator/card/text_file.h"
 #include "text/text.h"
 
-#include <cerrno>
 #include <iomanip>
-#include <system_error>
 
 namespace {
 
@@ -22,13 +21,9 @@ const char* markOf(ChipAccess access) {
 
 } // namespace
 
-TransferRecord::TransferRecord(const std::string& path, bool withTimes)
-    : m_file(path), m_withTimes(withTimes) {
-  if (!m_file) {
-    const int error = errno;
-    throw std::runtime_error("cannot write " + path + ": " + std::generic_category().message(error) +
-                             "; accepted is a file that can be written");
-  }
+TransferRecord::TransferRecord(const std::string& path, bool withTimes) : m_withTimes(withTimes) {
+  requireWritableFile(path);
+  m_file.open(path);
   m_file << std::fixed << std::setprecision(6);
 }
 

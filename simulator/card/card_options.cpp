@@ -31,8 +31,9 @@ const char* const CARD_USAGE =
     "\n"
     "SIGTERM, SIGINT, SIGHUP and SIGQUIT are passed on to COMMAND; what COMMAND leaves\n"
     "running at its end is killed. The exit status is that of COMMAND, or 128 + the\n"
-    "signal that ended it; 127 when it cannot be run, 2 for a wrong option, 1 when\n"
-    "there can be no simulated card.\n"
+    "signal that ended it; 127 when it cannot be run, 2 for a wrong option or a folder\n"
+    "for temporary files (TMPDIR) that cannot be used, 1 when there can be no\n"
+    "simulated card, or when the record or the log has not taken everything.\n"
     "\n"
     "  poe_card --plug '0 class=4 watts=22' -- i2cget -y 0 0x20 0x43\n";
 

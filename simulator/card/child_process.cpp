@@ -77,6 +77,7 @@ std::vector<pid_t> children() {
 
 ChildProcess::ChildProcess() {
   const sigset_t handled = handledSignals();
+  sigemptyset(&m_passedOn);
   struct sigaction byDefault {};
   byDefault.sa_handler = SIG_DFL;
   // An inherited "ignore" would lose the command's exit status.
@@ -141,6 +142,7 @@ bool ChildProcess::handleSignal() {
   if (info.ssi_signo == SIGCHLD) {
     return reapCommand();
   }
+  sigaddset(&m_passedOn, static_cast<int>(info.ssi_signo));
   // What the terminal sends, it has sent to the command as well.
   if (info.ssi_code != SI_KERNEL) {
     kill(m_pid, static_cast<int>(info.ssi_signo));
@@ -156,12 +158,17 @@ bool ChildProcess::reapCommand() {
       continue; // an orphan of the command's
     }
     ended = true;
-    m_exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : SIGNALLED + WTERMSIG(status);
+    m_endSignal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    m_exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : SIGNALLED + m_endSignal;
   }
   if (ended) {
     killLeftBehind();
   }
   return ended;
+}
+
+int ChildProcess::unexpectedSignal() const {
+  return m_endSignal == 0 || sigismember(&m_passedOn, m_endSignal) == 1 ? 0 : m_endSignal;
 }
 
 void ChildProcess::killLeftBehind() {

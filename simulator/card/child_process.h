@@ -33,6 +33,8 @@ public:
   bool handleSignal();
   // The command's exit status, or 128 + the signal that ended it.
   int exitStatus() const { return m_exitStatus; }
+  // The signal that ended the command; 0: none, or one that was passed on to it.
+  int unexpectedSignal() const;
 
 private:
   [[noreturn]] void become(char* const* argv, char* const* environment, const std::string& complaint) const;
@@ -44,4 +46,6 @@ private:
   int m_signalFd = -1;
   pid_t m_pid = -1;
   int m_exitStatus = 0;
+  int m_endSignal = 0;
+  sigset_t m_passedOn{}; // to the command
 };

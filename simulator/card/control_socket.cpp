@@ -1,5 +1,7 @@
 #include "simulator/card/control_socket.h"
 
+#include "simulator/card/descriptors.h"
+
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -12,6 +14,8 @@
 #include <unistd.h>
 
 namespace {
+
+constexpr guint RETRY_MS = 100;
 
 sockaddr_un addressOf(const std::string& path) {
   sockaddr_un address{};
@@ -73,20 +77,31 @@ ControlSocket::~ControlSocket() {
 }
 
 gboolean ControlSocket::onConnection(gint /*fd*/, GIOCondition /*condition*/, gpointer self) {
-  static_cast<ControlSocket*>(self)->accept();
-  return G_SOURCE_CONTINUE;
+  return static_cast<ControlSocket*>(self)->accept() ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
 }
 
-void ControlSocket::accept() {
+gboolean ControlSocket::onRetry(gpointer data) {
+  auto* self = static_cast<ControlSocket*>(data);
+  self->m_watch = g_unix_fd_add(self->m_fd, G_IO_IN, onConnection, self);
+  return G_SOURCE_REMOVE;
+}
+
+// False: a client waits for what the system lacks; the next try is in a while.
+bool ControlSocket::accept() {
   const int fd = accept4(m_fd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-  if (fd < 0) {
-    return; // the client has gone again
+  if (fd < 0 && (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)) {
+    m_watch = g_timeout_add(RETRY_MS, onRetry, this);
+    return false;
   }
-  if (m_clients.size() == MOST_CLIENTS) {
+  if (fd < 0) {
+    return true; // the client has gone again
+  }
+  if (m_clients.size() == MOST_CLIENTS || isOfTheLastDescriptors(fd)) {
     close(fd);
-    return;
+    return true;
   }
   const auto answer = [this](const std::string& line) { return m_answer(line) + "\n"; };
   const auto place = m_clients.emplace(m_clients.end(), fd, answer);
   place->onOver([this, place] { m_clients.erase(place); });
+  return true;
 }

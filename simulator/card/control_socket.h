@@ -34,7 +34,8 @@ public:
 
 private:
   static gboolean onConnection(gint fd, GIOCondition condition, gpointer self);
-  void accept();
+  static gboolean onRetry(gpointer self);
+  bool accept();
 
   std::string m_path;
   ControlClient::Answer m_answer;

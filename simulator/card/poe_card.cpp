@@ -1,16 +1,22 @@
 // poe_card: runs a command on a simulated card.
+#include "simulator/bus/adapter_messages.h"
 #include "simulator/bus/simulated_adapter.h"
 #include "simulator/bus/transfer_record.h"
 #include "simulator/card/card_options.h"
 #include "simulator/card/child_process.h"
 #include "simulator/card/control_socket.h"
+#include "simulator/card/descriptors.h"
+#include "simulator/card/log_loss.h"
 #include "simulator/card/simulated_card.h"
+#include "simulator/card/text_file.h"
+#include "simulator/card/work_folder.h"
 
 #include <glib-unix.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -21,7 +27,6 @@
 #include <vector>
 
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -61,8 +66,8 @@ void enterMockEnvironment(char** argv) {
   throw std::system_error(errno, std::generic_category(), self);
 }
 
-// The library beside us that takes the command's syslog lines, and where to.
-ChildProcess::Environment syslogCapture(const std::string& file) {
+// The library beside us that takes the command's syslog lines, where to, and where it reports their loss.
+ChildProcess::Environment syslogCapture(const std::string& file, const std::string& lossSocket) {
   const std::filesystem::path bin = std::filesystem::read_symlink("/proc/self/exe").parent_path();
   const std::string name = "libpoe_card_syslog.so";
   const std::string folder = (bin.parent_path() / "libexec" / "poe-tools").string();
@@ -75,15 +80,15 @@ ChildProcess::Environment syslogCapture(const std::string& file) {
     throw std::runtime_error(
         "--log: a library cannot be preloaded from a folder with a colon or semicolon: " + folder);
   }
-  const int fd = open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-  const int error = errno;
-  if (fd < 0) {
-    throw UsageError("--log: cannot write " + file + ": " + std::generic_category().message(error));
+  try {
+    requireWritableFile(file);
+  } catch (const std::runtime_error& error) {
+    throw UsageError(std::string("--log: ") + error.what());
   }
-  close(fd);
   return {{"LD_PRELOAD", joined(variable("LD_PRELOAD"), name)},
           {"LD_LIBRARY_PATH", joined(folder, variable("LD_LIBRARY_PATH"))},
-          {"POE_CARD_SYSLOG", std::filesystem::absolute(file).string()}};
+          {"POE_CARD_SYSLOG", std::filesystem::absolute(file).string()},
+          {"POE_CARD_LOG_LOSS", lossSocket}};
 }
 
 struct Waiting {
@@ -123,11 +128,51 @@ std::unique_ptr<TransferRecord> recordIn(const std::string& file, bool withTimes
   }
 }
 
+// What a shell would have told if the command were its own.
+void reportUnexpectedSignal(const ChildProcess& child, const std::string& command) {
+  const int number = child.unexpectedSignal();
+  if (number != 0) {
+    const char* name = sigabbrev_np(number);
+    std::fprintf(stderr, "poe_card: %s was ended by %s%s\n", command.c_str(),
+                 name == nullptr ? "signal " : "SIG",
+                 name == nullptr ? std::to_string(number).c_str() : name);
+  }
+}
+
+// Runs the command on the card to its end.
+void runOn(SimulatedCard& card, const CardOptions& options, const ChildProcess::Environment& environment,
+           ChildProcess& child) {
+  GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
+  Waiting waiting{child, loop};
+  g_unix_fd_add(child.signalFd(), G_IO_IN, onSignal, &waiting);
+  child.start(options.command, environment);
+  g_main_loop_run(loop);
+  g_main_loop_unref(loop);
+  reportUnexpectedSignal(child, options.command.front());
+  if (!card.recordComplete()) {
+    throw std::runtime_error("--record: " + options.recordFile + " did not take all transfers");
+  }
+}
+
+std::unique_ptr<WorkFolder> workFolder() {
+  try {
+    requireDescriptors();
+    return std::make_unique<WorkFolder>();
+  } catch (const std::runtime_error& error) {
+    throw UsageError(error.what());
+  }
+}
+
 int run(const CardOptions& options) {
   ChildProcess child;
+  const std::unique_ptr<WorkFolder> folder = workFolder();
+  AdapterMessages messages(WRONG_USAGE, FAILED, [&folder] { folder->remove(); });
   ChildProcess::Environment environment;
+  std::optional<LogLoss> logLoss;
   if (!options.logFile.empty()) {
-    environment = syslogCapture(options.logFile);
+    const std::string lossSocket = folder->path() + "/log-loss";
+    environment = syslogCapture(options.logFile, lossSocket);
+    logLoss.emplace(lossSocket, options.logFile);
   }
   SimulatedCard card(options.stepped ? SimulatedCard::Time::Stepped : SimulatedCard::Time::Real);
   const std::unique_ptr<ControlSocket> control = controlSocket(options.controlPath, card);
@@ -139,22 +184,15 @@ int run(const CardOptions& options) {
   card.schedule(options.commands);
   std::optional<SimulatedAdapter> adapter;
   if (options.adapter) {
-    adapter.emplace(card);
+    adapter.emplace(card, folder->path());
   } else if (access(SimulatedAdapter::DEVICE, F_OK) == 0) {
     throw std::runtime_error(
         "--no-adapter: this machine has a /dev/i2c-0 of its own, which cannot be hidden");
   }
+  messages.adapterIsMade();
 
-  GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
-  Waiting waiting{child, loop};
-  g_unix_fd_add(child.signalFd(), G_IO_IN, onSignal, &waiting);
-  child.start(options.command, environment);
-  g_main_loop_run(loop);
-  g_main_loop_unref(loop);
-  if (!card.recordComplete()) {
-    throw std::runtime_error("--record: " + options.recordFile + " did not take all transfers");
-  }
-  return child.exitStatus();
+  runOn(card, options, environment, child);
+  return logLoss && logLoss->any() ? FAILED : child.exitStatus();
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // Preloaded into the command of poe_card --log: what the command gives to
 // syslog(3) is appended to the file that POE_CARD_SYSLOG names, one line
-// "<PRIORITY> text" a call, in one write.
+// "<PRIORITY> text" a call, in one write. A line that the file does not take is
+// reported to the datagram socket that POE_CARD_LOG_LOSS names: the error's number.
 //
 // Goes to the kernel directly, opens the file anew for each line and needs no C++
 // library, so that it works in any thread of any program, whatever else is
@@ -13,7 +14,9 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -23,24 +26,45 @@ constexpr std::size_t USUAL_LINE = 1024;
 constexpr std::size_t PREFIX = sizeof "<0> " - 1;
 
 char logFile[PATH_MAX]; // set before the program runs, constant from then on
+sockaddr_un lossSocket; // the same; its path is empty when there is none
 
-__attribute__((constructor)) void rememberLogFile() {
-  const char* file = std::getenv("POE_CARD_SYSLOG");
-  if (file != nullptr && std::strlen(file) < sizeof logFile) {
-    std::memcpy(logFile, file, std::strlen(file) + 1);
+// Puts the value of a variable into a place of `size` bytes, or nothing when it is longer.
+void remember(const char* name, char* place, std::size_t size) {
+  const char* value = std::getenv(name);
+  if (value != nullptr && std::strlen(value) < size) {
+    std::memcpy(place, value, std::strlen(value) + 1);
+  }
+}
+
+__attribute__((constructor)) void rememberPaths() {
+  remember("POE_CARD_SYSLOG", logFile, sizeof logFile);
+  lossSocket.sun_family = AF_UNIX;
+  remember("POE_CARD_LOG_LOSS", lossSocket.sun_path, sizeof lossSocket.sun_path);
+}
+
+void reportLoss(int error) {
+  const long fd = syscall(SYS_socket, AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (fd >= 0) {
+    syscall(SYS_sendto, fd, &error, sizeof error, MSG_DONTWAIT | MSG_NOSIGNAL, &lossSocket,
+            sizeof lossSocket);
+    syscall(SYS_close, fd);
   }
 }
 
 void append(const char* line, std::size_t length) {
   const long fd = syscall(SYS_openat, AT_FDCWD, logFile, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
   if (fd < 0) {
+    reportLoss(errno);
     return;
   }
-  syscall(SYS_write, fd, line, length);
+  const long written = syscall(SYS_write, fd, line, length);
+  if (written != static_cast<long>(length)) {
+    reportLoss(written < 0 ? errno : ENOSPC);
+  }
   syscall(SYS_close, fd);
 }
 
-void capture(int priority, const char* format, va_list arguments) {
+__attribute__((format(printf, 2, 0))) void capture(int priority, const char* format, va_list arguments) {
   const int callersErrno = errno; // for %m
   if ((setlogmask(0) & LOG_MASK(LOG_PRI(priority))) == 0) {
     return;
@@ -83,10 +107,12 @@ void capture(int priority, const char* format, va_list arguments) {
 // The C library's functions, and those that a fortified program calls instead.
 extern "C" {
 
-void fortifiedVsyslog(int priority, int flag, const char* format, va_list arguments) asm("__vsyslog_chk");
-void fortifiedSyslog(int priority, int flag, const char* format, ...) asm("__syslog_chk");
+void fortifiedVsyslog(int priority, int flag, const char* format, va_list arguments) asm("__vsyslog_chk")
+    __attribute__((format(printf, 3, 0)));
+void fortifiedSyslog(int priority, int flag, const char* format, ...) asm("__syslog_chk")
+    __attribute__((format(printf, 3, 4)));
 
-void vsyslog(int priority, const char* format, va_list arguments) {
+__attribute__((format(printf, 2, 0))) void vsyslog(int priority, const char* format, va_list arguments) {
   capture(priority, format, arguments);
 }
 

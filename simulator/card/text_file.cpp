@@ -61,3 +61,26 @@ std::string readTextFile(const std::string& path, std::size_t most) {
   }
   return text;
 }
+
+void requireWritableFile(const std::string& path) {
+  const auto refuse = [&path](const std::string& why) {
+    throw std::runtime_error("cannot write " + path + ": " + why +
+                             "; accepted is a file that can be written");
+  };
+  // Whoever reads a pipe could keep the bus and the command waiting.
+  const auto isPipe = [](const struct stat& status) {
+    return S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode);
+  };
+  struct stat status {};
+  if (stat(path.c_str(), &status) == 0 && isPipe(status)) {
+    refuse("it is a pipe or a socket");
+  }
+  const Descriptor file(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666));
+  const int error = errno;
+  if (file.get() < 0) {
+    refuse(std::generic_category().message(error));
+  }
+  if (fstat(file.get(), &status) != 0 || isPipe(status)) {
+    refuse("it is a pipe or a socket");
+  }
+}

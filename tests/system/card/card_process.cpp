@@ -29,6 +29,15 @@ std::string readAll(int fd) {
   return text;
 }
 
+std::string readLine(int fd) {
+  std::string text;
+  char character = 0;
+  while (read(fd, &character, 1) == 1 && character != '\n') {
+    text += character;
+  }
+  return text;
+}
+
 } // namespace
 
 CardProcess::CardProcess(const std::filesystem::path& tmp, const std::vector<std::string>& arguments) {
@@ -73,12 +82,11 @@ CardProcess::~CardProcess() {
 }
 
 std::string CardProcess::line() {
-  std::string text;
-  char character = 0;
-  while (read(m_out, &character, 1) == 1 && character != '\n') {
-    text += character;
-  }
-  return text;
+  return readLine(m_out);
+}
+
+std::string CardProcess::errorLine() {
+  return readLine(m_err);
 }
 
 void CardProcess::send(int signal) const {

@@ -22,8 +22,11 @@ public:
   // One line of the standard output, without its end; waits for it.
   std::string line();
   void send(int signal) const;
+  pid_t pid() const { return m_pid; }
   // All that is left of the standard output; waits until nobody has it open.
   std::string rest();
+  // One line of the standard error, as line().
+  std::string errorLine();
   // What was written to the standard error, by poe_card or the command.
   std::string errors();
   // Waits for the end: the exit status, or minus the signal.

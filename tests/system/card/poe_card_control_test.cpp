@@ -2,13 +2,17 @@
 #include "card_process.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
+#include <thread>
 
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -28,6 +32,16 @@ int connectTo(const std::filesystem::path& path) {
     ADD_FAILURE() << path << ": " << std::strerror(errno);
   }
   return fd;
+}
+
+// What a process has used of a processor.
+std::chrono::nanoseconds processorTime(pid_t pid) {
+  clockid_t clock{};
+  timespec used{};
+  if (clock_getcpuclockid(pid, &clock) != 0 || clock_gettime(clock, &used) != 0) {
+    ADD_FAILURE() << "no processor time of process " << pid;
+  }
+  return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
 }
 
 class Client {
@@ -205,6 +219,43 @@ TEST_F(PoeCardControl, TurnsClientsAwayWhenThereAreTooMany) {
     reply = Client(path).ask("reg 0x43");
   }
   EXPECT_EQ(reply, "0x43 0x41\n\n");
+}
+
+TEST_F(PoeCardControl, WaitsWithoutSpinningForADescriptorForAClient) {
+  rlimit before{};
+  ASSERT_EQ(prlimit(card.pid(), RLIMIT_NOFILE, nullptr, &before), 0);
+  const rlimit none{3, before.rlim_max};
+  ASSERT_EQ(prlimit(card.pid(), RLIMIT_NOFILE, &none, nullptr), 0);
+  const Client client(path);
+  client.send("reg 0x43\n");
+  const std::chrono::nanoseconds used = processorTime(card.pid());
+  std::this_thread::sleep_for(std::chrono::milliseconds(500)); // in which it must do next to nothing
+  EXPECT_LT(processorTime(card.pid()) - used, std::chrono::milliseconds(100));
+  ASSERT_EQ(prlimit(card.pid(), RLIMIT_NOFILE, &before, nullptr), 0);
+  EXPECT_EQ(client.reply(), "0x43 0x41\n\n");
+}
+
+TEST(PoeCardControlWithFewDescriptors, LeavesSomeForTheAdapter) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.file("control");
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  CardProcess card(directory.path(), {"--control", path, "--", CARD_PROBE, "catch:15", "say:up", "wait:15",
+                                      "open", "bind:0x20", "read:0x43"});
+  ASSERT_EQ(card.line(), "up");
+  const rlimit few{32, before.rlim_max};
+  ASSERT_EQ(prlimit(card.pid(), RLIMIT_NOFILE, &few, nullptr), 0);
+  std::vector<std::unique_ptr<Client>> clients;
+  std::string reply = "not asked";
+  for (int i = 0; i < 64 && !reply.empty(); ++i) {
+    clients.push_back(std::make_unique<Client>(path));
+    reply = clients.back()->ask("reg 0x43");
+  }
+  EXPECT_EQ(reply, "") << "the last client is not turned away";
+  card.send(SIGTERM);
+  EXPECT_EQ(card.rest(), "caught 15\nok\nok\n0x41\n");
+  EXPECT_EQ(card.errors(), "");
+  EXPECT_EQ(card.wait(), 0);
 }
 
 TEST_F(PoeCardControl, GoesAwayWithPoeCard) {

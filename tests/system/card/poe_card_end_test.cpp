@@ -22,6 +22,12 @@ TEST(PoeCardEnd, HasTheSignalThatEndedTheCommandAsStatus) {
   EXPECT_EQ(runCard({"--", CARD_PROBE, "die:15"}).status, 128 + 15);
 }
 
+TEST(PoeCardEnd, NamesTheSignalThatEndedTheCommand) {
+  const std::string command = CARD_PROBE;
+  EXPECT_EQ(runCard({"--", CARD_PROBE, "die:9"}).err, "poe_card: " + command + " was ended by SIGKILL\n");
+  EXPECT_EQ(runCard({"--", CARD_PROBE, "die:11"}).err, "poe_card: " + command + " was ended by SIGSEGV\n");
+}
+
 TEST(PoeCardEnd, SaysThatACommandCannotBeRun) {
   const CardResult missing = runCard({"--", "/no/such/command", "argument"});
   EXPECT_EQ(missing.err, "poe_card: cannot run /no/such/command: No such file or directory\n");

@@ -3,9 +3,12 @@
 #include "tests/support/process/command.h"
 
 #include <algorithm>
+#include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -114,6 +117,43 @@ TEST(PoeCardInAFolderWithABlank, CapturesTheLogAllTheSame) {
                                    " -- " CARD_PROBE " log:3:here && cat " + file);
   EXPECT_EQ(result.output, "<3> here\n");
   EXPECT_EQ(result.status, 0);
+}
+
+TEST(PoeCardLogFile, ThatIsFullIsReportedOnceAndInTheStatus) {
+  const CardResult result =
+      runCard({"--log", "/dev/full", "--", CARD_PROBE, "log:3:one", "log:3:two", "exit:0"});
+  EXPECT_EQ(result.err, "poe_card: --log: /dev/full does not take every line: No space left on device\n");
+  EXPECT_EQ(result.status, 1);
+}
+
+TEST(PoeCardLogFile, ThatIsFullIsReportedWhileTheCommandRuns) {
+  const TemporaryDirectory tmp;
+  CardProcess card(tmp.path(), {"--log", "/dev/full", "--", "sh", "-c",
+                                "exec \"$0\" log:3:one catch:15 wait:15 2>&-", CARD_PROBE});
+  EXPECT_EQ(card.errorLine(), "poe_card: --log: /dev/full does not take every line: No space left on device");
+  card.send(SIGTERM);
+  EXPECT_EQ(card.wait(), 1);
+}
+
+TEST(PoeCardLogFile, ThatTakesOnlyPartOfALineIsReported) {
+  const TemporaryDirectory tmp;
+  const std::string file = tmp.file("log");
+  // A limit of one block of 512 bytes on the size of a file, whose signal the command ignores.
+  const CommandResult result = run(
+      "'" POE_CARD "' --log '" + file +
+      "' -- sh -c \"trap '' XFSZ; ulimit -f 1; exec '" CARD_PROBE "' log:3:" + std::string(1000, 'x') + "\"");
+  EXPECT_EQ(result.output,
+            "poe_card: --log: " + file + " does not take every line: No space left on device\n");
+  EXPECT_EQ(result.status, 1);
+}
+
+TEST(PoeCardLogFile, ThatIsAPipeIsRefused) {
+  const TemporaryDirectory tmp;
+  ASSERT_EQ(mkfifo(tmp.file("pipe").c_str(), 0600), 0);
+  const CardResult result = runCard({"--log", tmp.file("pipe"), "--", "true"});
+  EXPECT_EQ(result.err, "poe_card: --log: cannot write " + tmp.file("pipe") +
+                            ": it is a pipe or a socket; accepted is a file that can be written\n");
+  EXPECT_EQ(result.status, 2);
 }
 
 TEST(PoeCardWithoutLog, PreloadsNothingMoreThanTheDevice) {

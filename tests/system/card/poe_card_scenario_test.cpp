@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace {
 
 class PoeCardFiles : public testing::Test {
@@ -84,6 +86,14 @@ TEST_F(PoeCardFiles, RecordThatCannotBeWrittenIsRefused) {
   EXPECT_EQ(result.err,
             "poe_card: --record: cannot write /no/such/directory/record: No such file or directory; "
             "accepted is a file that can be written\n");
+  EXPECT_EQ(result.status, 2);
+}
+
+TEST_F(PoeCardFiles, RecordInAPipeIsRefused) {
+  ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+  const CardResult result = runProbe({"--record", path("pipe")}, {});
+  EXPECT_EQ(result.err, "poe_card: --record: cannot write " + path("pipe") +
+                            ": it is a pipe or a socket; accepted is a file that can be written\n");
   EXPECT_EQ(result.status, 2);
 }
 

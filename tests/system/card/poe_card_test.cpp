@@ -156,7 +156,8 @@ const BadLine BAD_LINES[] = {
     {"LogOfNoName", {"--log", "", "--", "true"}, "--log needs the name of a file"},
     {"LogThatCannotBeWritten",
      {"--log", "/no/such/directory/log", "--", "true"},
-     "--log: cannot write /no/such/directory/log: No such file or directory"},
+     "--log: cannot write /no/such/directory/log: No such file or directory; accepted is a file that can be "
+     "written"},
     {"Port4", {"--plug", "4", "--", "true"}, "--plug: '4' is no PORT" ACCEPTED_PLUG},
     {"NoPort", {"--plug", "", "--", "true"}, "--plug: PORT is missing" ACCEPTED_PLUG},
     {"Class5", {"--plug", "0 class=5", "--", "true"}, "--plug: 'class=5' is no class=C" ACCEPTED_PLUG},

@@ -1,0 +1,136 @@
+#include "simulator/card/work_folder.h"
+
+#include "text/text.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::string_view PREFIX = "poe_card.";
+constexpr std::string_view UNIQUE = "XXXXXX";
+constexpr const char* LOCK = "poe_card.lock";
+// The longest path that the adapter makes a socket of, in the folder. umockdev's opener leaves room for two
+// zeros.
+constexpr std::string_view LONGEST_SOCKET = "/umockdev.XXXXXX/ioctl/dev/i2c-0";
+constexpr std::size_t MAX_PARENT =
+    sizeof(sockaddr_un::sun_path) - 2 - LONGEST_SOCKET.size() - PREFIX.size() - UNIQUE.size() - 1;
+constexpr int MAX_TRIES = 100;
+
+std::string parentFolder() {
+  const char* set = std::getenv("TMPDIR");
+  std::string folder = set == nullptr || *set == '\0' ? "/tmp" : set;
+  return fs::absolute(folder).string();
+}
+
+[[noreturn]] void fail(const std::string& parent, int error) {
+  throw std::runtime_error("no folder for temporary files in " + text::quoted(parent) + ": " +
+                           std::generic_category().message(error) +
+                           "; accepted is a TMPDIR that can be written and has room");
+}
+
+// A file of this user's that nobody holds a lock on; the lock is then ours. -1: it is not.
+int lockOfTheDead(const fs::path& folder) {
+  struct stat status {};
+  if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != geteuid() ||
+      (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    return -1;
+  }
+  const int fd = open((folder / LOCK).c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+  if (fd >= 0 && flock(fd, LOCK_EX | LOCK_NB) != 0) {
+    close(fd);
+    return -1;
+  }
+  return fd;
+}
+
+void removeFoldersOfTheDead(const std::string& parent) {
+  std::error_code ignored; // What cannot be removed is in nobody's way.
+  for (fs::directory_iterator entry(parent, fs::directory_options::skip_permission_denied, ignored);
+       !ignored && entry != fs::directory_iterator(); entry.increment(ignored)) {
+    const std::string name = entry->path().filename().string();
+    if (name.size() != PREFIX.size() + UNIQUE.size() || name.compare(0, PREFIX.size(), PREFIX) != 0) {
+      continue;
+    }
+    const int lock = lockOfTheDead(entry->path());
+    if (lock >= 0) {
+      std::error_code stays;
+      fs::remove_all(entry->path(), stays);
+      close(lock);
+    }
+  }
+}
+
+// The adapter's library cannot report that it has no room for its files. False: errno says why.
+bool hasRoom(int fd) {
+  constexpr std::array<char, 32'768> ROOM{};
+  const ssize_t written = write(fd, ROOM.data(), ROOM.size());
+  if (written >= 0 && written < static_cast<ssize_t>(ROOM.size())) {
+    errno = ENOSPC;
+    return false;
+  }
+  return written > 0 && ftruncate(fd, 0) == 0;
+}
+
+} // namespace
+
+WorkFolder::WorkFolder() {
+  const std::string parent = parentFolder();
+  if (parent.size() > MAX_PARENT) {
+    throw std::runtime_error("the path of the folder for temporary files, " + text::quoted(parent) +
+                             ", has " + std::to_string(parent.size()) +
+                             " characters; accepted is a TMPDIR of at most " + std::to_string(MAX_PARENT));
+  }
+  removeFoldersOfTheDead(parent);
+  for (int tries = 0; tries < MAX_TRIES; ++tries) {
+    if (tryToMake(parent)) {
+      return;
+    }
+  }
+  fail(parent, EBUSY);
+}
+
+// False: another poe_card has taken the folder for that of a dead one before its lock was held.
+bool WorkFolder::tryToMake(const std::string& parent) {
+  m_path = parent + "/" + std::string(PREFIX) + std::string(UNIQUE);
+  if (mkdtemp(m_path.data()) == nullptr) {
+    fail(parent, errno);
+  }
+  m_lock = open((m_path + "/" + LOCK).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  struct stat status {};
+  errno = 0;
+  if (m_lock >= 0 && hasRoom(m_lock) && flock(m_lock, LOCK_EX | LOCK_NB) == 0 &&
+      fstat(m_lock, &status) == 0 && status.st_nlink > 0) {
+    return true;
+  }
+  const int error = errno;
+  close(m_lock);
+  remove();
+  if (error != 0 && error != EWOULDBLOCK) {
+    fail(parent, error);
+  }
+  return false;
+}
+
+WorkFolder::~WorkFolder() {
+  remove();
+  close(m_lock);
+}
+
+void WorkFolder::remove() const noexcept {
+  std::error_code stays; // Nothing can be done; the next start tries again.
+  fs::remove_all(m_path, stays);
+}
