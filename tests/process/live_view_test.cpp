@@ -2,6 +2,7 @@
 #include "tests/process/command.h"
 #include "tests/process/pattern.h"
 #include "tests/process/process_fixture.h"
+#include "tests/process/pseudo_terminal.h"
 #include "tests/process/tmux_terminal.h"
 
 #include <algorithm>
@@ -16,6 +17,12 @@ const std::string UNICODE = "LC_ALL=C.UTF-8 ";
 
 class PoectlLiveView : public ServiceTest {
 protected:
+  void SetUp() override {
+    if (const std::string refusal = pseudoTerminalRefusal(); !refusal.empty()) {
+      GTEST_SKIP() << refusal;
+    }
+  }
+
   void startCard() {
     service = std::make_unique<ServiceProcess>(
         ServiceOptions{{"--stepped", "--control", socket, "--plug", "0 class=2 watts=6"}, {}});
