@@ -4,6 +4,7 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "${POE_MAINTAINER}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/directory_rights.cmake)
 set(CPACK_COMPONENTS_ALL service)
 if(TARGET poectl)
   list(APPEND CPACK_COMPONENTS_ALL tools)
@@ -52,4 +53,14 @@ else()
   set(CPACK_DEBIAN_TOOLS_DESCRIPTION "main process of a line card for the PoE service
 ${poectl_description}")
 endif()
+
+# Every file in the packages is of the release's date, so that two builds make the same packages.
+execute_process(COMMAND date --utc --date=${POE_RELEASE_DATE} +%s OUTPUT_VARIABLE POE_RELEASE_SECONDS
+  OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_BINARY_DIR}/release_date.cmake)
+file(CONFIGURE OUTPUT ${CPACK_PROJECT_CONFIG_FILE} @ONLY CONTENT [[
+if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
+  set(ENV{SOURCE_DATE_EPOCH} @POE_RELEASE_SECONDS@)
+endif()
+]])
 include(CPack)

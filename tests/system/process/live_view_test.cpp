@@ -2,6 +2,7 @@
 #include "tests/support/process/process_fixture.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
+#include "tests/system/process/pseudo_terminal.h"
 #include "tests/system/process/tmux_terminal.h"
 
 #include <algorithm>
@@ -16,6 +17,12 @@ const std::string UNICODE = "LC_ALL=C.UTF-8 ";
 
 class PoectlLiveView : public ServiceTest {
 protected:
+  void SetUp() override {
+    if (const std::string refusal = pseudoTerminalRefusal(); !refusal.empty()) {
+      GTEST_SKIP() << refusal;
+    }
+  }
+
   void startCard() {
     service = std::make_unique<ServiceProcess>(
         ServiceOptions{{"--stepped", "--control", socket, "--plug", "0 class=2 watts=6"}, {}});

@@ -2,6 +2,7 @@
 #include "tests/support/process/patience.h"
 #include "tests/support/process/process_fixture.h"
 #include "tests/system/process/command.h"
+#include "tests/system/process/pseudo_terminal.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -137,6 +138,9 @@ private:
 };
 
 TEST_F(PoectlConsole, CompletesWordsOnATerminalAndKeepsAHistory) {
+  if (const std::string refusal = pseudoTerminalRefusal(); !refusal.empty()) {
+    GTEST_SKIP() << refusal;
+  }
   startService();
   std::string folder = ::testing::TempDir() + "poectl_XXXXXX";
   ASSERT_NE(mkdtemp(folder.data()), nullptr);
