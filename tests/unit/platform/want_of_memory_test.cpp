@@ -10,12 +10,12 @@
 #include <syslog.h>
 
 #include "captured_syslog.h"
-#include "console_connection.h"
 #include "platform/debug_server.h"
 #include "platform/debugable.h"
 #include "platform/trace_object.h"
 #include "platform/watchdog_monitor.h"
 #include "talker.h"
+#include "tests/support/process/console_connection.h"
 
 static_assert(std::is_nothrow_constructible_v<TraceObject, const std::string&, std::int32_t>);
 static_assert(std::is_nothrow_constructible_v<watchdogMonitor, const std::string&>);
