@@ -77,12 +77,24 @@ gboolean ControlSocket::onConnection(gint /*fd*/, GIOCondition /*condition*/, gp
   return G_SOURCE_CONTINUE;
 }
 
+namespace {
+
+// The socket's mode keeps other users out, but not root's own helpers and not whoever is handed a descriptor.
+bool isOfOurUser(int fd) {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  return getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 &&
+         (peer.uid == geteuid() || peer.uid == 0);
+}
+
+} // namespace
+
 void ControlSocket::accept() {
   const int fd = accept4(m_fd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
   if (fd < 0) {
     return; // the client has gone again
   }
-  if (m_clients.size() == MOST_CLIENTS) {
+  if (m_clients.size() == MOST_CLIENTS || !isOfOurUser(fd)) {
     close(fd);
     return;
   }
