@@ -102,7 +102,7 @@ CLI::Validator seconds() {
   return {[](const std::string& text) {
             double value = 0;
             const bool inRange = CLI::detail::lexical_cast(text, value) && value >= MIN && value <= MAX;
-            return inRange ? std::string() : "'" + text + "' is no number of seconds from 0.1 to 1e9";
+            return inRange ? std::string() : "Value " + text + " not in range 0.100000 to 1000000000.000000";
           },
           "FLOAT in [0.1 - 1e+09]"};
 }

@@ -123,22 +123,6 @@ TEST_F(PoectlNeighbours, WatchEndsBySignalsWhileNobodyReadsItsOutput) {
   }
 }
 
-TEST_F(PoectlNeighbours, WatchEndsBySignalsWhileTheServiceTakesNoConfiguration) {
-  mq_attr attributes{};
-  attributes.mq_maxmsg = 1;
-  attributes.mq_msgsize = 2000;
-  const mqd_t full = mq_open("/queueToPoe", O_RDWR | O_CREAT, 0600, &attributes);
-  ASSERT_EQ(mq_send(full, "", 0, 0), 0);
-  StartedCommand watch({POECTL, "watch", "--example", "--events"});
-  ASSERT_TRUE(waitUntil([] { return queueExists("/queueToMain"); }));
-  sendStatus();
-  ASSERT_TRUE(
-      waitUntil([&] { return watch.output().find("cannot send on /queueToPoe") != std::string::npos; }));
-  expectEnd(watch, SIGTERM);
-  mq_close(full);
-  mq_unlink("/queueToPoe");
-}
-
 TEST_F(PoectlNeighbours, ACommandLineWithoutEndIsRefused) {
   const CommandResult result =
       run("head -c 100000 /dev/zero | timeout 20 " + std::string(POECTL) + " console");

@@ -308,14 +308,4 @@ TEST_F(Poectl, HelpAndVersionSayThatTheyCannotBeWritten) {
   }
 }
 
-TEST_F(Poectl, WatchRefusesATimeThatIsNoNumberOfSeconds) {
-  for (const char* const seconds : {"nan", "inf", "-1", "0", "1e10", "1s"}) {
-    const CommandResult result = run("timeout 10 " + std::string(POECTL) + " watch --seconds " + seconds);
-    EXPECT_EQ(result.status, 2) << seconds;
-    EXPECT_EQ(result.output, std::string("poectl: --seconds: '") + seconds +
-                                 "' is no number of seconds from 0.1 to 1e9; 'poectl --help' lists what is "
-                                 "accepted\n");
-  }
-}
-
 } // namespace
