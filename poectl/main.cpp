@@ -19,6 +19,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -34,7 +35,10 @@ struct Options {
   bool json = false;
   bool prometheus = false;
   WatchOptions watch;
+  bool force = false;
   std::string cardControl;
+  bool printSocket = false;
+  std::vector<std::string> words; // behind "--"
   PlayOptions play;
 };
 
@@ -91,12 +95,24 @@ StatusFormat statusFormat(const Options& options) {
   return options.prometheus ? StatusFormat::PROMETHEUS : StatusFormat::TEXT;
 }
 
+// CLI::Range would take a nan, which is neither below nor above.
+CLI::Validator seconds() {
+  constexpr double MIN = 0.1;
+  constexpr double MAX = 1e9;
+  return {[](const std::string& text) {
+            double value = 0;
+            const bool inRange = CLI::detail::lexical_cast(text, value) && value >= MIN && value <= MAX;
+            return inRange ? std::string() : "Value " + text + " not in range 0.100000 to 1000000000.000000";
+          },
+          "FLOAT in [0.1 - 1e+09]"};
+}
+
 void addWatchCommand(CLI::App& application, WatchOptions& options) {
   CLI::App* watch = application.add_subcommand(
       "watch", "create /queueToMain and show the status messages; live on a terminal");
   watch->add_option("--seconds", options.seconds, "end after this time (default: when interrupted)")
       ->type_name("S")
-      ->check(CLI::Range(0.1, 1e9));
+      ->check(seconds());
   watch->add_option("--count", options.count, "end after this many messages; no live view")
       ->type_name("N")
       ->check(CLI::Range(1UL, 1000000000UL));
@@ -111,22 +127,29 @@ void addWatchCommand(CLI::App& application, WatchOptions& options) {
   watch->footer("Example: poectl watch --seconds 10");
 }
 
-void addConsoleCommands(CLI::App& application) {
+void addConsoleCommands(CLI::App& application, Options& options) {
   CLI::App* console =
       application.add_subcommand("console", "send a command to the service's debug console, or open it");
   console->prefix_command(); // what follows belongs to the console, also when it looks like an option
   console->footer("Example: poectl console channel 0");
   application.add_subcommand("preflight", "tell whether the queues and the console's port are free")
       ->footer("Example: poectl preflight");
-  application.add_subcommand("clean", "remove the queues that a killed service or main process left behind")
-      ->footer("Example: poectl clean");
+  CLI::App* clean = application.add_subcommand(
+      "clean", "remove the queues that a killed service or main process left behind and nobody serves");
+  clean->add_flag(
+      "--force", options.force,
+      "remove them whoever serves them: a running service then takes no configuration until it is "
+      "started again");
+  clean->footer("Example: poectl clean");
 }
 
 void addCardCommand(CLI::App& application, Options& options) {
   CLI::App* card = application.add_subcommand("card", "send a command to the simulated card");
   card->add_option("--control", options.cardControl,
-                   "the card's control socket (default: $POE_CARD_CONTROL, else that of ./run)")
+                   "the card's control socket (default: $POE_CARD_CONTROL, else the user's own)")
       ->type_name("PATH");
+  card->add_flag("--print-socket", options.printSocket,
+                 "print the control socket's path for poe_card --control, and make its default directory");
   card->prefix_command(); // what follows belongs to the card
   card->footer("Example: poectl card plug 0 class=4 watts=22\n'poectl card help' lists the card's words.");
 }
@@ -136,7 +159,7 @@ void addPlayCommand(CLI::App& application, PlayOptions& options) {
       "play", "carry a scenario file out and print its results as TAP; creates /queueToMain");
   play->add_option("FILE", options.file, "the scenario; - is standard input")->type_name("")->required();
   play->add_option("--control", options.cardControl,
-                   "the card's control socket (default: $POE_CARD_CONTROL, else that of ./run)")
+                   "the card's control socket (default: $POE_CARD_CONTROL, else the user's own)")
       ->type_name("PATH");
   play->add_option("--log", options.log, "the service's log, as poe_card --log writes it, for 'expect log'")
       ->type_name("LOG");
@@ -150,6 +173,30 @@ void addPlayCommand(CLI::App& application, PlayOptions& options) {
                "  expect port 0 underLoadCounter +1\n"
                "  expect port 0 state stays SEARCHING for 3 messages\n"
                "docs/scenarios.md tells all of it.");
+}
+
+// Cuts the words behind a "--" off the command line of "console" or "card", for CLI would look for them among
+// its own. A "--" behind the first word is one of the words.
+std::vector<std::string> cutWords(int& argc, char** argv) {
+  const std::string command = argc > 1 ? argv[1] : "";
+  if (command != "console" && command != "card") {
+    return {};
+  }
+  int mark = 2;
+  while (mark < argc && argv[mark][0] == '-' && std::strcmp(argv[mark], "--") != 0) {
+    mark += std::strcmp(argv[mark], "--control") == 0 ? 2 : 1;
+  }
+  if (mark >= argc || std::strcmp(argv[mark], "--") != 0) {
+    return {};
+  }
+  std::vector<std::string> words(argv + mark + 1, argv + argc);
+  argc = mark;
+  return words;
+}
+
+// What belongs to the console or the card.
+std::vector<std::string> wordsOf(const CLI::App& command, const Options& options) {
+  return options.words.empty() ? command.remaining() : options.words;
 }
 
 int execute(const CLI::App& command, const Options& options) {
@@ -170,10 +217,11 @@ int execute(const CLI::App& command, const Options& options) {
     return printStatus(statusFormat(options));
   }
   if (name == "console") {
-    return console(command.remaining());
+    return console(wordsOf(command, options));
   }
   if (name == "card") {
-    return card(options.cardControl, command.remaining());
+    return options.printSocket ? printCardSocket(options.cardControl)
+                               : card(options.cardControl, wordsOf(command, options));
   }
   if (name == "play") {
     return play(options.play);
@@ -185,7 +233,7 @@ int execute(const CLI::App& command, const Options& options) {
     return preflight();
   }
   if (name == "clean") {
-    return clean();
+    return clean(options.force);
   }
   throw std::logic_error("the command " + name + " is not carried out");
 }
@@ -211,9 +259,10 @@ int commandLine(int argc, char** argv) {
   addExplainCommand(application, options);
   addStatusCommand(application, options);
   addWatchCommand(application, options.watch);
-  addConsoleCommands(application);
+  addConsoleCommands(application, options);
   addCardCommand(application, options);
   addPlayCommand(application, options.play);
+  options.words = cutWords(argc, argv);
 
   try {
     application.parse(argc, argv);
@@ -221,7 +270,10 @@ int commandLine(int argc, char** argv) {
       throw CLI::ValidationError("a command is missing");
     }
   } catch (const CLI::Success& request) { // help and version
-    return application.exit(request);
+    std::ostringstream text;
+    application.exit(request, text);
+    std::fputs(text.str().c_str(), stdout);
+    return deliverOutput() ? 0 : FAILED;
   } catch (const CLI::ParseError& error) {
     std::fprintf(stderr, "poectl: %s; 'poectl --help' lists what is accepted\n", error.what());
     return BAD_INPUT;

@@ -1,22 +1,21 @@
 #include "poectl/card/card_client.h"
 
-#include <algorithm>
-#include <cerrno>
+#include "poectl/service/visible_text.h"
+
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <poll.h>
-#include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 namespace {
 
-constexpr int REPLY_TIMEOUT = 2000; // ms
+using Clock = PeerConnection::Clock;
+
+constexpr std::chrono::milliseconds REPLY_LIMIT{2000}; // also of the connection
 constexpr char REFUSED[] = "error: ";
 constexpr char DONE[] = "ok\n";
 
-int connectTo(const std::string& path) {
+sockaddr_un addressOf(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   if (path.size() >= sizeof address.sun_path) {
@@ -24,61 +23,76 @@ int connectTo(const std::string& path) {
                     std::to_string(sizeof address.sun_path - 1) + " characters are accepted");
   }
   path.copy(address.sun_path, path.size());
-  const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (descriptor < 0 || connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-    const std::string why = std::strerror(errno);
-    close(descriptor);
-    throw CardError("cannot reach the simulated card on " + path + ": " + why +
-                    "; is poe_card running with --control?");
+  return address;
+}
+
+// A reply ends with an empty line.
+bool isComplete(const std::string& reply) {
+  return reply == "\n" || (reply.size() >= 2 && reply.compare(reply.size() - 2, 2, "\n\n") == 0);
+}
+
+[[noreturn]] void explain(const std::string& path, const PeerError& error) {
+  const std::string card = "the simulated card on " + path;
+  switch (error.kind()) {
+  case PeerError::Kind::UNREACHABLE:
+    throw CardError("cannot reach " + card + ": " + error.what() + "; is poe_card running with --control?");
+  case PeerError::Kind::GONE:
+    throw CardError(card + " is gone: " + error.what());
+  case PeerError::Kind::SILENT:
+    throw CardError(card + " does not reply");
+  case PeerError::Kind::TOO_LONG:
+    throw CardError(card + " replies with " + error.what());
+  case PeerError::Kind::INTERRUPTED:
+    break;
   }
-  return descriptor;
+  throw CardError(card + " was not waited for: interrupted");
+}
+
+std::unique_ptr<PeerConnection> connectTo(const std::string& path, int stop) {
+  const sockaddr_un address = addressOf(path);
+  try {
+    return std::make_unique<PeerConnection>(reinterpret_cast<const sockaddr*>(&address), sizeof address,
+                                            Clock::now() + REPLY_LIMIT, stop);
+  } catch (const PeerError& error) {
+    explain(path, error);
+  }
 }
 
 } // namespace
 
-std::string cardControlPath(const std::string& option) {
-  if (!option.empty()) {
-    return option;
+CardClient::CardClient(const std::string& path, int stop)
+    : m_path(path), m_connection(connectTo(path, stop)) {
+  const uid_t user = m_connection->peerUser();
+  if (user != geteuid() && user != 0) {
+    throw CardError("the control socket " + path + " is user " + std::to_string(user) +
+                    "'s; accepted is a card of your own (user " + std::to_string(geteuid()) + ") or root's");
   }
-  const char* const variable = std::getenv("POE_CARD_CONTROL");
-  if (variable != nullptr && *variable != '\0') {
-    return variable;
-  }
-  return "/tmp/poe_card-" + std::to_string(getuid()) + ".socket";
-}
-
-CardClient::CardClient(const std::string& path) : m_path(path), m_socket(connectTo(path)) {}
-
-CardClient::~CardClient() {
-  close(m_socket);
 }
 
 std::string CardClient::ask(const std::string& words) {
   if (words.find('\n') != std::string::npos) {
     throw CardRefusal("a command of the card is one line: it cannot contain a line end");
   }
-  const std::string line = words + "\n";
-  if (send(m_socket, line.data(), line.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(line.size())) {
-    throw CardError("the simulated card on " + m_path + " is gone: " + std::strerror(errno));
-  }
-  std::string reply; // ends with an empty line
-  while (reply != "\n" && (reply.size() < 2 || reply.compare(reply.size() - 2, 2, "\n\n") != 0)) {
-    pollfd readable{m_socket, POLLIN, 0};
-    if (poll(&readable, 1, REPLY_TIMEOUT) != 1) {
-      throw CardError("the simulated card on " + m_path + " does not reply");
-    }
-    char block[4096];
-    const ssize_t length = recv(m_socket, block, sizeof block, 0);
-    if (length <= 0) {
-      throw CardError("the simulated card on " + m_path + " has closed the connection");
-    }
-    reply.append(block, static_cast<std::size_t>(length));
+  std::string reply = conversation(words + "\n");
+  if (!isComplete(reply)) {
+    throw CardError("the simulated card on " + m_path + " has closed the connection");
   }
   reply.pop_back();
   if (reply.compare(0, std::strlen(REFUSED), REFUSED) == 0) {
-    throw CardRefusal("card: " + reply.substr(std::strlen(REFUSED), reply.size() - std::strlen(REFUSED) - 1));
+    throw CardRefusal(
+        "card: " + visibleLine(reply.substr(std::strlen(REFUSED), reply.size() - std::strlen(REFUSED) - 1)));
   }
-  return reply == DONE ? "" : reply;
+  return reply == DONE ? "" : visibleText(reply);
+}
+
+std::string CardClient::conversation(const std::string& request) {
+  try {
+    const Clock::time_point deadline = Clock::now() + REPLY_LIMIT;
+    m_connection->send(request, deadline);
+    return m_connection->receive(deadline, isComplete);
+  } catch (const PeerError& error) {
+    explain(m_path, error);
+  }
 }
 
 // The reply is the address and the value.

@@ -1,6 +1,9 @@
 // The control socket of the simulated card.
 #pragma once
 
+#include "poectl/service/peer_connection.h"
+
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -15,22 +18,17 @@ public:
   using CardError::CardError;
 };
 
-// The socket: `option` unless it is empty, else the environment variable POE_CARD_CONTROL, which poe_card
-// sets for the command that it runs, else the one that ./run makes.
-std::string cardControlPath(const std::string& option);
-
-// A connection to the card. One thread.
+// A connection to the card, which must be one of the same user or root's. One thread.
 class CardClient {
 public:
-  // Throws CardError, whose text is one clear line, when there is no card.
-  explicit CardClient(const std::string& path);
-  CardClient(const CardClient&) = delete;
-  CardClient& operator=(const CardClient&) = delete;
-  ~CardClient();
+  // `stop` ends a wait early when it becomes readable; it stays open longer than the client. Throws
+  // CardError, whose text is one clear line, when there is no card.
+  explicit CardClient(const std::string& path, int stop = PeerConnection::NO_STOP);
 
-  // Sends one command line, without its line end, and returns the lines of the reply, each with its line end;
-  // nothing when the card has nothing to tell. Throws CardRefusal for a command that the card does not
-  // understand, CardError when no reply comes within 2 s.
+  // Sends one command line, without its line end, and returns the lines of the reply, each with its line end
+  // and with control characters made visible; nothing when the card has nothing to tell. Throws CardRefusal
+  // for a command that the card does not understand, CardError when no reply of at most
+  // PeerConnection::MAX_REPLY_SIZE is complete within 2 s. The client cannot be used after a CardError.
   std::string ask(const std::string& words);
 
   // What a register of the chip holds, without a transfer on its bus. `address` is 0 to 0xCE. Throws
@@ -38,6 +36,8 @@ public:
   unsigned readRegister(unsigned address);
 
 private:
+  std::string conversation(const std::string& request);
+
   const std::string m_path;
-  int m_socket;
+  const std::unique_ptr<PeerConnection> m_connection;
 };

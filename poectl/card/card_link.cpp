@@ -36,7 +36,7 @@ void CardLink::work() {
   }
   try {
     if (!m_client) {
-      m_client = std::make_unique<CardClient>(m_path);
+      m_client = std::make_unique<CardClient>(m_path, m_worker.stopDescriptor());
     }
     carryOut(commands);
     store(parseCardState(m_client->ask("show")));

@@ -12,7 +12,7 @@
 #include <vector>
 
 // Asks the card for its state once a second and after each command, and connects again when it has gone and
-// come back. No call waits for the card; the destructor waits at most 2 s for a card that does not reply.
+// come back. No call waits for the card, nor does the destructor.
 class CardLink {
 public:
   // `path` is that of the control socket.

@@ -1,5 +1,6 @@
 #include "poectl/commands/console.h"
 
+#include "poectl/commands/command_lines.h"
 #include "poectl/scenario/words.h"
 #include "poectl/service/console_client.h"
 #ifdef POECTL_HAS_SHELL
@@ -19,7 +20,7 @@ void printReply(const std::string& words) {
 }
 
 int answerStandardInput() {
-  for (std::string line; std::getline(std::cin, line) && line != "quit";) {
+  for (std::string line; nextCommandLine(std::cin, line) && !endsConsole(line);) {
     printReply(line);
   }
   return 0;
@@ -36,6 +37,9 @@ int console(const std::vector<std::string>& words) {
 #endif
     return answerStandardInput();
   }
-  printReply(joinWords(words));
+  const std::string line = joinWords(words);
+  if (!endsConsole(line)) {
+    printReply(line);
+  }
   return 0;
 }

@@ -2,22 +2,88 @@
 
 #include "poectl/service/console_client.h"
 #include "poectl/service/console_vocabulary.h"
+#include "poectl/service/end_signals.h"
 
 #include <algorithm>
+#include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <editline/readline.h>
 #include <filesystem>
 #include <memory>
+#include <poll.h>
 #include <sstream>
 #include <string>
+#include <sys/epoll.h>
+#include <sys/signalfd.h>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
 
 namespace {
 
 constexpr int HISTORY_LINES = 1000;
+constexpr std::uintmax_t MAX_HISTORY_SIZE = 1024 * 1024; // bytes
+constexpr std::chrono::milliseconds REPLY_LIMIT{10000};
+constexpr std::chrono::milliseconds COMPLETION_LIMIT{1000};
+constexpr int KILL_LINE = 'U' & 0x1F; // Ctrl-U
+
+// The keys, and the signals that come between them: Ctrl-C takes back the line or the command that waits for
+// its reply, the others end the shell.
+class ShellInput {
+public:
+  ShellInput() : m_ends({SIGTERM, SIGQUIT, SIGHUP}), m_interrupt(interruptSignal()) {
+    for (const int descriptor : {m_ends.descriptor(), m_interrupt}) {
+      epoll_event event{};
+      event.events = EPOLLIN;
+      epoll_ctl(m_stop, EPOLL_CTL_ADD, descriptor, &event);
+    }
+  }
+  ShellInput(const ShellInput&) = delete;
+  ShellInput& operator=(const ShellInput&) = delete;
+  ~ShellInput() {
+    close(m_stop);
+    close(m_interrupt);
+  }
+
+  // Readable while a signal has not been taken note of.
+  int stopDescriptor() const { return m_stop; }
+
+  // For the library: the next byte, or EOF.
+  int nextKey() {
+    pollfd ready[] = {{STDIN_FILENO, POLLIN, 0}, {m_stop, POLLIN, 0}};
+    while (poll(ready, 2, -1) < 0) {
+    }
+    if (ready[1].revents != 0) {
+      return takeInterrupt() ? KILL_LINE : EOF;
+    }
+    char key = 0;
+    return read(STDIN_FILENO, &key, 1) == 1 ? static_cast<unsigned char>(key) : EOF;
+  }
+
+  // True when Ctrl-C was pressed, which is then over.
+  bool takeInterrupt() {
+    signalfd_siginfo signal{};
+    return read(m_interrupt, &signal, sizeof signal) > 0;
+  }
+
+private:
+  static int interruptSignal() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+  }
+
+  EndSignals m_ends;
+  const int m_interrupt; // a signalfd
+  const int m_stop = epoll_create1(EPOLL_CLOEXEC);
+};
+
+ShellInput* input = nullptr; // the library's functions have no argument for it
 
 // $XDG_STATE_HOME/poectl/console_history; empty when the user has no place for it.
 std::string historyFile() {
@@ -33,6 +99,18 @@ std::string historyFile() {
   std::error_code error;
   fs::create_directories(folder / "poectl", error);
   return error ? "" : (folder / "poectl" / "console_history").string();
+}
+
+// Whether the library can read and write the file without waiting for somebody; a file that is missing can be
+// made.
+bool canBeHistory(const std::string& file) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::file_status status = fs::status(file, error);
+  if (status.type() == fs::file_type::not_found) {
+    return true;
+  }
+  return fs::is_regular_file(status) && fs::file_size(file, error) <= MAX_HISTORY_SIZE && !error;
 }
 
 std::vector<std::string> wordsOf(const std::string& text) {
@@ -52,7 +130,7 @@ void add(std::vector<std::string>& list, const std::array<const char*, size>& wo
 // The objects that the service has registered now, one a line of the console's "help".
 std::vector<std::string> registeredObjects() {
   try {
-    return wordsOf(askConsole("help"));
+    return wordsOf(askConsole("help", {COMPLETION_LIMIT, input->stopDescriptor()}));
   } catch (const ConsoleError&) {
     return {CONSOLE_ENGINE};
   }
@@ -99,8 +177,9 @@ char** complete(const char* text, int start, int /*end*/) {
 
 void answer(const std::string& line) {
   try {
-    std::fputs(askConsole(consoleLine(line)).c_str(), stdout);
+    std::fputs(askConsole(consoleLine(line), {REPLY_LIMIT, input->stopDescriptor()}).c_str(), stdout);
   } catch (const ConsoleError& error) {
+    input->takeInterrupt();
     std::fprintf(stderr, "poectl: %s\n", error.what()); // the service may be back for the next command
   }
 }
@@ -108,9 +187,17 @@ void answer(const std::string& line) {
 } // namespace
 
 int runConsoleShell() {
-  const std::string history = historyFile();
+  ShellInput shellInput;
+  input = &shellInput;
+  std::string history = historyFile();
+  if (!history.empty() && !canBeHistory(history)) {
+    std::fprintf(stderr, "poectl: %s is no file of at most %ju bytes: no history is kept\n", history.c_str(),
+                 MAX_HISTORY_SIZE);
+    history.clear();
+  }
   rl_readline_name = "poectl";
   rl_attempted_completion_function = complete;
+  rl_getc_function = [](std::FILE*) { return input->nextKey(); };
   using_history();
   stifle_history(HISTORY_LINES);
   if (!history.empty()) {
@@ -123,7 +210,7 @@ int runConsoleShell() {
       break;
     }
     const std::string line = text.get();
-    if (line == "quit" || line == "exit") {
+    if (endsConsole(line)) {
       break;
     }
     if (!wordsOf(line).empty()) {
@@ -131,7 +218,7 @@ int runConsoleShell() {
       answer(line);
     }
   }
-  if (!history.empty()) {
+  if (!history.empty() && canBeHistory(history)) {
     write_history(history.c_str());
   }
   return 0;

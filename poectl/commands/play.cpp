@@ -1,5 +1,6 @@
 #include "poectl/commands/play.h"
 
+#include "poectl/card/control_path.h"
 #include "poectl/scenario/scenario.h"
 #include "poectl/scenario/scenario_player.h"
 #include "poectl/scenario/tap.h"
@@ -11,12 +12,15 @@
 namespace {
 
 // A card that is not there is found out before anything is done.
-std::optional<CardClient> cardFor(const Scenario& scenario, const std::string& control) {
+std::optional<CardClient> cardFor(const Scenario& scenario, const std::string& control, int stop) {
   const bool needed = std::any_of(scenario.begin(), scenario.end(), [](const Step& step) {
     return std::holds_alternative<CardStep>(step.action) ||
            std::holds_alternative<RegisterExpectation>(step.action);
   });
-  return needed ? std::make_optional<CardClient>(cardControlPath(control)) : std::nullopt;
+  if (!needed) {
+    return {};
+  }
+  return std::make_optional<CardClient>(cardControlPath(control), stop);
 }
 
 std::optional<LogFollower> logFor(const Scenario& scenario, const std::string& name,
@@ -44,7 +48,7 @@ int play(const PlayOptions& options) {
   });
   Tap tap(std::cout, scenario.size());
   try {
-    std::optional<CardClient> card = cardFor(scenario, options.cardControl);
+    std::optional<CardClient> card = cardFor(scenario, options.cardControl, receiver.signalDescriptor());
     ScenarioPlayer(receiver, card, log, tap).play(scenario);
   } catch (const std::exception& error) { // PlayStopped, CardError, QueueError
     tap.bailOut(error.what());

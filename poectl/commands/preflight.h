@@ -6,5 +6,7 @@
 // is in the way, else 1 after one line on standard error.
 int preflight();
 
-// Removes the two queues and says which it removed. Returns 0. Throws QueueError.
-int clean();
+// Removes each of the two queues that nobody serves, and says which it removed; says on standard error which
+// it left and why. `force` removes both whoever serves them: a service that is cut off takes no configuration
+// until it is started again. Returns 0, or 1 when it left one. Throws QueueError.
+int clean(bool force);

@@ -10,6 +10,9 @@ namespace {
 
 using Clock = ScenarioStatus::Clock;
 
+constexpr std::chrono::milliseconds CONSOLE_LIMIT{10000};
+constexpr std::chrono::milliseconds SEND_LIMIT{1000};
+
 Clock::time_point inSeconds(double seconds) {
   return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
 }
@@ -31,7 +34,7 @@ void ScenarioPlayer::play(const Scenario& scenario) {
 void ScenarioPlayer::playStep(const Step& step, const ApplyStep& apply) {
   act(step, [&] {
     const PoeConfigMessage message{MSGID_CONFIG, apply.config};
-    sendToService(&message, sizeof message);
+    sendToService(&message, sizeof message, {SEND_LIMIT, m_stop});
     return std::string();
   });
   m_config = apply.config;
@@ -45,7 +48,9 @@ void ScenarioPlayer::playStep(const Step& step, const CardStep& card) {
 }
 
 void ScenarioPlayer::playStep(const Step& step, const ConsoleStep& console) {
-  const std::string reply = act(step, [&] { return askConsole(consoleLine(console.words)); });
+  const std::string reply = act(step, [&] {
+    return askConsole(consoleLine(console.words), {CONSOLE_LIMIT, m_stop});
+  });
   const bool shown = !console.shows || reply.find(*console.shows) != std::string::npos;
   m_tap.result(shown, described(step));
   if (!shown) {
@@ -97,6 +102,7 @@ std::string ScenarioPlayer::act(const Step& step, const std::function<std::strin
   try {
     return action();
   } catch (const std::runtime_error& error) { // QueueError, CardError, ConsoleError
+    m_history.checkInterrupted();
     m_tap.result(false, described(step));
     m_tap.comment(error.what());
     throw PlayStopped("what follows line " + std::to_string(step.line) + " needs that step");

@@ -22,7 +22,7 @@ public:
   // `card` and `log` must be there when the scenario needs them.
   ScenarioPlayer(StatusReceiver& receiver, std::optional<CardClient>& card, std::optional<LogFollower>& log,
                  Tap& tap)
-      : m_history(receiver), m_card(card), m_log(log), m_tap(tap) {}
+      : m_stop(receiver.signalDescriptor()), m_history(receiver), m_card(card), m_log(log), m_tap(tap) {}
 
   // Waits for the service's first message, then plays. A failed expectation does not end it. Throws
   // PlayStopped after a failed apply, card or console step, a service that has gone silent, or a signal to
@@ -47,6 +47,7 @@ private:
   Judgement awaitMessages(unsigned messages, const Judge& judge);
   void report(const Step& step, const Judgement& judgement);
 
+  const int m_stop; // readable when a signal ends the play
   ScenarioStatus m_history;
   std::optional<CardClient>& m_card;
   std::optional<LogFollower>& m_log;

@@ -21,10 +21,16 @@ bool ScenarioStatus::receiveUntil(Clock::time_point end) {
 }
 
 void ScenarioStatus::startStep() {
-  while (receiveWithin(std::chrono::milliseconds{0})) {
-  }
+  for (long old = 0; old < STATUS_QUEUE_MESSAGES && receiveWithin(std::chrono::milliseconds{0}); old++) {
+  } // what comes after those has been sent since
   m_before = m_now;
   m_new = false;
+}
+
+void ScenarioStatus::checkInterrupted() {
+  if (m_receiver.next(std::chrono::milliseconds{0}, m_now) == StatusReceiver::Event::INTERRUPTED) {
+    throw PlayStopped("interrupted by a signal");
+  }
 }
 
 bool ScenarioStatus::receiveWithin(std::chrono::milliseconds limit) {

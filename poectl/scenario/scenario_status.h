@@ -29,6 +29,9 @@ public:
   // Something is done now: what has come until here is before it.
   void startStep();
 
+  // Throws PlayStopped when a signal has come.
+  void checkInterrupted();
+
   const PoeStatus& before() const { return m_before; }
   const PoeStatus& now() const { return m_now; }
   bool isNew() const { return m_new; } // now() came behind startStep()

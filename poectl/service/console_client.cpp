@@ -1,69 +1,54 @@
 #include "poectl/service/console_client.h"
 
 #include "components/PoeDriver/poe_messages.h"
-
 #include "poectl/service/console_vocabulary.h"
+#include "poectl/service/visible_text.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
-#include <cerrno>
-#include <cstring>
 #include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
 
+using Clock = PeerConnection::Clock;
+
 const std::string PROMPT = "> ";
 
-class Connection {
-public:
-  Connection() : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(CONSOLE_PORT);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-      const std::string why = std::strerror(errno);
-      close(m_socket);
-      throw ConsoleError("cannot reach the console on 127.0.0.1 port " + std::to_string(CONSOLE_PORT) + ": " +
-                         why + "; is the service running?");
-    }
-  }
-  Connection(const Connection&) = delete;
-  Connection& operator=(const Connection&) = delete;
-  ~Connection() { close(m_socket); }
+std::string place() {
+  return "the console on 127.0.0.1 port " + std::to_string(CONSOLE_PORT);
+}
 
-  void write(const std::string& text) {
-    if (send(m_socket, text.data(), text.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(text.size())) {
-      throw ConsoleError(std::string("cannot send to the console: ") + std::strerror(errno));
-    }
+std::string explained(const PeerError& error) {
+  switch (error.kind()) {
+  case PeerError::Kind::UNREACHABLE:
+    return "cannot reach " + place() + ": " + error.what() + "; is the service running?";
+  case PeerError::Kind::GONE:
+    return std::string("the console has broken the connection: ") + error.what();
+  case PeerError::Kind::SILENT:
+    return "the console does not reply in time";
+  case PeerError::Kind::TOO_LONG:
+    return std::string("the console replies with ") + error.what();
+  case PeerError::Kind::INTERRUPTED:
+    break;
   }
+  return "the console was not waited for: interrupted";
+}
 
-  // Everything until the console closes.
-  std::string readToEnd(std::chrono::milliseconds patience) {
-    std::string text;
-    char block[4096];
-    for (;;) {
-      pollfd readable{m_socket, POLLIN, 0};
-      if (poll(&readable, 1, static_cast<int>(patience.count())) != 1) {
-        throw ConsoleError("the console does not reply");
-      }
-      const ssize_t length = recv(m_socket, block, sizeof block, 0);
-      if (length < 0) {
-        throw ConsoleError(std::string("the console has broken the connection: ") + std::strerror(errno));
-      }
-      if (length == 0) {
-        return text;
-      }
-      text.append(block, static_cast<std::size_t>(length));
-    }
+// Everything that the console sends until it closes.
+std::string conversation(const std::string& request, const ConsoleWait& wait) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(CONSOLE_PORT);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  try {
+    const Clock::time_point deadline = Clock::now() + wait.limit;
+    PeerConnection console(reinterpret_cast<const sockaddr*>(&address), sizeof address, deadline, wait.stop);
+    console.send(request, deadline);
+    return console.receive(deadline, [](const std::string&) { return false; });
+  } catch (const PeerError& error) {
+    throw ConsoleError(explained(error));
   }
-
-private:
-  int m_socket;
-};
+}
 
 bool startsWith(const std::string& text, const std::string& start) {
   return text.compare(0, start.size(), start) == 0;
@@ -76,20 +61,27 @@ bool endsWith(const std::string& text, const std::string& end) {
 } // namespace
 
 // With "quit" behind the command the reply ends where the connection does, so a reply may contain anything.
-std::string askConsole(const std::string& command, std::chrono::milliseconds patience) {
-  Connection console;
-  console.write(command + "\nquit\n");
-  std::string text = console.readToEnd(patience);
+std::string askConsole(const std::string& command, const ConsoleWait& wait) {
+  std::string text = conversation(command + "\nquit\n", wait);
   if (!startsWith(text, PROMPT)) {
     text.resize(std::min(text.size(), text.find('\n')));
-    throw ConsoleError("the console refuses: " + text);
+    throw ConsoleError("the console refuses: " + visibleLine(text));
   }
   text.erase(0, PROMPT.size());
   if (!endsWith(text, PROMPT)) {
     throw ConsoleError("the console has broken off its reply");
   }
   text.resize(text.size() - PROMPT.size());
-  return text;
+  return visibleText(text);
+}
+
+bool endsConsole(const std::string& words) {
+  const std::size_t start = words.find_first_not_of(" \t");
+  if (start == std::string::npos) {
+    return false;
+  }
+  const std::string word = words.substr(start, words.find_last_not_of(" \t") + 1 - start);
+  return word == "quit" || word == "exit";
 }
 
 std::string consoleLine(const std::string& words) {

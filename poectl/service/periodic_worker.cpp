@@ -1,10 +1,12 @@
 #include "poectl/service/periodic_worker.h"
 
 #include <csignal>
+#include <sys/eventfd.h>
+#include <unistd.h>
 #include <utility>
 
 PeriodicWorker::PeriodicWorker(std::function<void()> work, std::chrono::milliseconds period)
-    : m_work(std::move(work)), m_period(period) {
+    : m_work(std::move(work)), m_period(period), m_stopped(eventfd(0, EFD_CLOEXEC)) {
   sigset_t all;
   sigset_t before;
   sigfillset(&all);
@@ -18,8 +20,10 @@ PeriodicWorker::~PeriodicWorker() {
     const std::lock_guard lock(m_mutex);
     m_stop = true;
   }
+  eventfd_write(m_stopped, 1);
   m_woken.notify_one();
   m_thread.join();
+  close(m_stopped);
 }
 
 void PeriodicWorker::wake() {
@@ -28,11 +32,6 @@ void PeriodicWorker::wake() {
     m_wake = true;
   }
   m_woken.notify_one();
-}
-
-bool PeriodicWorker::isStopping() const {
-  const std::lock_guard lock(m_mutex);
-  return m_stop;
 }
 
 void PeriodicWorker::run() {

@@ -17,15 +17,16 @@ public:
   ~PeriodicWorker();
 
   void wake();
-  // For `work`, to end early. Any thread.
-  bool isStopping() const;
+  // For `work`, to end a wait early: readable from the begin of destruction on. Any thread.
+  int stopDescriptor() const { return m_stopped; }
 
 private:
   void run();
 
   const std::function<void()> m_work;
   const std::chrono::milliseconds m_period;
-  mutable std::mutex m_mutex;
+  const int m_stopped; // an eventfd
+  std::mutex m_mutex;
   std::condition_variable m_woken;
   bool m_wake = false;
   bool m_stop = false;

@@ -3,6 +3,7 @@
 #include "text/number.h"
 
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -36,4 +37,16 @@ std::optional<PortSettings> parsePortSettings(const std::string& reply) {
     return std::nullopt;
   }
   return PortSettings{enabled == "TRUE", *limit, *priority + 1}; // the report has the chip's field, from 0
+}
+
+std::string parseChannelFaults(const std::string& reply) {
+  constexpr std::pair<const char*, const char*> FAULTS[] = {
+      {"fet_error", "FET error"}, {"mosfet_overtemperature", "hot MOSFET"}, {"det_fail", "detection failed"}};
+  std::string faults;
+  for (const auto& [label, words] : FAULTS) {
+    if (valueOf(reply, label) == "TRUE") {
+      faults += (faults.empty() ? "" : ", ") + std::string(words);
+    }
+  }
+  return faults;
 }

@@ -1,4 +1,4 @@
-// The settings of a port, which the status message does not have.
+// What the console's reports have of a port and the status message does not.
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"
@@ -21,3 +21,7 @@ PortSettings settingsOf(const PoePortConfig& config);
 
 // From the console's reply to "poeport P". Nothing when it is another text.
 std::optional<PortSettings> parsePortSettings(const std::string& reply);
+
+// The faults that the console's reply to "channel P" shows: "FET error, hot MOSFET"; empty when there are
+// none.
+std::string parseChannelFaults(const std::string& reply);

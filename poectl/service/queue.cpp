@@ -1,17 +1,17 @@
 #include "poectl/service/queue.h"
 
 #include "components/PoeDriver/poe_messages.h"
+#include "poectl/service/queue_readers.h"
 
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 
 namespace {
 
 constexpr mqd_t NONE = -1;
-constexpr long STATUS_QUEUE_MESSAGES = 10;
 // The service, which may run as a user of its own, writes to it.
 constexpr mode_t STATUS_QUEUE_MODE = 0622;
 
@@ -30,9 +30,7 @@ mqd_t createStatusQueue() {
     return queue;
   }
   if (errno == EEXIST) {
-    throw QueueError(
-        std::string("queue ") + QUEUE_TO_MAIN +
-        " exists: another main process is running or was killed; when none is, 'poectl clean' removes it");
+    throw QueueError(whyQueueExists(QUEUE_TO_MAIN));
   }
   throw QueueError(std::string("cannot create queue ") + QUEUE_TO_MAIN + ": " + reason());
 }
@@ -57,17 +55,16 @@ std::size_t StatusQueue::receive(void* buffer, std::size_t size) {
   throw QueueError(std::string("cannot receive from ") + QUEUE_TO_MAIN + ": " + reason());
 }
 
-void sendToService(const void* message, std::size_t length) {
-  const mqd_t queue = mq_open(QUEUE_TO_POE, O_WRONLY | O_CLOEXEC);
+void sendToService(const void* message, std::size_t length, const SendWait& wait) {
+  const mqd_t queue = mq_open(QUEUE_TO_POE, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
   if (queue == NONE) {
     throw QueueError(std::string("cannot open ") + QUEUE_TO_POE + ": " + reason() +
                      "; is the service running?");
   }
-  timespec deadline{};
-  clock_gettime(CLOCK_REALTIME, &deadline);
-  deadline.tv_sec += 1;
-  const int result = mq_timedsend(queue, static_cast<const char*>(message), length, 0, &deadline);
-  const std::string why = reason();
+  pollfd ready[] = {{queue, POLLOUT, 0}, {wait.stop, POLLIN, 0}};
+  poll(ready, 2, static_cast<int>(wait.limit.count())); // a queue without room is seen below
+  const int result = mq_send(queue, static_cast<const char*>(message), length, 0);
+  const std::string why = errno == EAGAIN ? "the service takes no messages, and there is no room" : reason();
   mq_close(queue);
   if (result != 0) {
     throw QueueError(std::string("cannot send on ") + QUEUE_TO_POE + ": " + why);

@@ -14,6 +14,8 @@ public:
   using std::runtime_error::runtime_error;
 };
 
+constexpr long STATUS_QUEUE_MESSAGES = 10; // that "/queueToMain" holds
+
 // "/queueToMain", created on construction and removed on destruction. An existing one belongs to another main
 // process, or is left over from one that was killed, and is refused.
 class StatusQueue {
@@ -33,8 +35,14 @@ private:
   mqd_t m_queue;
 };
 
-// Sends one message to the service on "/queueToPoe"; waits at most a second for room.
-void sendToService(const void* message, std::size_t length);
+// How long to wait for room, and a descriptor that ends the wait early when it becomes readable; -1: none.
+struct SendWait {
+  std::chrono::milliseconds limit{1000};
+  int stop = -1;
+};
+
+// Sends one message to the service on "/queueToPoe".
+void sendToService(const void* message, std::size_t length, const SendWait& wait = {});
 
 // Whether a queue of this name exists.
 bool queueExists(const char* name);

@@ -41,11 +41,12 @@ void StatusFeed::send() {
   m_tried = true;
   const PoeConfigMessage message{MSGID_CONFIG, exampleConfig()};
   try {
-    sendToService(&message, sizeof message);
+    sendToService(&message, sizeof message, {std::chrono::milliseconds(0)}); // it is tried again
   } catch (const QueueError& error) {
     m_complain(error.what());
     return;
   }
   m_sendExample = false;
   m_sentConfig = message.config;
+  m_configsSent++;
 }

@@ -36,7 +36,9 @@ public:
   unsigned long messages() const { return m_messages; }
   // What was sent last.
   const std::optional<PoeConfig>& sentConfig() const { return m_sentConfig; }
-  const StatusReceiver& receiver() const { return m_receiver; }
+  // How often a configuration has been sent.
+  unsigned long configsSent() const { return m_configsSent; }
+  StatusReceiver& receiver() { return m_receiver; }
 
 private:
   using Clock = EventTracker::Clock;
@@ -53,4 +55,5 @@ private:
   Clock::time_point m_lastMessage;
   unsigned long m_messages = 0;
   std::optional<PoeConfig> m_sentConfig;
+  unsigned long m_configsSent = 0;
 };

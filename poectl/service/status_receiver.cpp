@@ -3,36 +3,17 @@
 #include <algorithm>
 #include <csignal>
 #include <poll.h>
-#include <sys/signalfd.h>
-#include <unistd.h>
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-int blockedSignals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
-  sigaddset(&signals, SIGTERM);
-  struct sigaction hangUp {};
-  sigaction(SIGHUP, nullptr, &hangUp);
-  if (hangUp.sa_handler != SIG_IGN) { // nohup ignores it, which blocking would undo
-    sigaddset(&signals, SIGHUP);
-  }
-  sigprocmask(SIG_BLOCK, &signals, nullptr);
-  return signalfd(-1, &signals, SFD_CLOEXEC);
-}
-
 } // namespace
 
-EndSignals::EndSignals() : m_descriptor(blockedSignals()) {}
-
-EndSignals::~EndSignals() {
-  close(m_descriptor);
+StatusReceiver::StatusReceiver(Complaint complain)
+    : m_complain(std::move(complain)), m_signals({SIGINT, SIGTERM, SIGQUIT, SIGHUP}) {
+  m_signals.beforeForcedEnd([] { removeQueue(QUEUE_TO_MAIN); });
 }
-
-StatusReceiver::StatusReceiver(Complaint complain) : m_complain(std::move(complain)) {}
 
 StatusReceiver::Event StatusReceiver::next(std::chrono::milliseconds limit, PoeStatus& status) {
   const Clock::time_point end = Clock::now() + limit;

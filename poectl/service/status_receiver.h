@@ -2,29 +2,15 @@
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"
+#include "poectl/service/end_signals.h"
 #include "poectl/service/queue.h"
 
 #include <chrono>
 #include <functional>
 #include <string>
 
-// SIGINT, SIGTERM and SIGHUP as something to poll, from construction on, so that they end a wait and not the
-// process. A SIGHUP that the process ignores stays ignored.
-class EndSignals {
-public:
-  EndSignals();
-  EndSignals(const EndSignals&) = delete;
-  EndSignals& operator=(const EndSignals&) = delete;
-  ~EndSignals();
-
-  // Readable when one of the signals has come.
-  int descriptor() const { return m_descriptor; }
-
-private:
-  const int m_descriptor;
-};
-
-// Owns "/queueToMain" and the end signals for its life. One thread.
+// Owns "/queueToMain" and the end signals (SIGINT, SIGTERM, SIGQUIT and SIGHUP) as long as it exists. One
+// thread.
 class StatusReceiver {
 public:
   enum class Event {
@@ -44,6 +30,7 @@ public:
   // For those who wait for more than this: readable when next() has something to tell.
   int queueDescriptor() const { return m_queue.descriptor(); }
   int signalDescriptor() const { return m_signals.descriptor(); }
+  EndSignals& endSignals() { return m_signals; }
 
 private:
   bool take(PoeStatus& status);

@@ -1,10 +1,12 @@
 #include "poectl/view/live_view.h"
 
 #include "poectl/card/card_link.h"
+#include "poectl/card/control_path.h"
 #include "poectl/commands/watch_stream.h"
-#include "poectl/service/running_settings.h"
+#include "poectl/service/console_reports.h"
 #include "poectl/service/status_feed.h"
 #include "poectl/service/time_limit.h"
+#include "poectl/status/text_format.h"
 #include "poectl/status/timestamp.h"
 
 #include <algorithm>
@@ -18,12 +20,19 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds REFRESH{100};
 constexpr std::chrono::milliseconds MESSAGE_PERIOD{1000};
 
+// A service that has started anew has forgotten its configuration.
+bool endsConfiguration(const StatusEvent& event) {
+  return event.kind == EventKind::SERVICE_RESTARTED || event.kind == EventKind::RESUMED;
+}
+
 class LiveView {
 public:
   explicit LiveView(const WatchOptions& options)
       : m_limit(options.seconds),
         m_feed(options.sendExample, [this](const std::string& line) { m_state.note = line; }),
-        m_card(cardControlPath(options.cardControl)) {}
+        m_card(cardControlPath(options.cardControl)) {
+    m_feed.receiver().endSignals().beforeForcedEnd(m_screen.abandonment());
+  }
 
   // Returns whether the view ended by a key or has shown a message.
   bool run() {
@@ -33,6 +42,7 @@ public:
         break;
       }
       takeStatus(news);
+      takeConsole();
       takeCard();
       takeKeys();
       m_screen.show(drawView(m_state, m_screen.format()));
@@ -56,11 +66,26 @@ private:
       m_state.history.addGap();
       m_lastEntry += MESSAGE_PERIOD;
     }
-    m_state.settings = m_console.settings();
-    for (unsigned port = 0; port < POE_PORTS && m_feed.sentConfig(); port++) {
-      if (!m_state.settings[port]) {
+    if (std::any_of(news.events.begin(), news.events.end(), endsConfiguration)) {
+      m_state.settings = {};
+    }
+    if (m_configsSent != m_feed.configsSent()) {
+      m_configsSent = m_feed.configsSent();
+      for (unsigned port = 0; port < POE_PORTS; port++) {
         m_state.settings[port] = settingsOf(m_feed.sentConfig()->port[port]);
       }
+    }
+  }
+
+  void takeConsole() {
+    const ConsoleReports::News news = m_console.news();
+    m_state.faults = news.faults;
+    for (const ConsoleReports::Reading& reading : news.readings) {
+      m_state.settings[reading.port] = reading.settings;
+      m_state.note = formatText("port %u: ", reading.port) +
+                     (reading.settings ? formatText("limit %u W, priority %u, as the chip has them",
+                                                    reading.settings->limit, reading.settings->priority)
+                                       : reading.error);
     }
   }
 
@@ -80,6 +105,9 @@ private:
       m_quit |= effect.quit;
       if (effect.sendExample) {
         m_feed.sendExample();
+      }
+      if (effect.readSettings) {
+        m_console.readSettings(m_state.port);
       }
       if (!effect.cardCommand.empty()) {
         m_card.send(effect.cardCommand);
@@ -101,7 +129,8 @@ private:
   ViewState m_state;
   StatusFeed m_feed; // before the screen: it is refused while another main process runs
   CardLink m_card;
-  RunningSettings m_console;
+  ConsoleReports m_console;
+  unsigned long m_configsSent = 0;
   ViewKeys m_keys;
   Clock::time_point m_lastEntry; // of the history
   bool m_quit = false;

@@ -205,7 +205,10 @@ private:
     if (const auto& settings = m_state.settings[m_state.port]) {
       text += settings->enabled ? "priority " + std::to_string(settings->priority) : "switched off";
     } else {
-      text += "limit not known, bar of " + std::to_string(HIGHEST_PORT_LIMIT) + " W";
+      text += "limit not known (r reads it over the bus)";
+    }
+    if (const std::string& faults = m_state.faults[m_state.port]; !faults.empty()) {
+      text += ", " + faults;
     }
     if (m_state.card) {
       text += "; " + m_state.card->port[m_state.port].device;
@@ -261,6 +264,8 @@ constexpr const char* HELP[] = {
     "0 to 3, up, down  choose a port",
     "PgUp, PgDn        scroll the events",
     "e                 send the example configuration",
+    "r                 read the port's limit and priority from the chip:",
+    "                  10 transfers on the bus that the view spares else",
     "? or Esc          close this list",
     "q or Ctrl-C       quit",
     "",

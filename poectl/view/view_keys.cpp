@@ -104,6 +104,9 @@ KeyEffect ViewKeys::command(char key, ViewState& state) {
   } else if (key == 'e') {
     effect.sendExample = true;
     state.note = "the example configuration is sent";
+  } else if (key == 'r') {
+    effect.readSettings = true;
+    state.note = formatText("port %u: its limit and priority are being read over the chip's bus", state.port);
   } else if (key == '?') {
     state.help = !state.help;
   } else if (key >= '0' && key < static_cast<char>('0' + POE_PORTS)) {

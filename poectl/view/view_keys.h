@@ -16,7 +16,8 @@ struct KeyPress {
 struct KeyEffect {
   bool quit = false;
   bool sendExample = false;
-  std::string cardCommand; // for the card's control socket
+  std::string cardCommand;   // for the card's control socket
+  bool readSettings = false; // of the chosen port, by the report that uses the chip's bus
 };
 
 class ViewKeys {

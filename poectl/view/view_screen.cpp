@@ -3,6 +3,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <langinfo.h>
 
 // Functions, not macros: those have casts and names of their own.
@@ -51,6 +52,10 @@ ViewScreen::ViewScreen() {
   if (newterm(nullptr, stdout, stdin) == nullptr) {
     throw ScreenError("the terminal cannot show a live view");
   }
+  for (const char* const capability : {"rmcup", "cnorm", "sgr0"}) {
+    const char* const sequence = tigetstr(capability);
+    m_leave += sequence != nullptr && sequence != reinterpret_cast<const char*>(-1) ? sequence : "";
+  }
   cbreak();
   noecho();
   curs_set(0);
@@ -68,6 +73,15 @@ ViewScreen::ViewScreen() {
 
 ViewScreen::~ViewScreen() {
   endwin();
+}
+
+std::function<void()> ViewScreen::abandonment() const {
+  return [leave = m_leave] {
+    const int terminal = open("/dev/tty", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (write(terminal, leave.data(), leave.size()) < 0) {
+      return; // nobody takes it, and the process is at its end
+    }
+  };
 }
 
 ViewFormat ViewScreen::format() const {

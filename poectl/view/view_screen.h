@@ -4,8 +4,10 @@
 #include "poectl/view/view_drawing.h"
 #include "poectl/view/view_keys.h"
 
+#include <functional>
 #include <optional>
 #include <stdexcept>
+#include <string>
 
 class ScreenError : public std::runtime_error {
 public:
@@ -33,7 +35,13 @@ public:
   // Does not wait; nothing when no key that has a meaning was pressed.
   std::optional<KeyPress> nextKey();
 
+  // For a thread that ends the process while the one of this object hangs: a function that leaves the view as
+  // far as the terminal takes it at once. Its settings are not touched. May be called when this object is
+  // gone.
+  std::function<void()> abandonment() const;
+
 private:
+  std::string m_leave; // what makes the terminal leave the view
   bool m_unicode;
   bool m_colours = false;
 };

@@ -86,6 +86,18 @@ gboolean ControlSocket::onRetry(gpointer data) {
   return G_SOURCE_REMOVE;
 }
 
+namespace {
+
+// The socket's mode keeps other users out, but not root's own helpers and not whoever is handed a descriptor.
+bool isOfOurUser(int fd) {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  return getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 &&
+         (peer.uid == geteuid() || peer.uid == 0);
+}
+
+} // namespace
+
 // False: a client waits for what the system lacks; the next try is in a while.
 bool ControlSocket::accept() {
   const int fd = accept4(m_fd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
@@ -96,7 +108,7 @@ bool ControlSocket::accept() {
   if (fd < 0) {
     return true; // the client has gone again
   }
-  if (m_clients.size() == MOST_CLIENTS || isOfTheLastDescriptors(fd)) {
+  if (m_clients.size() == MOST_CLIENTS || isOfTheLastDescriptors(fd) || !isOfOurUser(fd)) {
     close(fd);
     return true;
   }

@@ -195,18 +195,24 @@ int run(const CardOptions& options) {
   return logLoss && logLoss->any() ? FAILED : child.exitStatus();
 }
 
+// Returns the exit status: a full disk is not to look like success.
+int print(const char* text) {
+  if (std::fputs(text, stdout) == EOF || std::fflush(stdout) != 0) {
+    throw std::system_error(errno, std::generic_category(), "cannot write to standard output");
+  }
+  return EXIT_SUCCESS;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
   try {
     const CardOptions options = parseCardOptions(argc, argv);
     if (options.help) {
-      std::fputs(CARD_USAGE, stdout);
-      return EXIT_SUCCESS;
+      return print(CARD_USAGE);
     }
     if (options.version) {
-      std::puts(POE_VERSION);
-      return EXIT_SUCCESS;
+      return print(POE_VERSION "\n");
     }
     enterMockEnvironment(argv);
     return run(options);

@@ -258,6 +258,20 @@ TEST(PoeCardControlWithFewDescriptors, LeavesSomeForTheAdapter) {
   EXPECT_EQ(card.wait(), 0);
 }
 
+// The mode keeps other users from connecting; a descriptor that was handed to one does not make it ours.
+TEST_F(PoeCardControl, TurnsAwayAClientOfAnotherUser) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can become another user";
+  }
+  ASSERT_EQ(chmod(path.c_str(), 0666), 0);
+  ASSERT_EQ(chmod(directory.path().c_str(), 0755), 0);
+  ASSERT_EQ(seteuid(4711), 0);
+  const Client stranger(path);
+  ASSERT_EQ(seteuid(0), 0);
+  EXPECT_TRUE(stranger.closed());
+  EXPECT_EQ(Client(path).ask("reg 0x43"), "0x43 0x41\n\n");
+}
+
 TEST_F(PoeCardControl, GoesAwayWithPoeCard) {
   card.send(SIGTERM);
   EXPECT_EQ(card.wait(), 128 + SIGTERM);

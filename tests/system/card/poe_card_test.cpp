@@ -166,4 +166,13 @@ const BadLine BAD_LINES[] = {
 INSTANTIATE_TEST_SUITE_P(Rows, PoeCardBadOptions, testing::ValuesIn(BAD_LINES),
                          [](const auto& row) { return row.param.name; });
 
+TEST(PoeCardHelp, SaysThatItCannotBeWritten) {
+  for (const char* const option : {"--help", "--version"}) {
+    const CardResult result =
+        runCard({"--no-adapter", "--", "sh", "-c", std::string(POE_CARD " ") + option + " >/dev/full"});
+    EXPECT_EQ(result.err, "poe_card: cannot write to standard output: No space left on device\n") << option;
+    EXPECT_EQ(result.status, 1) << option;
+  }
+}
+
 } // namespace

@@ -1,5 +1,9 @@
 // The live view of "poectl watch" on a real terminal, beside the real service.
+#include "tests/support/process/hostile_peer.h"
+#include "tests/support/process/listeners.h"
+#include "tests/support/process/patience.h"
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/temporary_directory.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
 #include "tests/system/process/pseudo_terminal.h"
@@ -8,6 +12,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
 #include <optional>
 #include <thread>
 
@@ -161,7 +166,7 @@ TEST_F(PoectlLiveView, IsRefusedBesideAnotherMainProcess) {
   const MainProcessQueue other;
   terminal.emplace(std::string(POECTL) + " watch");
   EXPECT_TRUE(terminal->shows("settings kept"));
-  EXPECT_TRUE(terminal->shows("poectl: queue /queueToMain exists"));
+  EXPECT_TRUE(terminal->shows("poectl: queue /queueToMain exists: process " + std::to_string(getpid())));
   EXPECT_TRUE(terminal->shows("status 1"));
   EXPECT_TRUE(queueExists("/queueToMain"));
 }
@@ -201,6 +206,75 @@ TEST_F(PoectlLiveView, IsATableWithItsAgeOnATerminalThatCannotPlaceItsCursor) {
   EXPECT_TRUE(terminal->shows("\nSTALE: no message for "));
   terminal->press("C-c");
   EXPECT_TRUE(terminal->shows("status 0"));
+}
+
+// Registers that only the console's report "poeport" reads: the service itself writes them and keeps their
+// values.
+unsigned long readsOfPortLimits(const std::string& record) {
+  std::ifstream lines(record);
+  unsigned long reads = 0;
+  for (std::string line; std::getline(lines, line);) {
+    reads += containsPattern(line, "^R 0x8[1-4] ") ? 1U : 0U;
+  }
+  return reads;
+}
+
+TEST_F(PoectlLiveView, MakesNoTransferOnTheBusUnlessAKeyAsksForIt) {
+  const TemporaryDirectory folder;
+  const std::string record = folder.file("record");
+  service = std::make_unique<ServiceProcess>(ServiceOptions{
+      {"--stepped", "--control", socket, "--record", record, "--plug", "0 class=2 watts=6"}, {}});
+  open();
+  const unsigned long configured = readsOfPortLimits(record);
+  const unsigned long message = messageNumber();
+  ASSERT_TRUE(waitUntil([&] { return messageNumber() >= message + 6; }));
+  EXPECT_EQ(readsOfPortLimits(record), configured);
+  terminal->press("r");
+  EXPECT_TRUE(terminal->shows("port 0: limit 15 W, priority 1, as the chip has them"));
+  EXPECT_EQ(readsOfPortLimits(record), configured + 1);
+  expectEnd("q");
+}
+
+TEST_F(PoectlLiveView, ShowsWhatItHasNotSentAsNotKnownUntilItIsRead) {
+  startCard();
+  terminal.emplace(UNICODE + POECTL + " watch --control " + socket);
+  EXPECT_TRUE(terminal->shows("limit not known (r reads it over the bus)"));
+  terminal->press("r");
+  EXPECT_TRUE(terminal->shows("port 0: limit 15 W, priority 3, as the chip has them"));
+  expectEnd("q");
+}
+
+TEST_F(PoectlLiveView, EndsWithinASecondWhateverCardAndConsoleDo) {
+  for (const auto conduct : {HostilePeer::drip, HostilePeer::silent}) {
+    const HostilePeer card(listenOnPath(socket), conduct);
+    const HostilePeer console(listenOnPort(10001), conduct);
+    for (const char* const key : {"q", "C-c", "'C-\\'"}) {
+      const unsigned before = console.connections();
+      terminal.emplace(UNICODE + POECTL + " watch --control " + socket);
+      EXPECT_TRUE(terminal->shows("waiting for the service's first status message"));
+      ASSERT_TRUE(waitUntil([&] { return console.connections() > before; }));
+      terminal->press(std::string("r ") + key);
+      const auto start = std::chrono::steady_clock::now();
+      EXPECT_TRUE(waitUntil([] { return !queueExists("/queueToMain"); }));
+      EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << key;
+      EXPECT_TRUE(terminal->shows("settings kept")) << key;
+    }
+  }
+  unlink(socket.c_str());
+}
+
+TEST_F(PoectlLiveView, EndsWithinASecondOnATerminalThatIsStopped) {
+  startCard();
+  open();
+  terminal->press("C-s");
+  const unsigned long message = messageNumber();
+  std::this_thread::sleep_for(std::chrono::milliseconds(2500)); // the view fills what the terminal holds
+  EXPECT_LE(messageNumber(), message + 1);
+  const auto start = std::chrono::steady_clock::now();
+  ASSERT_EQ(run("kill -TERM $(pgrep -f '[p]oectl watch --example --control " + socket + "$')").status, 0);
+  EXPECT_TRUE(waitUntil([] { return !queueExists("/queueToMain"); }));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+  EXPECT_TRUE(terminal->shows("settings kept"));
 }
 
 } // namespace

@@ -1,8 +1,7 @@
-// poectl beside the real service: the console for a script and for a person, and its errors.
+// poectl beside the real service: the console for a script, and its errors.
 #include "tests/support/process/patience.h"
 #include "tests/support/process/process_fixture.h"
 #include "tests/system/process/command.h"
-#include "tests/system/process/pseudo_terminal.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,9 +9,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
-#include <poll.h>
-#include <pty.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -86,89 +82,21 @@ TEST_F(PoectlConsole, RefusesALineEndInACommand) {
   EXPECT_EQ(result.output, "poectl: a console command is one line: it cannot contain a line end\n");
 }
 
-#ifdef POECTL_HAS_SHELL
-
-// poectl's interactive console on a terminal of its own.
-class Terminal {
-public:
-  explicit Terminal(const std::string& stateFolder) {
-    m_pid = forkpty(&m_master, nullptr, nullptr, nullptr);
-    if (m_pid == 0) {
-      setenv("TERM", "vt100", 1);
-      setenv("XDG_STATE_HOME", stateFolder.c_str(), 1);
-      execl(POECTL, POECTL, "console", nullptr);
-      _exit(126);
-    }
-  }
-  Terminal(const Terminal&) = delete;
-  Terminal& operator=(const Terminal&) = delete;
-  ~Terminal() {
-    close(m_master);
-    waitpid(m_pid, nullptr, 0);
-  }
-
-  void type(const std::string& keys) {
-    EXPECT_EQ(write(m_master, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
-  }
-
-  // Whether the screen comes to show `text` behind what was already found.
-  bool shows(const std::string& text) {
-    std::size_t found = 0;
-    while ((found = m_screen.find(text, m_seen)) == std::string::npos) {
-      pollfd readable{m_master, POLLIN, 0};
-      char block[1024];
-      if (poll(&readable, 1, static_cast<int>(PATIENCE.count()) * 1000) != 1) {
-        return false;
-      }
-      const ssize_t length = read(m_master, block, sizeof block);
-      if (length <= 0) {
-        return false;
-      }
-      m_screen.append(block, static_cast<std::size_t>(length));
-    }
-    m_seen = found + text.size();
-    return true;
-  }
-
-private:
-  pid_t m_pid = -1;
-  int m_master = -1;
-  std::string m_screen;
-  std::size_t m_seen = 0;
-};
-
-TEST_F(PoectlConsole, CompletesWordsOnATerminalAndKeepsAHistory) {
-  if (const std::string refusal = pseudoTerminalRefusal(); !refusal.empty()) {
-    GTEST_SKIP() << refusal;
-  }
+TEST_F(PoectlConsole, TakesTheWordsBehindAMarkAsTheyAre) {
   startService();
-  std::string folder = ::testing::TempDir() + "poectl_XXXXXX";
-  ASSERT_NE(mkdtemp(folder.data()), nullptr);
-  {
-    Terminal terminal(folder);
-    ASSERT_TRUE(terminal.shows("poe> "));
-    terminal.type("PD6\t"); // the object
-    ASSERT_TRUE(terminal.shows("9104Engine "));
-    terminal.type("chan\t"); // its command
-    ASSERT_TRUE(terminal.shows("nel "));
-    terminal.type("2\n");
-    EXPECT_TRUE(terminal.shows("  det_status              = UNKNOWN\r\n"));
-    EXPECT_TRUE(terminal.shows("poe> "));
-    terminal.type("quit\n");
-    EXPECT_FALSE(terminal.shows("never shown"));
-  }
-  {
-    Terminal terminal(folder);
-    ASSERT_TRUE(terminal.shows("poe> "));
-    terminal.type("\x10"); // the line before, from the last time
-    EXPECT_TRUE(terminal.shows("PD69104Engine channel 2"));
-    terminal.type("\x15\x04"); // clear the line, end of input
-    EXPECT_FALSE(terminal.shows("never shown"));
-  }
-  EXPECT_EQ(run("rm -r " + folder).status, 0);
+  EXPECT_EQ(poectl("console -- channel 2").output, DISABLED_CHANNEL);
+  EXPECT_EQ(poectl("console -- --help").output, "No such object: --help\nPD69104Engine\n");
+  EXPECT_EQ(poectl("console nobody -- there").output, "No such object: nobody\nPD69104Engine\n");
 }
 
-#endif
+TEST_F(PoectlConsole, DoesNothingForQuit) {
+  startService();
+  for (const char* const word : {"quit", "exit", "' quit '"}) {
+    const CommandResult result = poectl(std::string("console ") + word);
+    EXPECT_EQ(result.status, 0) << word;
+    EXPECT_EQ(result.output, "") << word;
+  }
+}
 
 using Poectl = ServiceTest;
 
@@ -187,9 +115,8 @@ TEST_F(Poectl, WatchRefusesAQueueThatExistsAndLeavesItAlone) {
   const MainProcessQueue other;
   const CommandResult result = poectl("watch --seconds 1");
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output,
-            "poectl: queue /queueToMain exists: another main process is running or was killed; when none "
-            "is, 'poectl clean' removes it\n");
+  EXPECT_EQ(result.output, "poectl: queue /queueToMain exists: process " + std::to_string(getpid()) +
+                               " (poe_process_tes) serves it, and there can be only one\n");
   EXPECT_TRUE(queueExists("/queueToMain"));
 }
 
@@ -373,30 +300,12 @@ TEST_F(Poectl, StatusEndsWithASignalAndLeavesNoQueue) {
   EXPECT_FALSE(queueExists("/queueToMain"));
 }
 
-TEST_F(Poectl, PreflightNamesWhatIsInTheWay) {
-  EXPECT_EQ(poectl("preflight").status, 0);
-  startService();
-  const CommandResult taken = poectl("preflight");
-  EXPECT_EQ(taken.status, 1);
-  EXPECT_EQ(taken.output, "port 10001 on 127.0.0.1 is taken: is another service running? End it first\n");
-  service.reset();
-  const CommandResult left = poectl("preflight");
-  EXPECT_EQ(left.status, 1);
-  EXPECT_EQ(left.output,
-            "queue /queueToMain exists: another service is running or was killed; when none is, 'poectl "
-            "clean' removes it\n");
-}
-
-TEST_F(Poectl, CleanRemovesTheQueuesAndNamesThem) {
-  for (const char* name : {"/queueToPoe", "/queueToMain"}) {
-    const mqd_t queue = mq_open(name, O_CREAT | O_RDWR, 0600, nullptr);
-    ASSERT_NE(queue, -1);
-    mq_close(queue);
+TEST_F(Poectl, HelpAndVersionSayThatTheyCannotBeWritten) {
+  for (const char* const words : {"--help", "--version", "watch --help"}) {
+    const CommandResult result = poectl(std::string(words) + " >/dev/full");
+    EXPECT_EQ(result.status, 1) << words;
+    EXPECT_EQ(result.output, "poectl: cannot write to standard output: No space left on device\n") << words;
   }
-  const CommandResult result = poectl("clean");
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, "removed queue /queueToPoe\nremoved queue /queueToMain\n");
-  EXPECT_EQ(poectl("clean").output, "");
 }
 
 } // namespace

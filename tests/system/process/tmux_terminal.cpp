@@ -13,9 +13,9 @@
 namespace {
 
 // The command waits for a line, so that nothing is sent before the recording has begun. The shell outlives
-// Ctrl-C.
+// Ctrl-C and Ctrl-\.
 std::string script(const std::string& command) {
-  return "trap : INT; read start; settings=$(stty -g); " + command +
+  return "trap : INT QUIT; read start; settings=$(stty -g); " + command +
          "; echo \"status $?\"; [ \"$settings\" = \"$(stty -g)\" ] && echo \"settings kept\"; exec sleep 100";
 }
 

@@ -119,12 +119,14 @@ TEST_F(PoectlWatch, SaysWhatIsWrongWithItsOptions) {
       {"--count 1.5", "--count: Value 1.5" + count},
       {"--seconds 0", "--seconds: Value 0" + seconds},
       {"--seconds -1", "--seconds: Value -1" + seconds},
+      {"--seconds nan", "--seconds: Value nan" + seconds},
+      {"--seconds inf", "--seconds: Value inf" + seconds},
       {"--seconds x", "--seconds: Value x" + seconds},
       {"--prometheus", "The following argument was not expected: --prometheus" + help},
       {"now", "The following argument was not expected: now" + help},
   };
   for (const auto& [arguments, error] : rows) {
-    const CommandResult result = poectl("watch " + arguments);
+    const CommandResult result = run("timeout 10 " + std::string(POECTL) + " watch " + arguments);
     EXPECT_EQ(result.status, 2) << arguments;
     EXPECT_EQ(result.output, "poectl: " + error) << arguments;
   }

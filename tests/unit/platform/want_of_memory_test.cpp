@@ -14,7 +14,7 @@
 #include "platform/debugable.h"
 #include "platform/trace_object.h"
 #include "platform/watchdog_monitor.h"
-#include "talker.h"
+#include "tests/support/doubles/talker.h"
 #include "tests/support/process/console_connection.h"
 
 static_assert(std::is_nothrow_constructible_v<TraceObject, const std::string&, std::int32_t>);

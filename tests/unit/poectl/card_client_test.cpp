@@ -1,6 +1,9 @@
 // The control socket of the simulated card, with a card whose replies are laid down here.
 #include "poectl/card/card_client.h"
 
+#include "tests/support/process/hostile_peer.h"
+#include "tests/support/process/listeners.h"
+
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -147,15 +150,52 @@ TEST(CardClientConnect, SaysWhatIsMissing) {
             "the control socket " + path + " has too long a name: at most 107 characters are accepted");
 }
 
-TEST(CardControlPath, ComesFromTheOptionOrTheEnvironmentOrIsTheUsersOwn) {
-  unsetenv("POE_CARD_CONTROL");
-  EXPECT_EQ(cardControlPath(""), "/tmp/poe_card-" + std::to_string(getuid()) + ".socket");
-  setenv("POE_CARD_CONTROL", "", 1);
-  EXPECT_EQ(cardControlPath(""), "/tmp/poe_card-" + std::to_string(getuid()) + ".socket");
-  setenv("POE_CARD_CONTROL", "/of/the/environment", 1);
-  EXPECT_EQ(cardControlPath(""), "/of/the/environment");
-  EXPECT_EQ(cardControlPath("/of/the/option"), "/of/the/option");
-  unsetenv("POE_CARD_CONTROL");
+TEST(CardClientConnect, RefusesASocketOfAnotherUser) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can listen as somebody else";
+  }
+  const std::string path = "/tmp/card_client_test-" + std::to_string(getpid()) + ".foreign";
+  ASSERT_EQ(seteuid(4711), 0);
+  const HostilePeer card(listenOnPath(path), HostilePeer::silent);
+  ASSERT_EQ(seteuid(0), 0);
+  EXPECT_EQ(errorOf([&] { CardClient client(path); }),
+            "the control socket " + path +
+                " is user 4711's; accepted is a card of your own (user 0) or root's");
+  unlink(path.c_str());
+}
+
+struct ReplyRow {
+  const char* name;
+  HostilePeer::Conduct conduct;
+  const char* error; // behind the path
+};
+
+class CardClientHostileCard : public ::testing::TestWithParam<ReplyRow> {};
+
+TEST_P(CardClientHostileCard, IsRefusedInTime) {
+  const std::string path = "/tmp/card_client_test-" + std::to_string(getpid()) + ".hostile";
+  const HostilePeer card(listenOnPath(path), GetParam().conduct);
+  CardClient client(path);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(errorOf([&] { client.ask("show"); }), "the simulated card on " + path + GetParam().error);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  unlink(path.c_str());
+}
+
+const ReplyRow REPLIES[] = {
+    {"Floods", HostilePeer::flood, " replies with more than 65536 bytes, which is the most accepted"},
+    {"Drips", HostilePeer::drip, " does not reply"},
+    {"IsSilent", HostilePeer::silent, " does not reply"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cards, CardClientHostileCard, ::testing::ValuesIn(REPLIES),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(CardClientAsk, MakesControlCharactersVisible) {
+  ScriptedCard card({"port 0: \033[2Jnone\n\n", "error: \033]0;title\a\n\n"});
+  CardClient client(card.path);
+  EXPECT_EQ(client.ask("show"), "port 0: \\x1B[2Jnone\n");
+  EXPECT_EQ(errorOf([&] { client.ask("show"); }), "refused: card: \\x1B]0;title\\x07");
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -67,6 +69,45 @@ TEST_F(LogFollowerTest, RefusesALogThatIsNotThere) {
   } catch (const InputError& error) {
     EXPECT_STREQ(error.what(), "/nowhere/service.log: cannot be read: No such file or directory");
   }
+}
+
+std::string refusalOf(const std::string& path) {
+  try {
+    const LogFollower log(path);
+  } catch (const InputError& error) {
+    return error.what();
+  }
+  return "accepted";
+}
+
+TEST_F(LogFollowerTest, DoesNotWaitForAFifo) {
+  const std::string fifo = m_folder.file("fifo");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_EQ(refusalOf(fifo), fifo + ": is no regular file, which a log is");
+  EXPECT_EQ(refusalOf("/dev/zero"), "/dev/zero: is no regular file, which a log is");
+}
+
+TEST_F(LogFollowerTest, RefusesToKeepMoreThan16MiB) {
+  ASSERT_EQ(truncate(m_path.c_str(), 16 * 1024 * 1024 + 1), 0);
+  EXPECT_EQ(refusalOf(m_path), m_path +
+                                   ": has grown by more than 16777216 bytes behind the last expected line, "
+                                   "which is the most accepted");
+  ASSERT_EQ(truncate(m_path.c_str(), 16 * 1024 * 1024), 0);
+  EXPECT_EQ(refusalOf(m_path), "accepted");
+}
+
+TEST_F(LogFollowerTest, KeepsNothingOfWhatWasFound) {
+  const std::string lines = std::string(1024 * 1024 - 2, 'x') + "\n.\n";
+  LogFollower log(m_path);
+  for (int step = 0; step < 40; step++) {
+    append(lines);
+    EXPECT_TRUE(log.find("."));
+  }
+}
+
+TEST_F(LogFollowerTest, ShowsLinesWithoutControlCharacters) {
+  append("\033[2Jgone\n");
+  EXPECT_EQ(LogFollower(m_path).lastLines(), "\\x1B[2Jgone\n");
 }
 
 } // namespace

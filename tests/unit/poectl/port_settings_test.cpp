@@ -68,4 +68,14 @@ TEST(ParseCardState, PassesOverWhatItDoesNotKnow) {
   EXPECT_TRUE(state.busOk);
 }
 
+TEST(ChannelFaults, AreThoseOfTheReport) {
+  const std::string healthy = "  fet_error               = FALSE\n  mosfet_overtemperature  = FALSE\n"
+                              "  det_fail                = FALSE\n";
+  EXPECT_EQ(parseChannelFaults(healthy), "");
+  EXPECT_EQ(parseChannelFaults("  fet_error               = TRUE\n  mosfet_overtemperature  = TRUE\n"
+                               "  det_fail                = TRUE\n"),
+            "FET error, hot MOSFET, detection failed");
+  EXPECT_EQ(parseChannelFaults("No POE device found\n"), "");
+}
+
 } // namespace

@@ -131,7 +131,7 @@ port state       class  W/limit                    inv  den  ovl  und  sht  cls
  1
  2
  3
-port 0: limit not known, bar of 40 W
+port 0: limit not known (r reads it over the bus)
 -- consumption (W) in the last 0 messages, and the bank's limit ----------------
    1
 
@@ -206,7 +206,7 @@ TEST(LiveView, GivesTheBarOfAnUnknownLimitTheHighestOne) {
   EXPECT_EQ(rowOf(state, 4),
             " 1 DELIVERINGPOWER  4   22/?   #########---------   12 9999  10k 999k   1M   4G");
   EXPECT_EQ(rowOf(state, 7),
-            "port 0: good, limit not known, bar of 40 W; device=good class=2 watts=6 fault=no");
+            "port 0: good, limit not known (r reads it over the bus); device=good class=2 wat");
 }
 
 TEST(LiveView, TellsWhenThePortIsSwitchedOff) {
@@ -301,7 +301,7 @@ TEST(LiveView, CoversItsMiddleWithTheKeys) {
   ViewState state = viewSample();
   state.help = true;
   EXPECT_EQ(rowOf(state, 4), " 1 DELI  0 to 3, up, down  choose a port" + std::string(33, ' ') + "M   4G");
-  EXPECT_EQ(rowOf(state, 19).substr(7, 66),
+  EXPECT_EQ(rowOf(state, 21).substr(7, 66),
             "  :                 any command of the card, as 'help' lists them");
 }
 

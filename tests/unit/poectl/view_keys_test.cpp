@@ -47,6 +47,15 @@ TEST_F(LiveViewKeys, DigitsAndArrowsChooseAPort) {
   EXPECT_EQ(state.note, "this key does nothing; ? lists those that do");
 }
 
+TEST_F(LiveViewKeys, OnlyRReadsThePortsSettingsOverTheBus) {
+  for (char key = ' '; key <= '~'; key++) {
+    ViewState fresh = viewSample();
+    EXPECT_EQ(keys.press({Kind::CHARACTER, key}, fresh).readSettings, key == 'r') << key;
+  }
+  type("2r");
+  EXPECT_EQ(state.note, "port 2: its limit and priority are being read over the chip's bus");
+}
+
 TEST_F(LiveViewKeys, PlugGoesThroughTheDevicesPortByPort) {
   EXPECT_EQ(command("p"), "plug 0 class=2 watts=6");
   EXPECT_EQ(command("p"), "plug 0 class=4 watts=22");

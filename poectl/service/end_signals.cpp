@@ -1,0 +1,99 @@
+#include "poectl/service/end_signals.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+constexpr int HALF_OF_THE_TIME = 400; // ms: "ends within a second" has to hold on a busy machine too
+constexpr int FOR_EVER = -1;
+constexpr int FORCED_STATUS = 1;
+
+int blockedSignals(std::initializer_list<int> wanted) {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : wanted) {
+    struct sigaction action {};
+    sigaction(signal, nullptr, &action);
+    if (signal != SIGHUP || action.sa_handler != SIG_IGN) { // nohup ignores it, which blocking would undo
+      sigaddset(&signals, signal);
+    }
+  }
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  return signalfd(-1, &signals, SFD_CLOEXEC);
+}
+
+// False when the time is up.
+bool becomesReadable(int descriptor, int timeout) {
+  pollfd ready{descriptor, POLLIN, 0};
+  int count = 0;
+  while ((count = poll(&ready, 1, timeout)) < 0 && errno == EINTR) {
+  }
+  return count > 0;
+}
+
+// Ctrl-S may be all that holds the output. Linux starts a terminal again when it loses IXON.
+void undoControlS() {
+  termios settings{};
+  if (tcgetattr(STDOUT_FILENO, &settings) == 0) {
+    termios withoutFlowControl = settings;
+    withoutFlowControl.c_iflag &= ~static_cast<tcflag_t>(IXON);
+    tcsetattr(STDOUT_FILENO, TCSANOW, &withoutFlowControl);
+    tcsetattr(STDOUT_FILENO, TCSANOW, &settings);
+  }
+}
+
+} // namespace
+
+EndSignals::EndSignals(std::initializer_list<int> signals)
+    : m_signals(blockedSignals(signals)), m_done(eventfd(0, EFD_CLOEXEC)),
+      m_terminal(tcgetattr(STDIN_FILENO, &m_settings) == 0) {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, &before); // the thread inherits it
+  m_thread = std::thread([this] { watch(); });
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+EndSignals::~EndSignals() {
+  eventfd_write(m_done, 1);
+  m_thread.join();
+  close(m_done);
+  close(m_signals);
+}
+
+void EndSignals::beforeForcedEnd(std::function<void()> cleanUp) {
+  const std::lock_guard lock(m_mutex);
+  m_cleanUps.push_back(std::move(cleanUp));
+}
+
+void EndSignals::watch() {
+  pollfd ready[] = {{m_signals, POLLIN, 0}, {m_done, POLLIN, 0}};
+  while (poll(ready, 2, FOR_EVER) < 0) {
+  }
+  if (ready[1].revents != 0 || becomesReadable(m_done, HALF_OF_THE_TIME)) {
+    return;
+  }
+  undoControlS();
+  if (!becomesReadable(m_done, HALF_OF_THE_TIME)) {
+    forceEnd();
+  }
+}
+
+void EndSignals::forceEnd() {
+  const std::lock_guard lock(m_mutex);
+  for (const auto& cleanUp : m_cleanUps) {
+    cleanUp();
+  }
+  if (m_terminal) {
+    tcsetattr(STDIN_FILENO, TCSANOW, &m_settings);
+  }
+  _exit(FORCED_STATUS);
+}

@@ -1,0 +1,133 @@
+// poectl beside processes that it must not trust: they flood, drip, are silent, send escape sequences or do
+// not read.
+#include "tests/support/process/hostile_peer.h"
+#include "tests/support/process/listeners.h"
+#include "tests/support/process/patience.h"
+#include "tests/support/process/process_fixture.h"
+#include "tests/support/process/temporary_directory.h"
+#include "tests/system/process/command.h"
+#include "tests/system/process/started_command.h"
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+
+namespace {
+
+constexpr std::uint16_t CONSOLE_PORT = 10001;
+constexpr int END_SIGNALS[] = {SIGINT, SIGTERM, SIGQUIT, SIGHUP};
+
+class PoectlNeighbours : public ServiceTest {
+protected:
+  // Fills a queue of status messages as a service would, so that a scenario begins.
+  static void sendStatus() {
+    const mqd_t queue = mq_open("/queueToMain", O_WRONLY);
+    PoeStatusMessage message{MSGID_STATUS, {}};
+    EXPECT_EQ(mq_send(queue, reinterpret_cast<const char*>(&message), sizeof message, 0), 0);
+    mq_close(queue);
+  }
+
+  // Sends the signal and expects the end within a second, without a queue.
+  static void expectEnd(StartedCommand& command, int signal) {
+    const auto start = std::chrono::steady_clock::now();
+    command.send(signal);
+    EXPECT_TRUE(WIFEXITED(command.wait())) << signal;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << signal;
+    EXPECT_FALSE(queueExists("/queueToMain")) << signal;
+  }
+
+  const TemporaryDirectory folder;
+};
+
+TEST_F(PoectlNeighbours, AReplyWithoutEndIsRefused) {
+  const HostilePeer console(listenOnPort(CONSOLE_PORT), HostilePeer::flood);
+  const CommandResult result = poectl("console info");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output,
+            "poectl: the console replies with more than 65536 bytes, which is the most accepted\n");
+}
+
+TEST_F(PoectlNeighbours, AReplyByteByByteEndsAtTheDeadline) {
+  const HostilePeer console(listenOnPort(CONSOLE_PORT), HostilePeer::drip);
+  const auto start = std::chrono::steady_clock::now();
+  const CommandResult result = poectl("console info");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: the console does not reply in time\n");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
+}
+
+TEST_F(PoectlNeighbours, EscapeSequencesDoNotReachTheTerminal) {
+  std::string said = "> \033]0;title\a\033[2J\n> ";
+  const HostilePeer console(listenOnPort(CONSOLE_PORT), [&](const HostilePeer& self, int connection) {
+    self.hear(connection);
+    self.hear(connection);
+    self.say(connection, said);
+  });
+  EXPECT_EQ(poectl("console info").output, "\\x1B]0;title\\x07\\x1B[2J\n");
+  said = "\033[2Jbusy\n";
+  EXPECT_EQ(poectl("console info").output, "poectl: the console refuses: \\x1B[2Jbusy\n");
+  said = "> \033[2J\n> ";
+  EXPECT_EQ(run(std::string(POECTL) + " example | " + POECTL + " explain - --status").output,
+            "poectl: the console does not show 'power_limit (this bank) = ' but '\\x1B[2J'\n");
+}
+
+TEST_F(PoectlNeighbours, AScenarioEndsBySignalsWhileTheConsoleDripsItsReply) {
+  const HostilePeer console(listenOnPort(CONSOLE_PORT), HostilePeer::drip);
+  const std::string file = folder.write("wait.play", "console info\n");
+  for (const int signal : END_SIGNALS) {
+    const unsigned before = console.connections();
+    StartedCommand play({POECTL, "play", file});
+    ASSERT_TRUE(waitUntil([] { return queueExists("/queueToMain"); }));
+    sendStatus();
+    ASSERT_TRUE(waitUntil([&] { return console.connections() > before; }));
+    expectEnd(play, signal);
+    EXPECT_NE(play.output().find("Bail out! interrupted by a signal\n"), std::string::npos) << play.output();
+  }
+}
+
+TEST_F(PoectlNeighbours, AScenarioEndsBySignalsWhileTheCardDripsItsReply) {
+  const std::string path = folder.file("card");
+  std::atomic<bool> asked{false};
+  const HostilePeer card(listenOnPath(path), [&](const HostilePeer& self, int connection) {
+    self.hear(connection);
+    asked = true;
+    HostilePeer::drip(self, connection);
+  });
+  const std::string file = folder.write("wait.play", "card show\n");
+  StartedCommand play({POECTL, "play", file, "--control", path});
+  ASSERT_TRUE(waitUntil([] { return queueExists("/queueToMain"); }));
+  sendStatus();
+  ASSERT_TRUE(waitUntil([&] { return asked.load(); }));
+  expectEnd(play, SIGTERM);
+}
+
+TEST_F(PoectlNeighbours, WatchEndsBySignalsWhileNobodyReadsItsOutput) {
+  for (const int signal : END_SIGNALS) {
+    StartedCommand watch({POECTL, "watch", "--json"});
+    ASSERT_TRUE(waitUntil([] { return queueExists("/queueToMain"); }));
+    const mqd_t queue = mq_open("/queueToMain", O_WRONLY | O_NONBLOCK);
+    const PoeStatusMessage message{MSGID_STATUS, {}};
+    const auto send = [&] {
+      return mq_send(queue, reinterpret_cast<const char*>(&message), sizeof message, 0) == 0;
+    };
+    // Its pipe is full when it takes no more messages for a while.
+    for (auto last = std::chrono::steady_clock::now();
+         std::chrono::steady_clock::now() - last < std::chrono::milliseconds(300);) {
+      if (send()) {
+        last = std::chrono::steady_clock::now();
+      }
+    }
+    mq_close(queue);
+    expectEnd(watch, signal);
+  }
+}
+
+TEST_F(PoectlNeighbours, ACommandLineWithoutEndIsRefused) {
+  const CommandResult result =
+      run("head -c 100000 /dev/zero | timeout 20 " + std::string(POECTL) + " console");
+  EXPECT_EQ(result.output, "standard input: a command is too long; at most 4096 bytes are accepted\n");
+  EXPECT_EQ(result.status, 2);
+}
+
+} // namespace
