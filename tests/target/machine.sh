@@ -4,8 +4,8 @@
 . scripts/build.sh
 . tests/target/downloads.sh
 
-# How long a machine may run, in seconds: the tests wait about two minutes for cycles, the rest is emulation.
-machine_patience=360
+# How long a machine may run, in seconds: the tests wait about three minutes for cycles, the rest is emulation.
+machine_patience=480
 
 # Directories that go when the script ends, however it ends.
 scratch=()
