@@ -1,7 +1,7 @@
 #include "simulator/bus/transfer_record.h"
 
-#include "simulator/card/text_file.h"
 #include "text/text.h"
+#include "text/text_file.h"
 
 #include <iomanip>
 

@@ -2,8 +2,8 @@
 
 #include "simulator/card/card_report.h"
 #include "simulator/card/register_dump.h"
-#include "simulator/card/text_file.h"
 #include "text/text.h"
+#include "text/text_file.h"
 
 #include <cctype>
 #include <iterator>

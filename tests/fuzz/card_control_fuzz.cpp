@@ -1,7 +1,7 @@
 // What a client of poe_card's control socket sends, cut into pieces of any size. Each line must get the reply
 // of a twin of the card that is given the lines one by one, and an empty line behind it.
-#include "simulator/card/control_client.h"
 #include "simulator/card/simulated_card.h"
+#include "simulator/program/control_client.h"
 #include "tests/fuzz/fuzz_target.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "simulator/card/card_options.h"
+#include "simulator/program/card_options.h"
 
 #include <algorithm>
 #include <iterator>

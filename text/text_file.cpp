@@ -1,4 +1,4 @@
-#include "simulator/card/text_file.h"
+#include "text/text_file.h"
 
 #include "text/text.h"
 

@@ -1,4 +1,4 @@
-#include "simulator/card/work_folder.h"
+#include "simulator/program/work_folder.h"
 
 #include "text/text.h"
 

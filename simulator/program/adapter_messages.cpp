@@ -1,4 +1,4 @@
-#include "simulator/bus/adapter_messages.h"
+#include "simulator/program/adapter_messages.h"
 
 #include <glib.h>
 

@@ -1,4 +1,4 @@
-#include "simulator/bus/simulated_adapter.h"
+#include "simulator/program/simulated_adapter.h"
 
 #include "simulator/card/simulated_card.h"
 

@@ -1,15 +1,15 @@
 // poe_card: runs a command on a simulated card.
-#include "simulator/bus/adapter_messages.h"
-#include "simulator/bus/simulated_adapter.h"
 #include "simulator/bus/transfer_record.h"
-#include "simulator/card/card_options.h"
-#include "simulator/card/child_process.h"
-#include "simulator/card/control_socket.h"
-#include "simulator/card/descriptors.h"
-#include "simulator/card/log_loss.h"
 #include "simulator/card/simulated_card.h"
-#include "simulator/card/text_file.h"
-#include "simulator/card/work_folder.h"
+#include "simulator/program/adapter_messages.h"
+#include "simulator/program/card_options.h"
+#include "simulator/program/child_process.h"
+#include "simulator/program/control_socket.h"
+#include "simulator/program/descriptors.h"
+#include "simulator/program/log_loss.h"
+#include "simulator/program/simulated_adapter.h"
+#include "simulator/program/work_folder.h"
+#include "text/text_file.h"
 
 #include <glib-unix.h>
 

@@ -1,4 +1,4 @@
-#include "simulator/card/descriptors.h"
+#include "simulator/program/descriptors.h"
 
 #include <cstring>
 #include <stdexcept>

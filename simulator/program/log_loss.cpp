@@ -1,4 +1,4 @@
-#include "simulator/card/log_loss.h"
+#include "simulator/program/log_loss.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -4,7 +4,7 @@
 // Lives on the thread that iterates GLib's default main context.
 #pragma once
 
-#include "simulator/card/control_client.h"
+#include "simulator/program/control_client.h"
 
 #include <list>
 #include <stdexcept>

@@ -1,6 +1,6 @@
-#include "simulator/card/control_socket.h"
+#include "simulator/program/control_socket.h"
 
-#include "simulator/card/descriptors.h"
+#include "simulator/program/descriptors.h"
 
 #include <cerrno>
 #include <cstring>

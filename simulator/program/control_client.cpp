@@ -1,4 +1,4 @@
-#include "simulator/card/control_client.h"
+#include "simulator/program/control_client.h"
 
 #include <array>
 #include <cerrno>

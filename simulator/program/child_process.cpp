@@ -1,4 +1,4 @@
-#include "simulator/card/child_process.h"
+#include "simulator/program/child_process.h"
 
 #include <algorithm>
 #include <cerrno>
