@@ -1,4 +1,4 @@
-// What the service is measured against: what an engineer would write who wants nothing but the chip's status
+// What the service is measured against: what an engineer would write to get the chip's status and nothing more
 // once a second. It makes the transfers of one of the service's cycles in the same order, turns them into the
 // same values and the same status message, for four ports that are enabled, and sends it in the same way. It
 // has no configuration, no audit of the budget, no recovery, no console, no watchdog, no thread and no lock.

@@ -1,6 +1,6 @@
 # Sourced by benchmarks/measure: what a cycle takes of the processor beside the kernel, counted by valgrind.
 
-# valgrind_count WORDS CYCLES OPTIONS... COMMAND...: the number behind WORDS in what valgrind reports.
+# valgrind_count WORDS CYCLES OPTIONS... COMMAND...: the number after WORDS in what valgrind reports.
 valgrind_count() {
   local words=$1 cycles=$2
   shift 2

@@ -4,7 +4,7 @@
 . tests/target/powerpc_machine.sh
 
 # The shell alone takes many minutes of emulation.
-machine_patience=3600
+machine_timeout_s=3600
 
 # values LOG: the measured values as lines of a table.
 values() { sed -n 's/^# measured: \(.*\): \(.*\)$/\1,\2/p' "$1"; }

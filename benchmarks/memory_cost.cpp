@@ -11,7 +11,7 @@ constexpr char BARE_LOOP[] = "/bin/bare_loop";
 
 class MemoryCost : public TargetTest {
 protected:
-  // kB behind a name in /proc/PID/status.
+  // kB after a name in /proc/PID/status.
   long memory(const std::string& name) const {
     std::ifstream lines("/proc/" + std::to_string(service->pid()) + "/status");
     for (std::string line; std::getline(lines, line);) {

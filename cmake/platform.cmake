@@ -1,4 +1,4 @@
-# POE_PLATFORM chooses what stands behind the contracts in platform/*.h.
+# POE_PLATFORM chooses what implements the contracts in platform/*.h.
 set(POE_PLATFORM host CACHE STRING "host: platform/host of this tree; card: a library of the card's own")
 set(POE_PLATFORM_LIBRARY "" CACHE STRING "card: the library's file, or several in the order of linking")
 set(POE_PLATFORM_INCLUDE_DIR "" CACHE PATH "card: the directory that has platform/guard.h and the other headers")

@@ -1,8 +1,8 @@
-# POE_BUILD_STATIC adds to the programs twins without shared libraries, for a machine that has none of ours.
+# POE_BUILD_STATIC also builds static variants of the programs, for a machine that lacks the shared libraries.
 option(POE_BUILD_STATIC "Also build poe_service_static and poectl_static" OFF)
 
-# poe_add_static_twin(PROGRAM): PROGRAM_static, made of the same sources, linked statically.
-function(poe_add_static_twin program)
+# poe_add_static_variant(PROGRAM): PROGRAM_static, made of the same sources, linked statically.
+function(poe_add_static_variant program)
   if(NOT POE_BUILD_STATIC)
     return()
   endif()

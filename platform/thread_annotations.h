@@ -14,7 +14,7 @@
 #define POE_POINTEE_GUARDED_BY(lock) POE_THREAD_ANNOTATION(pt_guarded_by(lock))
 // A function that is called only with the lock held.
 #define POE_REQUIRES(lock) POE_THREAD_ANNOTATION(requires_capability(lock))
-// A class whose objects hold a lock for their life, its constructor and its destructor.
+// A class whose objects hold a lock from construction to destruction, its constructor and its destructor.
 #define POE_SCOPED_LOCK POE_THREAD_ANNOTATION(scoped_lockable)
 #define POE_ACQUIRES(lock) POE_THREAD_ANNOTATION(acquire_capability(lock))
 #define POE_RELEASES POE_THREAD_ANNOTATION(release_capability())

@@ -1,4 +1,4 @@
-// A client of the software watchdog: something that promises to give a sign of life in time.
+// A client of the software watchdog: a thread that must feed it in time.
 //
 // A client is supervised from wdm_start on until it is destroyed. All operations may be called from any
 // thread; the owner must not destroy a client while another thread is in one of its operations.
@@ -16,11 +16,11 @@ public:
   watchdogMonitor& operator=(const watchdogMonitor&) = delete;
   virtual ~watchdogMonitor();
 
-  // Starts the supervision: from now on at most `milliseconds` may pass between two signs of life. The start
-  // counts as the first. Calling it again sets a new time-out and counts as a sign of life.
+  // Starts the supervision: from now on at most `milliseconds` may pass between two calls of wdm_notify. The
+  // start counts as the first. Calling it again sets a new time-out and feeds the watchdog.
   void wdm_start(unsigned milliseconds);
 
-  // The sign of life. `code` is for the caller's own use; 0 means that all is well.
+  // Feeds the watchdog. `code` is for the caller's own use; 0 means that all is well.
   void wdm_notify(int code);
 
   // Writes the client's state as text lines into `buffer`, cut at `length` - 1 characters and always ended by

@@ -1,4 +1,4 @@
-# Sourced by the scripts that build, behind packages.sh: configures and builds a preset.
+# Sourced by the scripts that build, after packages.sh: configures and builds a preset.
 
 # use_compiler_cache: what has been compiled before is not compiled again, also where presets agree and in another clone.
 use_compiler_cache() {
@@ -45,7 +45,7 @@ need_build_folder() {
     fail "build/$preset was made for $home and not for $PWD; remove it: rm -r '$PWD/build/$preset'"
 }
 
-# build PRESET [TARGET...]: quiet when nobody watches, with ninja's progress on a terminal; a failure shows the log.
+# build PRESET [TARGET...]: quiet in a pipe, with ninja's progress on a terminal; a failure shows the log.
 build() {
   local preset=$1 log=build/$1.log targets=()
   shift

@@ -7,7 +7,7 @@
 namespace text {
 
 // A word from outside as an error line repeats it: in single quotes, each byte that is not printable ASCII as
-// '?', and only its first 120 bytes, with "..." behind them.
+// '?', and only its first 120 bytes, followed by "...".
 std::string quoted(std::string_view word);
 
 // A register or a value as the documents write them: "0x0C", at least two digits, in upper case.

@@ -67,7 +67,7 @@ void requireWritableFile(const std::string& path) {
     throw std::runtime_error("cannot write " + path + ": " + why +
                              "; accepted is a file that can be written");
   };
-  // Whoever reads a pipe could keep the bus and the command waiting.
+  // The reader of a pipe could keep the bus and the command waiting.
   const auto isPipe = [](const struct stat& status) {
     return S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode);
   };

@@ -1,6 +1,6 @@
 // The process entry: creates the process-wide services and the engine, then receives configurations until a
 // receive fails, then takes everything down again. A failed step never cuts start-up short: it is remembered,
-// the receive loop is left out and the shutdown releases whatever there is.
+// the receive loop is left out and the shutdown releases what exists.
 #include "diagnostics.h"
 #include "pd69104_engine.h"
 #include "platform/debug_server.h"
@@ -108,7 +108,7 @@ void handleMessage(CPD69104Engine* engine, const char* message, std::size_t leng
   }
 }
 
-// A message shorter than its record leaves the rest of the buffer as it was; nobody checks the length.
+// A message shorter than its record leaves the rest of the buffer as it was; the length is not checked.
 void receiveMessages(mqd_t queue, watchdogMonitor* watchdog, CPD69104Engine* engine) {
   static char buffer[QUEUE_TO_POE_MESSAGE_SIZE];
   while (g_running != 0) {

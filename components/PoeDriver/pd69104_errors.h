@@ -1,5 +1,5 @@
 // The position that each software-error report of the driver carries. The readers of the log know the reports
-// by these numbers: keep them, whatever becomes of the sources.
+// by these numbers: keep them when the sources change.
 #pragma once
 
 constexpr char DRIVER_PATH[] = "components/PoeDriver/pd69104";

@@ -35,7 +35,7 @@ int degreesCelsius(unsigned raw) {
   return static_cast<int>(raw * TEMPERATURE_UNIT) + TEMPERATURE_OF_ZERO;
 }
 
-// Hands a value to `store` when it could be read, and tells whether it could.
+// Hands a value to `store` when it could be read. True when it could.
 template <bool (CPD69104::*READ)(unsigned, unsigned*), typename Store>
 bool readWith(CPD69104& chip, unsigned address, Store store) {
   unsigned value = 0;

@@ -24,7 +24,7 @@ enum class PowerVerdict {
   FITS,             // takes its share
   UNPOWERED,        // does not fit, but has no power: left as it is
   RESTARTED,        // does not fit and is powered: switched off and on again
-  UNKNOWN_PRIORITY, // never served: switched off whatever its state, and on again when it is enabled
+  UNKNOWN_PRIORITY, // never served: switched off in any state, and on again when it is enabled
 };
 
 struct PowerDecision {

@@ -7,7 +7,7 @@
 namespace {
 
 // Longer sleeps are cut to this, some 31 years: added to any up time it still fits a time_t of 32 bits.
-constexpr double LONGEST_SLEEP = 1e9;
+constexpr double MAX_SLEEP = 1e9;
 constexpr long NANOSECONDS_PER_SECOND = 1000000000L;
 
 timespec later(timespec time, double seconds) {
@@ -30,7 +30,7 @@ void BetterSleep(double seconds) {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
   // An absolute end, so that what a signal handler takes is not added to the sleep.
-  const timespec end = later(now, std::min(seconds, LONGEST_SLEEP));
+  const timespec end = later(now, std::min(seconds, MAX_SLEEP));
   while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
   }
 }

@@ -1,4 +1,4 @@
-// Sole owner of a file descriptor; closes it at the end of its life.
+// Sole owner of a file descriptor; its destructor closes it.
 #pragma once
 
 #include <utility>

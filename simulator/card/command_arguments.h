@@ -50,7 +50,7 @@ public:
 
 private:
   std::vector<std::string> m_words;
-  std::size_t m_next = 1; // behind the command itself
+  std::size_t m_next = 1; // after the command itself
   std::string m_key;      // taken off the word that is next or was taken last
   const char* m_accepted;
 };

@@ -10,7 +10,7 @@ constexpr const char* HEADING = "     0  1  2  3  4  5  6  7  8  9  a  b  c  d  
 constexpr const char* DIGITS = "0123456789abcdef";
 constexpr unsigned ROWS = 16;
 constexpr unsigned COLUMNS = 16;
-constexpr std::size_t FIRST_CELL = 4; // behind "00: "
+constexpr std::size_t FIRST_CELL = 4; // after "00: "
 constexpr std::size_t CELL = 3;       // "00 "
 
 using Value = std::optional<std::uint8_t>;

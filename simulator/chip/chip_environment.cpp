@@ -10,7 +10,7 @@ namespace {
 using data_sheet::Classification;
 using data_sheet::Detection;
 
-// Below it the chip has not enough to drive a port, whatever its registers say.
+// Below it the chip cannot power a port.
 constexpr double MIN_SUPPLY_V = 30.0;
 // Makes up for the rounding of voltage and current: a device that is read back must not seem to draw more
 // than its limit.

@@ -40,7 +40,7 @@ struct Register {
 };
 
 // The power-on values of limits, current cut, current limit and identification are guesses. The limit of
-// bank 7 is not 0 after power-on, which tells a freshly powered chip from a configured one.
+// bank 7 is not 0 after power-on, which distinguishes a freshly powered chip from a configured one.
 inline constexpr auto RW = Access::ReadWrite;
 inline constexpr auto RO = Access::ReadOnly;
 inline constexpr Register PORT_STATUS{0x0C, 4, 1, RO, 0x00, "port status"};

@@ -106,7 +106,7 @@ void ChildProcess::start(const std::vector<std::string>& argv, const Environment
   std::vector<std::string> variables = environmentWith(environment);
   const std::vector<char*> argumentPointers = pointers(arguments);
   const std::vector<char*> variablePointers = pointers(variables);
-  const std::string complaint = "poe_card: cannot run " + argv.front() + ": ";
+  const std::string failureText = "poe_card: cannot run " + argv.front() + ": ";
   const pid_t parent = getpid();
 
   m_pid = fork();
@@ -120,15 +120,15 @@ void ChildProcess::start(const std::vector<std::string>& argv, const Environment
   if (getppid() != parent) {
     _exit(CANNOT_RUN);
   }
-  become(argumentPointers.data(), variablePointers.data(), complaint);
+  become(argumentPointers.data(), variablePointers.data(), failureText);
 }
 
-void ChildProcess::become(char* const* argv, char* const* environment, const std::string& complaint) const {
+void ChildProcess::become(char* const* argv, char* const* environment, const std::string& failureText) const {
   sigaction(SIGPIPE, &m_originalPipe, nullptr);
   sigprocmask(SIG_SETMASK, &m_originalMask, nullptr);
   execvpe(argv[0], argv, environment);
   const char* reason = strerrordesc_np(errno);
-  writeText(complaint.c_str());
+  writeText(failureText.c_str());
   writeText(reason == nullptr ? "unknown error" : reason);
   writeText("\n");
   _exit(CANNOT_RUN);

@@ -37,7 +37,7 @@ public:
   int unexpectedSignal() const;
 
 private:
-  [[noreturn]] void become(char* const* argv, char* const* environment, const std::string& complaint) const;
+  [[noreturn]] void become(char* const* argv, char* const* environment, const std::string& failureText) const;
   bool reapCommand();
   static void killLeftBehind();
 

@@ -60,8 +60,8 @@ bool ControlClient::serve() {
 // Makes the reply to the next line. False: there is no whole line.
 bool ControlClient::takeLine() {
   const std::size_t end = m_received.find('\n');
-  if (end > LONGEST_LINE && m_received.size() > LONGEST_LINE) {
-    m_reply = "error: the line is too long; accepted are " + std::to_string(LONGEST_LINE) + " characters\n\n";
+  if (end > MAX_LINE && m_received.size() > MAX_LINE) {
+    m_reply = "error: the line is too long; accepted are " + std::to_string(MAX_LINE) + " characters\n\n";
     m_last = true;
     return true;
   }
@@ -74,7 +74,7 @@ bool ControlClient::takeLine() {
 }
 
 bool ControlClient::receive() {
-  std::array<char, LONGEST_LINE> part{};
+  std::array<char, MAX_LINE> part{};
   const ssize_t got = recv(m_fd, part.data(), part.size(), 0);
   if (got > 0) {
     m_received.append(part.data(), static_cast<std::size_t>(got));

@@ -15,7 +15,7 @@ class ControlClient {
 public:
   // The reply to a line, which is without its end; has the lines' ends.
   using Answer = std::function<std::string(const std::string& line)>;
-  static constexpr std::size_t LONGEST_LINE = 4096; // without its end
+  static constexpr std::size_t MAX_LINE = 4096; // without its end
 
   // Takes over `fd`, which does not block.
   ControlClient(int fd, Answer answer);

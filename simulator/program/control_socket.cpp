@@ -47,7 +47,7 @@ void removeStale(const std::string& path, const sockaddr_un& address) {
     return;
   }
   if (!S_ISSOCK(file.st_mode) || somebodyListens(address)) {
-    throw ControlSocketError(path + " exists; accepted is a new path, or a socket that nobody listens on");
+    throw ControlSocketError(path + " exists; accepted is a new path, or a socket without a listener");
   }
   unlink(path.c_str());
 }
@@ -108,7 +108,7 @@ bool ControlSocket::accept() {
   if (fd < 0) {
     return true; // the client has gone again
   }
-  if (m_clients.size() == MOST_CLIENTS || isOfTheLastDescriptors(fd) || !isOfOurUser(fd)) {
+  if (m_clients.size() == MAX_CLIENTS || isOfTheLastDescriptors(fd) || !isOfOurUser(fd)) {
     close(fd);
     return true;
   }

@@ -18,9 +18,9 @@ public:
 
 class ControlSocket {
 public:
-  static constexpr std::size_t MOST_CLIENTS = 64; // more than these are turned away
+  static constexpr std::size_t MAX_CLIENTS = 64; // more than these are turned away
 
-  // A socket at `path` that nobody listens on is replaced, anything else that
+  // A socket at `path` without a listener is replaced, anything else that
   // exists is refused. `answer` gives the lines of a reply, without the empty one.
   // Throws ControlSocketError.
   ControlSocket(const std::string& path, ControlClient::Answer answer);

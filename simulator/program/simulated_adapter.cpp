@@ -22,7 +22,7 @@ constexpr const char* DESCRIPTION = "P: /devices/platform/i2c-0/i2c-dev/i2c-0\n"
                                     "E: DEVNAME=/dev/i2c-0\n"
                                     "E: SUBSYSTEM=i2c-dev\n";
 constexpr unsigned long CHIP_ADDRESS = 0x20;
-constexpr unsigned long HIGHEST_ADDRESS = 0x7F;
+constexpr unsigned long MAX_ADDRESS = 0x7F;
 // Where an opener's bound slave address is kept: on umockdev's record of the opener.
 constexpr const char* BOUND_ADDRESS = "bound-address";
 
@@ -69,7 +69,7 @@ SimulatedAdapter::~SimulatedAdapter() {
   umockdev_testbed_detach_ioctl(m_testbed.get(), DEVICE, nullptr);
 }
 
-// The caller's memory behind the pointer at `offset`; empty if it cannot be reached.
+// The caller's memory that the pointer points to at `offset`; empty if it cannot be reached.
 SimulatedAdapter::IoctlData SimulatedAdapter::resolve(UMockdevIoctlData* data, std::size_t offset,
                                                       std::size_t length) {
   GError* error = nullptr;
@@ -104,7 +104,7 @@ SimulatedAdapter::Reply SimulatedAdapter::answer(UMockdevIoctlClient* client) {
 }
 
 SimulatedAdapter::Reply SimulatedAdapter::bind(UMockdevIoctlClient* client, unsigned long address) {
-  if (address > HIGHEST_ADDRESS) {
+  if (address > MAX_ADDRESS) {
     return {-1, EINVAL};
   }
   g_object_set_data(G_OBJECT(client), BOUND_ADDRESS, GSIZE_TO_POINTER(address));

@@ -4,7 +4,7 @@
 // reported to the datagram socket that POE_CARD_LOG_LOSS names: the error's number.
 //
 // Goes to the kernel directly, opens the file anew for each line and needs no C++
-// library, so that it works in any thread of any program, whatever else is
+// library, so that it works in any thread of any program, also when something else is
 // preloaded or built in, and after a program has closed all its descriptors.
 #include <cerrno>
 #include <climits>

@@ -25,9 +25,9 @@ constexpr std::string_view UNIQUE = "XXXXXX";
 constexpr const char* LOCK = "poe_card.lock";
 // The longest path that the adapter makes a socket of, in the folder. umockdev's opener leaves room for two
 // zeros.
-constexpr std::string_view LONGEST_SOCKET = "/umockdev.XXXXXX/ioctl/dev/i2c-0";
+constexpr std::string_view MAX_SOCKET_NAME = "/umockdev.XXXXXX/ioctl/dev/i2c-0";
 constexpr std::size_t MAX_PARENT =
-    sizeof(sockaddr_un::sun_path) - 2 - LONGEST_SOCKET.size() - PREFIX.size() - UNIQUE.size() - 1;
+    sizeof(sockaddr_un::sun_path) - 2 - MAX_SOCKET_NAME.size() - PREFIX.size() - UNIQUE.size() - 1;
 constexpr int MAX_TRIES = 100;
 
 std::string parentFolder() {
@@ -42,7 +42,8 @@ std::string parentFolder() {
                            "; accepted is a TMPDIR that can be written and has room");
 }
 
-// A file of this user's that nobody holds a lock on; the lock is then ours. -1: it is not.
+// A file of this user that is not locked; this process then holds the lock. -1: it is locked or of another
+// user.
 int lockOfTheDead(const fs::path& folder) {
   struct stat status {};
   if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != geteuid() ||
@@ -58,7 +59,7 @@ int lockOfTheDead(const fs::path& folder) {
 }
 
 void removeFoldersOfTheDead(const std::string& parent) {
-  std::error_code ignored; // What cannot be removed is in nobody's way.
+  std::error_code ignored; // A file that cannot be removed does no harm.
   for (fs::directory_iterator entry(parent, fs::directory_options::skip_permission_denied, ignored);
        !ignored && entry != fs::directory_iterator(); entry.increment(ignored)) {
     const std::string name = entry->path().filename().string();

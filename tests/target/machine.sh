@@ -5,7 +5,7 @@
 . tests/target/downloads.sh
 
 # How long a machine may run, in seconds: the tests wait about three minutes for cycles, the rest is emulation.
-machine_patience=480
+machine_timeout_s=480
 
 # Directories that go when the script ends, however it ends.
 scratch=()
@@ -64,13 +64,13 @@ run_machine() {
   local log=$1 line
   shift
   progress "starting the machine"
-  timeout "$machine_patience" "$@" -display none -monitor none -serial stdio -nic none -no-reboot </dev/null 2>&1 |
+  timeout "$machine_timeout_s" "$@" -display none -monitor none -serial stdio -nic none -no-reboot </dev/null 2>&1 |
     stdbuf -oL tr -d '\r' | tee "$log" | while IFS= read -r line; do
       case $line in
       'ok '* | 'not ok '* | '# '*) progress "$line" ;;
       esac
     done
-  [ "${PIPESTATUS[0]}" -ne 124 ] || fail "the machine has not ended within $machine_patience s (see $log)"
+  [ "${PIPESTATUS[0]}" -ne 124 ] || fail "the machine has not ended within $machine_timeout_s s (see $log)"
 }
 
 # judge LOG NAMES: fails unless each test of the file NAMES, in that order, has passed, and nothing else is in the log

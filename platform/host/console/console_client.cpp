@@ -104,7 +104,7 @@ void ConsoleClient::flush() {
 }
 
 // To close a socket with bytes unread resets the connection, and the reset can overtake the last reply. So
-// the client is told that nothing more comes, and what it still sends is thrown away until it closes, too.
+// the client sees the end of the stream, and what it still sends is thrown away until it closes, too.
 void ConsoleClient::linger() {
   m_phase = Phase::LINGERING;
   m_deadline = monotonicMilliseconds() + LINGER_LIMIT;

@@ -29,7 +29,7 @@ void DebugRegistry::remove(const Cdebugable* object) {
     return; // there was no memory for it
   }
   entry->leaving = true;
-  m_released.notify_all(); // whoever waits for the object need not any more
+  m_released.notify_all(); // waiters for the object can stop waiting
   m_released.wait(lock, [&] {
     // A handler may destroy its own object: to wait for itself would take for ever.
     return entry->caller == std::thread::id() || entry->caller == std::this_thread::get_id();

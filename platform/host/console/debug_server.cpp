@@ -190,8 +190,8 @@ void CdebugServer::Server::acceptOne(int listener) {
   m_clients.push_back(std::make_unique<ConsoleClient>(std::move(socket)));
 }
 
-// When all places are taken, the client that has been idle longest loses its own, so that clients nobody uses
-// lock nobody out. One in the middle of a command loses it only when all are.
+// When all places are taken, the client that has been idle longest loses its own, so that unused
+// clients lock no other client out. One in the middle of a command loses it only when all are.
 void CdebugServer::Server::makeRoom() {
   const auto served = std::count_if(m_clients.begin(), m_clients.end(),
                                     [](const auto& client) { return client->isServed(); });

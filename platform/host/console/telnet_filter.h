@@ -1,5 +1,5 @@
 // Takes the telnet protocol's own bytes (RFC 854) out of what a console client sends, so that negotiation
-// does not become part of a command. Nothing is answered: to a client an option that nobody answers is
+// does not become part of a command. Nothing is answered: to a client an option without an answer is
 // refused.
 //
 // For one thread; one object for each connection.
@@ -16,10 +16,10 @@ public:
 private:
   enum class State {
     DATA,
-    COMMAND,               // behind IAC
-    OPTION,                // behind IAC and WILL, WONT, DO or DONT
-    SUBNEGOTIATION,        // behind IAC SB, up to IAC SE
-    SUBNEGOTIATION_COMMAND // behind an IAC in it
+    COMMAND,               // after IAC
+    OPTION,                // after IAC and WILL, WONT, DO or DONT
+    SUBNEGOTIATION,        // after IAC SB, up to IAC SE
+    SUBNEGOTIATION_COMMAND // after an IAC in it
   };
 
   bool keeps(unsigned char byte);

@@ -1,4 +1,4 @@
-// The way to the machine's service manager, when one has started this process and wants to hear from it.
+// Keep-alive messages to the machine's service manager, when one has started this process and expects them.
 #pragma once
 
 class ServiceManager {

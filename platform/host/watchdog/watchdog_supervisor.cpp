@@ -96,8 +96,8 @@ void WatchdogSupervisor::run(unsigned generation) {
   std::unique_lock<std::mutex> lock(m_mutex);
   while (m_generation == generation) {
     const WatchdogTable::Findings findings = m_table.check(monotonicMilliseconds());
-    // Nobody's sign of life has to wait for the log. All lines about a supervised client come from this
-    // thread, so they come in order.
+    // No client has to wait for the log when it feeds the watchdog. All lines about a supervised client come
+    // from this thread, so they come in order.
     lock.unlock();
     log(findings.reports);
     if (findings.allInTime) {

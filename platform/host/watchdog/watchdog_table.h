@@ -1,4 +1,4 @@
-// The software watchdog's bookkeeping: who has promised a sign of life, and who is late with it.
+// The software watchdog's bookkeeping: which clients are supervised, and which are late.
 //
 // Pure logic: all times are handed in, in milliseconds of one clock that does not go back. Not thread-safe;
 // the supervisor calls it under its lock.
@@ -19,14 +19,14 @@ public:
 
     char name[NAME_SIZE] = {};
     Client* next = nullptr;      // in the table
-    std::uint64_t lastFed = 0;   // time of the last sign of life
+    std::uint64_t lastFed = 0;   // time when it was last fed
     std::uint64_t missedGap = 0; // longest gap that broke the promise since the last check, 0 = none
     unsigned timeout = 0;        // milliseconds
     bool started = false;
     bool reportedLate = false; // and not yet reported as fed again
   };
 
-  // Something to tell the operator. `gap` is the time without a sign of life.
+  // A message for the operator. `gap` is the time since the client was last fed.
   struct Report {
     enum class Kind { NOT_FED, FED_AGAIN } kind;
     std::string name;
@@ -46,10 +46,10 @@ public:
   // Takes `client` out and returns what is still to be said about it.
   std::vector<Report> remove(Client* client, std::uint64_t now);
 
-  // Starts the supervision of `client`, or gives it a new time-out. Counts as a sign of life.
+  // Starts the supervision of `client`, or gives it a new time-out. Feeds it, too.
   void start(Client& client, unsigned timeout, std::uint64_t now);
 
-  // A sign of life. Allocates nothing; a promise that was broken before is told by the next check. Has no
+  // Feeds the client. Allocates nothing; the next check reports a deadline that was missed before. Has no
   // effect on a client that is not started.
   void notify(Client& client, std::uint64_t now);
 
@@ -62,7 +62,7 @@ public:
   // True when `client` is started and over its time at `now`.
   static bool isLate(const Client& client, std::uint64_t now);
 
-  // Milliseconds since the last sign of life.
+  // Milliseconds since the client was last fed.
   static std::uint64_t gap(const Client& client, std::uint64_t now);
 
 private:
