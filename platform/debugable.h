@@ -5,9 +5,10 @@
 //
 // Without memory for its entry the object works, but the console does not find it.
 //
-// The console can call the object as soon as the base is constructed. A derived class therefore holds a lock
-// throughout its construction, and its handler takes the same lock for whatever the constructor sets. A call
-// that comes before the derived class's constructor has begun reaches the base version.
+// The card's console may call the object as soon as the base is constructed. A derived class therefore holds
+// a lock throughout its construction, and its handler takes the same lock for whatever the constructor sets.
+// On the host, other threads find the object from the constructing thread's next call to a watchdog client or
+// a console server on.
 //
 // The three virtual operations are called on a thread of the console server, one call at a time.
 #pragma once

@@ -5,6 +5,12 @@
 
 namespace Zorvan {
 
+namespace {
+
+thread_local bool t_hasHidden = false; // the thread has entered objects and not shown them
+
+} // namespace
+
 DebugRegistry& DebugRegistry::instance() {
   alignas(DebugRegistry) static unsigned char storage[sizeof(DebugRegistry)];
   static auto* const registry = new (storage) DebugRegistry;
@@ -14,11 +20,28 @@ DebugRegistry& DebugRegistry::instance() {
 bool DebugRegistry::add(Cdebugable* object) noexcept {
   const std::lock_guard<std::mutex> lock(m_mutex);
   try {
-    m_entries.push_back({object, ++m_lastSerial, {}, false});
+    m_entries.push_back({object, ++m_lastSerial, std::this_thread::get_id(), {}, false});
+    t_hasHidden = true;
   } catch (const std::bad_alloc&) {
     return false;
   }
   return true;
+}
+
+// A base constructor enters the object before the derived constructor has made it what it is. A virtual call
+// by another thread would race with that, so other threads see the object only after a later call of the
+// constructing thread.
+void DebugRegistry::showConstructed() {
+  if (!t_hasHidden) {
+    return;
+  }
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  for (Entry& entry : m_entries) {
+    if (entry.constructor == std::this_thread::get_id()) {
+      entry.constructor = {};
+    }
+  }
+  t_hasHidden = false;
 }
 
 void DebugRegistry::remove(const Cdebugable* object) {
@@ -42,8 +65,10 @@ void DebugRegistry::remove(const Cdebugable* object) {
 Cdebugable* DebugRegistry::acquireAfter(std::uint64_t* serial) {
   std::unique_lock<std::mutex> lock(m_mutex);
   for (;;) {
-    const auto entry = std::find_if(m_entries.begin(), m_entries.end(),
-                                    [serial](const Entry& e) { return e.serial > *serial && !e.leaving; });
+    const auto entry = std::find_if(m_entries.begin(), m_entries.end(), [serial](const Entry& e) {
+      const bool isShown = e.constructor == std::thread::id() || e.constructor == std::this_thread::get_id();
+      return e.serial > *serial && isShown && !e.leaving;
+    });
     if (entry == m_entries.end()) {
       return nullptr;
     }

@@ -25,9 +25,12 @@ public:
   DebugRegistry(const DebugRegistry&) = delete;
   DebugRegistry& operator=(const DebugRegistry&) = delete;
 
-  // Enters `object`. The console can call it from now on. False when there is no memory for that; the object
-  // is then never called.
+  // Enters `object`, for the calling thread alone until that thread calls showConstructed. False when there
+  // is no memory for the entry; the object is then never called.
   bool add(Cdebugable* object) noexcept;
+
+  // Shows the objects that the calling thread has entered to all threads. Takes no lock when there are none.
+  void showConstructed();
 
   // Takes `object` out. Waits for another thread's call to it that is in progress.
   void remove(const Cdebugable* object);
@@ -36,8 +39,9 @@ private:
   struct Entry {
     Cdebugable* object;
     std::uint64_t serial;
-    std::thread::id caller; // thread whose call is in progress, else no thread
-    bool leaving;           // its destructor waits for the call in progress
+    std::thread::id constructor; // thread that may still construct it, else no thread
+    std::thread::id caller;      // thread whose call is in progress, else no thread
+    bool leaving;                // its destructor waits for the call in progress
   };
 
   DebugRegistry() = default;

@@ -20,6 +20,7 @@
 #include <syslog.h>
 
 #include "platform/host/console/console_client.h"
+#include "platform/host/console/debug_registry.h"
 #include "platform/host/console/console_listener.h"
 #include "platform/host/monotonic_clock.h"
 
@@ -87,6 +88,7 @@ bool CdebugServer::Server::start() {
   if (m_thread.joinable()) {
     return true;
   }
+  DebugRegistry::instance().showConstructed();
   try {
     if (open() && launch()) {
       return true;

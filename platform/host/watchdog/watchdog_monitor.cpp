@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <new>
 
+#include "platform/host/console/debug_registry.h"
 #include "platform/host/monotonic_clock.h"
 #include "platform/host/watchdog/watchdog_supervisor.h"
 
@@ -29,11 +30,14 @@ const watchdogMonitor::Client& watchdogMonitor::client() const {
   return *std::launder(reinterpret_cast<const Client*>(m_client));
 }
 
+// Whoever starts or feeds the watchdog has constructed its objects, so the console may call them.
 void watchdogMonitor::wdm_start(unsigned milliseconds) {
+  Zorvan::DebugRegistry::instance().showConstructed();
   WatchdogSupervisor::instance().start(client(), milliseconds);
 }
 
 void watchdogMonitor::wdm_notify(int /*code*/) {
+  Zorvan::DebugRegistry::instance().showConstructed();
   WatchdogSupervisor::instance().notify(client());
 }
 

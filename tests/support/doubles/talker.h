@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/debugable.h"
+#include "platform/host/console/debug_registry.h"
 
 class Talker : public Zorvan::Cdebugable {
 public:
@@ -16,7 +17,9 @@ public:
 
   // `answer` makes the reply out of the words of a command.
   Talker(const std::string& name, std::function<std::string(const Words&)> answer)
-      : Cdebugable(name), m_answer(std::move(answer)) {}
+      : Cdebugable(name), m_answer(std::move(answer)) {
+    Zorvan::DebugRegistry::instance().showConstructed();
+  }
 
   std::uint32_t dbgCommand(std::uint32_t argc, const char* const* argv, char* out,
                            std::uint32_t outLen) override {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
 #include <future>
 #include <memory>
 #include <stdexcept>
@@ -11,9 +12,11 @@
 #include <gtest/gtest.h>
 
 #include "gate.h"
+#include "platform/debug_server.h"
 #include "platform/guard.h"
 #include "platform/host/console/console_command.h"
 #include "platform/host/console/debug_registry.h"
+#include "platform/watchdog_monitor.h"
 #include "tests/support/doubles/talker.h"
 
 using Zorvan::Cdebugable;
@@ -59,7 +62,9 @@ struct SlowHandler {
 // Its handler takes as long as the test wants.
 class Slow : public Cdebugable {
 public:
-  explicit Slow(SlowHandler& handler) : Cdebugable("Slow"), m_handler(handler) {}
+  explicit Slow(SlowHandler& handler) : Cdebugable("Slow"), m_handler(handler) {
+    DebugRegistry::instance().showConstructed();
+  }
 
   std::uint32_t dbgCommand(std::uint32_t, const char* const*, char* out, std::uint32_t) override {
     SlowHandler& handler = m_handler;
@@ -141,9 +146,19 @@ TEST(Cdebugable, IsFoundFromConstructionToDestruction) {
   EXPECT_EQ(ask("help"), "");
 }
 
-TEST(Cdebugable, IsFoundWhileItsDerivedClassIsConstructed) {
-  const Guarded object([] { EXPECT_EQ(askElsewhere("help"), "Guarded\n"); });
-  EXPECT_EQ(askElsewhere("Guarded"), "G");
+TEST(Cdebugable, IsFoundByOtherThreadsOnlyWhenItsThreadHasCalledTheWatchdogOrStartedAConsole) {
+  watchdogMonitor watchdog("Client");
+  Zorvan::CdebugServer server(0, 64);
+  const std::vector<std::function<void()>> laterCalls = {
+      [&] { watchdog.wdm_start(60000); }, [&] { watchdog.wdm_notify(0); }, [&] { server.start(); }};
+  for (const auto& laterCall : laterCalls) {
+    const Guarded object([] { EXPECT_EQ(askElsewhere("help"), ""); });
+    EXPECT_EQ(askElsewhere("help"), "");
+    EXPECT_EQ(ask("help"), "Guarded\n");
+    laterCall();
+    EXPECT_EQ(askElsewhere("Guarded"), "G");
+  }
+  server.stop();
 }
 
 TEST(Cdebugable, AnExceptionThatLeavesTheConstructorTakesTheRegistrationAway) {
