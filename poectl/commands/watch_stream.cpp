@@ -68,7 +68,7 @@ public:
   }
 
 private:
-  bool isCountReached() const { return m_options.count != 0 && m_feed.messages() >= m_options.count; }
+  bool isCountReached() const { return m_options.count && m_feed.messages() >= *m_options.count; }
 
   bool showsTable() const { return !m_options.json && !m_options.events; }
 

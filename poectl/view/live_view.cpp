@@ -6,8 +6,8 @@
 #include "poectl/service/console_reports.h"
 #include "poectl/service/status_feed.h"
 #include "poectl/service/time_limit.h"
-#include "poectl/status/text_format.h"
 #include "poectl/status/timestamp.h"
+#include "text/text.h"
 
 #include <algorithm>
 #include <poll.h>
@@ -82,9 +82,9 @@ private:
     m_state.faults = news.faults;
     for (const ConsoleReports::Reading& reading : news.readings) {
       m_state.settings[reading.port] = reading.settings;
-      m_state.note = formatText("port %u: ", reading.port) +
-                     (reading.settings ? formatText("limit %u W, priority %u, as the chip has them",
-                                                    reading.settings->limit, reading.settings->priority)
+      m_state.note = text::formatted("port %u: ", reading.port) +
+                     (reading.settings ? text::formatted("limit %u W, priority %u, as the chip has them",
+                                                         reading.settings->limit, reading.settings->priority)
                                        : reading.error);
     }
   }
