@@ -25,7 +25,7 @@
 namespace {
 
 constexpr int HISTORY_LINES = 1000;
-constexpr std::uintmax_t MAX_HISTORY_SIZE = 1024 * 1024; // bytes
+constexpr std::uintmax_t MAX_HISTORY_SIZE = 1'048'576; // bytes
 constexpr std::chrono::milliseconds REPLY_LIMIT{10000};
 constexpr std::chrono::milliseconds COMPLETION_LIMIT{1000};
 constexpr int KILL_LINE = 'U' & 0x1F; // Ctrl-U
