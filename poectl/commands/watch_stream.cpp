@@ -1,7 +1,7 @@
 #include "poectl/commands/watch_stream.h"
 
+#include "poectl/commands/time_limit.h"
 #include "poectl/service/status_feed.h"
-#include "poectl/service/time_limit.h"
 #include "poectl/status/event_json.h"
 #include "poectl/status/status_export.h"
 #include "poectl/status/status_text.h"

@@ -2,10 +2,10 @@
 
 #include "poectl/card/card_link.h"
 #include "poectl/card/control_path.h"
+#include "poectl/commands/time_limit.h"
 #include "poectl/commands/watch_stream.h"
 #include "poectl/service/console_reports.h"
 #include "poectl/service/status_feed.h"
-#include "poectl/service/time_limit.h"
 #include "poectl/status/timestamp.h"
 #include "text/text.h"
 
