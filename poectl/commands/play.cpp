@@ -48,8 +48,8 @@ std::optional<LogFollower> logFor(const Scenario& scenario, const std::string& n
 int play(const PlayOptions& options) {
   const Scenario scenario = readScenario(options.file);
   std::optional<LogFollower> log = logFor(scenario, inputName(options.file), options.log);
-  StatusReceiver receiver([](const std::string& complaint) {
-    std::cout << "# " << complaint << '\n' << std::flush;
+  StatusReceiver receiver([](const std::string& warning) {
+    std::cout << "# " << warning << '\n' << std::flush;
   });
   Tap tap(std::cout, scenario.size());
   try {
