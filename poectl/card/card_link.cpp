@@ -22,7 +22,7 @@ void CardLink::send(const std::string& command) {
   m_worker.wake();
 }
 
-CardLink::News CardLink::news() {
+CardLink::Update CardLink::update() {
   const std::lock_guard lock(m_mutex);
   return {m_state, m_commands.empty() && m_inProgress == 0, std::exchange(m_answer, "")};
 }

@@ -21,12 +21,12 @@ public:
   // Commands are carried out in their order.
   void send(const std::string& command);
 
-  struct News {
+  struct Update {
     std::optional<CardState> state; // nothing while no card answers
     bool isCurrent;                 // false while there are commands that the state does not show yet
     std::string answer;             // one line, to the last command since the call before; else empty
   };
-  News news();
+  Update update();
 
 private:
   void work();

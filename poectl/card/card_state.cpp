@@ -1,6 +1,6 @@
 #include "poectl/card/card_state.h"
 
-#include "poectl/scenario/words.h"
+#include "text/text.h"
 
 #include <cstdlib>
 #include <sstream>
@@ -25,7 +25,7 @@ std::string tellingWords(const std::string& words) {
       telling.push_back(word);
     }
   }
-  return joinWords(telling);
+  return text::joined(telling);
 }
 
 void readPort(const std::string& line, CardState& state) {

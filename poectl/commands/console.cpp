@@ -1,11 +1,10 @@
-#include "poectl/commands/console.h"
-
+#include "poectl/command_line.h"
 #include "poectl/commands/command_lines.h"
-#include "poectl/scenario/words.h"
 #include "poectl/service/console_client.h"
 #ifdef POECTL_HAS_SHELL
 #include "poectl/commands/console_shell.h"
 #endif
+#include "text/text.h"
 
 #include <cstdio>
 #include <iostream>
@@ -26,8 +25,7 @@ int answerStandardInput() {
   return 0;
 }
 
-} // namespace
-
+// Without words, commands come from a person on a terminal, else from standard input until its end or "quit".
 int console(const std::vector<std::string>& words) {
   if (words.empty()) {
 #ifdef POECTL_HAS_SHELL
@@ -37,9 +35,15 @@ int console(const std::vector<std::string>& words) {
 #endif
     return answerStandardInput();
   }
-  const std::string line = joinWords(words);
+  const std::string line = text::joined(words);
   if (!endsConsole(line)) {
     printReply(line);
   }
   return 0;
+}
+
+} // namespace
+
+Action consoleCommand(CommandSyntax& syntax) {
+  return [words = syntax.words()] { return console(words); };
 }

@@ -25,7 +25,7 @@
 namespace {
 
 constexpr int HISTORY_LINES = 1000;
-constexpr std::uintmax_t MAX_HISTORY_SIZE = 1024 * 1024; // bytes
+constexpr std::uintmax_t MAX_HISTORY_SIZE = 1'048'576; // bytes
 constexpr std::chrono::milliseconds REPLY_LIMIT{10000};
 constexpr std::chrono::milliseconds COMPLETION_LIMIT{1000};
 constexpr int KILL_LINE = 'U' & 0x1F; // Ctrl-U
@@ -122,38 +122,25 @@ std::vector<std::string> wordsOf(const std::string& text) {
   return words;
 }
 
-template <std::size_t size>
-void add(std::vector<std::string>& list, const std::array<const char*, size>& words) {
-  list.insert(list.end(), words.begin(), words.end());
-}
-
 // The objects that the service has registered now, one a line of the console's "help".
 std::vector<std::string> registeredObjects() {
   try {
     return wordsOf(askConsole("help", {COMPLETION_LIMIT, input->stopDescriptor()}));
   } catch (const ConsoleError&) {
-    return {CONSOLE_ENGINE};
+    return {};
   }
 }
 
-// What may follow these words.
-std::vector<std::string> candidatesAfter(std::vector<std::string> words) {
-  std::vector<std::string> candidates;
+// What may follow these words in the shell.
+std::vector<std::string> candidatesAfter(const std::vector<std::string>& words) {
+  std::vector<std::string> candidates = consoleCandidates(words);
   if (words.empty()) {
-    candidates = registeredObjects();
-    candidates.emplace_back("quit");
-    add(candidates, CONSOLE_ENGINE_COMMANDS);
-    return candidates;
-  }
-  if (words.front() == CONSOLE_ENGINE) {
-    if (words.size() == 1) {
-      add(candidates, CONSOLE_ENGINE_COMMANDS);
-      return candidates;
+    for (const std::string& object : registeredObjects()) {
+      if (object != CONSOLE_ENGINE) { // which is a candidate anyway
+        candidates.push_back(object);
+      }
     }
-    words.erase(words.begin());
-  }
-  if (words.size() == 1 && (words.front() == "channel" || words.front() == "poeport")) {
-    add(candidates, CONSOLE_CHANNELS);
+    candidates.emplace_back("quit");
   }
   return candidates;
 }

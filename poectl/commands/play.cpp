@@ -1,15 +1,21 @@
-#include "poectl/commands/play.h"
-
 #include "poectl/card/control_path.h"
+#include "poectl/command_line.h"
 #include "poectl/scenario/scenario.h"
 #include "poectl/scenario/scenario_player.h"
 #include "poectl/scenario/tap.h"
 
 #include <algorithm>
 #include <iostream>
+#include <memory>
 #include <optional>
 
 namespace {
+
+struct PlayOptions {
+  std::string file;
+  std::string cardControl; // the card's control socket; the default when empty
+  std::string log;         // what the service gives to syslog; none when empty
+};
 
 // A card that is not there is found out before anything is done.
 std::optional<CardClient> cardFor(const Scenario& scenario, const std::string& control, int stop) {
@@ -38,13 +44,12 @@ std::optional<LogFollower> logFor(const Scenario& scenario, const std::string& n
   return std::make_optional<LogFollower>(file);
 }
 
-} // namespace
-
+// Checks the whole file before it does anything.
 int play(const PlayOptions& options) {
   const Scenario scenario = readScenario(options.file);
   std::optional<LogFollower> log = logFor(scenario, inputName(options.file), options.log);
-  StatusReceiver receiver([](const std::string& complaint) {
-    std::cout << "# " << complaint << '\n' << std::flush;
+  StatusReceiver receiver([](const std::string& warning) {
+    std::cout << "# " << warning << '\n' << std::flush;
   });
   Tap tap(std::cout, scenario.size());
   try {
@@ -54,4 +59,14 @@ int play(const PlayOptions& options) {
     tap.bailOut(error.what());
   }
   return tap.allOk() ? 0 : 1;
+}
+
+} // namespace
+
+Action playCommand(CommandSyntax& syntax) {
+  const auto options = std::make_shared<PlayOptions>();
+  syntax.file(options->file);
+  syntax.text("--control", options->cardControl);
+  syntax.text("--log", options->log);
+  return [options] { return play(*options); };
 }

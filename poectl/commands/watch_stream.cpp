@@ -1,7 +1,7 @@
 #include "poectl/commands/watch_stream.h"
 
+#include "poectl/commands/time_limit.h"
 #include "poectl/service/status_feed.h"
-#include "poectl/service/time_limit.h"
 #include "poectl/status/event_json.h"
 #include "poectl/status/status_export.h"
 #include "poectl/status/status_text.h"
@@ -45,41 +45,41 @@ private:
   int m_writeError = 0;
 };
 
-void complain(const std::string& line) {
+void warn(const std::string& line) {
   std::fprintf(stderr, "poectl: %s\n", line.c_str());
 }
 
 class Stream {
 public:
   explicit Stream(const WatchOptions& options)
-      : m_options(options), m_limit(options.seconds), m_feed(options.sendExample, complain) {}
+      : m_options(options), m_limit(options.seconds), m_feed(options.sendExample, warn) {}
 
   int run() {
     std::signal(SIGPIPE, SIG_IGN); // a reader that has seen enough ends us without leaving the queue behind
     while (!m_limit.isOver() && !isCountReached() && m_display.writeError() == 0) {
       showAge();
-      const StatusFeed::News news = m_feed.next(m_limit.orLess(REFRESH));
-      if (news.event == StatusReceiver::Event::INTERRUPTED) {
+      const StatusFeed::Update update = m_feed.next(m_limit.orLess(REFRESH));
+      if (update.event == StatusReceiver::Event::INTERRUPTED) {
         break;
       }
-      show(news);
+      show(update);
     }
     return exitStatus();
   }
 
 private:
-  bool isCountReached() const { return m_options.count != 0 && m_feed.messages() >= m_options.count; }
+  bool isCountReached() const { return m_options.count && m_feed.messages() >= *m_options.count; }
 
   bool showsTable() const { return !m_options.json && !m_options.events; }
 
-  void show(const StatusFeed::News& news) {
+  void show(const StatusFeed::Update& update) {
     const std::string time = isoTime(currentTime());
-    if (news.event == StatusReceiver::Event::MESSAGE && m_options.json && !m_options.events) {
+    if (update.event == StatusReceiver::Event::MESSAGE && m_options.json && !m_options.events) {
       m_display.append(statusJsonLine(time, m_feed.messages(), *m_feed.status()));
     } else if (m_options.events) {
-      showEvents(time, news.events);
+      showEvents(time, update.events);
     } else if (showsTable() && !m_display.isTerminal()) {
-      showBlock(time, news);
+      showBlock(time, update);
     }
   }
 
@@ -91,13 +91,13 @@ private:
   }
 
   // A message as a table, behind a line that tells of staleness.
-  void showBlock(const std::string& time, const StatusFeed::News& news) {
-    for (const StatusEvent& event : news.events) {
+  void showBlock(const std::string& time, const StatusFeed::Update& update) {
+    for (const StatusEvent& event : update.events) {
       if (event.kind == EventKind::STALE || event.kind == EventKind::RESUMED) {
         m_display.append(time + " " + eventText(event) + "\n\n");
       }
     }
-    if (news.event == StatusReceiver::Event::MESSAGE) {
+    if (update.event == StatusReceiver::Event::MESSAGE) {
       m_display.append(time + " " + table() + "\n");
     }
   }
@@ -120,7 +120,7 @@ private:
 
   int exitStatus() const {
     if (m_display.writeError() != 0 && m_display.writeError() != EPIPE) {
-      complain(std::string("cannot write to standard output: ") + std::strerror(m_display.writeError()));
+      warn(std::string("cannot write to standard output: ") + std::strerror(m_display.writeError()));
       return 1;
     }
     if (m_feed.messages() == 0) {
@@ -142,6 +142,6 @@ int watchStream(const WatchOptions& options) {
 }
 
 int noMessageCame() {
-  complain(std::string("no status message came on ") + QUEUE_TO_MAIN + ": is the service running?");
+  warn(std::string("no status message came on ") + QUEUE_TO_MAIN + ": is the service running?");
   return 1;
 }

@@ -33,13 +33,13 @@ public:
   using InputError::InputError;
 };
 
-constexpr unsigned DEFAULT_PATIENCE = 5; // messages that an expectation waits for
+constexpr unsigned DEFAULT_MESSAGES = 5; // that an expectation waits for
 
 // When an expectation must hold.
 struct Timing {
   bool stays = false;            // at each of so many messages, instead of at one of them
   std::optional<double> seconds; // the limit of the wait, instead of a number of messages
-  unsigned messages = DEFAULT_PATIENCE;
+  unsigned messages = DEFAULT_MESSAGES;
 };
 
 struct WantedValue {

@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cerrno>
 #include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace {
 
@@ -16,6 +19,14 @@ const std::string PROMPT = "> ";
 
 std::string place() {
   return "the console on 127.0.0.1 port " + std::to_string(CONSOLE_PORT);
+}
+
+sockaddr_in consoleAddress() {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(CONSOLE_PORT);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  return address;
 }
 
 std::string explained(const PeerError& error) {
@@ -36,10 +47,7 @@ std::string explained(const PeerError& error) {
 
 // Everything that the console sends until it closes.
 std::string conversation(const std::string& request, const ConsoleWait& wait) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(CONSOLE_PORT);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  const sockaddr_in address = consoleAddress();
   try {
     const Clock::time_point deadline = Clock::now() + wait.limit;
     PeerConnection console(reinterpret_cast<const sockaddr*>(&address), sizeof address, deadline, wait.stop);
@@ -97,4 +105,15 @@ std::string consoleLine(const std::string& words) {
       first != "help" && std::find(CONSOLE_ENGINE_COMMANDS.begin(), CONSOLE_ENGINE_COMMANDS.end(), first) !=
                              CONSOLE_ENGINE_COMMANDS.end();
   return isBareCommand ? std::string(CONSOLE_ENGINE) + " " + words : words;
+}
+
+bool consolePortIsTaken() {
+  const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int on = 1;
+  setsockopt(probe, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on); // as the console does
+  const sockaddr_in address = consoleAddress();
+  const int result = bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  const bool taken = result != 0 && errno == EADDRINUSE;
+  close(probe);
+  return taken;
 }

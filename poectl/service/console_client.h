@@ -37,3 +37,6 @@ bool endsConsole(const std::string& words);
 // front of a bare command of the engine ("channel 0"). Throws ConsoleInputError for a word that cannot be
 // sent.
 std::string consoleLine(const std::string& words);
+
+// True when CONSOLE_PORT cannot be bound because somebody listens on it.
+bool consolePortIsTaken();

@@ -24,11 +24,11 @@ void ConsoleReports::readSettings(unsigned port) {
   m_worker.wake();
 }
 
-ConsoleReports::News ConsoleReports::news() {
+ConsoleReports::Update ConsoleReports::update() {
   const std::lock_guard lock(m_mutex);
-  News news = m_news;
-  m_news.readings.clear();
-  return news;
+  Update update = m_update;
+  m_update.readings.clear();
+  return update;
 }
 
 void ConsoleReports::work() {
@@ -41,7 +41,7 @@ void ConsoleReports::work() {
     Reading reading = read(port, m_worker.stopDescriptor());
     const std::lock_guard lock(m_mutex);
     m_wanted.erase(std::find(m_wanted.begin(), m_wanted.end(), port));
-    m_news.readings.push_back(std::move(reading));
+    m_update.readings.push_back(std::move(reading));
   }
   askFaults();
 }
@@ -57,7 +57,7 @@ void ConsoleReports::askFaults() {
     faults = {};
   }
   const std::lock_guard lock(m_mutex);
-  m_news.faults = faults;
+  m_update.faults = faults;
 }
 
 ConsoleReports::Reading ConsoleReports::read(unsigned port, int stop) {

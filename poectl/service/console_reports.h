@@ -25,11 +25,11 @@ public:
     std::optional<PortSettings> settings; // nothing when they could not be read
     std::string error;                    // then the reason, one line
   };
-  struct News {
+  struct Update {
     std::array<std::string, POE_PORTS> faults; // as parseChannelFaults() has them; empty when not known
     std::vector<Reading> readings;             // since the call before
   };
-  News news();
+  Update update();
 
 private:
   void work();
@@ -38,7 +38,7 @@ private:
 
   std::mutex m_mutex; // guards what follows
   std::vector<unsigned> m_wanted;
-  News m_news;
+  Update m_update;
 
   PeriodicWorker m_worker; // the last: its thread uses all others
 };

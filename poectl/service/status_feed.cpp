@@ -5,32 +5,32 @@
 #include <algorithm>
 #include <utility>
 
-StatusFeed::StatusFeed(bool sendExample, StatusReceiver::Complaint complain)
-    : m_example(sendExample), m_complain(std::move(complain)), m_sendExample(sendExample),
-      m_receiver(m_complain) {}
+StatusFeed::StatusFeed(bool sendExample, StatusReceiver::Warn warn)
+    : m_example(sendExample), m_warn(std::move(warn)), m_sendExample(sendExample), m_receiver(m_warn) {}
 
-StatusFeed::News StatusFeed::next(std::chrono::milliseconds limit) {
+StatusFeed::Update StatusFeed::next(std::chrono::milliseconds limit) {
   if (m_sendExample && m_status && !m_tried) {
     send();
   }
   PoeStatus status{};
-  News news{m_receiver.next(limit, status), {}};
+  Update update{m_receiver.next(limit, status), {}};
   const Clock::time_point now = Clock::now();
-  if (news.event != StatusReceiver::Event::MESSAGE) {
+  if (update.event != StatusReceiver::Event::MESSAGE) {
     if (const auto stale = m_tracker.silence(now)) {
-      news.events.push_back(*stale);
+      update.events.push_back(*stale);
     }
-    return news;
+    return update;
   }
-  news.events = m_tracker.message(status, now);
+  update.events = m_tracker.message(status, now);
   m_status = status;
   m_lastMessage = now;
   m_messages++;
-  m_sendExample |= m_example && std::any_of(news.events.begin(), news.events.end(), [](const auto& event) {
-                     return event.kind == EventKind::RESUMED || event.kind == EventKind::SERVICE_RESTARTED;
-                   });
+  m_sendExample |=
+      m_example && std::any_of(update.events.begin(), update.events.end(), [](const auto& event) {
+        return event.kind == EventKind::RESUMED || event.kind == EventKind::SERVICE_RESTARTED;
+      });
   m_tried = false;
-  return news;
+  return update;
 }
 
 std::chrono::milliseconds StatusFeed::age() const {
@@ -43,7 +43,7 @@ void StatusFeed::send() {
   try {
     sendToService(&message, sizeof message, {std::chrono::milliseconds(0)}); // it is tried again
   } catch (const QueueError& error) {
-    m_complain(error.what());
+    m_warn(error.what());
     return;
   }
   m_sendExample = false;

@@ -13,17 +13,17 @@
 // forgets its configuration. Owns "/queueToMain". One thread.
 class StatusFeed {
 public:
-  struct News {
+  struct Update {
     StatusReceiver::Event event;
     std::vector<StatusEvent> events; // with a message, and when the last message becomes stale
   };
 
-  // `complain` is told, in one line, of messages that are not understood and of a configuration that cannot
+  // `warn` gets one line for each message that is not understood and for a configuration that cannot
   // be sent; that is tried again with the next message. Throws QueueError.
-  StatusFeed(bool sendExample, StatusReceiver::Complaint complain);
+  StatusFeed(bool sendExample, StatusReceiver::Warn warn);
 
   // Waits at most `limit` for a message. Throws QueueError.
-  News next(std::chrono::milliseconds limit);
+  Update next(std::chrono::milliseconds limit);
 
   // Sends the example configuration as soon as the service is seen to run.
   void sendExample() { m_sendExample = true; }
@@ -46,7 +46,7 @@ private:
   void send();
 
   const bool m_example;
-  const StatusReceiver::Complaint m_complain;
+  const StatusReceiver::Warn m_warn;
   bool m_sendExample;
   bool m_tried = false; // since the last message
   StatusReceiver m_receiver;

@@ -10,8 +10,8 @@ using Clock = std::chrono::steady_clock;
 
 } // namespace
 
-StatusReceiver::StatusReceiver(Complaint complain)
-    : m_complain(std::move(complain)), m_signals({SIGINT, SIGTERM, SIGQUIT, SIGHUP}) {
+StatusReceiver::StatusReceiver(Warn warn)
+    : m_warn(std::move(warn)), m_signals({SIGINT, SIGTERM, SIGQUIT, SIGHUP}) {
   m_signals.beforeForcedEnd([] { removeQueue(QUEUE_TO_MAIN); });
 }
 
@@ -41,9 +41,9 @@ bool StatusReceiver::take(PoeStatus& status) {
     return false;
   }
   if (length != sizeof message || message.msgId != MSGID_STATUS) {
-    m_complain("ignored a message of " + std::to_string(length) + " bytes with id " +
-               std::to_string(message.msgId) + ": a status message has " + std::to_string(sizeof message) +
-               " bytes and id " + std::to_string(MSGID_STATUS));
+    m_warn("ignored a message of " + std::to_string(length) + " bytes with id " +
+           std::to_string(message.msgId) + ": a status message has " + std::to_string(sizeof message) +
+           " bytes and id " + std::to_string(MSGID_STATUS));
     return false;
   }
   status = message.status;

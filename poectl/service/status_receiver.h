@@ -18,11 +18,11 @@ public:
     TIME_UP,     // none came in time
     INTERRUPTED, // one of the end signals came; every further wait ends at once
   };
-  using Complaint = std::function<void(const std::string& line)>;
+  using Warn = std::function<void(const std::string& line)>;
 
-  // `complain` is told, in one line, of each message that is no status message; those are passed over.
+  // `warn` gets one line for each message that is no status message; those are passed over.
   // Throws QueueError.
-  explicit StatusReceiver(Complaint complain);
+  explicit StatusReceiver(Warn warn);
 
   // Waits at most `limit`; 0 only looks. Throws QueueError.
   Event next(std::chrono::milliseconds limit, PoeStatus& status);
@@ -35,7 +35,7 @@ public:
 private:
   bool take(PoeStatus& status);
 
-  const Complaint m_complain;
+  const Warn m_warn;
   EndSignals m_signals; // before the queue: no signal may end the process while the queue exists
   StatusQueue m_queue;
 };

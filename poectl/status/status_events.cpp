@@ -2,7 +2,7 @@
 
 #include "poectl/status/status_field.h"
 #include "poectl/status/status_text.h"
-#include "poectl/status/text_format.h"
+#include "text/text.h"
 
 namespace {
 
@@ -139,5 +139,5 @@ std::string eventText(const StatusEvent& event) {
 }
 
 std::string secondsText(std::chrono::milliseconds time) {
-  return formatText("%.1f s", static_cast<double>(time.count()) / 1000);
+  return text::formatted("%.1f s", static_cast<double>(time.count()) / 1000);
 }

@@ -3,7 +3,7 @@
 #include "components/PoeDriver/poe_words.h"
 #include "components/PoeDriver/power_limits.h"
 #include "poectl/status/status_field.h"
-#include "poectl/status/text_format.h"
+#include "text/text.h"
 
 #include <array>
 #include <cctype>
@@ -36,11 +36,11 @@ const char* word(const char* const (&words)[size], std::uint32_t code) {
 }
 
 void appendChip(std::string& text, unsigned long number, const PoeStatus& status) {
-  text +=
-      formatText("message %lu: chip %s, bank limit %u W, consumption %u W, temperature %d C%s%s\n", number,
-                 mainOperStatusWord(status.mainOperStatus), status.mainPower, status.mainConsumption,
-                 status.deviceTemperature, status.thermalShutdown != 0 ? ", THERMAL SHUTDOWN" : "",
-                 status.devError != 0 ? ", BUS ERROR" : "");
+  text += text::formatted("message %lu: chip %s, bank limit %u W, consumption %u W, temperature %d C%s%s\n",
+                          number, mainOperStatusWord(status.mainOperStatus), status.mainPower,
+                          status.mainConsumption, status.deviceTemperature,
+                          status.thermalShutdown != 0 ? ", THERMAL SHUTDOWN" : "",
+                          status.devError != 0 ? ", BUS ERROR" : "");
 }
 
 std::string limitText(const PoePortConfig* config) {
@@ -51,11 +51,11 @@ std::string limitText(const PoePortConfig* config) {
 
 void appendPort(std::string& text, unsigned number, const PoePortStatus& port, const PoePortConfig* config) {
   const char* admin = config == nullptr ? "-" : config->adminEnable != 0 ? "on" : "off";
-  text +=
-      formatText("%4u  %-5s  %-15s  %5s  %4u  %7s", number, admin, operStatusWord(port.operStatus),
-                 shortClassWord(port.powerClassification), port.powerConsumption, limitText(config).c_str());
+  text += text::formatted("%4u  %-5s  %-15s  %5s  %4u  %7s", number, admin, operStatusWord(port.operStatus),
+                          shortClassWord(port.powerClassification), port.powerConsumption,
+                          limitText(config).c_str());
   for (const StatusField& counter : STATUS_COUNTER) {
-    text += formatText("  %*u", static_cast<int>(std::strlen(counter.heading)), port.*counter.member);
+    text += text::formatted("  %*u", static_cast<int>(std::strlen(counter.heading)), port.*counter.member);
   }
   text += "\n";
 }

@@ -2,12 +2,12 @@
 
 #include "poectl/card/card_link.h"
 #include "poectl/card/control_path.h"
+#include "poectl/commands/time_limit.h"
 #include "poectl/commands/watch_stream.h"
 #include "poectl/service/console_reports.h"
 #include "poectl/service/status_feed.h"
-#include "poectl/service/time_limit.h"
-#include "poectl/status/text_format.h"
 #include "poectl/status/timestamp.h"
+#include "text/text.h"
 
 #include <algorithm>
 #include <poll.h>
@@ -37,11 +37,11 @@ public:
   // Returns whether the view ended by a key or has shown a message.
   bool run() {
     while (!m_limit.isOver() && !m_quit) {
-      const StatusFeed::News news = m_feed.next(std::chrono::milliseconds(0));
-      if (news.event == StatusReceiver::Event::INTERRUPTED) {
+      const StatusFeed::Update update = m_feed.next(std::chrono::milliseconds(0));
+      if (update.event == StatusReceiver::Event::INTERRUPTED) {
         break;
       }
-      takeStatus(news);
+      takeStatus(update);
       takeConsole();
       takeCard();
       takeKeys();
@@ -52,21 +52,21 @@ public:
   }
 
 private:
-  void takeStatus(const StatusFeed::News& news) {
+  void takeStatus(const StatusFeed::Update& update) {
     m_state.status = m_feed.status();
     m_state.messages = m_feed.messages();
     m_state.age = m_feed.age();
-    for (const StatusEvent& event : news.events) {
+    for (const StatusEvent& event : update.events) {
       m_state.log(timeOfDay(currentTime()), event);
     }
-    if (news.event == StatusReceiver::Event::MESSAGE) {
+    if (update.event == StatusReceiver::Event::MESSAGE) {
       m_state.history.add({m_state.status->mainConsumption, m_state.status->mainPower});
       m_lastEntry = Clock::now();
     } else if (m_state.isStale() && Clock::now() - m_lastEntry >= MESSAGE_PERIOD) {
       m_state.history.addGap();
       m_lastEntry += MESSAGE_PERIOD;
     }
-    if (std::any_of(news.events.begin(), news.events.end(), endsConfiguration)) {
+    if (std::any_of(update.events.begin(), update.events.end(), endsConfiguration)) {
       m_state.settings = {};
     }
     if (m_configsSent != m_feed.configsSent()) {
@@ -78,24 +78,24 @@ private:
   }
 
   void takeConsole() {
-    const ConsoleReports::News news = m_console.news();
-    m_state.faults = news.faults;
-    for (const ConsoleReports::Reading& reading : news.readings) {
+    const ConsoleReports::Update update = m_console.update();
+    m_state.faults = update.faults;
+    for (const ConsoleReports::Reading& reading : update.readings) {
       m_state.settings[reading.port] = reading.settings;
-      m_state.note = formatText("port %u: ", reading.port) +
-                     (reading.settings ? formatText("limit %u W, priority %u, as the chip has them",
-                                                    reading.settings->limit, reading.settings->priority)
+      m_state.note = text::formatted("port %u: ", reading.port) +
+                     (reading.settings ? text::formatted("limit %u W, priority %u, as the chip has them",
+                                                         reading.settings->limit, reading.settings->priority)
                                        : reading.error);
     }
   }
 
   void takeCard() {
-    const CardLink::News news = m_card.news();
-    if (news.isCurrent || !news.state) { // else the keys know better
-      m_state.card = news.state;
+    const CardLink::Update update = m_card.update();
+    if (update.isCurrent || !update.state) { // else the keys know better
+      m_state.card = update.state;
     }
-    if (!news.answer.empty()) {
-      m_state.note = news.answer;
+    if (!update.answer.empty()) {
+      m_state.note = update.answer;
     }
   }
 

@@ -1,6 +1,6 @@
 #include "poectl/view/view_bars.h"
 
-#include "poectl/status/text_format.h"
+#include "text/text.h"
 
 #include <algorithm>
 
@@ -102,7 +102,7 @@ void drawShares(Canvas& canvas, const Box& box, const std::array<std::uint32_t, 
 void drawHistory(Canvas& canvas, const Box& box, const ConsumptionHistory& history, bool unicode) {
   const std::size_t entries = historyColumns(box.columns);
   const std::uint32_t top = highest(history, entries);
-  canvas.text(box.row, box.column, formatText("%4u", top), FAINT);
+  canvas.text(box.row, box.column, text::formatted("%4u", top), FAINT);
   canvas.text(box.row + box.rows - 1, box.column, "   0", FAINT);
   for (std::size_t age = 0; age < entries; age++) {
     if (const auto sample = history.at(age)) {

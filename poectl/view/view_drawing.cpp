@@ -1,8 +1,8 @@
 #include "poectl/view/view_drawing.h"
 
 #include "poectl/status/status_text.h"
-#include "poectl/status/text_format.h"
 #include "poectl/view/view_bars.h"
+#include "text/text.h"
 
 #include <algorithm>
 
@@ -128,16 +128,16 @@ private:
     const bool isWell = status.mainOperStatus == MainOperStatus::RUNNING && status.devError == 0 &&
                         status.thermalShutdown == 0;
     m_canvas.text(CHIP_ROW, 0,
-                  formatText("chip %s%s%s, %d C", mainOperStatusWord(status.mainOperStatus),
-                             status.devError != 0 ? ", BUS ERROR" : "",
-                             status.thermalShutdown != 0 ? ", THERMAL SHUTDOWN" : "",
-                             status.deviceTemperature),
+                  text::formatted("chip %s%s%s, %d C", mainOperStatusWord(status.mainOperStatus),
+                                  status.devError != 0 ? ", BUS ERROR" : "",
+                                  status.thermalShutdown != 0 ? ", THERMAL SHUTDOWN" : "",
+                                  status.deviceTemperature),
                   isWell ? BOLD : Style{Colour::RED, true});
     const std::string age = secondsText(m_state.age);
     m_canvas.textAtRight(CHIP_ROW,
                          m_state.isStale()
                              ? " STALE: no message for " + age
-                             : formatText(" message %lu, age %s", m_state.messages, age.c_str()),
+                             : text::formatted(" message %lu, age %s", m_state.messages, age.c_str()),
                          m_state.isStale() ? ALARM : PLAIN);
   }
 
@@ -156,7 +156,7 @@ private:
     const bool isOver = status.mainConsumption > status.mainPower;
     m_canvas.textAtRight(
         BUDGET_ROW,
-        formatText("%u of %u W%s", status.mainConsumption, status.mainPower, isOver ? " OVER" : ""),
+        text::formatted("%u of %u W%s", status.mainConsumption, status.mainPower, isOver ? " OVER" : ""),
         {loadColour(status.mainConsumption, status.mainPower), isOver});
   }
 
@@ -170,7 +170,7 @@ private:
     }
     for (unsigned port = 0; port < POE_PORTS; port++) {
       const std::size_t row = PORT_ROW + port;
-      m_canvas.text(row, 0, formatText("%c%u", port == m_state.port ? '>' : ' ', port),
+      m_canvas.text(row, 0, text::formatted("%c%u", port == m_state.port ? '>' : ' ', port),
                     port == m_state.port ? BOLD : PLAIN);
       if (m_state.status) {
         drawPort(row, port, m_state.status->port[port]);
@@ -186,14 +186,14 @@ private:
     m_canvas.text(row, CLASS_COLUMN, shortClassWord(status.powerClassification));
     m_canvas.text(
         row, POWER_COLUMN,
-        formatText("%4u/%-3s", status.powerConsumption, settings ? std::to_string(limit).c_str() : "?"));
+        text::formatted("%4u/%-3s", status.powerConsumption, settings ? std::to_string(limit).c_str() : "?"));
     drawBar(m_canvas, {row, BAR_COLUMN, 1, countersColumn() - BAR_COLUMN - 1}, status.powerConsumption, limit,
             {loadColour(status.powerConsumption, limit)}, m_unicode);
     for (unsigned counter = 0; counter < STATUS_COUNTERS; counter++) {
       const bool changed = m_state.changedLately(port, counter);
       const std::string number = shortNumber(status.*STATUS_COUNTER[counter].member);
       m_canvas.text(row, countersColumn() + counter * COUNTER_COLUMNS,
-                    formatText("%4s%c", number.c_str(), changed ? '*' : ' '), changed ? CHANGED : PLAIN);
+                    text::formatted("%4s%c", number.c_str(), changed ? '*' : ' '), changed ? CHANGED : PLAIN);
     }
   }
 
@@ -218,8 +218,8 @@ private:
 
   void drawPlot() {
     drawHeading(PLOT_HEADING_ROW,
-                formatText("consumption (W) in the last %zu messages, and the bank's limit",
-                           std::min(m_state.history.size(), historyColumns(m_canvas.columns()))));
+                text::formatted("consumption (W) in the last %zu messages, and the bank's limit",
+                                std::min(m_state.history.size(), historyColumns(m_canvas.columns()))));
     drawHistory(m_canvas, {PLOT_ROW, 0, plotRows(m_canvas.rows()), m_canvas.columns()}, m_state.history,
                 m_unicode);
   }
@@ -229,7 +229,7 @@ private:
     const std::size_t rows = eventRows(m_canvas.rows());
     const std::size_t hidden = hiddenEvents(m_state, m_canvas.rows());
     const std::size_t back = std::min(m_state.scrolledBack, hidden);
-    drawHeading(heading, back == 0 ? "events" : formatText("events, %zu newer ones below", back));
+    drawHeading(heading, back == 0 ? "events" : text::formatted("events, %zu newer ones below", back));
     const std::size_t first = hidden - back;
     for (std::size_t row = 0; row < rows && first + row < m_state.events.size(); row++) {
       const LoggedEvent& entry = m_state.events[first + row];
@@ -287,7 +287,7 @@ void View::drawHelp() {
   constexpr std::size_t LEFT = 7;
   std::size_t row = TOP;
   const auto line = [&](const char* text) {
-    m_canvas.text(row++, LEFT, formatText("  %-64s", text), {Colour::DEFAULT, false, false, true});
+    m_canvas.text(row++, LEFT, text::formatted("  %-64s", text), {Colour::DEFAULT, false, false, true});
   };
   line("");
   for (const char* text : HELP) {

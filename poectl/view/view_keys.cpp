@@ -1,6 +1,6 @@
 #include "poectl/view/view_keys.h"
 
-#include "poectl/status/text_format.h"
+#include "text/text.h"
 
 #include <algorithm>
 #include <iterator>
@@ -63,7 +63,7 @@ void scroll(ViewState& state, bool back) {
 std::string draw(CardState& card, unsigned port, double change) {
   double& watts = card.port[port].watts;
   watts = std::clamp(watts + change, 0.0, MOST_WATTS);
-  return formatText("draw %u %g", port, watts);
+  return text::formatted("draw %u %g", port, watts);
 }
 
 std::string onPort(const char* command, unsigned port) {
@@ -106,7 +106,8 @@ KeyEffect ViewKeys::command(char key, ViewState& state) {
     state.note = "the example configuration is sent";
   } else if (key == 'r') {
     effect.readSettings = true;
-    state.note = formatText("port %u: its limit and priority are being read over the chip's bus", state.port);
+    state.note =
+        text::formatted("port %u: its limit and priority are being read over the chip's bus", state.port);
   } else if (key == '?') {
     state.help = !state.help;
   } else if (key >= '0' && key < static_cast<char>('0' + POE_PORTS)) {

@@ -36,7 +36,7 @@ struct ViewState {
 
   std::optional<CardState> card; // nothing while no card answers
   unsigned port = 0;             // the chosen one
-  std::string note;              // the last answer or complaint, one line
+  std::string note;              // the last answer or warning, one line
   std::optional<std::string> prompt;
   bool help = false;
 

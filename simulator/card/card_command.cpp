@@ -171,46 +171,26 @@ CardCommand parseHelp(CommandArguments& arguments);
 struct Word {
   const char* name;
   CardCommand (*parse)(CommandArguments& arguments);
-  const char* accepted;
+  const char* arguments;
+  const char* ranges; // of the arguments; "" for none
   const char* purpose;
+
+  std::string accepted() const {
+    const std::string words = *arguments == '\0' ? name : std::string(name) + " " + arguments;
+    return *ranges == '\0' ? words : words + " with " + ranges;
+  }
 };
 
 constexpr Word WORDS[] = {
-    {"plug", parsePlug,
-     "plug PORT [class=C] [watts=W] [signature=S] with PORT 0 to 3, C 0 to 4, W 0 to 100, S good, short, "
-     "capacitance, low, high or none",
-     "a device, of class 0, drawing 5 W and with a good signature if nothing else is said"},
-    {"unplug", parseUnplug, "unplug PORT with PORT 0 to 3", "takes the device away"},
-    {"draw", parseDraw, "draw PORT WATTS with PORT 0 to 3, WATTS 0 to 100",
-     "what the device draws from now on"},
-    {"short", parseShort, "short PORT with PORT 0 to 3", "a short circuit in place of the device"},
-    {"fault", parseFault, "fault PORT FAULT with PORT 0 to 3, FAULT fet, overtemperature or none",
-     "of the port's electronics"},
-    {"class-error", parseClassError, "class-error PORT with PORT 0 to 3",
-     "the port's next classification fails"},
-    {"temperature", parseTemperature, "temperature C with C -27 to 217", "of the chip"},
-    {"thermal", parseThermal, "thermal SWITCH with SWITCH on or off", "thermal shutdown of all ports"},
-    {"supply", parseSupply, "supply VOLTS with VOLTS 0 to 100", "the main voltage"},
-    {"bank", parseBank, "bank N with N 0 to 15",
-     "the active power bank; its limit is that of bank N modulo 8"},
-    {"power-cycle", parsePowerCycle, "power-cycle", "all registers as after power-on"},
-    {"bus", parseBus,
-     "bus FAULT with FAULT ok, dead, fail N, every N or register R, N 1 to 1000000, R 0 to 0xFF",
-     "which transfers fail: none, all, the next N, each Nth, those on one register"},
-    {"reg", parseReg, "reg ADDR [VALUE] with ADDR 0 to 0xCE, VALUE 0 to 0xFF",
-     "shows a register, or puts a value into it past all access rules"},
-    {"dump", parseDump, "dump", "all registers in the text form of i2cdump"},
-    {"load", parseLoad, "load FILE",
-     "registers, and the devices that they show, from the text form of i2cdump"},
-    {"show", parseShow, "show", "the state of the card, key=value"},
-    {"help", parseHelp, "help", "this text"},
+#define WORD(name, parse, arguments, ranges, purpose) {name, parse, arguments, ranges, purpose},
+#include "simulator/card/card_words.def"
 };
 
 CardCommand parseHelp(CommandArguments& /*arguments*/) {
   return describing([](const Card& /*card*/) {
     std::string text;
     for (const Word& word : WORDS) {
-      text += std::string(word.accepted) + ": " + word.purpose + "\n";
+      text += word.accepted() + ": " + word.purpose + "\n";
     }
     return text;
   });
@@ -226,7 +206,7 @@ CardCommand parseCardCommand(const std::string& line) {
   }
   for (const Word& word : WORDS) {
     if (name == word.name) {
-      CommandArguments arguments(line, word.accepted);
+      CommandArguments arguments(line, word.accepted());
       CardCommand command = word.parse(arguments);
       arguments.end();
       return command;

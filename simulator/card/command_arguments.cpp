@@ -6,8 +6,10 @@
 #include <cstring>
 #include <iterator>
 #include <sstream>
+#include <utility>
 
-CommandArguments::CommandArguments(const std::string& line, const char* accepted) : m_accepted(accepted) {
+CommandArguments::CommandArguments(const std::string& line, std::string accepted)
+    : m_accepted(std::move(accepted)) {
   std::istringstream words(line);
   m_words.assign(std::istream_iterator<std::string>(words), {});
 }

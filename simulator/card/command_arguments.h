@@ -18,7 +18,7 @@ public:
 class CommandArguments {
 public:
   // `accepted`: the command with its arguments and their ranges.
-  CommandArguments(const std::string& line, const char* accepted);
+  CommandArguments(const std::string& line, std::string accepted);
 
   bool more() const { return m_next < m_words.size(); }
   // `what` is the argument's name in `accepted`.
@@ -52,5 +52,5 @@ private:
   std::vector<std::string> m_words;
   std::size_t m_next = 1; // after the command itself
   std::string m_key;      // taken off the word that is next or was taken last
-  const char* m_accepted;
+  std::string m_accepted;
 };

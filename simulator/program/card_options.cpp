@@ -1,80 +1,58 @@
 #include "simulator/program/card_options.h"
 
+#include "text/text.h"
+
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <iterator>
 
 #include <getopt.h>
 
-const char* const CARD_USAGE =
-    "usage: poe_card [OPTION]... -- COMMAND [ARG]...\n"
-    "\n"
-    "Runs COMMAND with a simulated /dev/i2c-0 that has a PD69104 at address 0x20.\n"
-    "\n"
-    "  --plug 'PORT [class=C] [watts=W] [signature=S]'\n"
-    "                a device in PORT 0..3: class 0..4 (0), drawing 0..100 W (5),\n"
-    "                S good, short, capacitance, low, high or none (good)\n"
-    "  --control PATH\n"
-    "                a socket at PATH takes commands that change the card and tell about\n"
-    "                it; COMMAND finds the path in POE_CARD_CONTROL\n"
-    "  --command '[SECONDS] WORDS'\n"
-    "                the words of a card command, as 'poectl card help' lists them,\n"
-    "                change the card SECONDS (0) after the start; may be repeated\n"
-    "  --record FILE each transfer as a line: R or W, register, value or failed\n"
-    "  --record-times\n"
-    "                the seconds since the start in front of each of these lines\n"
-    "  --stepped     time passes by transfers only, 15 ms with each\n"
-    "  --no-adapter  there is no /dev/i2c-0\n"
-    "  --absent      nothing answers at address 0x20\n"
-    "  --log FILE    append what COMMAND gives to syslog to FILE, '<PRIORITY> text'\n"
-    "  --help        this text\n"
-    "  --version     the version\n"
-    "\n"
-    "SIGTERM, SIGINT, SIGHUP and SIGQUIT are passed on to COMMAND; what COMMAND leaves\n"
-    "running at its end is killed. The exit status is that of COMMAND, or 128 + the\n"
-    "signal that ended it; 127 when it cannot be run, 2 for a wrong option or a folder\n"
-    "for temporary files (TMPDIR) that cannot be used, 1 when there can be no\n"
-    "simulated card, or when the record or the log has not taken everything.\n"
-    "\n"
-    "  poe_card --plug '0 class=4 watts=22' -- i2cget -y 0 0x20 0x43\n";
-
 namespace {
 
-constexpr const char* ACCEPTED = "--plug, --command, --control, --record, --record-times, --stepped, "
-                                 "--no-adapter, --absent, --log, --help, --version, then -- COMMAND";
-
 enum Option {
-  PLUG = 1,
-  COMMAND,
-  CONTROL,
-  RECORD,
-  RECORD_TIMES,
-  STEPPED,
-  NO_ADAPTER,
-  ABSENT,
-  LOG,
-  HELP,
-  VERSION
+  NONE, // getopt_long says 0 for it
+#define OPTION(what, name, value, help) what,
+#include "simulator/program/card_options.def"
 };
 
-constexpr option OPTIONS[] = {
-    {"plug", required_argument, nullptr, PLUG},
-    {"command", required_argument, nullptr, COMMAND},
-    {"control", required_argument, nullptr, CONTROL},
-    {"record", required_argument, nullptr, RECORD},
-    {"record-times", no_argument, nullptr, RECORD_TIMES},
-    {"stepped", no_argument, nullptr, STEPPED},
-    {"no-adapter", no_argument, nullptr, NO_ADAPTER},
-    {"absent", no_argument, nullptr, ABSENT},
-    {"log", required_argument, nullptr, LOG},
-    {"help", no_argument, nullptr, HELP},
-    {"version", no_argument, nullptr, VERSION},
-    {nullptr, 0, nullptr, 0},
+struct OptionRow {
+  Option what;
+  const char* name;
+  const char* value; // "": none
+  const char* help;
+
+  bool takesValue() const { return *value != '\0'; }
 };
 
-bool takesNoValue(int found) {
-  return std::any_of(std::begin(OPTIONS), std::end(OPTIONS), [found](const option& row) {
-    return row.val == found && row.has_arg == no_argument && found != 0;
+constexpr OptionRow ROWS[] = {
+#define OPTION(what, name, value, help) {what, name, value, help},
+#include "simulator/program/card_options.def"
+};
+
+// As getopt_long takes them, with a row of zeros at the end.
+std::array<option, std::size(ROWS) + 1> optionsForParser() {
+  std::array<option, std::size(ROWS) + 1> options{};
+  std::transform(std::begin(ROWS), std::end(ROWS), options.begin(), [](const OptionRow& row) {
+    return option{row.name + std::strlen("--"), row.takesValue() ? required_argument : no_argument, nullptr,
+                  row.what};
   });
+  return options;
+}
+
+std::string accepted() {
+  std::string names;
+  for (const OptionRow& row : ROWS) {
+    names += row.name + std::string(", ");
+  }
+  return names + "then -- COMMAND";
+}
+
+const OptionRow* find(int what) {
+  const auto row = std::find_if(std::begin(ROWS), std::end(ROWS),
+                                [what](const OptionRow& candidate) { return candidate.what == what; });
+  return row == std::end(ROWS) ? nullptr : row;
 }
 
 TimedCommand parseCommand(const char* option, const std::string& command) {
@@ -87,14 +65,10 @@ TimedCommand parseCommand(const char* option, const std::string& command) {
 
 // What an option whose value is missing needs.
 std::string neededBy(int found, const char* option) {
-  switch (found) {
-  case PLUG:
-    return "--plug needs 'PORT [class=C] [watts=W] [signature=S]'";
-  case COMMAND:
-    return "--command needs '[SECONDS] WORDS'";
-  default:
-    return std::string(option) + " needs the name of a file";
-  }
+  const OptionRow* row = find(found);
+  const bool isFile = row == nullptr || row->value[0] != '\'';
+  return isFile ? std::string(option) + " needs the name of a file"
+                : std::string(row->name) + " needs " + row->value;
 }
 
 // The value of an option that names a file.
@@ -107,13 +81,13 @@ std::string fileName(const char* option, const char* value) {
 
 // Why getopt_long refused the word before `optind`.
 std::string notUnderstood(char** argv) {
-  if (takesNoValue(optopt)) {
+  if (const OptionRow* row = find(optopt); row != nullptr && !row->takesValue()) {
     const std::string word = argv[optind - 1];
     return word.substr(0, word.find('=')) + " takes no value";
   }
   // Of joined short options, the word is still the current one.
   const std::string word = optopt != 0 ? std::string("-") + static_cast<char>(optopt) : argv[optind - 1];
-  return "'" + word + "' is not understood; accepted are " + ACCEPTED;
+  return "'" + word + "' is not understood; accepted are " + accepted();
 }
 
 // Puts an option that is understood, and its value, where it belongs.
@@ -163,10 +137,11 @@ bool asksOnly(const CardOptions& options) {
 } // namespace
 
 CardOptions parseCardOptions(int argc, char** argv) {
+  const auto parserOptions = optionsForParser();
   CardOptions options;
   opterr = 0; // The messages are ours.
   for (int found = 0;
-       !asksOnly(options) && (found = getopt_long(argc, argv, "+:", OPTIONS, nullptr)) != -1;) {
+       !asksOnly(options) && (found = getopt_long(argc, argv, "+:", parserOptions.data(), nullptr)) != -1;) {
     if (found == ':') {
       throw UsageError(neededBy(optopt, argv[optind - 1]));
     }
@@ -183,7 +158,25 @@ CardOptions parseCardOptions(int argc, char** argv) {
   }
   options.command.assign(argv + optind, argv + argc);
   if (options.command.empty()) {
-    throw UsageError(std::string("there is no command to run; accepted are ") + ACCEPTED);
+    throw UsageError("there is no command to run; accepted are " + accepted());
   }
   return options;
+}
+
+std::string cardHelp() {
+  std::string help = "Usage: poe_card [OPTION]... -- COMMAND [ARG]...\n"
+                     "\n"
+                     "Runs COMMAND with a simulated /dev/i2c-0 that has a PD69104 at address 0x20.\n"
+                     "\n";
+  for (const OptionRow& row : ROWS) {
+    help += text::helpEntry(std::string(row.name) + " " + row.value, row.help);
+  }
+  return help + "\n" +
+         text::wrapped(
+             "SIGTERM, SIGINT, SIGHUP and SIGQUIT are passed on to COMMAND. What COMMAND leaves running "
+             "at its end is killed. The exit status is that of COMMAND, or 128 + the signal that ended "
+             "it. It is 127 when COMMAND cannot be run, 2 for a wrong option or a folder for temporary "
+             "files (TMPDIR) that cannot be used, and 1 when there can be no simulated card or the "
+             "record or the log is not complete.") +
+         "\n  poe_card --plug '0 class=4 watts=22' -- i2cget -y 0 0x20 0x43\n";
 }

@@ -27,7 +27,8 @@ public:
   using std::runtime_error::runtime_error;
 };
 
-extern const char* const CARD_USAGE;
+// What --help prints.
+std::string cardHelp();
 
 // Throws UsageError.
 CardOptions parseCardOptions(int argc, char** argv);

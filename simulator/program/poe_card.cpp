@@ -209,7 +209,7 @@ int main(int argc, char** argv) {
   try {
     const CardOptions options = parseCardOptions(argc, argv);
     if (options.help) {
-      return print(CARD_USAGE);
+      return print(cardHelp().c_str());
     }
     if (options.version) {
       return print(POE_VERSION "\n");

@@ -20,8 +20,8 @@
 #include <syslog.h>
 
 #include "platform/host/console/console_client.h"
-#include "platform/host/console/debug_registry.h"
 #include "platform/host/console/console_listener.h"
+#include "platform/host/console/debug_registry.h"
 #include "platform/host/monotonic_clock.h"
 
 namespace Zorvan {

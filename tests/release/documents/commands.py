@@ -146,7 +146,7 @@ def check_named(scene, span):
     name = rest[0] if tool == "poectl" and rest and re.fullmatch(r"[a-z]+", rest[0]) else ""
     usage = f"{tool} {name}".strip()
     text = scene.shell(f"{usage} --help")
-    if not re.search(rf"^usage: {usage} ", text, re.I | re.M):  # an unknown name gives the help of the tool
+    if not re.search(rf"^usage: {usage}( |$)", text, re.I | re.M):
         raise RuntimeError(f"there is no {usage}")
     for option in re.findall(r"--[a-z][a-z-]*", span):
         if not re.search(rf"{option}\b", text):

@@ -96,7 +96,7 @@ TEST(PoeCardBus, AnAbsentChipLeavesTheAdapter) {
 
 TEST(PoeCardOptions, HelpIsPrintedWithStatus0) {
   const CardResult result = runCard({"--help"});
-  EXPECT_EQ(result.out.rfind("usage: poe_card [OPTION]... -- COMMAND [ARG]...\n", 0), 0U);
+  EXPECT_EQ(result.out.rfind("Usage: poe_card [OPTION]... -- COMMAND [ARG]...\n", 0), 0U);
   EXPECT_EQ(result.status, 0);
 }
 

@@ -110,7 +110,7 @@ TEST_F(PoectlWatch, SaysThatItsOutputCannotBeWritten) {
 }
 
 TEST_F(PoectlWatch, SaysWhatIsWrongWithItsOptions) {
-  const std::string help = "; 'poectl --help' lists what is accepted\n";
+  const std::string help = "; 'poectl watch --help' lists what is accepted\n";
   const std::string count = " not in range 1 to 1000000000" + help;
   const std::string seconds = " not in range 0.100000 to 1000000000.000000" + help;
   const std::vector<std::pair<std::string, std::string>> rows = {

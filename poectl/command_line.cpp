@@ -1,0 +1,151 @@
+#include "poectl/command_line.h"
+
+#include "text/text.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+CommandSyntax::CommandSyntax(const Command& command, CLI::App& parser, std::vector<std::string> words)
+    : m_parser(parser), m_words(std::move(words)) {
+  for (const CommandOption& option : command.options()) {
+    m_unplaced.emplace(option.name, option.value);
+  }
+}
+
+std::string CommandSyntax::place(const char* name) {
+  const auto row = m_unplaced.extract(name);
+  if (row.empty()) {
+    throw std::logic_error(m_parser.get_name() + " has no row for " + name + ", or two places");
+  }
+  return row.mapped();
+}
+
+void CommandSyntax::expectAllPlaced() const {
+  if (!m_unplaced.empty()) {
+    throw std::logic_error(m_parser.get_name() + " has no place for " + m_unplaced.begin()->first);
+  }
+}
+
+void CommandSyntax::flag(const char* name, bool& value) {
+  place(name);
+  m_parser.add_flag(name, value);
+}
+
+void CommandSyntax::text(const char* name, std::string& value) {
+  m_parser.add_option(name, value)->type_name(place(name));
+}
+
+void CommandSyntax::texts(const char* name, std::vector<std::string>& values) {
+  m_parser.add_option(name, values)->type_name(place(name))->allow_extra_args(false);
+}
+
+void CommandSyntax::number(const char* name, std::optional<unsigned long>& value, unsigned long min,
+                           unsigned long max) {
+  m_parser.add_option(name, value)->type_name(place(name))->check(CLI::Range(min, max));
+}
+
+void CommandSyntax::seconds(const char* name, double& value) {
+  constexpr double MIN = 0.1;
+  constexpr double MAX = 1e9;
+  // CLI::Range would take a nan, which is neither below nor above.
+  m_parser.add_option(name, value)->type_name(place(name))->check([](const std::string& text) {
+    double number = 0;
+    const bool inRange = CLI::detail::lexical_cast(text, number) && number >= MIN && number <= MAX;
+    return inRange ? std::string() : "Value " + text + " not in range 0.100000 to 1000000000.000000";
+  });
+}
+
+void CommandSyntax::exclude(const char* one, const char* other) {
+  m_parser.get_option(one)->excludes(other);
+}
+
+void CommandSyntax::file(std::string& value) {
+  m_parser.add_option("FILE", value)->type_name("")->required();
+}
+
+namespace {
+
+// What has been written must have arrived: a full disk is not to look like success. Returns the exit status.
+int deliverOutput() {
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
+    return 0;
+  }
+  std::fprintf(stderr, "poectl: cannot write to standard output: %s\n", std::strerror(errno));
+  return 1;
+}
+
+int print(const std::string& text) {
+  std::fputs(text.c_str(), stdout);
+  return deliverOutput();
+}
+
+bool isHelp(const std::string& word) {
+  return word == "-h" || word == "--help";
+}
+
+// Cuts the words that belong to another program off the command's own options: those behind "--", or from the
+// first on that is none of the options.
+std::vector<std::string> cutWords(const Command& command, std::vector<std::string>& arguments) {
+  if (!command.takesWords()) {
+    return {};
+  }
+  const std::vector<CommandOption> options = command.options();
+  std::size_t count = 0; // of words that are the command's own
+  while (count < arguments.size()) {
+    const std::string name = arguments[count].substr(0, arguments[count].find('='));
+    const auto option = std::find_if(options.begin(), options.end(),
+                                     [&](const CommandOption& candidate) { return name == candidate.name; });
+    if (option == options.end() && !isHelp(name)) {
+      break;
+    }
+    const bool valueFollows = option != options.end() && option->takesValue() && name == arguments[count];
+    count += valueFollows ? 2 : 1;
+  }
+  count = std::min(count, arguments.size());
+  std::vector<std::string> words(arguments.begin() + static_cast<std::ptrdiff_t>(count), arguments.end());
+  arguments.resize(count);
+  if (!words.empty() && words.front() == "--") {
+    words.erase(words.begin());
+  }
+  return words;
+}
+
+int runCommand(const Command& command, std::vector<std::string> arguments) {
+  CLI::App parser("", std::string("poectl ") + command.name);
+  CommandSyntax syntax(command, parser, cutWords(command, arguments));
+  const Action action = command.declare(syntax);
+  syntax.expectAllPlaced();
+  try {
+    std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the back
+    parser.parse(arguments);
+  } catch (const CLI::CallForHelp&) {
+    return print(helpText(command));
+  } catch (const CLI::ParseError& error) {
+    throw UsageError(error.what() + ("; '" + parser.get_name()) + " --help' lists what is accepted");
+  }
+  const int status = action();
+  return status == 0 && !syntax.reportsWriteErrors() ? deliverOutput() : status;
+}
+
+} // namespace
+
+int runCommandLine(const std::vector<std::string>& words) {
+  const std::string accepted = "; 'poectl --help' lists what is accepted";
+  if (words.empty()) {
+    throw UsageError("a command is missing" + accepted);
+  }
+  if (isHelp(words.front())) {
+    return print(helpText());
+  }
+  if (words.front() == "--version") {
+    return print(POE_VERSION "\n");
+  }
+  const Command* command = findCommand(words.front());
+  if (command == nullptr) {
+    throw UsageError("there is no command " + text::quoted(words.front()) + accepted);
+  }
+  return runCommand(*command, {words.begin() + 1, words.end()});
+}

@@ -1,0 +1,112 @@
+#include "poectl/commands/complete.h"
+
+#include "poectl/card/card_client.h"
+#include "poectl/card/control_path.h"
+#include "poectl/commands.h"
+#include "poectl/service/console_vocabulary.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <sstream>
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+constexpr const char* ANY_FILE = "<FILE>";
+
+// The first word of each line of the card's help; none without a card.
+Words cardWords(const std::string& control) {
+  Words words;
+  try {
+    std::istringstream help(CardClient(cardControlPath(control)).ask("help"));
+    for (std::string line; std::getline(help, line);) {
+      words.push_back(line.substr(0, line.find_first_of(" :")));
+    }
+  } catch (const CardError&) { // the person is writing a command line; nothing but candidates may appear
+    words.clear();
+  }
+  return words;
+}
+
+// What the words of a command have come to.
+struct Position {
+  const CommandOption* valueOf = nullptr; // the option that the next word belongs to
+  std::string control;                    // the value of --control
+  Words arguments;                        // that are no options
+};
+
+Position positionAfter(const Words& words, const std::vector<CommandOption>& options) {
+  Position position;
+  for (const std::string& word : words) {
+    if (position.valueOf != nullptr) {
+      if (std::string("--control") == position.valueOf->name) {
+        position.control = word;
+      }
+      position.valueOf = nullptr;
+      continue;
+    }
+    const auto option = std::find_if(options.begin(), options.end(),
+                                     [&](const CommandOption& candidate) { return word == candidate.name; });
+    if (option == options.end()) {
+      position.arguments.push_back(word);
+    } else if (option->takesValue()) {
+      position.valueOf = &*option;
+    }
+  }
+  return position;
+}
+
+// What may follow the words of a command.
+Words candidatesAfter(const Command& command, const Words& words) {
+  const std::vector<CommandOption> options = command.options();
+  const Position position = positionAfter(words, options);
+  if (position.valueOf != nullptr) {
+    return position.valueOf->takesFile() ? Words{ANY_FILE} : Words{};
+  }
+  Words candidates;
+  if (!command.takesWords() || position.arguments.empty()) {
+    for (const CommandOption& option : options) {
+      candidates.emplace_back(option.name);
+    }
+    candidates.emplace_back("--help");
+  }
+  if (command.takesFile()) {
+    candidates.emplace_back(ANY_FILE);
+  }
+  if (command.takesWords()) {
+    const Words more = command.declare == consoleCommand ? consoleCandidates(position.arguments)
+                       : position.arguments.empty()      ? cardWords(position.control)
+                                                         : Words{};
+    candidates.insert(candidates.end(), more.begin(), more.end());
+  }
+  return candidates;
+}
+
+Words commandNames() {
+  Words names;
+  for (const Command& command : commands()) {
+    names.emplace_back(command.name);
+  }
+  names.emplace_back("--help");
+  names.emplace_back("--version");
+  return names;
+}
+
+} // namespace
+
+int complete(const Words& words) {
+  const Command* command = words.size() > 1 ? findCommand(words.front()) : nullptr;
+  Words candidates;
+  if (words.size() == 1) {
+    candidates = commandNames();
+  } else if (command != nullptr) {
+    candidates = candidatesAfter(*command, {words.begin() + 1, words.end() - 1});
+  }
+  for (const std::string& candidate : candidates) {
+    if (candidate == ANY_FILE || candidate.rfind(words.back(), 0) == 0) {
+      std::puts(candidate.c_str());
+    }
+  }
+  return 0;
+}

@@ -1,0 +1,79 @@
+// The command line of poectl, before a command does anything.
+#include "tests/support/process/command.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace {
+
+CommandResult poectl(const std::string& words) {
+  return run(POECTL " " + words);
+}
+
+TEST(CommandLine, ShowsTheOptionsOfACommandInLinesOfATerminal) {
+  const CommandResult result = poectl("explain --help");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, "Replays the audit of the power budget.\n"
+                           "Usage: poectl explain [--status] [--bank-limit W] [--port STATE]... FILE\n"
+                           "\n"
+                           "It prints which port takes what share, which does not fit, which is restarted\n"
+                           "in every cycle, and why. FILE may be - for standard input.\n"
+                           "\n"
+                           "Options:\n"
+                           "  --status        Starts from the bank limit and the port states of the running\n"
+                           "                  service, as its console shows them. The default is bank 0 of\n"
+                           "                  the file, and all ports detected good and powered.\n"
+                           "  --bank-limit W  The limit of the active bank, 0 to 255.\n"
+                           "  --port STATE    The state of a port, 'P detection=WORD powered=yes|no'. It\n"
+                           "                  may be given for each port.\n"
+                           "  -h, --help      Prints this text.\n"
+                           "\n"
+                           "Example:\n"
+                           "poectl explain card.toml --status\n"
+                           "poectl explain card.toml --bank-limit 30 --port '1 powered=no'\n");
+}
+
+TEST(CommandLine, ShowsTheCommandsBelowTheirHeadings) {
+  const CommandResult result = poectl("--help");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_NE(
+      result.output.find("\nThe machine:\n"
+                         "  preflight       Checks that the queues and the port of the console are free.\n"
+                         "  clean           Removes the queues that a killed service or main process left\n"
+                         "                  behind.\n"),
+      std::string::npos)
+      << result.output;
+}
+
+struct Refusal {
+  const char* name;
+  const char* words;
+  const char* reason;
+  const char* help;
+};
+
+class CommandLineRefusal : public ::testing::TestWithParam<Refusal> {};
+
+TEST_P(CommandLineRefusal, IsOneLineAndStatus2) {
+  const CommandResult result = poectl(GetParam().words);
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.output, std::string("poectl: ") + GetParam().reason + "; '" + GetParam().help +
+                               "' lists what is accepted\n");
+}
+
+const Refusal REFUSALS[] = {
+    {"NoCommand", "", "a command is missing", "poectl --help"},
+    {"UnknownCommand", "serve", "there is no command 'serve'", "poectl --help"},
+    {"OptionBeforeTheCommand", "--json status", "there is no command '--json'", "poectl --help"},
+    {"NoFile", "apply", "FILE is required", "poectl apply --help"},
+    {"OtherOption", "clean --json", "The following argument was not expected: --json", "poectl clean --help"},
+    {"NoValue", "card --control", "--control: 1 required PATH missing", "poectl card --help"},
+    {"OutOfRange", "explain --bank-limit 256 x", "--bank-limit: Value 256 not in range 0 to 255",
+     "poectl explain --help"},
+    {"BothFormats", "status --json --prometheus", "--json excludes --prometheus", "poectl status --help"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Words, CommandLineRefusal, ::testing::ValuesIn(REFUSALS),
+                         [](const auto& refusal) { return std::string(refusal.param.name); });
+
+} // namespace

@@ -1,0 +1,61 @@
+// The completions for bash, by bash and the tools themselves.
+#include "tests/support/process/command.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+// What bash offers for the last word of a line, one candidate per line. The tools are found by their paths.
+std::string completed(const std::string& tool, const std::string& path, const std::string& words) {
+  return run("bash -c '. " COMPLETIONS "/" + tool + "; COMP_WORDS=(" + path + " " + words +
+             "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _" + tool + "; printf \"%s\\n\" \"${COMPREPLY[@]}\"'")
+      .output;
+}
+
+std::string poectl(const std::string& words) {
+  return completed("poectl", POECTL, words);
+}
+
+TEST(Completion, OffersTheCommands) {
+  EXPECT_EQ(poectl("\"\""), "example\ncheck\napply\nexplain\nstatus\nwatch\ncard\nconsole\nplay\npreflight\nc"
+                            "lean\n--help\n--version\n");
+  EXPECT_EQ(poectl("wat"), "watch\n");
+  EXPECT_EQ(poectl("no such"), "\n");
+}
+
+TEST(Completion, OffersTheOptionsOfACommand) {
+  EXPECT_EQ(poectl("explain --"), "--status\n--bank-limit\n--port\n--help\n");
+  EXPECT_EQ(poectl("clean \"\""), "--force\n--help\n");
+}
+
+TEST(Completion, OffersFilesWhereACommandTakesThem) {
+  const std::string file = COMPLETIONS "/poe_c";
+  EXPECT_EQ(poectl("apply " + file), file + "ard\n");
+  EXPECT_EQ(poectl("play --log " + file), file + "ard\n");
+  EXPECT_EQ(poectl("explain --bank-limit " + file), "\n");
+  EXPECT_EQ(poectl("status " + file), "\n");
+}
+
+TEST(Completion, OffersTheWordsOfTheConsole) {
+  EXPECT_EQ(poectl("console po"), "poeport\n");
+  EXPECT_EQ(poectl("console PD69104Engine read"), "readReg\n");
+  EXPECT_EQ(poectl("console channel \"\""), "0\n1\n2\n3\n");
+}
+
+TEST(Completion, OffersTheWordsOfTheCardThatRuns) {
+  const std::string socket = "/tmp/completion_test-" + std::to_string(getpid()) + ".socket";
+  const std::string line = POECTL " complete -- card --control " + socket + " power";
+  EXPECT_EQ(run(POE_CARD " --control " + socket + " -- " + line).output, "power-cycle\n");
+  EXPECT_EQ(run(line).output, "") << "without a card";
+}
+
+TEST(Completion, OffersTheOptionsOfTheCard) {
+  EXPECT_EQ(completed("poe_card", POE_CARD, "--re"), "--record\n--record-times\n");
+  EXPECT_EQ(completed("poe_card", POE_CARD, "--record " COMPLETIONS "/poe_c"), COMPLETIONS "/poe_card\n");
+  EXPECT_EQ(completed("poe_card", POE_CARD, "-- tru"), run("bash -c 'compgen -c tru'").output);
+}
+
+} // namespace
