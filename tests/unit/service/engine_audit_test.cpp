@@ -172,43 +172,6 @@ TEST_F(ChipCheck, RepeatsAnInitialisationThatFailed) {
              [&] { EXPECT_EQ(registersMoved(), HEALTHY_CYCLE); }});
 }
 
-// Every transfer of a recovery fails alone; the next cycles bring the chip to the stored configuration.
-TEST_F(ChipCheck, RecoversFromEveryFailedTransferOfARecovery) {
-  const std::size_t transfers = Transfers(1 + 18 + 8 + 4 * 20).size();
-  for (std::size_t failing = 0; failing < transfers; failing++) {
-    bus.failNone();
-    makeEngine();
-    runCycles({[&] {
-                 configure(fourPorts());
-                 for (unsigned reg = 0; reg <= 0xCE; reg++) {
-                   registers[reg] = 0x00;
-                 }
-                 registers[0x90] = 0xFF;
-                 registersMoved();
-                 bus.failTransfer(failing);
-               },
-               [&] { bus.failNone(); },
-               [&] {
-                 EXPECT_EQ(registers[0x89], 100) << "transfer " << failing;
-                 EXPECT_EQ(registers[0x90], 0) << "transfer " << failing;
-                 EXPECT_EQ(registers[0x12], 0xFF) << "transfer " << failing;
-                 EXPECT_EQ(registers[0x13], 0x0F) << "transfer " << failing;
-                 EXPECT_EQ(registers[0x14], 0xFF) << "transfer " << failing;
-                 EXPECT_EQ(registers[0x44], 0x0F) << "transfer " << failing;
-                 for (unsigned port = 0; port < 4; port++) {
-                   EXPECT_EQ(registers[0x81 + port], 15) << "transfer " << failing;
-                   EXPECT_EQ(registers[0x46 + 5 * port], 0x01) << "transfer " << failing;
-                   EXPECT_EQ(registers[0x47 + 5 * port], 0xD4) << "transfer " << failing;
-                   EXPECT_EQ(registers[0x48 + 5 * port], 0x80) << "transfer " << failing;
-                 }
-                 EXPECT_EQ(status().mainOperStatus, 1U);
-                 registersMoved();
-               },
-               [&] { EXPECT_EQ(registersMoved(), HEALTHY_CYCLE) << "transfer " << failing; }});
-    takeLog();
-  }
-}
-
 // The audit.
 
 class Audit : public EngineTest {
@@ -370,37 +333,6 @@ TEST_F(Audit, WrapsTheSumAtThirtyTwoBits) {
                    {1, 1, 1000, 4, true},
                    {0, 1, 0, 0, false}}},
                  {});
-}
-
-TEST_F(Audit, TellsEveryFailedTransferOfARestartAndRepeatsItInTheNextCycle) {
-  PoeConfig config = fourPorts();
-  config.bankPowerLimit[0] = 40;
-  makeEngine();
-  registers[0x10] = 0x0F;
-  for (unsigned p = 0; p < 4; p++) {
-    registers[0x0C + p] = 4;
-  }
-  const std::string restart = SWITCH_OFF + SWITCH_OFF + SWITCH_ON[2] + SWITCH_ON[3];
-  runCycles({[&] { configure(config); },
-             [&] {
-               takeLog();
-               registersMoved();
-               EXPECT_TRUE(engine->audit());
-               const Transfers healthy = bus.takeTransfers();
-               EXPECT_EQ(registersOf(healthy), restart);
-               EXPECT_EQ(takeLog(), restartNotice(2) + restartNotice(3));
-               for (std::size_t failing = 0; failing < healthy.size(); failing++) {
-                 bus.failTransfer(failing);
-                 EXPECT_TRUE(engine->audit());
-                 EXPECT_EQ(bus.takeTransfers().size(),
-                           healthy.size() - (healthy[failing].kind == 'R' ? 1 : 0));
-                 EXPECT_EQ(takeLog().size(), 4U); // the two notices and one report
-                 bus.failNone();
-                 EXPECT_TRUE(engine->audit());
-                 EXPECT_EQ(registersMoved(), restart);
-                 EXPECT_EQ(takeLog(), restartNotice(2) + restartNotice(3));
-               }
-             }});
 }
 
 TEST_F(Audit, WorksWithTheLimitOfTheCycleBefore) {

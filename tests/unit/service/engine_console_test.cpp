@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <random>
 #include <thread>
 
 namespace {
@@ -20,11 +19,6 @@ const std::string HELP = "usage : \r\n"
                          "\t>PD69104Engine readReg <address>           (read a pd69104 register)\n";
 
 // Dispatch and help.
-
-TEST_F(Console, HelpIs571BytesLong) {
-  makeEngine();
-  EXPECT_EQ(reply({"help"}).size(), 571U);
-}
 
 TEST_F(Console, HelpCommandWritesTheHelpTextAndIsKnown) {
   makeEngine();
@@ -80,23 +74,6 @@ TEST_F(Console, CutsEveryReplyAtEveryLengthWithoutANulAndWritesNothingBehind) {
   }
   const char* argv[] = {"info"};
   EXPECT_EQ(engine->dbgCommand(1, argv, nullptr, 0), 1U);
-}
-
-TEST_F(Console, NoRandomCommandWritesBehindItsBuffer) {
-  makeEngine();
-  std::mt19937 random(69104);
-  const char* const pool[] = {"help",    "info", "device", "channel", "poeport", "writeReg",
-                              "readReg", "0",    "3",      "4",       "-1",      "0xCE",
-                              "0xCF",    "x",    "",       "255",     "1e9",     "\xFF"};
-  for (int round = 0; round < 2000; round++) {
-    std::vector<std::string> words(random() % 5);
-    for (std::string& word : words) {
-      word = pool[random() % std::size(pool)];
-    }
-    std::string text;
-    call(words, static_cast<std::uint32_t>(random() % 700), &text);
-  }
-  takeLog();
 }
 
 // Arguments.

@@ -98,15 +98,6 @@ TEST_F(EngineStart, PrintsItsLineAndCreatesTheWorker) {
   EXPECT_THAT(posix.calls, ElementsAre("pthread_create"));
 }
 
-TEST_F(EngineStart, ReportsAThreadThatCannotBeCreatedAndLeavesNothingToJoin) {
-  makeEngine();
-  posix.createError = EAGAIN;
-  EXPECT_FALSE(engine->start());
-  EXPECT_EQ(takeLog(), engineError(710, "Cannot create thread\n"));
-  EXPECT_TRUE(engine->stop());
-  EXPECT_THAT(posix.calls, ElementsAre("pthread_create"));
-}
-
 class EngineStop : public EngineTest {};
 
 TEST_F(EngineStop, WithoutAWorkerIsTrueAtOnce) {
@@ -125,17 +116,6 @@ TEST_F(EngineStop, JoinsAWorkerThatHasEndedAndDoesNotJoinTwice) {
   EXPECT_TRUE(engine->stop());
   EXPECT_TRUE(engine->stop());
   EXPECT_THAT(posix.calls, ElementsAre("pthread_create", "pthread_join"));
-}
-
-TEST_F(EngineStop, ReportsAFailedJoinAndTriesAgainTheNextTime) {
-  makeEngine();
-  EXPECT_TRUE(engine->start());
-  posix.joinError = EINVAL;
-  EXPECT_FALSE(engine->stop());
-  EXPECT_EQ(takeLog(), engineError(750, "Failed to join\n"));
-  posix.joinError = 0;
-  EXPECT_TRUE(engine->stop());
-  EXPECT_THAT(posix.calls, ElementsAre("pthread_create", "pthread_join", "pthread_join"));
 }
 
 TEST_F(EngineStop, BeforeTheWorkerRunsLeavesOutTheCycle) {
