@@ -22,15 +22,6 @@ TEST_F(Start, LeadsToAStatusMessageWithinTwoSeconds) {
   EXPECT_EQ(log.take(), START_LOG);
 }
 
-TEST_F(Start, CreatesTheQueueForTenMessagesOf2000Bytes) {
-  startService();
-  const ConfigSender sender;
-  EXPECT_EQ(sender.attributes().mq_maxmsg, 10);
-  EXPECT_EQ(sender.attributes().mq_msgsize, 2000);
-  EXPECT_EQ(sender.permissions(), 0644U);
-  EXPECT_EQ(log.take(), START_LOG);
-}
-
 TEST_F(Start, SwitchesThePortsOffAndClearsTheBanksAndNothingElse) {
   chip->fill(0x5A);
   startService();

@@ -232,6 +232,13 @@ TEST_F(Main, UsesATraceObjectThatIsThereAndDeletesIt) {
       (LogLines{{7, "[DEBUG1] main:79 (main) - listen to queue  /queueToPoe(31)\n"}, READY, INTERRUPTED}));
 }
 
+TEST_F(Main, WithoutATraceObjectWritesNoTaggedLine) {
+  const FailingNew noTrace(sizeof(TraceObject));
+  doubles.receives = {{bytes(5, 4), 0}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(2)));
+}
+
 TEST_F(Main, ReadsTheTraceLevelAnewForEveryLine) {
   g_traceObject = new TraceObject("Test", 5);
   doubles.receives = {{bytes(5, 4), 0}};

@@ -1,7 +1,7 @@
 #include "components/PoeDriver/pd69104_engine.h"
 #include "tests/soak/footprint.h"
-#include "tests/soak/life.h"
-#include "tests/soak/life_invariants.h"
+#include "tests/soak/random_run.h"
+#include "tests/soak/run_invariants.h"
 #include "tests/support/doubles/log_capture.h"
 #include "tests/support/doubles/platform_doubles.h"
 #include "tests/support/doubles/posix_doubles.h"
@@ -23,12 +23,12 @@ constexpr std::uint64_t WARM_UP = 1000; // cycles until the test's own buffers h
 constexpr std::size_t HEAP_ROOM = 1048576;
 constexpr std::uint64_t CALM = 3; // cycles after which a healed service must be right
 
-class ThreadedLife {
+class ThreadedRun {
 public:
-  explicit ThreadedLife(const LifeOptions& options) : m_options(options), m_card(options.seed) {}
+  explicit ThreadedRun(const RunOptions& options) : m_options(options), m_card(options.seed) {}
 
-  bool live() {
-    m_card.liveOneSecond();
+  bool run() {
+    m_card.passOneSecond();
     m_engine.start();
     onSleep([&](double /*seconds*/) { afterCycle(); });
     m_posix.runThread();
@@ -62,7 +62,7 @@ private:
     if (m_cycle < m_options.cycles) {
       m_posix.messages.clear();
       letOthersAct();
-      m_card.liveOneSecond();
+      m_card.passOneSecond();
       showProgress(m_cycle, m_options.cycles);
     } else if (m_cycle == m_options.cycles) {
       m_last = footprint();
@@ -86,7 +86,7 @@ private:
 
   void checkCalm() {
     const PoeStatus status = m_posix.lastMessage().status;
-    LifeInvariants invariants(m_card);
+    RunInvariants invariants(m_card);
     invariants.stored(m_stored);
     std::string wrong = invariants.checkHealthy(status);
     wrong += m_card.isCycleHealthy() ? "" : "the calm is not calm\n";
@@ -143,7 +143,7 @@ private:
     }
   }
 
-  LifeOptions m_options;
+  RunOptions m_options;
   RandomCard m_card;
   I2cBus m_bus{m_card};
   PosixDoubles m_posix;
@@ -161,6 +161,6 @@ private:
 
 } // namespace
 
-bool threadedLife(const LifeOptions& options) {
-  return ThreadedLife(options).live();
+bool threadedRun(const RunOptions& options) {
+  return ThreadedRun(options).run();
 }

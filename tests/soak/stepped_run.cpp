@@ -1,6 +1,6 @@
 #include "tests/soak/footprint.h"
-#include "tests/soak/life.h"
-#include "tests/soak/life_invariants.h"
+#include "tests/soak/random_run.h"
+#include "tests/soak/run_invariants.h"
 #include "tests/support/model/random_card.h"
 #include "tests/support/model/service_pair.h"
 
@@ -14,13 +14,13 @@ namespace {
 constexpr std::uint64_t WARM_UP = 1000;  // cycles until the test's own buffers have their size
 constexpr std::size_t HEAP_ROOM = 65536; // bytes
 
-class SteppedLife {
+class SteppedRun {
 public:
-  explicit SteppedLife(const LifeOptions& options) : m_options(options), m_card(options.seed) {}
+  explicit SteppedRun(const RunOptions& options) : m_options(options), m_card(options.seed) {}
 
-  bool live() {
+  bool run() {
     m_pair.construct();
-    m_card.liveOneSecond();
+    m_card.passOneSecond();
     m_pair.run([&] { return afterCycle(); });
     if (m_isGood) {
       report();
@@ -42,7 +42,7 @@ private:
     }
     actBetweenCycles();
     expectNothing(m_pair.takeDifferences());
-    m_card.liveOneSecond();
+    m_card.passOneSecond();
     showProgress(m_cycle, m_options.cycles);
     return m_isGood;
   }
@@ -91,10 +91,10 @@ private:
                 m_last.threads, std::min(WARM_UP, m_options.cycles));
   }
 
-  LifeOptions m_options;
+  RunOptions m_options;
   RandomCard m_card;
   ServicePair m_pair{m_card};
-  LifeInvariants m_invariants{m_card};
+  RunInvariants m_invariants{m_card};
   std::uint64_t m_cycle = 0;
   std::uint64_t m_configurations = 0;
   std::uint64_t m_commands = 0;
@@ -105,6 +105,6 @@ private:
 
 } // namespace
 
-bool steppedLife(const LifeOptions& options) {
-  return SteppedLife(options).live();
+bool steppedRun(const RunOptions& options) {
+  return SteppedRun(options).run();
 }

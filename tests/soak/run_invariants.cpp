@@ -1,4 +1,4 @@
-#include "tests/soak/life_invariants.h"
+#include "tests/soak/run_invariants.h"
 
 #include "tests/support/model/configured_registers.h"
 
@@ -11,7 +11,7 @@ std::array<std::uint32_t, 6> countersOf(const PoePortStatus& port) {
 
 } // namespace
 
-std::string LifeInvariants::check(const PoeStatus& status, const LogLines& log) {
+std::string RunInvariants::check(const PoeStatus& status, const LogLines& log) {
   std::string wrong = checkMainStatus(status);
   wrong += checkRestarts(log);
   wrong += checkCounters(status);
@@ -24,14 +24,14 @@ std::string LifeInvariants::check(const PoeStatus& status, const LogLines& log) 
 }
 
 // The cycle's first transfer decides whether the chip counts as reachable.
-std::string LifeInvariants::checkMainStatus(const PoeStatus& status) const {
+std::string RunInvariants::checkMainStatus(const PoeStatus& status) const {
   const unsigned expected = m_card.isFirstTransferGood() ? 1 : 3;
   return status.mainOperStatus == expected ? ""
                                            : "mainOperStatus is " + std::to_string(status.mainOperStatus) +
                                                  " and should be " + std::to_string(expected) + "\n";
 }
 
-std::string LifeInvariants::checkRestarts(const LogLines& log) {
+std::string RunInvariants::checkRestarts(const LogLines& log) {
   const std::string notice = "CPD69104Engine::audit restarting Port ";
   std::string wrong;
   for (const LogLine& line : log) {
@@ -45,7 +45,7 @@ std::string LifeInvariants::checkRestarts(const LogLines& log) {
 
 // A port may be restarted only when the limits exceed the bank's, and when the ports that are served up to it
 // do so too. What was known when it was decided is what the status before tells.
-std::string LifeInvariants::checkRestart(unsigned port) {
+std::string RunInvariants::checkRestart(unsigned port) {
   const std::uint32_t priority = m_config.port[port].priority;
   std::uint64_t total = 0;
   std::uint64_t served = 0;
@@ -64,7 +64,7 @@ std::string LifeInvariants::checkRestart(unsigned port) {
   return mayRestart ? "" : "port " + std::to_string(port) + " is restarted although it fits\n";
 }
 
-std::string LifeInvariants::checkCounters(const PoeStatus& status) {
+std::string RunInvariants::checkCounters(const PoeStatus& status) {
   RandomCard::Events counted;
   const bool isRead = m_card.takeCounted(&counted);
   if (isRead && counted.isCounterLost) {
@@ -89,7 +89,7 @@ std::string LifeInvariants::checkCounters(const PoeStatus& status) {
   return "";
 }
 
-std::string LifeInvariants::checkHealthy(const PoeStatus& status) const {
+std::string RunInvariants::checkHealthy(const PoeStatus& status) const {
   std::string wrong = differsFromConfiguration(m_config, [&](unsigned reg) { return m_card.reg(reg); });
   if (!wrong.empty()) {
     wrong += "\n";
@@ -107,7 +107,7 @@ std::string LifeInvariants::checkHealthy(const PoeStatus& status) const {
   return wrong;
 }
 
-std::string LifeInvariants::checkPort(unsigned port, const PoePortStatus& status) const {
+std::string RunInvariants::checkPort(unsigned port, const PoePortStatus& status) const {
   const bool isEnabled = m_config.port[port].adminEnable != 0;
   const unsigned conditions = m_card.reg(port < 2 ? 0x75 : 0x76) >> (port % 2 == 0 ? 0 : 4);
   const bool isHot = m_card.reg(0x42) >= 0x80 || (conditions & 1) != 0;

@@ -1,4 +1,4 @@
-// What must hold of the service after every cycle of a random life, told from the card, the stored
+// What must hold of the service after every cycle of a random run, as known from the card, the stored
 // configuration, the status message and the log alone.
 #pragma once
 
@@ -10,9 +10,9 @@
 #include <cstdint>
 #include <string>
 
-class LifeInvariants {
+class RunInvariants {
 public:
-  explicit LifeInvariants(RandomCard& card) : m_card(card) {}
+  explicit RunInvariants(RandomCard& card) : m_card(card) {}
 
   // To be told of each configuration that the engine has been given while it was active.
   void stored(const PoeConfig& config) { m_config = config; }

@@ -1,5 +1,5 @@
-// Lets the service live a long and random life on a simulated card. See --help.
-#include "tests/soak/life.h"
+// Runs the service for a long time on a simulated card on which events happen at random. See --help.
+#include "tests/soak/random_run.h"
 
 #include <cerrno>
 #include <cinttypes>
@@ -11,13 +11,13 @@
 
 namespace {
 
-constexpr char USAGE[] = "usage: poe_random_life [--cycles N] [--seed S] [--threads]\n"
-                         "  --cycles N  length of the life, 1 or more (20000)\n"
-                         "  --seed S    which life, 0 or more (1); the same seed gives the same life\n"
+constexpr char USAGE[] = "usage: poe_random_run [--cycles N] [--seed S] [--threads]\n"
+                         "  --cycles N  length of the run, 1 or more (20000)\n"
+                         "  --seed S    which run, 0 or more (1); the same seed gives the same run\n"
                          "  --threads   configurations and console commands come from other threads\n";
 
 [[noreturn]] void refuse(const std::string& message) {
-  std::fprintf(stderr, "poe_random_life: %s\n", message.c_str());
+  std::fprintf(stderr, "poe_random_run: %s\n", message.c_str());
   std::exit(2);
 }
 
@@ -32,8 +32,8 @@ std::uint64_t numberOf(const std::string& option, const char* text, std::uint64_
   return number;
 }
 
-LifeOptions optionsFrom(int argc, char** argv) {
-  LifeOptions options;
+RunOptions optionsFrom(int argc, char** argv) {
+  RunOptions options;
   for (int i = 1; i < argc; i++) {
     const std::string option = argv[i];
     if (option == "--cycles") {
@@ -62,8 +62,8 @@ void showProgress(std::uint64_t cycle, std::uint64_t cycles) {
 }
 
 int main(int argc, char** argv) {
-  const LifeOptions options = optionsFrom(argc, argv);
-  const bool isGood = options.isThreaded ? threadedLife(options) : steppedLife(options);
+  const RunOptions options = optionsFrom(argc, argv);
+  const bool isGood = options.isThreaded ? threadedRun(options) : steppedRun(options);
   std::puts(isGood ? "all held" : "FAILED");
   return isGood ? 0 : 1;
 }
