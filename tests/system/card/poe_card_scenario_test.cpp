@@ -104,18 +104,6 @@ TEST_F(PoeCardFiles, RecordThatDoesNotTakeEveryTransferIsTold) {
   EXPECT_EQ(result.status, 1);
 }
 
-TEST_F(PoeCardFiles, RecordOfTwoSteppedRunsIsTheSame) {
-  for (const char* name : {"first", "second"}) {
-    runProbe(
-        {"--stepped", "--plug", "0 class=3 watts=9", "--command", "0.6 draw 0 12", "--command", "0.8 short 0",
-         "--record", path(name), "--record-times"},
-        {"write:0x12:0xFF", "write:0x14:0xFF", "await:0x92:9", "await:0x92:12", "await:0x92:0", "read:0x7B"});
-  }
-  EXPECT_NE(read("first").find("R 0x92 0x0C"), std::string::npos);
-  EXPECT_EQ(read("first").substr(read("first").size() - 12), "R 0x7B 0x01\n");
-  EXPECT_EQ(read("first"), read("second"));
-}
-
 TEST_F(PoeCardFiles, RegisterImageIsLoadedByACommand) {
   const std::string image = write("image", "     0  1  2  3  4  5  6  7  8  9  a  b  c  d  e  f\n"
                                            "40:          62\n"
