@@ -66,11 +66,6 @@ TEST_F(PoeCardFiles, RecordHasEachTransferOfTheChip) {
   EXPECT_EQ(read("record"), "R 0x43 0x41\nW 0x12 0x5A\nR 0xCF failed unknown\nR 0x12 0x5A\n");
 }
 
-TEST_F(PoeCardFiles, RecordOfAnAbsentChipIsOfFailures) {
-  runProbe({"--absent", "--record", path("record")}, {"read:0x43", "write:0x12:0x5A"});
-  EXPECT_EQ(read("record"), "R 0x43 failed\nW 0x12 0x5A failed\n");
-}
-
 TEST_F(PoeCardFiles, RecordOfACommandThatIsKilledIsWhole) {
   EXPECT_EQ(runProbe({"--record", path("record")}, {"read:0x43", "write:0x12:1", "die:9"}).status, 128 + 9);
   EXPECT_EQ(read("record"), "R 0x43 0x41\nW 0x12 0x01\n");

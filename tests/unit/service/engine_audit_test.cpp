@@ -248,11 +248,6 @@ TEST_F(Audit, RestartsAPoweredPortThatDoesNotFitEveryCycle) {
       30, {{{1, 1, 20000, 4, true}, {1, 1, 20000, 4, true}, {0, 3, 0, 6, false}, {0, 3, 0, 6, false}}}, {1});
 }
 
-TEST_F(Audit, LeavesAnUnpoweredPortThatDoesNotFit) {
-  expectRestarts(
-      30, {{{1, 1, 20000, 4, true}, {1, 1, 20000, 4, false}, {0, 3, 0, 6, false}, {0, 3, 0, 6, false}}}, {});
-}
-
 TEST_F(Audit, DoesNothingWhileTheSumEqualsTheLimit) {
   expectRestarts(
       40, {{{1, 1, 20000, 4, true}, {1, 1, 20999, 4, true}, {0, 0, 0, 0, true}, {0, 0, 0, 0, true}}}, {});
@@ -267,47 +262,12 @@ TEST_F(Audit, SumsMilliwattsBeforeItComparesWatts) {
       40, {{{1, 1, 20600, 4, true}, {1, 1, 20400, 4, true}, {0, 0, 0, 4, true}, {0, 1, 0, 4, true}}}, {2});
 }
 
-TEST_F(Audit, ServesAllPortsOfPriorityOneBeforePriorityTwoAndThree) {
-  // Port 3 first, then port 2, then ports 0 and 1 of which only port 1 is small enough.
-  expectRestarts(
-      50, {{{1, 3, 20000, 4, true}, {1, 3, 5000, 4, true}, {1, 2, 20000, 4, true}, {1, 1, 20000, 4, true}}},
-      {0});
-}
-
-TEST_F(Audit, ServesPortsOfOnePriorityInTheirOrder) {
-  expectRestarts(
-      45, {{{1, 2, 15000, 4, true}, {1, 2, 15000, 4, true}, {1, 2, 15000, 4, true}, {1, 2, 15000, 4, true}}},
-      {3});
-}
-
-TEST_F(Audit, TakesTheWattsOfAFittingPortRoundedDown) {
-  // 20 W + 10 W fit 30 W although 20.9 + 10.9 do not.
-  expectRestarts(
-      30, {{{1, 1, 20900, 4, true}, {1, 1, 10900, 4, true}, {1, 1, 1000, 4, true}, {0, 1, 0, 0, true}}}, {2});
-}
-
-TEST_F(Audit, APortBelowAWholeWattFitsTheWattsBelow) {
-  // 29.999 W take 29 W, which leaves nothing for the second port.
-  expectRestarts(
-      29, {{{1, 1, 29999, 4, true}, {1, 2, 1000, 4, true}, {0, 1, 0, 0, false}, {0, 1, 0, 0, false}}}, {1});
-}
-
-TEST_F(Audit, APortThatIsNotDetectedGoodTakesNoShare) {
-  expectRestarts(
-      30, {{{1, 1, 20000, 6, true}, {1, 1, 20000, 4, true}, {0, 1, 0, 0, false}, {0, 1, 0, 0, false}}}, {});
-}
-
 TEST_F(Audit, APortThatIsSwitchedOffCountsForTheSumButTakesNoShare) {
   expectRestarts(
       30, {{{0, 1, 20000, 4, true}, {1, 1, 20000, 4, true}, {0, 1, 0, 0, false}, {0, 1, 0, 0, false}}}, {});
   expectRestarts(
       30, {{{0, 1, 20000, 4, true}, {1, 1, 20000, 4, true}, {1, 2, 11000, 4, true}, {0, 1, 0, 0, false}}},
       {2});
-}
-
-TEST_F(Audit, AFittingPortBehindOneThatDoesNotFitKeepsRunning) {
-  expectRestarts(
-      30, {{{1, 1, 40000, 4, true}, {1, 1, 30000, 4, true}, {0, 1, 0, 4, true}, {0, 1, 0, 4, true}}}, {0});
 }
 
 TEST_F(Audit, RestartsAPortOfNoKnownPriorityWhateverItsState) {
