@@ -46,7 +46,7 @@ protected:
     }
   }
 
-  // All of the walk `first`, and behind each of its faults every single one of `second`.
+  // All of the walk `first`, and after each of its faults every single one of `second`.
   void runWithEvery(FaultWalk* start, FaultWalk* first, FaultWalk* walk) {
     FaultWalk second;
     do {

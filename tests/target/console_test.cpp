@@ -1,5 +1,5 @@
 // The console over loopback, through poectl.
-#include "tests/target/target_fixture.h"
+#include "tests/target/support/target_fixture.h"
 
 #include <regex>
 
@@ -44,7 +44,7 @@ TEST_F(Console, WritesARegister) {
   EXPECT_EQ(chip->read(0x15), 0xA7);
 }
 
-TEST_F(Console, RefusesARegisterBehindTheLast) {
+TEST_F(Console, RefusesARegisterAboveTheLast) {
   startScene();
   EXPECT_EQ(reply({"readReg", "0xCF"}), "ERROR in reading register: 0xcf\n\n");
   const std::string report = log.take();

@@ -1,5 +1,5 @@
 // Both messages through the real queues, and what a configuration does to the chip.
-#include "tests/target/target_fixture.h"
+#include "tests/target/support/target_fixture.h"
 
 #include <cstring>
 #include <fstream>

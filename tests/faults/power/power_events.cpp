@@ -7,7 +7,7 @@ namespace {
 using std::chrono::seconds;
 using Steps = PowerScene::Steps;
 
-constexpr unsigned WINDOW = 10; // cycles, or seconds without a service, that are looked at behind an event
+constexpr unsigned WINDOW = 10; // cycles, or seconds without a service, that are looked at after an event
 constexpr seconds RESTART_PAUSE{1};
 
 Steps pauses(unsigned cycles) {
@@ -19,7 +19,7 @@ Steps operator+(Steps first, const Steps& second) {
   return first;
 }
 
-// The main process sends the configuration behind the first cycle; then the ports have time to get their
+// The main process sends the configuration after the first cycle; then the ports have time to get their
 // power.
 Steps configured(PowerScene& scene) {
   return Steps{[&scene] { scene.send(threePorts()); }} + pauses(4);

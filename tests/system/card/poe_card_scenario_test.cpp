@@ -92,7 +92,7 @@ TEST_F(PoeCardFiles, RecordInAPipeIsRefused) {
   EXPECT_EQ(result.status, 2);
 }
 
-TEST_F(PoeCardFiles, RecordThatDoesNotTakeEveryTransferIsTold) {
+TEST_F(PoeCardFiles, RecordThatDoesNotTakeEveryTransferIsReported) {
   const CardResult result = runProbe({"--record", "/dev/full"}, {"read:0x43"});
   EXPECT_EQ(result.out, "ok\nok\n0x41\n");
   EXPECT_EQ(result.err, "poe_card: --record: /dev/full did not take all transfers\n");

@@ -21,7 +21,7 @@ TEST_F(Configuration, MakesAPluggedDeviceReceivePower) {
   EXPECT_EQ(now.port[0].powerClassification, 3U);
   EXPECT_EQ(now.port[0].powerConsumption, 6U);
   EXPECT_EQ(now.port[1].operStatus, 1U);
-  EXPECT_EQ(outputBehindStart(), "");
+  EXPECT_EQ(outputAfterStart(), "");
 }
 
 using Status = ServiceTest;
@@ -38,7 +38,7 @@ TEST_F(Status, IsSentOnceASecondAs188BytesThatStartWithSeventeen) {
   }
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
   EXPECT_TRUE(service->isRunning()); // for seconds without a message
-  EXPECT_EQ(outputBehindStart(), "");
+  EXPECT_EQ(outputAfterStart(), "");
 }
 
 TEST_F(Status, IsReportedOncePerCycleAsNotSentWhileThereIsNoQueueForIt) {
@@ -49,10 +49,10 @@ TEST_F(Status, IsReportedOncePerCycleAsNotSentWhileThereIsNoQueueForIt) {
   status = std::make_unique<MainProcessQueue>();
   EXPECT_EQ(status->next().status.mainOperStatus, 1U);
   std::string expected;
-  while (expected.size() < outputBehindStart().size()) {
+  while (expected.size() < outputAfterStart().size()) {
     expected += report;
   }
-  EXPECT_EQ(outputBehindStart(), expected);
+  EXPECT_EQ(outputAfterStart(), expected);
 }
 
 TEST_F(Status, IsLostWhileTheQueueIsFullAndComesAgainWhenItIsRead) {

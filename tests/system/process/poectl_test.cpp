@@ -82,7 +82,7 @@ TEST_F(PoectlConsole, RefusesALineEndInACommand) {
   EXPECT_EQ(result.output, "poectl: a console command is one line: it cannot contain a line end\n");
 }
 
-TEST_F(PoectlConsole, TakesTheWordsBehindAMarkAsTheyAre) {
+TEST_F(PoectlConsole, TakesTheWordsAfterAMarkAsTheyAre) {
   startService();
   EXPECT_EQ(poectl("console -- channel 2").output, DISABLED_CHANNEL);
   EXPECT_EQ(poectl("console -- --help").output, "No such object: --help\nPD69104Engine\n");

@@ -55,7 +55,7 @@ using StartUp = ServiceTest;
 
 TEST_F(StartUp, WritesItsMilestonesInOrderAndAtOnceAlsoIntoAFile) {
   startService();
-  EXPECT_EQ(outputBehindStart(), "");
+  EXPECT_EQ(outputAfterStart(), "");
 }
 
 TEST_F(StartUp, CreatesTheInboundQueueForTenMessagesOf2000Bytes) {
@@ -135,7 +135,7 @@ using End = ServiceTest;
 TEST_F(End, AnInterruptedReceiveEndsTheServiceInOrderWithStatusZero) {
   startService();
   EXPECT_EQ(service->interrupt(), 0);
-  EXPECT_TRUE(endsInterrupted(outputBehindStart())) << outputBehindStart();
+  EXPECT_TRUE(endsInterrupted(outputAfterStart())) << outputAfterStart();
   EXPECT_FALSE(queueExists("/queueToPoe"));
   EXPECT_TRUE(queueExists("/queueToMain"));
 }
@@ -160,7 +160,7 @@ TEST_F(End, AllowsAnotherStart) {
   service.reset();
   status.reset();
   startService();
-  EXPECT_EQ(outputBehindStart(), "");
+  EXPECT_EQ(outputAfterStart(), "");
 }
 
 } // namespace

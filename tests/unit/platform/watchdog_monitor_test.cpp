@@ -75,7 +75,7 @@ TEST(WatchdogMonitor, ShowsAClientThatIsInTime) {
                            "state                   : IN TIME\n");
 }
 
-TEST(WatchdogMonitor, ShowsASignOfLife) {
+TEST(WatchdogMonitor, ShowsThatAClientWasFed) {
   const SteppedClock clock(100000);
   watchdogMonitor client("PoeMain");
   client.wdm_start(60000);

@@ -180,7 +180,7 @@ TEST(LiveView, GivesTheBarOfAnUnknownLimitTheHighestOne) {
             "port 0: good, limit not known (r reads it over the bus); device=good class=2 wat");
 }
 
-TEST(LiveView, TellsWhenThePortIsSwitchedOff) {
+TEST(LiveView, SaysThatThePortIsSwitchedOff) {
   ViewState state = viewSample();
   state.port = 3;
   state.card.reset();

@@ -100,7 +100,7 @@ TEST_F(PoeWriteReg, WritesTheLowEightBitsOfTheValue) {
   EXPECT_EQ(bus.takeTransfers(), Transfers{W(0x12, 0x34)});
 }
 
-TEST_F(PoeWriteReg, RejectsARegisterBehindTheLastEachTime) {
+TEST_F(PoeWriteReg, RejectsARegisterAboveTheLastEachTime) {
   makeNormal();
   EXPECT_FALSE(driver.PoeWriteReg(0xCF, 1));
   EXPECT_FALSE(driver.PoeWriteReg(0xFFFFFFFF, 1));
@@ -144,7 +144,7 @@ TEST_F(PoeReadReg, ReturnsTheByteZeroExtended) {
   EXPECT_EQ(bus.takeTransfers(), Transfers{R(0x43, 0xFE)});
 }
 
-TEST_F(PoeReadReg, RejectsARegisterBehindTheLastAndANullResultEachTime) {
+TEST_F(PoeReadReg, RejectsARegisterAboveTheLastAndANullResultEachTime) {
   unsigned value = 5;
   EXPECT_FALSE(driver.PoeReadReg(0xCF, &value));
   EXPECT_FALSE(driver.PoeReadReg(0x12, nullptr));
@@ -188,7 +188,7 @@ TEST_F(PoeReadReg16, ReadsTheLowByteFirst) {
   EXPECT_EQ(bus.takeTransfers(), (Transfers{R(0x71, 0x34), R(0x72, 0x12)}));
 }
 
-TEST_F(PoeReadReg16, ReachesBehindTheLastRegisterForTheHighByte) {
+TEST_F(PoeReadReg16, ReachesBeyondTheLastRegisterForTheHighByte) {
   registers[0xCE] = 0xFF;
   registers[0xCF] = 0xFF;
   unsigned value = 0;
@@ -197,7 +197,7 @@ TEST_F(PoeReadReg16, ReachesBehindTheLastRegisterForTheHighByte) {
   EXPECT_EQ(bus.takeTransfers(), (Transfers{R(0xCE, 0xFF), R(0xCF, 0xFF)}));
 }
 
-TEST_F(PoeReadReg16, RejectsARegisterBehindTheLastAndANullResultEachTime) {
+TEST_F(PoeReadReg16, RejectsARegisterAboveTheLastAndANullResultEachTime) {
   unsigned value = 5;
   EXPECT_FALSE(driver.PoeReadReg16(0xCF, &value));
   EXPECT_FALSE(driver.PoeReadReg16(0x71, nullptr));
@@ -237,7 +237,7 @@ TEST_F(PoeDriverInfo, RejectsAMissingBuffer) {
   EXPECT_EQ(takeLog(), driverError(455, "NULL pointer parameter\n"));
 }
 
-TEST_F(PoeDriverInfo, CutsTheTextAtEverySizeAndTouchesNothingBehindIt) {
+TEST_F(PoeDriverInfo, CutsTheTextAtEverySizeAndTouchesNothingBeyondIt) {
   const std::string whole = driverInfo("IDLE", "FALSE", 0);
   for (int size = 1; size <= static_cast<int>(whole.size()) + 2; size++) {
     std::string buffer(whole.size() + 16, '#');
@@ -248,7 +248,7 @@ TEST_F(PoeDriverInfo, CutsTheTextAtEverySizeAndTouchesNothingBehindIt) {
   }
 }
 
-TEST_F(PoeDriverInfo, EndsTheBufferWithNulAlsoBehindAShorterText) {
+TEST_F(PoeDriverInfo, EndsTheBufferWithNulAlsoAfterAShorterText) {
   std::string buffer(1000, '#');
   EXPECT_TRUE(driver.PoeDriverInfo(buffer.data(), 900));
   EXPECT_EQ(buffer[899], '\0');

@@ -7,7 +7,7 @@ const std::string REINIT = "R12 W12 R12 W12 R12 W12 R12 W12 W89 W8A W8B W8C W8D 
 const std::string BANKS = "W89 W8A W8B W8C W8D W8E W8F W90 ";
 const std::string REAPPLY = BANKS + SWITCH_ON[0] + SWITCH_ON[1] + SWITCH_ON[2] + SWITCH_ON[3];
 
-// What a cycle does behind the check of the chip.
+// What a cycle does after the check of the chip.
 const std::string REST_OF_CYCLE = HEALTHY_CYCLE.substr(std::string("R90 R43 R70 R42 ").size());
 
 class ChipCheck : public EngineTest {};

@@ -128,7 +128,7 @@ TEST_F(EngineStop, BeforeTheWorkerRunsLeavesOutTheCycle) {
   EXPECT_TRUE(posix.messages.empty());
 }
 
-TEST_F(EngineStop, WithoutAWorkerTellsAllTheSameThatNoneIsToRun) {
+TEST_F(EngineStop, WithoutAWorkerStillKeepsOneFromRunning) {
   makeEngine();
   posix.createError = EAGAIN;
   EXPECT_FALSE(engine->start());
@@ -181,7 +181,7 @@ TEST_F(EngineRun, PrintsItsLineBeforeItTouchesTheChip) {
   takeLog();
 }
 
-TEST_F(EngineRun, StartsItsWatchdogBehindTheSetUpAndFeedsItAtTheStartOfEachCycle) {
+TEST_F(EngineRun, StartsItsWatchdogAfterTheSetUpAndFeedsItAtTheStartOfEachCycle) {
   makeEngine();
   std::vector<std::string> steps;
   onWatchdogEvent([&](const std::string& event) { steps.push_back(registersMoved() + event); });

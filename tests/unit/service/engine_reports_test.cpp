@@ -299,7 +299,7 @@ TEST_F(Console, ChannelDecodesEveryDetectionAndClassCode) {
   }
 }
 
-TEST(ConsoleReport, DecodesACodeBehindItsTableAsIllegal) {
+TEST(ConsoleReport, DecodesACodeOutsideItsTableAsIllegal) {
   constexpr const char* WORDS[] = {"NONE", "ONE"};
   EXPECT_STREQ(decode(WORDS, 1), "ONE");
   EXPECT_STREQ(decode(WORDS, 2), "ILLEGAL");

@@ -108,7 +108,7 @@ bool isDevNull(int descriptor) {
          found.st_rdev == expected.st_rdev;
 }
 
-// What stands behind the standard descriptors when the process opens its queue, the first thing that it
+// What the standard descriptors stand for when the process opens its queue, the first thing that it
 // opens.
 TEST_F(Main, OpensDevNullForEachStandardDescriptorThatIsClosedAndForNoOther) {
   for (int closed = 0; closed < 8; closed++) {

@@ -1,4 +1,4 @@
-#include "tests/target/program.h"
+#include "tests/target/support/program.h"
 
 #include <csignal>
 #include <cstdio>

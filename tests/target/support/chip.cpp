@@ -1,4 +1,4 @@
-#include "tests/target/chip.h"
+#include "tests/target/support/chip.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "tests/target/tap_listener.h"
+#include "tests/target/support/tap_listener.h"
 
 #include <cstdio>
 #include <sstream>

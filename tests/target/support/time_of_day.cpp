@@ -1,6 +1,6 @@
-#include "tests/target/time_of_day.h"
+#include "tests/target/support/time_of_day.h"
 
-#include "tests/target/tap_listener.h"
+#include "tests/target/support/tap_listener.h"
 
 #include <cerrno>
 #include <cstring>

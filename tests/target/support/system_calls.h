@@ -12,6 +12,6 @@ using SystemCalls = std::map<std::string, int>;
 // process that is started.
 std::vector<std::string> traced(const std::string& program);
 
-// What the program and its threads have called from behind the second status message to the `cycles`th after
+// What the program and its threads have called from after the second status message to the `cycles`th after
 // it. A test failure when it has sent fewer.
 SystemCalls callsOfCycles(int cycles);

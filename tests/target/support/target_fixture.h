@@ -4,8 +4,8 @@
 #include "tests/support/process/main_process.h"
 #include "tests/support/process/message_scene.h"
 #include "tests/support/process/system_log.h"
-#include "tests/target/chip.h"
-#include "tests/target/program.h"
+#include "tests/target/support/chip.h"
+#include "tests/target/support/program.h"
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -38,7 +38,7 @@ protected:
   // Sends the scene's configuration and takes status messages until it is in force.
   void configureScene();
 
-  // The next status message, or the one behind it when that was begun before this call.
+  // The next status message, or the one after it when that was begun before this call.
   PoeStatus nextWholeStatus();
 
   // The log without the reports at its start that there is no "/queueToMain": before and after poectl there

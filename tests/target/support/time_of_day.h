@@ -1,7 +1,7 @@
 // The machine's time of day, set by a test while the service runs.
 #pragma once
 
-#include "tests/target/target_fixture.h"
+#include "tests/target/support/target_fixture.h"
 
 #include <chrono>
 #include <ctime>

@@ -1,5 +1,5 @@
 // The tests of a whole machine; they run as its only work, started by init.
-#include "tests/target/tap_listener.h"
+#include "tests/target/support/tap_listener.h"
 
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);

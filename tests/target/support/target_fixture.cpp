@@ -1,6 +1,6 @@
-#include "tests/target/target_fixture.h"
+#include "tests/target/support/target_fixture.h"
 
-#include "tests/target/system_calls.h"
+#include "tests/target/support/system_calls.h"
 
 #include <csignal>
 #include <mqueue.h>
