@@ -118,6 +118,17 @@ TEST_F(EngineStop, JoinsAWorkerThatHasEndedAndDoesNotJoinTwice) {
   EXPECT_THAT(posix.calls, ElementsAre("pthread_create", "pthread_join"));
 }
 
+TEST_F(EngineStop, ReportsAFailedJoinAndTriesAgainTheNextTime) {
+  makeEngine();
+  EXPECT_TRUE(engine->start());
+  posix.joinError = EINVAL;
+  EXPECT_FALSE(engine->stop());
+  EXPECT_EQ(takeLog(), engineError(750, "Failed to join\n"));
+  posix.joinError = 0;
+  EXPECT_TRUE(engine->stop());
+  EXPECT_THAT(posix.calls, ElementsAre("pthread_create", "pthread_join", "pthread_join"));
+}
+
 TEST_F(EngineStop, BeforeTheWorkerRunsLeavesOutTheCycle) {
   makeEngine();
   EXPECT_TRUE(engine->start());
