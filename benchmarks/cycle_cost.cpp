@@ -1,8 +1,8 @@
 // Processor time and system calls of a cycle on a real kernel, of the service, of the bare loop and of a
 // shell that calls i2cget. Each value is a line "# measured: ITEM,SUBJECT,QUANTITY: VALUE".
-#include "tests/target/system_calls.h"
-#include "tests/target/tap_listener.h"
-#include "tests/target/target_fixture.h"
+#include "tests/target/support/system_calls.h"
+#include "tests/target/support/tap_listener.h"
+#include "tests/target/support/target_fixture.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // Memory of the service and of the bare loop on a real kernel. Each value is a line
 // "# measured: ITEM,SUBJECT,QUANTITY: VALUE".
-#include "tests/target/tap_listener.h"
-#include "tests/target/target_fixture.h"
+#include "tests/target/support/tap_listener.h"
+#include "tests/target/support/target_fixture.h"
 
 #include <fstream>
 

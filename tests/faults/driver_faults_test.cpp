@@ -275,7 +275,7 @@ protected:
     return bytes;
   }
 
-  // Every second fault behind one first fault. Returns how many faults have been tried.
+  // Every second fault after one first fault. Returns how many faults have been tried.
   std::size_t tryEverySecondFault(const FaultWalk& first, bool isFailing) {
     std::size_t tried = 0;
     FaultWalk second;

@@ -33,7 +33,7 @@ protected:
 
   ~EntryCalls() override { ::testing::internal::GetCapturedStdout(); }
 
-  // One life of the process; the worker's thread never gets to run.
+  // One run of the process; the worker's thread never gets to run.
   int run() {
     g_running = 1;
     m_doubles.events.clear();
@@ -45,7 +45,7 @@ protected:
     return exitCode;
   }
 
-  // What a life with so many receives does to queue and console.
+  // What a run with so many receives does to queue and console.
   static Calls callsWith(int receives) {
     Calls calls = {"mq_open /queueToPoe", "server created 10001 8192", "server start"};
     for (int i = 0; i < receives; i++) {
@@ -55,7 +55,7 @@ protected:
     return calls;
   }
 
-  void expectUndisturbedLife() {
+  void expectUndisturbedRun() {
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(m_doubles.events, callsWith(1));
     EXPECT_EQ(m_posix.calls, (Calls{"pthread_create", "pthread_join"}));
@@ -84,7 +84,7 @@ TEST_F(EntryCalls, OpenOfTheQueueThatFailsIsReportedAndEndsTheProcessWithMinusOn
 TEST_F(EntryCalls, AttributesOfTheQueueThatCannotBeReadCostNothing) {
   for (const int error : Errors::MQ_GETATTR) {
     m_doubles.getattrError = error;
-    expectUndisturbedLife();
+    expectUndisturbedRun();
   }
 }
 
@@ -100,11 +100,11 @@ TEST_F(EntryCalls, ReceiveThatTimesOutIsRepeatedAndAnyOtherFailureEndsTheProcess
 TEST_F(EntryCalls, CloseAndUnlinkThatFailAreNotReportedAndNotRepeated) {
   for (const int error : Errors::MQ_CLOSE) {
     m_doubles.closeError = error;
-    expectUndisturbedLife();
+    expectUndisturbedRun();
   }
   for (const int error : Errors::MQ_UNLINK) {
     m_doubles.unlinkError = error;
-    expectUndisturbedLife();
+    expectUndisturbedRun();
   }
 }
 
@@ -112,7 +112,7 @@ TEST_F(EntryCalls, AClockThatFailsLeavesADeadlineInThePast) {
   m_doubles.deadline = {1, 0};
   for (const int error : Errors::CLOCK_GETTIME) {
     m_posix.clockError = error;
-    expectUndisturbedLife();
+    expectUndisturbedRun();
   }
 }
 

@@ -1,5 +1,5 @@
 // The unmodified executable on the simulated card, its queue calls made to fail by strace with each error
-// that their manual pages list. A failing receive also ends each life of the service in order.
+// that their manual pages list. A failing receive also ends each run of the service in order.
 #include "tests/faults/errno_lists.h"
 #include "tests/support/process/main_process.h"
 
@@ -27,7 +27,7 @@ protected:
   ~InjectedCalls() override { std::remove(m_log.c_str()); }
 
   // Runs the service to its end. `last` is the number of the receive that fails with EINTR, so that the
-  // service lives for one second less.
+  // service runs for one second less.
   void run(const std::string& injections, const std::string& last) {
     std::remove(m_log.c_str());
     const std::string command = "timeout 15 " POE_CARD " --log " + m_log +

@@ -11,9 +11,9 @@ namespace {
 
 class EveryFault : public StrictLogTest {
 protected:
-  // One life: set-up and first cycle under `start`, the first configuration under `first`, the next cycle
+  // One run: set-up and first cycle under `start`, the first configuration under `first`, the next cycle
   // under `second`, and a healthy one. Learns the faults that there are.
-  void live(FaultWalk* start, FaultWalk* first, FaultWalk* second) {
+  void runOnce(FaultWalk* start, FaultWalk* first, FaultWalk* second) {
     RegisterFile registers;
     setPoweredPorts(registers);
     ServicePair pair(registers);
@@ -46,12 +46,12 @@ protected:
     }
   }
 
-  // All of the walk `first`, and behind each of its faults every single one of `second`.
-  void liveWithEvery(FaultWalk* start, FaultWalk* first, FaultWalk* walk) {
+  // All of the walk `first`, and after each of its faults every single one of `second`.
+  void runWithEvery(FaultWalk* start, FaultWalk* first, FaultWalk* walk) {
     FaultWalk second;
     do {
       do {
-        live(start, first, &second);
+        runOnce(start, first, &second);
       } while (!HasFailure() && second.nextSecond());
       second.restart();
     } while (!HasFailure() && walk->next());
@@ -78,13 +78,13 @@ private:
 TEST_F(EveryFault, OfTheStartAndEverySecondOneLeaveWhatTheModelLeavesAndHeal) {
   FaultWalk start;
   FaultWalk none;
-  liveWithEvery(&start, &none, &start);
+  runWithEvery(&start, &none, &start);
 }
 
 TEST_F(EveryFault, OfTheFirstConfigurationAndEverySecondOneLeaveWhatTheModelLeavesAndHeal) {
   FaultWalk none;
   FaultWalk first;
-  liveWithEvery(&none, &first, &first);
+  runWithEvery(&none, &first, &first);
 }
 
 } // namespace

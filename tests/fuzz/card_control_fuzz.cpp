@@ -1,5 +1,5 @@
 // What a client of poe_card's control socket sends, cut into pieces of any size. Each line must get the reply
-// of a twin of the card that is given the lines one by one, and an empty line behind it.
+// of a second card that is given the lines one by one, followed by an empty line.
 #include "simulator/card/simulated_card.h"
 #include "simulator/program/control_client.h"
 #include "tests/fuzz/fuzz_target.h"
@@ -58,7 +58,7 @@ public:
   void transfer(std::uint8_t address, std::uint8_t value) {
     receive();
     m_card.write(address, value);
-    m_twin.write(address, value);
+    m_second.write(address, value);
   }
 
   void send(const std::string& piece) {
@@ -110,14 +110,14 @@ private:
       if (end == std::string::npos || m_isOver) {
         return;
       }
-      const std::string reply = m_twin.answer(m_unanswered.substr(0, end));
+      const std::string reply = m_second.answer(m_unanswered.substr(0, end));
       expectReply(reply);
       m_expected += reply + "\n";
     }
   }
 
   SimulatedCard m_card{Time::Stepped};
-  SimulatedCard m_twin{Time::Stepped};
+  SimulatedCard m_second{Time::Stepped};
   std::unique_ptr<ControlClient> m_client;
   int m_own = -1;
   std::string m_unanswered;

@@ -1,7 +1,7 @@
 // The simulated chip under any sequence of transfers, devices, faults and time.
 //
-// Its registers agree with each other and with what is plugged after every step, and a twin for which the
-// same time passes in smaller pieces is never told apart from it.
+// Its registers agree with each other and with what is plugged after every step, and a second chip for which
+// the same time passes in smaller pieces is always the same.
 #include "simulator/bus/bus_faults.h"
 #include "simulator/chip/chip_words.h"
 #include "tests/fuzz/fuzz_target.h"
@@ -27,7 +27,7 @@ public:
     for (unsigned step = 0; step < MAX_STEPS && m_data.remaining_bytes() > 0; step++) {
       m_watch.rememberCounters(m_chip);
       doSomething();
-      expectTwin();
+      expectSecondIsTheSame();
       m_watch.expectCounters(m_chip);
       if (!m_isForced) {
         expectAgreement();
@@ -70,7 +70,7 @@ private:
   template <typename Change>
   void both(Change change) {
     change(m_chip);
-    change(m_twin);
+    change(m_second);
   }
 
   void doSomething() {
@@ -225,28 +225,28 @@ private:
     both([&](ChipModel& chip) { loads ? chip.load(image) : chip.setReg(address, value); });
   }
 
-  // Half a second at most, of the twin in pieces.
+  // Half a second at most, of the second chip in pieces.
   void passTime() {
     const unsigned milliseconds = below(501);
     m_chip.advance(milliseconds / 1000.0);
     unsigned left = milliseconds;
     for (unsigned pieces = below(8); pieces > 0 && left > 0; pieces--) {
       const unsigned piece = below(left + 1);
-      m_twin.advance(piece / 1000.0);
+      m_second.advance(piece / 1000.0);
       left -= piece;
     }
-    m_twin.advance(left / 1000.0);
+    m_second.advance(left / 1000.0);
   }
 
-  void expectTwin() const {
+  void expectSecondIsTheSame() const {
     unsigned address = 0;
     while (address <= data_sheet::LAST_REGISTER &&
-           reg(address) == m_twin.reg(static_cast<std::uint8_t>(address))) {
+           reg(address) == m_second.reg(static_cast<std::uint8_t>(address))) {
       address++;
     }
-    EXPECT_GT(address, data_sheet::LAST_REGISTER) << "the twin's register is another";
+    EXPECT_GT(address, data_sheet::LAST_REGISTER) << "the second chip's register differs";
     for (unsigned port = 0; port < ChipModel::PORTS; port++) {
-      EXPECT_EQ(m_chip.phase(port), m_twin.phase(port)) << "port " << port;
+      EXPECT_EQ(m_chip.phase(port), m_second.phase(port)) << "port " << port;
     }
   }
 
@@ -288,7 +288,7 @@ private:
 
   FuzzedDataProvider& m_data;
   ChipModel m_chip;
-  ChipModel m_twin;
+  ChipModel m_second;
   BusFaults m_bus;
   CounterWatch m_watch;
   bool m_isForced = false;

@@ -1,7 +1,7 @@
 // The commands of every object that the service registers with the console: any words, any size of the
 // reply's buffer, a healthy, a failing and a missing chip.
 //
-// Nothing is written behind the buffer, the rest of it is NUL, a reply that does not fit is the start of the
+// Nothing is written beyond the buffer, the rest of it is NUL, a reply that does not fit is the start of the
 // whole one, and the register commands reach the register that they name.
 #include "components/PoeDriver/pd69104_engine.h"
 #include "platform/host/console/debug_registry.h"
@@ -23,7 +23,7 @@ namespace {
 using Words = std::vector<std::string>;
 
 constexpr std::uint32_t WHOLE = 8192; // the buffer of the service
-constexpr std::size_t GUARD = 64;     // bytes behind the buffer
+constexpr std::size_t GUARD = 64;     // bytes beyond the buffer
 constexpr unsigned MOST_COMMANDS = 32;
 const char* const KNOWN[] = {"help", "info", "device", "channel", "poeport", "writeReg", "readReg"};
 const char* const NUMBERS[] = {
@@ -148,7 +148,7 @@ private:
     EXPECT_EQ(help.str(), "PD69104Engine\n");
   }
 
-  // The reply up to its first NUL, behind which there is nothing else.
+  // The reply up to its first NUL, after which there is nothing else.
   static std::string reply(Zorvan::Cdebugable& object, const Words& words, std::uint32_t outLen) {
     std::vector<const char*> argv;
     for (const std::string& word : words) {
@@ -160,7 +160,7 @@ private:
     const bool isKnown =
         !words.empty() && std::find(std::begin(KNOWN), std::end(KNOWN), words[0]) != std::end(KNOWN);
     EXPECT_EQ(result, isKnown ? 1U : 0U);
-    EXPECT_EQ(out.substr(outLen), std::string(GUARD, '#')) << "written behind the buffer";
+    EXPECT_EQ(out.substr(outLen), std::string(GUARD, '#')) << "written beyond the buffer";
     out.resize(outLen);
     const std::size_t length = std::min(out.find('\0'), out.size());
     EXPECT_EQ(out.find_first_not_of('\0', length), std::string::npos) << "not filled up with NUL";

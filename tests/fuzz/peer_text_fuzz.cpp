@@ -9,7 +9,7 @@
 
 namespace {
 
-// What is behind the label, up to the end of its line.
+// What follows the label, up to the end of its line.
 void expectBankLimit(const std::string& text) {
   const std::string label = "power_limit (this bank) = ";
   try {

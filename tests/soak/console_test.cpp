@@ -12,7 +12,7 @@ namespace {
 
 constexpr char PROMPT[] = "> ";
 
-// Each one is served in its turn, and told why when it has to leave for the sixteenth behind it.
+// Each one is served in its turn, and gets the reason when it has to leave for the sixteenth after it.
 void expectServedInTurn(const std::deque<ConsoleConnection>& crowd) {
   for (std::size_t at = 0; at < crowd.size(); at++) {
     EXPECT_EQ(crowd[at].receive(2), PROMPT);
@@ -44,7 +44,7 @@ TEST_F(ConsoleCrowd, OfTwoHundredIsServedInTurnAndLeavesNothingBehind) {
   measured("crowds", std::to_string(crowds));
   expectPace();
   expectUnharmed();
-  EXPECT_EQ(outputBehindStart(), "");
+  EXPECT_EQ(outputAfterStart(), "");
 }
 
 using ConsoleFlood = StressTest;
@@ -107,7 +107,7 @@ TEST_F(ConsoleFlood, FromTwelveClientsIsAnsweredWhileTheCycleGoesOn) {
   EXPECT_GT(answers, 100U);
   expectPace();
   expectUnharmed();
-  EXPECT_EQ(outputBehindStart(), "");
+  EXPECT_EQ(outputAfterStart(), "");
 }
 
 } // namespace

@@ -73,13 +73,13 @@ TEST_F(ConfigurationFlood, OfUnknownIdsIsReportedLineByLine) {
   }
   EXPECT_TRUE(service->waitForOutput("Unkown msgid " + std::to_string(count) + " received\n"));
   expectUnharmed();
-  const std::string log = outputBehindStart();
+  const std::string log = outputAfterStart();
   EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), count);
 }
 
 using StoppedReader = StressTest;
 
-TEST_F(StoppedReader, CostsMessagesAndASecondOfEachCycleAndHasNewsAtOnceWhenItReadsAgain) {
+TEST_F(StoppedReader, CostsMessagesAndASecondOfEachCycleAndGetsAFreshStatusAtOnceWhenItReadsAgain) {
   startPowered();
   const std::chrono::seconds pause = shortOrLong(std::chrono::seconds(4), std::chrono::seconds(30));
   const auto begin = Clock::now();
@@ -95,7 +95,7 @@ TEST_F(StoppedReader, CostsMessagesAndASecondOfEachCycleAndHasNewsAtOnceWhenItRe
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
   EXPECT_GT(answers, pause.count()); // the console is free while the cycle waits
-  const std::string log = outputBehindStart();
+  const std::string log = outputAfterStart();
   const std::string report = "msgsnd failure: Connection timed out\n";
   unsigned reports = 0;
   for (std::size_t at = log.find(report); at != std::string::npos; at = log.find(report, at + 1)) {

@@ -35,7 +35,7 @@ TEST_F(StoppedService, GoesOnWithItsCycleAndThePortsHaveKeptTheirPower) {
       EXPECT_TRUE(service->waitForOutput(client + name + " fed again after 6"));
     }
   } else {
-    EXPECT_EQ(outputBehindStart(), "");
+    EXPECT_EQ(outputAfterStart(), "");
   }
   expectUnharmed();
 }

@@ -1,5 +1,5 @@
 // The time of day set while the service runs.
-#include "tests/target/time_of_day.h"
+#include "tests/target/support/time_of_day.h"
 
 #include <chrono>
 #include <thread>

@@ -1,7 +1,7 @@
 // The dates at which 32 bits no longer hold the seconds since 1970: 2038-01-19 03:14:07 UTC for signed
 // numbers, 2106-02-07 06:28:15 UTC for unsigned ones.
-#include "tests/target/tap_listener.h"
-#include "tests/target/time_of_day.h"
+#include "tests/target/support/tap_listener.h"
+#include "tests/target/support/time_of_day.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ protected:
     expectCycles(5);
     const double share = (processorTime() - before) / 6; // expectCycles takes a message more
     EXPECT_LT(share, 0.2);
-    measured("processor time of the service behind " + std::string(GetParam().iso),
+    measured("processor time of the service after " + std::string(GetParam().iso),
              std::to_string(share * 100) + " %");
   }
 

@@ -1,5 +1,5 @@
 // The service's end and restart.
-#include "tests/target/target_fixture.h"
+#include "tests/target/support/target_fixture.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,7 +1,7 @@
 // The service over a minute, and what a cycle costs.
-#include "tests/target/system_calls.h"
-#include "tests/target/tap_listener.h"
-#include "tests/target/target_fixture.h"
+#include "tests/target/support/system_calls.h"
+#include "tests/target/support/tap_listener.h"
+#include "tests/target/support/target_fixture.h"
 
 #include <algorithm>
 #include <filesystem>

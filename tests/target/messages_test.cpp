@@ -1,5 +1,5 @@
 // Both messages through the real queues, and what a configuration does to the chip.
-#include "tests/target/target_fixture.h"
+#include "tests/target/support/target_fixture.h"
 
 #include <cstring>
 #include <fstream>
@@ -36,23 +36,6 @@ TEST_F(Configuration, OfAFirstMessageIsWrittenToEveryRegister) {
   EXPECT_EQ(log.take(), START_LOG);
 }
 
-TEST_F(Configuration, IsAppliedOnlyWhereItHasChanged) {
-  startService();
-  configureScene();
-  chip->write({{0x81, 0x3F}, {0x82, 0x3F}, {0x84, 0x3F}, {0x89, 0x3F}, {0x8B, 0x7F}});
-  const Registers before = chip->readAll();
-  send(sceneConfigMessage());
-  nextWholeStatus();
-  EXPECT_EQ(differences(chip->readAll(), before), "");
-
-  send(sceneConfigMessageWithPort1At20Watts());
-  nextWholeStatus();
-  Registers expected = before;
-  expected[0x82] = 20;
-  EXPECT_EQ(differences(chip->readAll(), expected), "");
-  EXPECT_EQ(log.take(), START_LOG);
-}
-
 TEST_F(Configuration, IsWrittenAgainToAChipThatWasPowerCycled) {
   startService();
   send(sceneConfigMessage());
@@ -64,18 +47,6 @@ TEST_F(Configuration, IsWrittenAgainToAChipThatWasPowerCycled) {
   EXPECT_EQ(log.takeUntil(recovery, PATIENCE), recovery);
   EXPECT_EQ(nextWholeStatus().mainOperStatus, 1U);
   EXPECT_EQ(differences(chip->readAll(), configuredRegisters()), "");
-}
-
-TEST_F(Configuration, OfAnUnknownIdIsReportedAndDropped) {
-  startService();
-  std::vector<std::uint8_t> message = sceneConfigMessage();
-  const std::uint32_t id = 0x01020304;
-  std::memcpy(message.data(), &id, sizeof id);
-  const Registers before = chip->readAll();
-  send(message);
-  nextWholeStatus();
-  EXPECT_EQ(differences(chip->readAll(), before), "");
-  EXPECT_EQ(log.take(), START_LOG + "<3> [ERROR] main:138 (main) - Unkown msgid 16909060 received\n");
 }
 
 TEST_F(Configuration, FromAFileOfPoectlIsAppliedToTheChip) {
@@ -99,17 +70,6 @@ TEST_F(Status, StandsInTheMessageByteForByte) {
   nextWholeStatus();
   const std::vector<char> bytes = status->nextBytes();
   EXPECT_EQ(wordsOf({bytes.begin(), bytes.end()}), wordsOf(sceneStatusMessage()));
-  EXPECT_EQ(log.take(), START_LOG);
-}
-
-TEST_F(Status, TellsOfThermalShutdown) {
-  startService();
-  configureScene();
-  chip->write(0x42, 0x80);
-  const PoeStatus now = nextWholeStatus();
-  EXPECT_EQ(now.thermalShutdown, 1U);
-  EXPECT_EQ(now.port[0].operStatus, 6U);
-  EXPECT_EQ(now.port[2].operStatus, 1U);
   EXPECT_EQ(log.take(), START_LOG);
 }
 

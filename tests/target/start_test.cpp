@@ -1,6 +1,6 @@
 // The service's start.
-#include "tests/target/tap_listener.h"
-#include "tests/target/target_fixture.h"
+#include "tests/target/support/tap_listener.h"
+#include "tests/target/support/target_fixture.h"
 
 namespace {
 
@@ -22,15 +22,6 @@ TEST_F(Start, LeadsToAStatusMessageWithinTwoSeconds) {
   EXPECT_EQ(log.take(), START_LOG);
 }
 
-TEST_F(Start, CreatesTheQueueForTenMessagesOf2000Bytes) {
-  startService();
-  const ConfigSender sender;
-  EXPECT_EQ(sender.attributes().mq_maxmsg, 10);
-  EXPECT_EQ(sender.attributes().mq_msgsize, 2000);
-  EXPECT_EQ(sender.permissions(), 0644U);
-  EXPECT_EQ(log.take(), START_LOG);
-}
-
 TEST_F(Start, SwitchesThePortsOffAndClearsTheBanksAndNothingElse) {
   chip->fill(0x5A);
   startService();
@@ -45,7 +36,7 @@ TEST_F(Start, SwitchesThePortsOffAndClearsTheBanksAndNothingElse) {
   EXPECT_EQ(log.take(), START_LOG);
 }
 
-TEST_F(Start, BeforeThereIsAnAdapterTellsSoInEveryMessageAndAfterARestartTheChipRuns) {
+TEST_F(Start, BeforeThereIsAnAdapterSaysSoInEveryMessageAndAfterARestartTheChipRuns) {
   chip.reset();
   removeAdapter();
   const std::string failedStart = "<6> [INFO] main:80 (main) - Card is ready\n"

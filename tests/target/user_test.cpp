@@ -1,5 +1,5 @@
 // The service as an ordinary user, at the real adapter, queues and log.
-#include "tests/target/target_fixture.h"
+#include "tests/target/support/target_fixture.h"
 
 #include <cerrno>
 #include <cstring>

@@ -16,34 +16,34 @@
 
 namespace {
 
-// Runs tests/faults/power/lives under the simulated card.
-class Lives {
+// Runs tests/faults/power/service_runs under the simulated card.
+class ServiceRuns {
 public:
-  explicit Lives(const std::string& folder) : m_folder(folder), m_pid(fork()) {
+  explicit ServiceRuns(const std::string& folder) : m_folder(folder), m_pid(fork()) {
     if (m_pid == 0) {
       become();
     }
   }
-  Lives(const Lives&) = delete;
-  Lives& operator=(const Lives&) = delete;
-  ~Lives() {
+  ServiceRuns(const ServiceRuns&) = delete;
+  ServiceRuns& operator=(const ServiceRuns&) = delete;
+  ~ServiceRuns() {
     kill(m_pid, SIGTERM); // ends the shell, and the card what it has left
     waitpid(m_pid, nullptr, 0);
   }
 
-  bool hasStarted(unsigned life) const { return std::filesystem::exists(started(life)); }
-  bool hasEnded(unsigned life) const { return std::filesystem::exists(shown(life)); }
+  bool hasStarted(unsigned run) const { return std::filesystem::exists(started(run)); }
+  bool hasEnded(unsigned run) const { return std::filesystem::exists(shown(run)); }
 
-  void signal(unsigned life, int number) const {
+  void signal(unsigned run, int number) const {
     pid_t pid = 0;
-    std::ifstream(started(life)) >> pid;
+    std::ifstream(started(run)) >> pid;
     ASSERT_GT(pid, 0);
     kill(pid, number);
   }
 
-  // The phases of ports 0 to 3 when the life had ended, each with a blank behind it.
-  std::string phases(unsigned life) const {
-    std::ifstream file(shown(life));
+  // The phases of ports 0 to 3 when the run had ended, each followed by a blank.
+  std::string phases(unsigned run) const {
+    std::ifstream file(shown(run));
     std::string text;
     for (std::string line; std::getline(file, line);) {
       std::smatch match;
@@ -55,14 +55,14 @@ public:
   }
 
 private:
-  std::string started(unsigned life) const { return m_folder + "/" + std::to_string(life); }
-  std::string shown(unsigned life) const { return started(life) + ".card"; }
+  std::string started(unsigned run) const { return m_folder + "/" + std::to_string(run); }
+  std::string shown(unsigned run) const { return started(run) + ".card"; }
 
   [[noreturn]] void become() const {
     if (chdir(m_folder.c_str()) == 0) {
       execl(POE_CARD, POE_CARD, "--control", "card", "--log", "log", "--plug", "0 class=4 watts=22", "--plug",
-            "1 class=2 watts=6", "--plug", "2 class=2 watts=6", "--plug", "3 class=1 watts=3", "--", LIVES,
-            POE_SERVICE, POECTL, KILL_BEFORE_TRANSFER, nullptr);
+            "1 class=2 watts=6", "--plug", "2 class=2 watts=6", "--plug", "3 class=1 watts=3", "--",
+            SERVICE_RUNS, POE_SERVICE, POECTL, KILL_BEFORE_TRANSFER, nullptr);
     }
     _exit(126);
   }
@@ -91,23 +91,23 @@ protected:
 
   TemporaryDirectory m_folder;
   MainProcessQueue m_status;
-  Lives m_lives{m_folder.path()};
+  ServiceRuns m_runs{m_folder.path()};
 };
 
 constexpr const char* ALL_THREE = "delivering delivering delivering off ";
 
 TEST_P(KilledService, LeavesThePowerToThePortsUntilTheWriteThatTakesIt) {
   ASSERT_NO_FATAL_FAILURE(configureUntil(deliverAllThree));
-  m_lives.signal(1, GetParam());
-  // Five lives are killed by themselves; the one after them needs a configuration for that.
-  ASSERT_TRUE(waitUntil([&] { return m_lives.hasStarted(6); }));
-  EXPECT_EQ(m_lives.phases(1), ALL_THREE);
-  EXPECT_EQ(m_lives.phases(2), ALL_THREE) << "killed before transfer 5";
-  EXPECT_EQ(m_lives.phases(3), "off delivering delivering off ") << "killed before transfer 6";
-  EXPECT_EQ(m_lives.phases(4), "off off delivering off ") << "killed before transfer 8";
-  EXPECT_EQ(m_lives.phases(5), "off off off off ") << "killed before transfer 10";
-  ASSERT_NO_FATAL_FAILURE(configureUntil([&](const PoeStatus&) { return m_lives.hasEnded(6); }));
-  EXPECT_EQ(m_lives.phases(6), "delivering delivering off off ") << "killed in the configuration of port 1";
+  m_runs.signal(1, GetParam());
+  // Five runs are killed by themselves; the one after them needs a configuration for that.
+  ASSERT_TRUE(waitUntil([&] { return m_runs.hasStarted(6); }));
+  EXPECT_EQ(m_runs.phases(1), ALL_THREE);
+  EXPECT_EQ(m_runs.phases(2), ALL_THREE) << "killed before transfer 5";
+  EXPECT_EQ(m_runs.phases(3), "off delivering delivering off ") << "killed before transfer 6";
+  EXPECT_EQ(m_runs.phases(4), "off off delivering off ") << "killed before transfer 8";
+  EXPECT_EQ(m_runs.phases(5), "off off off off ") << "killed before transfer 10";
+  ASSERT_NO_FATAL_FAILURE(configureUntil([&](const PoeStatus&) { return m_runs.hasEnded(6); }));
+  EXPECT_EQ(m_runs.phases(6), "delivering delivering off off ") << "killed in the configuration of port 1";
   ASSERT_NO_FATAL_FAILURE(configureUntil(deliverAllThree));
 }
 

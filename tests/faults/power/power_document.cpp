@@ -38,7 +38,7 @@ Place placeOf(const std::string& document, const std::string& file) {
     throw std::runtime_error(file + " has no place for the table; accepted is a document with the line " +
                              BEGIN);
   }
-  const std::size_t table = begin + std::string(BEGIN).size() + 1; // behind its line
+  const std::size_t table = begin + std::string(BEGIN).size() + 1; // after its line
   return {table, end - table};
 }
 

@@ -7,7 +7,7 @@ namespace {
 using std::chrono::seconds;
 using Steps = PowerScene::Steps;
 
-constexpr unsigned WINDOW = 10; // cycles, or seconds without a service, that are looked at behind an event
+constexpr unsigned WINDOW = 10; // cycles, or seconds without a service, that are looked at after an event
 constexpr seconds RESTART_PAUSE{1};
 
 Steps pauses(unsigned cycles) {
@@ -19,7 +19,7 @@ Steps operator+(Steps first, const Steps& second) {
   return first;
 }
 
-// The main process sends the configuration behind the first cycle; then the ports have time to get their
+// The main process sends the configuration after the first cycle; then the ports have time to get their
 // power.
 Steps configured(PowerScene& scene) {
   return Steps{[&scene] { scene.send(threePorts()); }} + pauses(4);
@@ -28,7 +28,7 @@ Steps configured(PowerScene& scene) {
 // ---- the service ends and starts ----
 
 unsigned endsInOrder(PowerScene& scene, unsigned /*transfer*/) {
-  scene.live(configured(scene) + Steps{[&] { scene.card.startWatch(); }});
+  scene.run(configured(scene) + Steps{[&] { scene.card.startWatch(); }});
   scene.card.pause(seconds(WINDOW));
   return 0;
 }
@@ -39,15 +39,15 @@ unsigned killedInACycle(PowerScene& scene, unsigned transfer) {
     scene.card.startWatch();
     scene.card.killServiceBefore(transfer);
   };
-  scene.live(configured(scene) + Steps{kill, [&] { transfers = scene.card.transfers(); }});
+  scene.run(configured(scene) + Steps{kill, [&] { transfers = scene.card.transfers(); }});
   scene.card.pause(seconds(WINDOW));
   return transfers;
 }
 
 void restart(PowerScene& scene) {
-  scene.card.letServiceLive();
+  scene.card.letServiceRun();
   scene.card.pause(RESTART_PAUSE);
-  scene.live(configured(scene) + pauses(WINDOW));
+  scene.run(configured(scene) + pauses(WINDOW));
 }
 
 unsigned restartedAfterAKill(PowerScene& scene, unsigned transfer) {
@@ -58,31 +58,31 @@ unsigned restartedAfterAKill(PowerScene& scene, unsigned transfer) {
 }
 
 unsigned startedAndConfigured(PowerScene& scene, unsigned /*transfer*/) {
-  scene.live(configured(scene));
+  scene.run(configured(scene));
   scene.card.startWatch();
-  scene.live(configured(scene) + pauses(WINDOW));
+  scene.run(configured(scene) + pauses(WINDOW));
   return 0;
 }
 
 unsigned startedWithoutConfiguration(PowerScene& scene, unsigned /*transfer*/) {
-  scene.live(configured(scene));
+  scene.run(configured(scene));
   scene.card.startWatch();
-  scene.live(pauses(WINDOW));
+  scene.run(pauses(WINDOW));
   return 0;
 }
 
 unsigned killedInItsStart(PowerScene& scene, unsigned transfer) {
-  scene.live(configured(scene));
+  scene.run(configured(scene));
   scene.card.startWatch();
   scene.card.killServiceBefore(transfer);
   unsigned transfers = 0;
-  scene.live({[&] { transfers = scene.card.transfers(); }});
+  scene.run({[&] { transfers = scene.card.transfers(); }});
   restart(scene);
   return transfers;
 }
 
 unsigned killedInItsFirstConfiguration(PowerScene& scene, unsigned transfer) {
-  scene.live(configured(scene));
+  scene.run(configured(scene));
   unsigned transfers = 0;
   const auto sendAndKill = [&] {
     scene.card.startWatch();
@@ -90,7 +90,7 @@ unsigned killedInItsFirstConfiguration(PowerScene& scene, unsigned transfer) {
     scene.send(threePorts());
     transfers = scene.card.transfers();
   };
-  scene.live({sendAndKill});
+  scene.run({sendAndKill});
   restart(scene);
   return transfers;
 }
@@ -104,12 +104,12 @@ unsigned transferOfACycleFails(PowerScene& scene, unsigned transfer) {
     scene.card.failTransfer(transfer);
   };
   const auto count = [&] { transfers = scene.card.transfers(); };
-  scene.live(configured(scene) + Steps{fail, count} + pauses(WINDOW));
+  scene.run(configured(scene) + Steps{fail, count} + pauses(WINDOW));
   return transfers;
 }
 
 unsigned transferOfTheStartFails(PowerScene& scene, unsigned transfer) {
-  scene.live(configured(scene));
+  scene.run(configured(scene));
   scene.card.startWatch();
   scene.card.failTransfer(transfer);
   unsigned transfers = 0;
@@ -117,7 +117,7 @@ unsigned transferOfTheStartFails(PowerScene& scene, unsigned transfer) {
     transfers = scene.card.transfers();
     scene.send(threePorts());
   };
-  scene.live(Steps{countAndSend} + pauses(WINDOW));
+  scene.run(Steps{countAndSend} + pauses(WINDOW));
   return transfers;
 }
 
@@ -132,7 +132,7 @@ unsigned sendFailing(PowerScene& scene, const PoeConfig& config, unsigned transf
 unsigned transferOfTheFirstConfigurationFails(PowerScene& scene, unsigned transfer) {
   unsigned transfers = 0;
   const auto send = [&] { transfers = sendFailing(scene, threePorts(), transfer); };
-  scene.live(Steps{send} + pauses(WINDOW));
+  scene.run(Steps{send} + pauses(WINDOW));
   return transfers;
 }
 
@@ -141,7 +141,7 @@ unsigned transferOfAChangeFails(PowerScene& scene, unsigned transfer) {
   changed.port[1].powerLimit = 12000;
   unsigned transfers = 0;
   const auto send = [&] { transfers = sendFailing(scene, changed, transfer); };
-  scene.live(configured(scene) + Steps{send} + pauses(WINDOW));
+  scene.run(configured(scene) + Steps{send} + pauses(WINDOW));
   return transfers;
 }
 
@@ -153,7 +153,7 @@ unsigned transferOfARecoveryFails(PowerScene& scene, unsigned transfer) {
     scene.card.change([](ChipModel& chip) { chip.powerCycle(); });
   };
   const auto count = [&] { transfers = scene.card.transfers(); };
-  scene.live(configured(scene) + Steps{powerCycle, count} + pauses(WINDOW));
+  scene.run(configured(scene) + Steps{powerCycle, count} + pauses(WINDOW));
   return transfers;
 }
 
@@ -165,7 +165,7 @@ unsigned transferOfAReportFails(PowerScene& scene, unsigned transfer) {
     scene.ask({"poeport", "1"});
     transfers = scene.card.transfers();
   };
-  scene.live(configured(scene) + Steps{ask} + pauses(WINDOW));
+  scene.run(configured(scene) + Steps{ask} + pauses(WINDOW));
   return transfers;
 }
 
@@ -179,7 +179,7 @@ std::function<unsigned(PowerScene&, unsigned)> forTenSeconds(const CardStep& beg
       begin(scene.card);
     };
     const auto last = [&] { end(scene.card); };
-    scene.live(configured(scene) + Steps{first} + pauses(9) + Steps{last} + pauses(WINDOW));
+    scene.run(configured(scene) + Steps{first} + pauses(9) + Steps{last} + pauses(WINDOW));
     return 0U;
   };
 }
@@ -219,7 +219,7 @@ configurationChanges(const std::function<void(PoeConfig& config)>& change) {
     PoeConfig config = threePorts();
     change(config);
     const auto send = [&] { sendFailing(scene, config, 0); };
-    scene.live(configured(scene) + Steps{send} + pauses(WINDOW));
+    scene.run(configured(scene) + Steps{send} + pauses(WINDOW));
     return 0U;
   };
 }

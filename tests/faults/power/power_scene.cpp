@@ -23,7 +23,7 @@ PowerScene::~PowerScene() {
   onSleep({});
 }
 
-void PowerScene::live(const Steps& steps) {
+void PowerScene::run(const Steps& steps) {
   m_cycle = 0;
   m_engine = std::make_unique<CPD69104Engine>();
   m_engine->start();

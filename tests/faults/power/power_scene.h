@@ -1,4 +1,4 @@
-// A card with devices, and the service on it, one life after the other. The worker runs on the calling
+// A card with devices, and the service on it, one run after the other. The worker runs on the calling
 // thread; the pauses between its cycles are stepped.
 //
 // Each port has a device; those of ports 0, 1 and 2 draw 34 W together. One scene at a time.
@@ -22,14 +22,14 @@ public:
   PowerScene(const PowerScene&) = delete;
   PowerScene& operator=(const PowerScene&) = delete;
 
-  // A life of the service: its start, and a cycle for each step, which is taken in the middle of the pause
-  // behind its cycle. It ends in order after the last pause, or where the card kills it.
-  void live(const Steps& steps);
+  // A run of the service: its start, and a cycle for each step, which is taken in the middle of the pause
+  // after its cycle. It ends in order after the last pause, or where the card kills it.
+  void run(const Steps& steps);
 
-  // The main process sends a configuration to the service that lives.
+  // The main process sends a configuration to the running service.
   void send(const PoeConfig& config);
 
-  // The console asks the service that lives.
+  // The console asks the running service.
   void ask(const std::vector<const char*>& command);
 
   SteppedCard card;

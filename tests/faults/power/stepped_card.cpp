@@ -52,7 +52,7 @@ void SteppedCard::startWatch() {
   m_lethal = 0;
 }
 
-void SteppedCard::letServiceLive() {
+void SteppedCard::letServiceRun() {
   m_isServiceKilled = false;
   m_lethal = 0;
 }

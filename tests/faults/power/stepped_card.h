@@ -52,7 +52,7 @@ public:
   void killServiceBefore(unsigned number) { m_lethal = number; }
   bool isServiceKilled() const { return m_isServiceKilled; }
   // Another one may use the bus.
-  void letServiceLive();
+  void letServiceRun();
 
 private:
   bool isMade();

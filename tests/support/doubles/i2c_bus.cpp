@@ -55,9 +55,6 @@ Transfer R(unsigned reg, unsigned value) {
 Transfer W(unsigned reg, unsigned value) {
   return {'W', reg, value, true};
 }
-Transfer failedR(unsigned reg) {
-  return {'R', reg, 0, false};
-}
 
 std::string registersOf(const Transfers& transfers) {
   std::ostringstream out;

@@ -51,7 +51,6 @@ using Transfers = std::vector<Transfer>;
 
 Transfer R(unsigned reg, unsigned value);
 Transfer W(unsigned reg, unsigned value);
-Transfer failedR(unsigned reg);
 
 // The registers of transfers, without their values.
 std::string registersOf(const Transfers& transfers);

@@ -2,6 +2,8 @@
 
 #include "tests/support/doubles/allocation.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -9,6 +11,7 @@
 namespace {
 
 std::mutex mutex;
+std::condition_variable added;
 LogLines captured;
 
 [[gnu::format(printf, 1, 0)]] std::string formatted(const char* format, va_list arguments) {
@@ -26,6 +29,7 @@ extern "C" [[gnu::format(printf, 2, 3)]] void __wrap_syslog(int priority, const 
   const std::lock_guard<std::mutex> lock(mutex);
   captured.push_back({priority, formatted(format, arguments)});
   va_end(arguments);
+  added.notify_all();
 }
 
 std::ostream& operator<<(std::ostream& out, const LogLine& line) {
@@ -33,7 +37,12 @@ std::ostream& operator<<(std::ostream& out, const LogLine& line) {
 }
 
 LogLines takeLog() {
-  const std::lock_guard<std::mutex> lock(mutex);
+  return awaitLog(0);
+}
+
+LogLines awaitLog(std::size_t count) {
+  std::unique_lock<std::mutex> lock(mutex);
+  added.wait_for(lock, std::chrono::seconds(10), [count] { return captured.size() >= count; });
   LogLines lines;
   lines.swap(captured);
   return lines;

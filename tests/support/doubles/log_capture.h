@@ -4,6 +4,7 @@
 // Safe to use from several threads.
 #pragma once
 
+#include <cstddef>
 #include <gtest/gtest.h>
 #include <ostream>
 #include <string>
@@ -22,6 +23,9 @@ using LogLines = std::vector<LogLine>;
 
 // All lines since the last call.
 LogLines takeLog();
+
+// The same, but waits first until there are `count` lines, for at most ten seconds.
+LogLines awaitLog(std::size_t count);
 
 // The two lines of a software error in components/PoeDriver/<source>.
 LogLines softwareError(const std::string& source, int line, const std::string& message);

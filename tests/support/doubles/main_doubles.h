@@ -24,7 +24,7 @@ public:
   MainDoubles(const MainDoubles&) = delete;
   MainDoubles& operator=(const MainDoubles&) = delete;
 
-  // The receives to come; behind the last, one fails with EINTR.
+  // The receives to come; after the last, one fails with EINTR.
   std::vector<Receive> receives;
   // errno of the calls of the inbound queue to come; 0: they succeed.
   int openError = 0;

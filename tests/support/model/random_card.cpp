@@ -159,7 +159,7 @@ void RandomCard::disturbBus() {
   m_failingTransfer = below(200);
 }
 
-void RandomCard::liveOneSecond() {
+void RandomCard::passOneSecond() {
   const std::lock_guard<std::mutex> lock(m_mutex);
   for (unsigned port = 0; port < 4; port++) {
     disturbPort(port);

@@ -2,7 +2,7 @@
 // chip loses its power, goes missing and reports faults, the bus fails in episodes. It counts the events by
 // itself, so that the service's counters can be checked against what has happened.
 //
-// The same seed gives the same life. Bus side and test side may be used from different threads.
+// The same seed gives the same events. Bus side and test side may be used from different threads.
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"
@@ -22,7 +22,7 @@ public:
   bool write(std::uint8_t reg, std::uint8_t value) override;
 
   // A second passes, with whatever happens in it; then a cycle of the service begins.
-  void liveOneSecond();
+  void passOneSecond();
 
   // Nothing fails any more: the bus is good, the chip is there, cool and without faults.
   void calmDown();

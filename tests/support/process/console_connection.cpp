@@ -164,7 +164,7 @@ std::string ConsoleConnection::receiveReply() const {
     const std::size_t before = bytes.size();
     bytes.append(chunk.data(), static_cast<std::size_t>(count));
     const std::size_t end = bytes.find(prompt, before == 0 ? 0 : before - 1);
-    // What comes behind the prompt stays for the next call.
+    // What comes after the prompt stays for the next call.
     const std::size_t taken = (end == std::string::npos ? bytes.size() : end + prompt.size()) - before;
     recv(m_socket.get(), chunk.data(), taken, 0);
     if (end != std::string::npos) {

@@ -9,7 +9,8 @@
 
 #include "platform/host/file_descriptor.h"
 
-// A TCP port that is kept from all other programs while it lives, though this program can still listen on it.
+// A TCP port that is kept from all other programs while it exists, though this program can still listen on
+// it.
 class ReservedPort {
 public:
   ReservedPort();

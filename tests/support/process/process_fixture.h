@@ -34,8 +34,8 @@ protected:
     status->next();
   }
 
-  // The output behind the start.
-  std::string outputBehindStart() const {
+  // The output after the start.
+  std::string outputAfterStart() const {
     const std::string output = service->output();
     EXPECT_EQ(output.substr(0, START.size()), START);
     return output.substr(std::min(START.size(), output.size()));

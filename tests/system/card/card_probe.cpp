@@ -214,7 +214,7 @@ const std::map<std::string, std::function<void(const Arguments&)>>& words() {
 }
 
 // WORD[:FIRST[:SECOND]]
-void obey(const std::string& argument) {
+void run(const std::string& argument) {
   const std::size_t colon = std::min(argument.find(':'), argument.size());
   const std::size_t next = std::min(argument.find(':', colon + 1), argument.size());
   const auto entry = words().find(argument.substr(0, colon));
@@ -234,7 +234,7 @@ void obey(const std::string& argument) {
 
 int main(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
-    obey(argv[i]);
+    run(argv[i]);
   }
   return EXIT_SUCCESS;
 }

@@ -83,7 +83,6 @@ public:
     char character = 0;
     return !receive(&character);
   }
-  void endSending() const { shutdown(m_fd, SHUT_WR); }
 
 private:
   bool receive(char* character) const {
@@ -125,38 +124,11 @@ TEST_F(PoeCardControl, RepliesToEachLineWithLinesAndAnEmptyOne) {
   EXPECT_EQ(client.ask("show").rfind("port 0: device=good class=2 watts=5 phase=off", 0), 0U);
 }
 
-TEST_F(PoeCardControl, RepliesInOrderToLinesThatComeTogetherOrInPieces) {
-  const Client client(path);
-  client.send("reg 0x20 1\nreg 0x20\nreg 0x2");
-  EXPECT_EQ(client.reply(), OK);
-  EXPECT_EQ(client.reply(), "0x20 0x01\n\n");
-  client.send("0 2\nreg 0x20\n");
-  EXPECT_EQ(client.reply(), OK);
-  EXPECT_EQ(client.reply(), "0x20 0x02\n\n");
-}
-
 TEST_F(PoeCardControl, ServesSeveralClientsOnOneCard) {
   const Client first(path);
   const Client second(path);
   EXPECT_EQ(second.ask("reg 0x20 7"), OK);
   EXPECT_EQ(first.ask("reg 0x20"), "0x20 0x07\n\n");
-}
-
-TEST_F(PoeCardControl, RepliesToAllThatAClientSaidBeforeItStoppedSending) {
-  const Client client(path);
-  client.send("reg 0x43\nreg 0x90\nreg 0x");
-  client.endSending();
-  EXPECT_EQ(client.reply(), "0x43 0x41\n\n");
-  EXPECT_EQ(client.reply(), "0x90 0x90\n\n");
-  EXPECT_TRUE(client.closed());
-}
-
-TEST_F(PoeCardControl, DoesNotObeyHalfALine) {
-  {
-    const Client client(path);
-    client.send("reg 0x20 7\nreg 0x20 8");
-  }
-  EXPECT_EQ(Client(path).ask("reg 0x20"), "0x20 0x07\n\n");
 }
 
 TEST_F(PoeCardControl, IsNotHeldUpByAClientThatNeverReads) {
@@ -184,26 +156,6 @@ TEST_F(PoeCardControl, SendsMoreThanASocketHoldsToAClientThatReadsLate) {
   for (int i = 0; i < 400; ++i) {
     ASSERT_EQ(client.reply().size(), 1 + 17 * 72U) << i;
   }
-}
-
-TEST_F(PoeCardControl, TakesALineOf4096Characters) {
-  const Client client(path);
-  EXPECT_EQ(client.ask("plug 0" + std::string(4090, ' ')), OK);
-  EXPECT_EQ(client.ask("reg 0x43"), "0x43 0x41\n\n");
-}
-
-TEST_F(PoeCardControl, RefusesALongerLineAndClosesTheConnection) {
-  const Client client(path);
-  client.send("plug 0" + std::string(4091, ' ') + "\n");
-  EXPECT_EQ(client.reply(), "error: the line is too long; accepted are 4096 characters\n\n");
-  EXPECT_TRUE(client.closed());
-  EXPECT_EQ(Client(path).ask("show").rfind("port 0: device=none", 0), 0U);
-}
-
-TEST_F(PoeCardControl, RefusesAMillionCharactersWithoutALine) {
-  const Client client(path);
-  EXPECT_FALSE(client.send(std::string(1'000'000, 'x')));
-  EXPECT_EQ(Client(path).ask("reg 0x43"), "0x43 0x41\n\n");
 }
 
 TEST_F(PoeCardControl, TurnsClientsAwayWhenThereAreTooMany) {

@@ -66,11 +66,6 @@ TEST_F(PoeCardFiles, RecordHasEachTransferOfTheChip) {
   EXPECT_EQ(read("record"), "R 0x43 0x41\nW 0x12 0x5A\nR 0xCF failed unknown\nR 0x12 0x5A\n");
 }
 
-TEST_F(PoeCardFiles, RecordOfAnAbsentChipIsOfFailures) {
-  runProbe({"--absent", "--record", path("record")}, {"read:0x43", "write:0x12:0x5A"});
-  EXPECT_EQ(read("record"), "R 0x43 failed\nW 0x12 0x5A failed\n");
-}
-
 TEST_F(PoeCardFiles, RecordOfACommandThatIsKilledIsWhole) {
   EXPECT_EQ(runProbe({"--record", path("record")}, {"read:0x43", "write:0x12:1", "die:9"}).status, 128 + 9);
   EXPECT_EQ(read("record"), "R 0x43 0x41\nW 0x12 0x01\n");
@@ -97,23 +92,11 @@ TEST_F(PoeCardFiles, RecordInAPipeIsRefused) {
   EXPECT_EQ(result.status, 2);
 }
 
-TEST_F(PoeCardFiles, RecordThatDoesNotTakeEveryTransferIsTold) {
+TEST_F(PoeCardFiles, RecordThatDoesNotTakeEveryTransferIsReported) {
   const CardResult result = runProbe({"--record", "/dev/full"}, {"read:0x43"});
   EXPECT_EQ(result.out, "ok\nok\n0x41\n");
   EXPECT_EQ(result.err, "poe_card: --record: /dev/full did not take all transfers\n");
   EXPECT_EQ(result.status, 1);
-}
-
-TEST_F(PoeCardFiles, RecordOfTwoSteppedRunsIsTheSame) {
-  for (const char* name : {"first", "second"}) {
-    runProbe(
-        {"--stepped", "--plug", "0 class=3 watts=9", "--command", "0.6 draw 0 12", "--command", "0.8 short 0",
-         "--record", path(name), "--record-times"},
-        {"write:0x12:0xFF", "write:0x14:0xFF", "await:0x92:9", "await:0x92:12", "await:0x92:0", "read:0x7B"});
-  }
-  EXPECT_NE(read("first").find("R 0x92 0x0C"), std::string::npos);
-  EXPECT_EQ(read("first").substr(read("first").size() - 12), "R 0x7B 0x01\n");
-  EXPECT_EQ(read("first"), read("second"));
 }
 
 TEST_F(PoeCardFiles, RegisterImageIsLoadedByACommand) {

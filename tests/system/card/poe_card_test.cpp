@@ -20,13 +20,6 @@ TEST(PoeCardBus, ReadsAndWritesRegistersOfTheChipAtAddress20) {
   EXPECT_EQ(result.status, 0);
 }
 
-TEST(PoeCardBus, AnswersRegister0xCEAndNoneAboveIt) {
-  const CardResult result =
-      runProbe({}, {"open", "bind:0x20", "read:0xCE", "read:0xCF", "write:0xCF:1", "write:0xFF:1"});
-  EXPECT_EQ(result.out, "ok\nok\n0x00\nNo such device or address\nNo such device or address\n"
-                        "No such device or address\n");
-}
-
 TEST(PoeCardBus, HasNothingAtAnotherAddress) {
   const CardResult result = runProbe({}, {"open", "bind:0x21", "read:0x43", "write:0x12:1"});
   EXPECT_EQ(result.out, "ok\nok\nNo such device or address\nNo such device or address\n");
@@ -73,13 +66,6 @@ TEST(PoeCardBus, GivesEachPluggedPortItsOwnSignature) {
                                      {"open", "bind:0x20", "write:0x12:0xFF", "write:0x14:0xFF",
                                       "await:0x0F:5", "read:0x0C", "read:0x0D", "read:0x0E"});
   EXPECT_EQ(result.out, "ok\nok\nok\nok\n0x05\n0x01\n0x02\n0x03\n");
-}
-
-TEST(PoeCardBus, SignatureNoneIsAnOpenPortAndGoodIsClassZero) {
-  const CardResult result =
-      runProbe({"--plug", "0 signature=none", "--plug", "1 signature=good"},
-               {"open", "bind:0x20", "write:0x12:0xFF", "write:0x14:0xFF", "await:0x0D:0x64", "read:0x0C"});
-  EXPECT_EQ(result.out, "ok\nok\nok\nok\n0x64\n0x06\n");
 }
 
 TEST(PoeCardBus, WithoutAnAdapterThereIsNoDevice) {

@@ -69,7 +69,7 @@ TEST_F(OrdinaryUser, WithoutAnyCapabilityPowersADeviceAndServesTheConsole) {
   ConfigSender().send(onePort());
   EXPECT_TRUE(waitForPort0(3));
   EXPECT_NE(askConsole("PD69104Engine info").find("m_HwOperationMode       : NORMAL"), std::string::npos);
-  EXPECT_EQ(outputBehindStart(), "");
+  EXPECT_EQ(outputAfterStart(), "");
 }
 
 TEST_F(OrdinaryUser, WithoutRightsToTheAdapterReportsAChipThatIsUnreachable) {

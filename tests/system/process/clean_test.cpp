@@ -137,11 +137,13 @@ TEST_F(PoectlClean, LeavesAQueueWhoseOwnerHasAProcessThatCannotBeLookedInto) {
   char byte = 0;
   EXPECT_EQ(read(ready[0], &byte, 1), 1);
   const CommandResult result = run("setpriv --reuid 4712 --clear-groups " + std::string(POECTL) + " clean");
-  EXPECT_EQ(result.output,
-            "left queue /queueToMain: it cannot be known whether somebody serves it: process " +
-                std::to_string(hidden) +
-                " (poe_process_tes) may serve it, and only root can look into that process; run "
-                "this as root, or 'poectl clean --force' removes it and cuts off whoever serves it\n");
+  const std::string line =
+      "left queue /queueToMain: it cannot be known whether somebody serves it: process " +
+      std::to_string(hidden) +
+      " (poe_process_tes) may serve it, and only root can look into that process; run "
+      "this as root, or 'poectl clean --force' removes it and cuts off whoever serves it\n";
+  // A build for coverage adds that this user cannot write its figures.
+  EXPECT_EQ(result.output.substr(0, line.size()), line);
   EXPECT_EQ(result.status, 1);
   kill(hidden, SIGKILL);
   waitpid(hidden, nullptr, 0);

@@ -2,13 +2,14 @@
 #include "tests/support/process/command.h"
 #include "tests/support/process/hostile_peer.h"
 #include "tests/support/process/listeners.h"
+#include "tests/support/process/patience.h"
 #include "tests/support/process/process_fixture.h"
 #include "tests/support/process/temporary_directory.h"
-#include "tests/system/process/pseudo_terminal.h"
-#include "tests/system/process/pty_terminal.h"
+#include "tests/system/process/tmux_terminal.h"
 
 #include <chrono>
 #include <csignal>
+#include <optional>
 #include <sys/stat.h>
 
 namespace {
@@ -16,100 +17,93 @@ namespace {
 class PoectlShell : public ServiceTest {
 protected:
   void SetUp() override {
-    if (const std::string refusal = pseudoTerminalRefusal(); !refusal.empty()) {
+    if (const std::string refusal = TmuxTerminal::refusal(); !refusal.empty()) {
       GTEST_SKIP() << refusal;
     }
-    ServiceTest::SetUp();
   }
+
+  // A new terminal with the console at its prompt, with its history below the folder.
+  void open() {
+    terminal.emplace("XDG_STATE_HOME=" + folder.path().string() + " " + POECTL + " console");
+    ASSERT_TRUE(terminal->shows("poe>"));
+  }
+
+  void expectEnd() {
+    EXPECT_TRUE(terminal->shows("status 0"));
+    EXPECT_TRUE(terminal->shows("settings kept"));
+  }
+
+  const TemporaryDirectory folder;
+  std::optional<TmuxTerminal> terminal;
 };
 
 TEST_F(PoectlShell, CompletesWordsOnATerminalAndKeepsAHistory) {
   startService();
-  std::string folder = ::testing::TempDir() + "poectl_XXXXXX";
-  ASSERT_NE(mkdtemp(folder.data()), nullptr);
-  {
-    Terminal terminal(folder);
-    ASSERT_TRUE(terminal.shows("poe> "));
-    terminal.type("PD6\t"); // the object
-    ASSERT_TRUE(terminal.shows("9104Engine "));
-    terminal.type("chan\t"); // its command
-    ASSERT_TRUE(terminal.shows("nel "));
-    terminal.type("2\n");
-    EXPECT_TRUE(terminal.shows("  det_status              = UNKNOWN\r\n"));
-    EXPECT_TRUE(terminal.shows("poe> "));
-    terminal.type("quit\n");
-    EXPECT_FALSE(terminal.shows("never shown"));
-  }
-  {
-    Terminal terminal(folder);
-    ASSERT_TRUE(terminal.shows("poe> "));
-    terminal.type("\x10"); // the line before, from the last time
-    EXPECT_TRUE(terminal.shows("PD69104Engine channel 2"));
-    terminal.type("\x15\x04"); // clear the line, end of input
-    EXPECT_FALSE(terminal.shows("never shown"));
-  }
-  EXPECT_EQ(run("rm -r " + folder).status, 0);
+  open();
+  terminal->press("PD6 Tab"); // the object
+  ASSERT_TRUE(terminal->shows("poe> PD69104Engine"));
+  terminal->press("chan Tab"); // its command
+  ASSERT_TRUE(terminal->shows("poe> PD69104Engine channel"));
+  terminal->press("2 Enter");
+  EXPECT_TRUE(terminal->shows("  det_status              = UNKNOWN"));
+  terminal->press("quit Enter");
+  expectEnd();
+  open();
+  terminal->press("C-p"); // the line before, from the last time
+  EXPECT_TRUE(terminal->shows("poe> PD69104Engine channel 2"));
+  terminal->press("C-u C-d"); // clear the line, end of input
+  expectEnd();
 }
 
 TEST_F(PoectlShell, TakesTheLineBackAtCtrlCAndGoesOn) {
   startService();
-  const TemporaryDirectory folder;
-  Terminal terminal(folder.path());
-  ASSERT_TRUE(terminal.shows("poe> "));
-  terminal.type("nobody");
-  ASSERT_TRUE(terminal.shows("nobody"));
-  terminal.type("\x03");
-  terminal.type("channel 2\n");
-  EXPECT_TRUE(terminal.shows("  det_status              = UNKNOWN\r\n")) << "the line was taken back";
-  terminal.type("quit\n");
-  EXPECT_EQ(terminal.waitForEnd(), 0);
+  open();
+  terminal->press("nobody C-c");
+  terminal->press("'channel 2' Enter");
+  EXPECT_TRUE(terminal->shows("  det_status              = UNKNOWN")) << "the line was taken back";
+  terminal->press("quit Enter");
+  expectEnd();
 }
 
 TEST_F(PoectlShell, GivesUpACommandAtCtrlCAndGoesOn) {
   const HostilePeer console(listenOnPort(CONSOLE_PORT), HostilePeer::drip);
-  const TemporaryDirectory folder;
-  Terminal terminal(folder.path());
-  ASSERT_TRUE(terminal.shows("poe> "));
-  terminal.type("info\n");
+  open();
+  terminal->press("info Enter");
   ASSERT_TRUE(waitUntil([&] { return console.connections() > 0; }));
-  terminal.type("\x03");
-  EXPECT_TRUE(terminal.shows("poectl: the console was not waited for: interrupted"));
-  EXPECT_TRUE(terminal.shows("poe> "));
-  terminal.type("quit\n");
-  EXPECT_EQ(terminal.waitForEnd(), 0);
+  terminal->press("C-c");
+  EXPECT_TRUE(terminal->shows("poectl: the console was not waited for: interrupted\npoe>"));
+  terminal->press("quit Enter");
+  expectEnd();
 }
 
 class PoectlShellSignal : public PoectlShell, public ::testing::WithParamInterface<int> {};
 
 TEST_P(PoectlShellSignal, EndsItWithinASecondWhateverTheConsoleDoes) {
   const HostilePeer console(listenOnPort(CONSOLE_PORT), HostilePeer::drip);
-  const TemporaryDirectory folder;
-  for (const char* const line : {"", "info\n"}) {
-    Terminal terminal(folder.path());
+  for (const bool asks : {false, true}) {
     const unsigned before = console.connections();
-    ASSERT_TRUE(terminal.shows("poe> "));
-    terminal.type(line);
-    ASSERT_TRUE(waitUntil([&] { return *line == 0 || console.connections() > before; }));
+    open();
+    if (asks) {
+      terminal->press("info Enter");
+      ASSERT_TRUE(waitUntil([&] { return console.connections() > before; }));
+    }
     const auto start = std::chrono::steady_clock::now();
-    kill(terminal.pid(), GetParam());
-    EXPECT_EQ(terminal.waitForEnd(), 0);
+    terminal->signal(GetParam());
+    expectEnd();
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
-    EXPECT_TRUE(terminal.echoes()) << "the terminal is given back";
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, PoectlShellSignal, ::testing::Values(SIGTERM, SIGQUIT, SIGHUP));
 
 TEST_F(PoectlShell, DoesNotWaitForAFifoAsItsHistory) {
-  const TemporaryDirectory folder;
-  const std::string file = folder.file("poectl/console_history");
   ASSERT_EQ(mkdir(folder.file("poectl").c_str(), 0700), 0);
-  ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
-  Terminal terminal(folder.path());
-  EXPECT_TRUE(terminal.shows("is no file of at most 1048576 bytes: no history is kept"));
-  ASSERT_TRUE(terminal.shows("poe> "));
-  terminal.type("quit\n");
-  EXPECT_EQ(terminal.waitForEnd(), 0);
+  ASSERT_EQ(mkfifo(folder.file("poectl/console_history").c_str(), 0600), 0);
+  open();
+  // The terminal breaks the line.
+  EXPECT_TRUE(terminal->shows("no history is kept"));
+  terminal->press("quit Enter");
+  expectEnd();
 }
 
 } // namespace

@@ -6,11 +6,11 @@
 #include "tests/support/process/temporary_directory.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
-#include "tests/system/process/pseudo_terminal.h"
 #include "tests/system/process/tmux_terminal.h"
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <optional>
@@ -23,7 +23,7 @@ const std::string UNICODE = "LC_ALL=C.UTF-8 ";
 class PoectlLiveView : public ServiceTest {
 protected:
   void SetUp() override {
-    if (const std::string refusal = pseudoTerminalRefusal(); !refusal.empty()) {
+    if (const std::string refusal = TmuxTerminal::refusal(); !refusal.empty()) {
       GTEST_SKIP() << refusal;
     }
   }
@@ -63,12 +63,6 @@ TEST_F(PoectlLiveView, OpensOnATerminalAndGivesItBackAtQ) {
   EXPECT_TRUE(terminal->shows("port 0: good, priority 1; device=good class=2 watts=6"));
   EXPECT_TRUE(terminal->shows(">0 DELIVERINGPOWER  2    6/15  ███████▏··········    0"));
   expectEnd("q");
-}
-
-TEST_F(PoectlLiveView, EndsWithCtrlC) {
-  startCard();
-  open();
-  expectEnd("C-c");
 }
 
 TEST_F(PoectlLiveView, LeavesNoQueueBehindWhenItsTerminalIsClosed) {
@@ -153,22 +147,6 @@ TEST_F(PoectlLiveView, WaitsForAServiceAndForACard) {
   startCard();
   EXPECT_TRUE(terminal->shows("0 DELIVERINGPOWER"));
   expectEnd("q");
-}
-
-TEST_F(PoectlLiveView, SaysAtTheEndOfItsTimeThatNothingCame) {
-  terminal.emplace(std::string(POECTL) + " watch --seconds 0.5");
-  EXPECT_TRUE(terminal->shows("settings kept"));
-  EXPECT_EQ(terminal->row(1), "poectl: no status message came on /queueToMain: is the service running?");
-  EXPECT_EQ(terminal->row(2), "status 1");
-}
-
-TEST_F(PoectlLiveView, IsRefusedBesideAnotherMainProcess) {
-  const MainProcessQueue other;
-  terminal.emplace(std::string(POECTL) + " watch");
-  EXPECT_TRUE(terminal->shows("settings kept"));
-  EXPECT_TRUE(terminal->shows("poectl: queue /queueToMain exists: process " + std::to_string(getpid())));
-  EXPECT_TRUE(terminal->shows("status 1"));
-  EXPECT_TRUE(queueExists("/queueToMain"));
 }
 
 TEST_F(PoectlLiveView, HasNoColoursWithNoColorSet) {
@@ -271,7 +249,7 @@ TEST_F(PoectlLiveView, EndsWithinASecondOnATerminalThatIsStopped) {
   std::this_thread::sleep_for(std::chrono::milliseconds(2500)); // the view fills what the terminal holds
   EXPECT_LE(messageNumber(), message + 1);
   const auto start = std::chrono::steady_clock::now();
-  ASSERT_EQ(run("kill -TERM $(pgrep -f '[p]oectl watch --example --control " + socket + "$')").status, 0);
+  terminal->signal(SIGTERM);
   EXPECT_TRUE(waitUntil([] { return !queueExists("/queueToMain"); }));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
   EXPECT_TRUE(terminal->shows("settings kept"));

@@ -55,7 +55,7 @@ using StartUp = ServiceTest;
 
 TEST_F(StartUp, WritesItsMilestonesInOrderAndAtOnceAlsoIntoAFile) {
   startService();
-  EXPECT_EQ(outputBehindStart(), "");
+  EXPECT_EQ(outputAfterStart(), "");
 }
 
 TEST_F(StartUp, CreatesTheInboundQueueForTenMessagesOf2000Bytes) {
@@ -130,81 +130,12 @@ TEST_F(StartUp, WithClosedStandardDescriptorsHasDevNullInTheirPlaces) {
   EXPECT_EQ(service->interrupt(), 0);
 }
 
-TEST_F(StartUp, WithoutAWatchdogClientReportsItStartsNothingAndEndsWith255) {
-  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "2"}}});
-  EXPECT_EQ(service->waitForEnd(), 255);
-  EXPECT_EQ(service->output(), "<3> SWERR ERROR DETECTED: components/PoeDriver/main 60 \n"
-                               "<3> Failed to create wdmon\n"
-                               "<6> [INFO] main:80 (main) - Card is ready\n");
-  EXPECT_FALSE(queueExists("/queueToPoe"));
-}
-
-TEST_F(StartUp, WithoutItsQueueReportsItStartsNothingAndEndsWith255) {
-  // The missing adapter shows that the engine is constructed all the same.
-  service = std::make_unique<ServiceProcess>(
-      ServiceOptions{{"--no-adapter"}, {{"POE_TEST_FAIL_MQ_OPEN", std::to_string(EACCES)}}});
-  EXPECT_EQ(service->waitForEnd(), 255);
-  EXPECT_EQ(service->output(),
-            "<2> [CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - Permission denied(13)\n"
-            "<3> SWERR ERROR DETECTED: components/PoeDriver/pd69104 294 \n"
-            "<3> Cannot open I2C driver /dev/i2c-0: No such file or directory\n");
-}
-
-TEST_F(StartUp, RemovesTheQueueThatItCouldNotOpen) {
-  const mqd_t queue = mq_open("/queueToPoe", O_CREAT | O_RDWR, 0600, nullptr);
-  ASSERT_NE(queue, -1);
-  mq_close(queue);
-  service = std::make_unique<ServiceProcess>(
-      ServiceOptions{{}, {{"POE_TEST_FAIL_MQ_OPEN", std::to_string(EMFILE)}}});
-  EXPECT_EQ(service->waitForEnd(), 255);
-  EXPECT_FALSE(queueExists("/queueToPoe"));
-}
-
-TEST_F(StartUp, WithoutATraceObjectWritesNoTaggedLine) {
-  status = std::make_unique<MainProcessQueue>();
-  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "1"}}});
-  status->next();
-  EXPECT_EQ(service->interrupt(), 0);
-  EXPECT_EQ(service->output(), START.substr(START.find('\n') + 1));
-}
-
-TEST_F(StartUp, WithoutADebugServerStartsTheEngineButLeavesOutTheLoop) {
-  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "3"}}});
-  EXPECT_EQ(service->waitForEnd(), 0);
-  const std::string output = service->output();
-  EXPECT_EQ(output.rfind("<6> [INFO] main:80 (main) - Card is ready\n"
-                         "Now starting pd69104\n"
-                         "...Cpd69104Engine::start\n",
-                         0),
-            0U);
-  EXPECT_FALSE(queueExists("/queueToPoe"));
-}
-
-TEST_F(StartUp, WithoutAnEngineEndsWithZero) {
-  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "5"}}});
-  EXPECT_EQ(service->waitForEnd(), 0);
-  EXPECT_EQ(service->output(), "<6> [INFO] main:80 (main) - Card is ready\n"
-                               "Now starting debugServer\n");
-}
-
-TEST_F(StartUp, WithoutADriverObjectReceivesButSendsNoStatus) {
-  status = std::make_unique<MainProcessQueue>();
-  service = std::make_unique<ServiceProcess>(ServiceOptions{{}, {{"POE_TEST_FAIL_NEW", "7"}}});
-  ASSERT_TRUE(service->waitForOutput("...in CPD69104Engine::run\n"));
-  ConfigSender().send(onePort());
-  const std::uint32_t unknown = 5;
-  ConfigSender().send(&unknown, sizeof unknown);
-  ASSERT_TRUE(service->waitForOutput("Unkown msgid 5 received\n"));
-  EXPECT_EQ(service->interrupt(), 0);
-  EXPECT_EQ(service->output().find("default configuration"), std::string::npos);
-}
-
 using End = ServiceTest;
 
 TEST_F(End, AnInterruptedReceiveEndsTheServiceInOrderWithStatusZero) {
   startService();
   EXPECT_EQ(service->interrupt(), 0);
-  EXPECT_TRUE(endsInterrupted(outputBehindStart())) << outputBehindStart();
+  EXPECT_TRUE(endsInterrupted(outputAfterStart())) << outputAfterStart();
   EXPECT_FALSE(queueExists("/queueToPoe"));
   EXPECT_TRUE(queueExists("/queueToMain"));
 }
@@ -229,7 +160,7 @@ TEST_F(End, AllowsAnotherStart) {
   service.reset();
   status.reset();
   startService();
-  EXPECT_EQ(outputBehindStart(), "");
+  EXPECT_EQ(outputAfterStart(), "");
 }
 
 } // namespace

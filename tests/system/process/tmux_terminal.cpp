@@ -3,7 +3,10 @@
 #include "tests/support/process/patience.h"
 #include "tests/system/process/command.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -21,6 +24,19 @@ std::string script(const std::string& command) {
 
 } // namespace
 
+std::string TmuxTerminal::refusal() {
+  const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  int terminal = -1;
+  if (master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0) {
+    const char* path = ptsname(master);
+    terminal = path == nullptr ? -1 : ::open(path, O_RDWR | O_NOCTTY | O_CLOEXEC);
+  }
+  const std::string reason = std::strerror(errno);
+  close(terminal);
+  close(master);
+  return terminal >= 0 ? "" : "no pseudo-terminals (" + reason + "): mount devpts at /dev/pts";
+}
+
 TmuxTerminal::TmuxTerminal(const std::string& command) : m_folder(::testing::TempDir() + "tmux_XXXXXX") {
   EXPECT_NE(mkdtemp(m_folder.data()), nullptr);
   const std::string file = m_folder + "/script";
@@ -37,6 +53,11 @@ TmuxTerminal::~TmuxTerminal() {
 
 void TmuxTerminal::press(const std::string& keys) {
   EXPECT_EQ(tmux("send-keys " + keys), "");
+}
+
+void TmuxTerminal::signal(int number) const {
+  const std::string shell = tmux("display-message -p '#{pane_pid}'");
+  EXPECT_EQ(run("pkill -" + std::to_string(number) + " -P " + shell.substr(0, shell.find('\n'))).status, 0);
 }
 
 void TmuxTerminal::resize(unsigned columns, unsigned rows) {

@@ -5,12 +5,18 @@
 
 class TmuxTerminal {
 public:
+  // Why no terminal can be had, as in a chroot without devpts; empty when one can.
+  static std::string refusal();
+
   // Runs a command line of the shell on a terminal of 80x24. When it ends, the terminal shows "status N" and,
   // if the terminal's settings are those from before, "settings kept".
   explicit TmuxTerminal(const std::string& command);
   TmuxTerminal(const TmuxTerminal&) = delete;
   TmuxTerminal& operator=(const TmuxTerminal&) = delete;
   ~TmuxTerminal(); // hangs up
+
+  // Sends the signal to the program.
+  void signal(int number) const;
 
   // Keys by tmux's names: "1 u", "C-c", "PPage".
   void press(const std::string& keys);

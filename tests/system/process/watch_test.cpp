@@ -12,7 +12,7 @@ const std::string TIME = "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\
 
 class PoectlWatch : public ServiceTest {
 protected:
-  // The card's time passes by transfers: those behind the switching on of port 0 are enough for its start, so
+  // The card's time passes by transfers: those after the switching on of port 0 are enough for its start, so
   // that no cycle sees it half way.
   void startConfigurable() {
     service =

@@ -31,7 +31,7 @@ protected:
 const std::string HEADING = "# port  admin  state            class     W  limit W  invalid  denied  overload "
                             " underload  short  classerr\n";
 
-TEST_F(Play, PrintsAResultForEachStepAndWhatItTells) {
+TEST_F(Play, PrintsAResultForEachStepAndItsReply) {
   const CommandResult result = play("# A comment\n"
                                     "apply four_ports.toml\n"
                                     "card reg 0x90\n"
@@ -85,7 +85,7 @@ TEST_F(Play, ShowsWhyAnExpectationFailedAndGoesOn) {
   EXPECT_EQ(result.status, 1);
 }
 
-TEST_F(Play, WaitsAsLongAsItIsTold) {
+TEST_F(Play, WaitsAsLongAsTheStepSays) {
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(play("wait 2.5").status, 0);
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2500));

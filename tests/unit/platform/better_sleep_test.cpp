@@ -21,7 +21,7 @@ double monotonicSeconds() {
 
 volatile std::sig_atomic_t g_alarms = 0;
 
-// Disturbs the calling thread every few milliseconds while it lives.
+// Disturbs the calling thread every few milliseconds while it exists.
 class Alarms {
 public:
   Alarms() {

@@ -241,7 +241,7 @@ TEST_F(ConsoleClientTest, IsAnsweredAsIfItHadNotNegotiated) {
   EXPECT_EQ(read(), "[one]\n> ");
 }
 
-TEST_F(ConsoleClientTest, ThatIsDismissedIsToldTheReasonAndNotServedAnyMore) {
+TEST_F(ConsoleClientTest, ThatIsDismissedGetsTheReasonAndIsNotServedAnyMore) {
   read();
   m_client.dismiss("No room\n");
   EXPECT_FALSE(m_client.isServed());

@@ -92,7 +92,7 @@ TEST(ConsoleCommand, HelpListsTheObjectsInTheOrderOfTheirConstruction) {
   EXPECT_EQ(run("help"), "B\nA\n");
 }
 
-TEST(ConsoleCommand, HelpAsksEachObjectForItsLineAndTellsItTheCommand) {
+TEST(ConsoleCommand, HelpAsksEachObjectForItsLineAndPassesTheCommandToIt) {
   const Echo echo("Echo");
   const Recorder recorder;
   EXPECT_EQ(run("help"), "Echo\n<help>\n");

@@ -198,21 +198,6 @@ TEST_F(DebugServerClients, TakesANewOneWhenAnotherHasVanished) {
   EXPECT_EQ(connected()->ask("Echo one"), "[one]\n");
 }
 
-TEST_F(DebugServerClients, TwoHundredConnectionsAtOnceAreAllServedInTurnAndLeaveNoDescriptorBehind) {
-  const std::size_t before = openDescriptors();
-  Connections clients(200);
-  for (auto& client : clients) {
-    client = std::make_unique<ConsoleConnection>(m_port.number());
-  }
-  for (std::size_t i = 0; i < clients.size(); ++i) {
-    EXPECT_EQ(clients[i]->receive(2), "> ");
-    EXPECT_EQ(i < 184 ? clients[i]->receiveToEnd() : CLOSED, CLOSED) << i;
-  }
-  clients.clear();
-  const auto witness = connected();
-  EXPECT_TRUE(descriptorsBecome(before + 2, *witness)) << openDescriptors() << " instead of " << before + 2;
-}
-
 TEST_F(DebugServerClients, ClosedOnesThatStayDoNotPileUp) {
   Gate entered;
   Gate leave;
@@ -253,15 +238,6 @@ TEST_F(DebugServerClients, OneThatDoesNotCloseAfterQuitIsClosedAfterTwoSeconds) 
   SteppedClock::advance(1);
   letARoundGoBy(*witness);
   EXPECT_EQ(openDescriptors(), before + 1);
-}
-
-TEST_F(DebugServerClients, OneThatNeverWritesMayStay) {
-  const SteppedClock clock(100000);
-  const auto witness = connected();
-  const auto silent = connected();
-  SteppedClock::advance(1000000000);
-  letARoundGoBy(*witness);
-  EXPECT_EQ(silent->ask("Echo one"), "[one]\n");
 }
 
 TEST_F(DebugServerClients, OneThatHasGoneWhileItsCommandsRunHarmsNothing) {
@@ -309,18 +285,6 @@ TEST_F(DebugServerClients, WantOfDescriptorsDoesNotMakeTheServerSpin) {
   EXPECT_EQ(waiting->receive(2), "> ");
 }
 
-TEST_F(DebugServerClients, AcceptsAgainASecondAfterWantOfDescriptors) {
-  std::unique_ptr<ConsoleConnection> waiting;
-  {
-    const FailingAccept noDescriptors(ENFILE);
-    waiting = std::make_unique<ConsoleConnection>(m_port.number());
-    while (FailingAccept::calls() == 0) {
-      std::this_thread::yield();
-    }
-  }
-  EXPECT_EQ(waiting->receive(2), "> ");
-}
-
 TEST_F(DebugServerWithHugeReplies, OneThatDoesNotReadHasItsNextCommandWaitWhileOthersAreServed) {
   const auto client = stalled("Huge\nHuge\n");
   const auto other = connected();
@@ -364,46 +328,4 @@ TEST_F(DebugServerWithHugeReplies, AReplyIsSentWholeBeforeTheConnectionIsClosedA
   const std::string reply = std::string(HUGE_REPLY, 'x') + "> ";
   EXPECT_TRUE(client->receiveToEnd() == reply);
   EXPECT_EQ(m_calls, 1);
-}
-
-TEST_F(DebugServerWithHugeReplies, OneThatDoesNotReadForAMinuteIsClosed) {
-  const SteppedClock clock(100000);
-  const auto other = connected();
-  const std::size_t before = openDescriptors();
-  const auto client = stalled("Huge\n");
-  letARoundGoBy(*other);
-  EXPECT_EQ(openDescriptors(), before + 2);
-  // The system may widen its buffers now and then, which is progress; but not for ever.
-  for (int i = 0; i < 20 && openDescriptors() != before + 1; ++i) {
-    SteppedClock::advance(60000);
-    letARoundGoBy(*other);
-  }
-  EXPECT_EQ(openDescriptors(), before + 1);
-}
-
-TEST_F(DebugServerWithHugeReplies, OneThatReadsSlowlyStays) {
-  const SteppedClock clock(100000);
-  const auto other = connected();
-  const auto client = stalled("Huge\n");
-  letARoundGoBy(*other);
-  constexpr std::size_t PART = HUGE_REPLY / 4;
-  std::string reply;
-  for (int i = 0; i < 3; ++i) {
-    SteppedClock::advance(59999);
-    const std::string part = client->receive(PART);
-    EXPECT_EQ(part.size(), PART);
-    reply += part;
-    letARoundGoBy(*other);
-  }
-  client->finish();
-  EXPECT_TRUE(reply + client->receiveToEnd() == std::string(HUGE_REPLY, 'x') + "> ");
-}
-
-TEST_F(DebugServerWithHugeReplies, OneThatVanishesInTheMiddleOfAReplyIsDropped) {
-  const auto other = connected();
-  const std::size_t before = openDescriptors();
-  auto client = stalled("Huge\n");
-  letARoundGoBy(*other);
-  client->close(true);
-  EXPECT_TRUE(descriptorsBecome(before, *other));
 }

@@ -15,9 +15,9 @@
 #include <sys/socket.h>
 #include <syslog.h>
 
-#include "captured_syslog.h"
 #include "gate.h"
 #include "system_calls.h"
+#include "tests/support/doubles/log_capture.h"
 #include "tests/support/doubles/talker.h"
 #include "tests/support/process/console_connection.h"
 
@@ -53,7 +53,7 @@ std::set<int> inheritedDescriptors() {
   return result;
 }
 
-// New threads of the process get a stack of this size while it lives.
+// New threads of the process get a stack of this size while it exists.
 class DefaultStackSize {
 public:
   explicit DefaultStackSize(std::size_t size) {
@@ -196,8 +196,8 @@ TEST_F(DebugServerLifecycle, ATakenPortIsReportedForEachAddressAndTheObjectStays
   m_port.occupy(AF_INET);
   m_port.occupy(AF_INET6);
   EXPECT_FALSE(m_server.start());
-  EXPECT_EQ(takeLog(), (Log{cannotListen("127.0.0.1", "Address already in use"),
-                            cannotListen("[::1]", "Address already in use")}));
+  EXPECT_EQ(takeLog(), (LogLines{cannotListen("127.0.0.1", "Address already in use"),
+                                 cannotListen("[::1]", "Address already in use")}));
   m_port.release(AF_INET);
   m_port.release(AF_INET6);
   EXPECT_TRUE(m_server.start());
@@ -207,14 +207,14 @@ TEST_F(DebugServerLifecycle, ATakenPortIsReportedForEachAddressAndTheObjectStays
 TEST_F(DebugServerLifecycle, TheAddressThatIsFreeIsServed) {
   m_port.occupy(AF_INET);
   EXPECT_TRUE(m_server.start());
-  EXPECT_EQ(takeLog(), (Log{cannotListen("127.0.0.1", "Address already in use")}));
+  EXPECT_EQ(takeLog(), (LogLines{cannotListen("127.0.0.1", "Address already in use")}));
   EXPECT_TRUE(isServed(AF_INET6));
 }
 
 TEST_F(DebugServerLifecycle, TheOtherAddressThatIsFreeIsServed) {
   m_port.occupy(AF_INET6);
   EXPECT_TRUE(m_server.start());
-  EXPECT_EQ(takeLog(), (Log{cannotListen("[::1]", "Address already in use")}));
+  EXPECT_EQ(takeLog(), (LogLines{cannotListen("[::1]", "Address already in use")}));
   EXPECT_TRUE(isServed(AF_INET));
 }
 
@@ -233,7 +233,7 @@ TEST_F(DebugServerLifecycle, AMachineWithoutAnIPv6AddressIsNoError) {
 TEST_F(DebugServerLifecycle, AMachineWithoutIPv4IsReported) {
   const FailingFamily noIPv4(AF_INET, FailingFamily::Call::SOCKET, EAFNOSUPPORT);
   EXPECT_TRUE(m_server.start());
-  EXPECT_EQ(takeLog(), (Log{cannotListen("127.0.0.1", "Address family not supported by protocol")}));
+  EXPECT_EQ(takeLog(), (LogLines{cannotListen("127.0.0.1", "Address family not supported by protocol")}));
   EXPECT_TRUE(isServed(AF_INET6));
 }
 
@@ -244,7 +244,7 @@ TEST_F(DebugServerLifecycle, WantOfAnEventDescriptorIsReported) {
     EXPECT_FALSE(m_server.start());
   }
   EXPECT_EQ(takeLog(),
-            (Log{{LOG_ERR, "debug console: cannot create an event descriptor: Too many open files\n"}}));
+            (LogLines{{LOG_ERR, "debug console: cannot create an event descriptor: Too many open files\n"}}));
   EXPECT_EQ(openDescriptors(), before);
   EXPECT_TRUE(m_server.start());
   EXPECT_TRUE(isServed(AF_INET));
@@ -257,8 +257,8 @@ TEST_F(DebugServerLifecycle, WantOfAThreadIsReported) {
     const DefaultStackSize tooLarge(std::size_t{3} << (sizeof(std::size_t) > 4 ? 46U : 30U));
     EXPECT_FALSE(m_server.start());
   }
-  EXPECT_EQ(takeLog(), (Log{{LOG_ERR, "debug console: cannot start the server: Resource temporarily "
-                                      "unavailable\n"}}));
+  EXPECT_EQ(takeLog(), (LogLines{{LOG_ERR, "debug console: cannot start the server: Resource temporarily "
+                                           "unavailable\n"}}));
   EXPECT_EQ(openDescriptors(), before);
   EXPECT_TRUE(m_server.start());
   EXPECT_TRUE(isServed(AF_INET));

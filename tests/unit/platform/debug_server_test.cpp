@@ -42,38 +42,11 @@ TEST_F(DebugServerTest, AnswersEachLineWithItsReplyAndAPrompt) {
   EXPECT_EQ(client.receiveToEnd(), "> [one]\n> > > Echo\n> No such object: Nobody\nEcho\n> ");
 }
 
-TEST_F(DebugServerTest, PutsSplitPacketsTogether) {
-  const ConsoleConnection client(m_port.number());
-  const ConsoleConnection other(m_port.number());
-  other.receiveReply();
-  EXPECT_EQ(client.receive(2), "> ");
-  for (const char* part : {"Ec", "ho o", "ne\r", "\nEcho two"}) {
-    client.send(part);
-    EXPECT_EQ(other.ask("Echo"), "\n"); // lets a round go by
-  }
-  EXPECT_EQ(client.receive(8), "[one]\n> ");
-  client.send("\n");
-  EXPECT_EQ(client.receive(8), "[two]\n> ");
-}
-
 TEST_F(DebugServerTest, ClosesAtTheEndOfInputAfterTheLastReply) {
   const ConsoleConnection client(m_port.number());
   client.send("Echo one\nEcho two\n");
   client.finish();
   EXPECT_EQ(client.receiveToEnd(), "> [one]\n> [two]\n> ");
-}
-
-TEST_F(DebugServerTest, BytesAfterTheLastLineEndAreNoCommand) {
-  const ConsoleConnection client(m_port.number());
-  client.send("Echo one\nEcho two");
-  client.finish();
-  EXPECT_EQ(client.receiveToEnd(), "> [one]\n> ");
-}
-
-TEST_F(DebugServerTest, ClosesWithoutAWordWhenNothingComes) {
-  const ConsoleConnection client(m_port.number());
-  client.finish();
-  EXPECT_EQ(client.receiveToEnd(), "> ");
 }
 
 TEST_F(DebugServerTest, WhatComesAfterQuitIsThrownAwayAndSpoilsNothing) {
@@ -87,50 +60,12 @@ TEST_F(DebugServerTest, WhatComesAfterQuitIsThrownAwayAndSpoilsNothing) {
   EXPECT_EQ(client.receiveToEnd(), "[one]\n> ");
 }
 
-TEST_F(DebugServerTest, TakesALineOf1024Bytes) {
-  const ConsoleConnection client(m_port.number());
-  client.receive(2);
-  EXPECT_EQ(client.ask("Echo " + std::string(1019, 'x')), "[" + std::string(63, 'x'));
-  EXPECT_EQ(client.ask("Echo " + std::string(1019, 'x') + "\r"), "[" + std::string(63, 'x'));
-}
-
 TEST_F(DebugServerTest, RefusesALineOf1025BytesOnceAndGoesOn) {
   const ConsoleConnection client(m_port.number());
   client.receive(2);
   EXPECT_EQ(client.ask("Echo " + std::string(1020, 'x')), "Line too long (at most 1024 bytes)\n");
   EXPECT_EQ(client.ask("Echo " + std::string(100000, 'x')), "Line too long (at most 1024 bytes)\n");
   EXPECT_EQ(client.ask("Echo one"), "[one]\n");
-}
-
-TEST_F(DebugServerTest, BinaryBytesHarmNothing) {
-  const ConsoleConnection client(m_port.number());
-  client.receive(2);
-  std::string all;
-  for (int byte = 254; byte >= 0; --byte) { // 255 begins what telnet negotiates
-    if (byte != '\n') {
-      all += static_cast<char>(byte);
-    }
-  }
-  const std::string name = all.substr(0, all.find(' '));
-  EXPECT_EQ(client.ask(all), "No such object: " + name + "\nEcho\n");
-  EXPECT_EQ(client.ask("\xFF\xFB\x1F\xFF\xFD\x03" + std::string(2, '\0')),
-            "No such object: " + std::string(2, '\0') + "\nEcho\n");
-  EXPECT_EQ(client.ask("Echo one"), "[one]\n");
-}
-
-TEST_F(DebugServerTest, AReplyThatFillsTheBufferIsSentWhole) {
-  const Talker talker("Talker", [](const auto&) { return std::string(1000, 'x'); });
-  const ConsoleConnection client(m_port.number());
-  client.receive(2);
-  EXPECT_EQ(client.ask("Talker"), std::string(64, 'x'));
-}
-
-TEST_F(DebugServerTest, NothingOfALongReplyIsLeftInTheNext) {
-  const Talker talker("Talker", [](const auto&) { return std::string(1000, 'x'); });
-  const ConsoleConnection client(m_port.number());
-  client.receive(2);
-  client.ask("Talker");
-  EXPECT_EQ(client.ask("Echo"), "\n");
 }
 
 TEST_F(DebugServerTest, ListensOnNoOtherAddress) {

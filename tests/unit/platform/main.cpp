@@ -1,13 +1,13 @@
 // Runs the tests, and fails each one that leaves a log line that it has not asked for.
-#include <gtest/gtest.h>
+#include "tests/support/doubles/log_capture.h"
 
-#include "captured_syslog.h"
+#include <gtest/gtest.h>
 
 namespace {
 
 class NoStrayLogLines : public testing::EmptyTestEventListener {
   void OnTestStart(const testing::TestInfo&) override { takeLog(); }
-  void OnTestEnd(const testing::TestInfo&) override { EXPECT_EQ(takeLog(), Log()); }
+  void OnTestEnd(const testing::TestInfo&) override { EXPECT_EQ(takeLog(), LogLines{}); }
 };
 
 } // namespace

@@ -6,29 +6,19 @@
 #include <sys/socket.h>
 #include <syslog.h>
 
-#include "captured_syslog.h"
 #include "platform/better_sleep.h"
 #include "platform/host/console/console_listener.h"
 #include "platform/host/monotonic_clock.h"
 #include "stepped_clock.h"
 #include "system_calls.h"
-
-TEST(Seams, LogLinesAreCapturedWithTheirPriority) {
-  syslog(LOG_NOTICE, "%s %d", "line", 1);
-  EXPECT_EQ(takeLog(), (Log{{LOG_NOTICE, "line 1"}}));
-}
-
-TEST(Seams, TakenLogLinesAreGone) {
-  syslog(LOG_NOTICE, "line");
-  takeLog();
-  EXPECT_EQ(takeLog(), Log());
-}
+#include "tests/support/doubles/log_capture.h"
 
 TEST(Seams, LogLinesOfThePlatformAreCaptured) {
   const FailingFamily noSockets(AF_INET, FailingFamily::Call::SOCKET, EACCES);
   EXPECT_FALSE(Zorvan::listenOnLoopback(AF_INET, 1234).isOpen());
-  EXPECT_EQ(takeLog(),
-            (Log{{LOG_ERR, "debug console: cannot listen on 127.0.0.1 port 1234: Permission denied\n"}}));
+  EXPECT_EQ(
+      takeLog(),
+      (LogLines{{LOG_ERR, "debug console: cannot listen on 127.0.0.1 port 1234: Permission denied\n"}}));
 }
 
 TEST(Seams, ThePlatformsClockStandsAndSteps) {

@@ -8,7 +8,7 @@
 #include <ctime>
 #include <vector>
 
-// While it lives, accept4() fails with `error`.
+// While it exists, accept4() fails with `error`.
 class FailingAccept {
 public:
   explicit FailingAccept(int error);
@@ -20,7 +20,7 @@ public:
   static int calls();
 };
 
-// While it lives, socket() fails with `error` for the address family, or bind() if socket() is to succeed.
+// While it exists, socket() fails with `error` for the address family, or bind() if socket() is to succeed.
 class FailingFamily {
 public:
   enum class Call { SOCKET, BIND };
@@ -30,7 +30,7 @@ public:
   ~FailingFamily();
 };
 
-// While it lives, eventfd() fails with `error`.
+// While it exists, eventfd() fails with `error`.
 class FailingEventfd {
 public:
   explicit FailingEventfd(int error);
@@ -39,7 +39,7 @@ public:
   ~FailingEventfd();
 };
 
-// While it lives, `gate` opens behind each eventfd_write().
+// While it exists, `gate` opens after each eventfd_write().
 class WatchedEventfd {
 public:
   explicit WatchedEventfd(Gate& gate);
@@ -48,7 +48,7 @@ public:
   ~WatchedEventfd();
 };
 
-// While it lives, clock_nanosleep() does not sleep: it notes what is asked for and returns `results` one by
+// While it exists, clock_nanosleep() does not sleep: it notes what is asked for and returns `results` one by
 // one, then 0. For one thread.
 class ScriptedSleep {
 public:

@@ -9,11 +9,11 @@
 #include <sys/socket.h>
 #include <syslog.h>
 
-#include "captured_syslog.h"
 #include "platform/debug_server.h"
 #include "platform/debugable.h"
 #include "platform/trace_object.h"
 #include "platform/watchdog_monitor.h"
+#include "tests/support/doubles/log_capture.h"
 #include "tests/support/doubles/talker.h"
 #include "tests/support/process/console_connection.h"
 
@@ -64,7 +64,7 @@ TEST(WantOfMemory, LeavesNoDebugServerOrOneThatReportsThatItCannotStart) {
   const auto create = [&] { return new (std::nothrow) Zorvan::CdebugServer(port.number(), 64); };
   const auto use = [](Zorvan::CdebugServer& server) {
     EXPECT_FALSE(server.start());
-    EXPECT_EQ(takeLog(), (Log{{LOG_ERR, "debug console: cannot start the server: no memory\n"}}));
+    EXPECT_EQ(takeLog(), (LogLines{{LOG_ERR, "debug console: cannot start the server: no memory\n"}}));
     server.stop();
   };
   EXPECT_EQ(createWithout<Zorvan::CdebugServer>(create, use), 2U);
@@ -84,7 +84,7 @@ TEST(WantOfMemory, AtTheStartOfADebugServerIsReportedAndTheNextStartSucceeds) {
     }
     EXPECT_NE(started, hasFailed) << number;
     if (!started) {
-      EXPECT_EQ(takeLog(), (Log{{LOG_ERR, "debug console: cannot start the server: std::bad_alloc\n"}}));
+      EXPECT_EQ(takeLog(), (LogLines{{LOG_ERR, "debug console: cannot start the server: std::bad_alloc\n"}}));
       EXPECT_TRUE(server.start());
     }
     EXPECT_TRUE(ConsoleConnection(port.number()).isConnected());
@@ -99,7 +99,7 @@ TEST(WantOfMemory, ForTheConsolesEntryLeavesAnObjectThatTheConsoleDoesNotFind) {
     object.reset(new (place) Zorvan::Cdebugable("Name"));
     EXPECT_TRUE(failing.hasFailed());
   }
-  EXPECT_EQ(takeLog(), (Log{{LOG_ERR, "debug console: no memory for Name; it cannot be addressed\n"}}));
+  EXPECT_EQ(takeLog(), (LogLines{{LOG_ERR, "debug console: no memory for Name; it cannot be addressed\n"}}));
   char name[8] = {};
   EXPECT_EQ(object->dbgFind("Name", name, sizeof name), 1U);
 }

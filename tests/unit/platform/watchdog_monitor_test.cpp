@@ -17,10 +17,10 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include "captured_syslog.h"
 #include "platform/host/file_descriptor.h"
 #include "platform/host/watchdog/service_manager.h"
 #include "stepped_clock.h"
+#include "tests/support/doubles/log_capture.h"
 
 namespace {
 
@@ -75,7 +75,7 @@ TEST(WatchdogMonitor, ShowsAClientThatIsInTime) {
                            "state                   : IN TIME\n");
 }
 
-TEST(WatchdogMonitor, ShowsASignOfLife) {
+TEST(WatchdogMonitor, ShowsThatAClientWasFed) {
   const SteppedClock clock(100000);
   watchdogMonitor client("PoeMain");
   client.wdm_start(60000);
@@ -98,10 +98,10 @@ TEST(WatchdogMonitor, ShowsAndReportsAClientThatIsLateAndOneThatIsFedAgain) {
                            "last fed (ms ago)       : 60001\n"
                            "state                   : LATE\n");
   EXPECT_EQ(awaitLog(1),
-            (Log{{LOG_CRIT, "watchdog client PoeMain not fed for 60001 ms (time-out 60000 ms)\n"}}));
+            (LogLines{{LOG_CRIT, "watchdog client PoeMain not fed for 60001 ms (time-out 60000 ms)\n"}}));
   SteppedClock::advance(499);
   client.wdm_notify(0);
-  EXPECT_EQ(awaitLog(1), (Log{{LOG_CRIT, "watchdog client PoeMain fed again after 60500 ms\n"}}));
+  EXPECT_EQ(awaitLog(1), (LogLines{{LOG_CRIT, "watchdog client PoeMain fed again after 60500 ms\n"}}));
 }
 
 TEST(WatchdogMonitor, ReportsTheLatenessThatNoCheckHasSeenAtTheLatestWhenTheClientIsDestroyed) {
@@ -112,7 +112,7 @@ TEST(WatchdogMonitor, ReportsTheLatenessThatNoCheckHasSeenAtTheLatestWhenTheClie
     SteppedClock::advance(60001);
   }
   EXPECT_EQ(takeLog(),
-            (Log{{LOG_CRIT, "watchdog client PoeMain not fed for 60001 ms (time-out 60000 ms)\n"}}));
+            (LogLines{{LOG_CRIT, "watchdog client PoeMain not fed for 60001 ms (time-out 60000 ms)\n"}}));
 }
 
 TEST(WatchdogMonitor, CutsItsStateToTheBuffer) {
@@ -290,7 +290,7 @@ TEST(KeepAlive, IsNotSentWhileAClientIsLateAndIsSentAgainAfterwards) {
   EXPECT_EQ(manager.message(1500), ""); // at least one check goes by
   late.wdm_notify(0);
   EXPECT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
-  EXPECT_EQ(takeLog(), (Log{{LOG_CRIT, "watchdog client Late fed again after 60001 ms\n"}}));
+  EXPECT_EQ(takeLog(), (LogLines{{LOG_CRIT, "watchdog client Late fed again after 60001 ms\n"}}));
 }
 
 #endif

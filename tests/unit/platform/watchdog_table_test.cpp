@@ -75,7 +75,7 @@ TEST_F(WatchdogTableTest, ALateClientIsReportedOnceMoreWhenItIsFedAgain) {
   EXPECT_EQ(reportsAt(2600), Reports());
 }
 
-TEST_F(WatchdogTableTest, AClientIsInTimeFromItsSignOfLifeOn) {
+TEST_F(WatchdogTableTest, AClientIsInTimeFromItsNotificationOn) {
   m_table.start(m_one, 1000, 0);
   EXPECT_FALSE(allInTimeAt(1500));
   m_table.notify(m_one, 1700);
@@ -113,14 +113,14 @@ TEST_F(WatchdogTableTest, FedAgainAndLateOnceMoreAreReportedInThisOrder) {
   EXPECT_EQ(reportsAt(500), (Reports{{Kind::FED_AGAIN, "One", 300, 100}, {Kind::NOT_FED, "One", 200, 100}}));
 }
 
-TEST_F(WatchdogTableTest, ASignOfLifeInTimeIsNoEvent) {
+TEST_F(WatchdogTableTest, ANotificationInTimeIsNoEvent) {
   m_table.start(m_one, 1000, 0);
   m_table.notify(m_one, 1000);
   m_table.notify(m_one, 2000);
   EXPECT_EQ(reportsAt(2500), Reports());
 }
 
-TEST_F(WatchdogTableTest, ASignOfLifeBeforeTheStartHasNoEffect) {
+TEST_F(WatchdogTableTest, ANotificationBeforeTheStartHasNoEffect) {
   m_table.notify(m_one, 100);
   EXPECT_FALSE(allInTimeAt(100));
   m_table.notify(m_one, 1000000);
@@ -129,7 +129,7 @@ TEST_F(WatchdogTableTest, ASignOfLifeBeforeTheStartHasNoEffect) {
   EXPECT_EQ(reportsAt(2001000), Reports());
 }
 
-TEST_F(WatchdogTableTest, ANewStartSetsANewTimeOutAndIsASignOfLife) {
+TEST_F(WatchdogTableTest, ANewStartSetsANewTimeOutAndCountsAsANotification) {
   m_table.start(m_one, 1000, 0);
   m_table.start(m_one, 500, 800);
   EXPECT_EQ(reportsAt(1300), Reports());
@@ -182,7 +182,7 @@ TEST_F(WatchdogTableTest, ARemovedClientThatWasReportedAsLateIsNotReportedAgain)
   EXPECT_EQ(m_table.remove(&m_one, 300), Reports());
 }
 
-TEST_F(WatchdogTableTest, ATimeBeforeTheLastSignOfLifeIsNoGap) {
+TEST_F(WatchdogTableTest, ATimeBeforeTheLastNotificationIsNoGap) {
   m_table.start(m_one, 1000, 5000);
   m_table.notify(m_one, 4000);
   m_table.notify(m_one, 6000);

@@ -35,7 +35,7 @@ PortPowerStates statesOf(const std::array<Port, 4>& ports) {
 constexpr std::array<Port, 4> CROWDED = {
     {{1, 3, 20000, 4, true}, {1, 1, 20000, 4, true}, {0, 2, 5000, 6, false}, {1, 1, 0, 6, false}}};
 
-TEST(AuditText, TellsTheSharesInTheOrderOfServing) {
+TEST(AuditText, ListsTheSharesInTheOrderOfServing) {
   EXPECT_EQ(auditText(configOf(CROWDED), 30, statesOf(CROWDED)),
             "the limits add up to 45 W, the bank allows 30 W: the ports are served by priority\n"
             "port 2 is off, and its limit still counts in the sum\n"
@@ -48,7 +48,7 @@ TEST(AuditText, TellsTheSharesInTheOrderOfServing) {
             "restarted in every cycle: 0\n");
 }
 
-TEST(AuditText, TellsThatNothingIsDone) {
+TEST(AuditText, SaysThatNothingIsDone) {
   EXPECT_EQ(auditText(configOf(CROWDED), 45, statesOf(CROWDED)),
             "the limits add up to 45 W, the bank allows 45 W: nothing is done\n"
             "port 2 is off, and its limit still counts in the sum\n"
@@ -56,7 +56,7 @@ TEST(AuditText, TellsThatNothingIsDone) {
             "restarted in every cycle: none\n");
 }
 
-TEST(AuditText, TellsThatAPortOfNoKnownPriorityIsNeverServed) {
+TEST(AuditText, SaysThatAPortOfNoKnownPriorityIsNeverServed) {
   const std::array<Port, 4> ports = {
       {{1, 0, 20000, 4, true}, {0, 4, 0, 6, false}, {1, 1, 31000, 4, false}, {1, 2, 30000, 4, true}}};
   EXPECT_EQ(auditText(configOf(ports), 30, statesOf(ports)),

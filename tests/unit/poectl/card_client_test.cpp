@@ -12,7 +12,7 @@
 
 namespace {
 
-// Takes one connection, reads one line for each reply, and closes behind the last one.
+// Takes one connection, reads one line for each reply, and closes after the last one.
 class ScriptedCard {
 public:
   explicit ScriptedCard(const std::vector<std::string>& replies)
@@ -108,14 +108,14 @@ TEST(CardClientAsk, RefusesALineEndBeforeAnythingIsSent) {
   EXPECT_EQ(card.received(), "");
 }
 
-TEST(CardClientAsk, TellsOfACardThatCloses) {
+TEST(CardClientAsk, ReportsACardThatCloses) {
   ScriptedCard card({"port 0: "});
   CardClient client(card.path);
   EXPECT_EQ(errorOf([&] { client.ask("show"); }),
             "the simulated card on " + card.path + " has closed the connection");
 }
 
-TEST(CardClientAsk, TellsOfACardThatDoesNotReply) {
+TEST(CardClientAsk, ReportsACardThatDoesNotReply) {
   const std::string path = "/tmp/card_client_test-" + std::to_string(getpid()) + ".silent";
   const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_un address{};
@@ -129,7 +129,7 @@ TEST(CardClientAsk, TellsOfACardThatDoesNotReply) {
   unlink(path.c_str());
 }
 
-TEST(CardClientReadRegister, ReadsTheValueBehindTheAddress) {
+TEST(CardClientReadRegister, ReadsTheValueAfterTheAddress) {
   ScriptedCard card({"0x90 0x0A\n\n", "0x91 0x00\n\n", "a register\n\n"});
   {
     CardClient client(card.path);
@@ -167,7 +167,7 @@ TEST(CardClientConnect, RefusesASocketOfAnotherUser) {
 struct ReplyRow {
   const char* name;
   HostilePeer::Conduct conduct;
-  const char* error; // behind the path
+  const char* error; // after the path
 };
 
 class CardClientHostileCard : public ::testing::TestWithParam<ReplyRow> {};

@@ -14,7 +14,7 @@ CommandResult onCard(const std::string& command) {
   return run("card='" POECTL " card' " POE_CARD " --control " + socket + " -- sh -c '" + command + "'");
 }
 
-TEST(PoectlCard, ChangesTheCardAndPrintsWhatItTells) {
+TEST(PoectlCard, ChangesTheCardAndPrintsItsReply) {
   const CommandResult result =
       onCard("$card plug 0 class=4 watts=22 && $card reg 0x90 && $card reg 0x90 0x0A && "
              "$card reg 0x90 && $card show | grep \"^port 0\"");

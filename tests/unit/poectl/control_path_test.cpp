@@ -70,7 +70,7 @@ TEST_F(CardControlPath, IsRefusedInADirectoryOfAnotherUser) {
   EXPECT_EQ(rmdir(directory.c_str()), 0);
 }
 
-TEST_F(CardControlPath, IsRefusedBehindALink) {
+TEST_F(CardControlPath, IsRefusedThroughALink) {
   if (geteuid() != 0) {
     GTEST_SKIP() << "needs a user of its own";
   }

@@ -13,7 +13,7 @@ const std::string HEAD = R"({"time":"T","message":7,"event":)";
 struct Line {
   const char* name;
   StatusEvent event;
-  const char* json; // behind HEAD
+  const char* json; // after HEAD
 };
 
 class EventJsonLine : public ::testing::TestWithParam<Line> {};

@@ -54,7 +54,7 @@ TEST_F(LogFollowerTest, WaitsForTheEndOfALine) {
   EXPECT_TRUE(log.find("restart"));
 }
 
-TEST_F(LogFollowerTest, ShowsTheLastLinesBehindTheOneThatWasFound) {
+TEST_F(LogFollowerTest, ShowsTheLastLinesAfterTheOneThatWasFound) {
   append("one\ntwo\n3\n4\n5\n6\n7\n");
   LogFollower log(m_path);
   EXPECT_EQ(log.lastLines(), "3\n4\n5\n6\n7\n");

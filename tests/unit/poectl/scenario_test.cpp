@@ -98,7 +98,7 @@ struct TimingRow {
 
 class ScenarioTiming : public ::testing::TestWithParam<TimingRow> {};
 
-TEST_P(ScenarioTiming, IsReadBehindTheValue) {
+TEST_P(ScenarioTiming, IsReadAfterTheValue) {
   const auto timing = only<StatusExpectation>(GetParam().text).timing;
   EXPECT_EQ(timing.stays, GetParam().stays);
   EXPECT_EQ(timing.seconds, GetParam().seconds);

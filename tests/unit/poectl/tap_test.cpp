@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(Tap, NumbersTheResultsBehindThePlan) {
+TEST(Tap, NumbersTheResultsAfterThePlan) {
   std::ostringstream out;
   Tap tap(out, 2);
   tap.result(true, "line 1: wait 1");

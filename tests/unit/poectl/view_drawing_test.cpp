@@ -58,35 +58,6 @@ q quit  0-3 port  p plug  u unplug  + - draw  s short  t thermal  ? all keys
 )");
 }
 
-TEST(LiveView, UsesNothingButAsciiWhereTheTerminalHasNothingElse) {
-  EXPECT_EQ(screen(viewSample(), ASCII), R"(
-chip running, 40 C                                        message 123, age 0.4 s
-budget 00011111111111---------------------------------------         28 of 100 W
-port state       class  W/limit                    inv  den  ovl  und  sht  cls
->0 DELIVERINGPOWER  2    6/15  #######-----------    0    0    0    0    0    0
- 1 DELIVERINGPOWER  4   22/30  #############-----   12 9999  10k 999k   1M   4G
- 2 FAULT            -    0/15  ------------------    7*   0    0    0    0    0
- 3 DISABLED         -    0/15  ------------------    0    0    0    0    0    0
-port 0: good, priority 1; device=good class=2 watts=6 fault=none
--- consumption (W) in the last 16 messages, and the bank's limit ---------------
- 110                                                                        #
-                                                                -----------##-
-                                                                         ####
-                                                                       ######
-                                                                     ########  -
-   0                                                             ############# #
--- events ----------------------------------------------------------------------
-07:08:03 port 2 invalidSignatureCounter +1, now 3
-07:08:04 port 2 invalidSignatureCounter +1, now 4
-07:08:05 port 2 invalidSignatureCounter +1, now 5
-07:08:06 port 2 invalidSignatureCounter +1, now 6
-07:08:07 port 2 invalidSignatureCounter +1, now 7
-07:08:08 port 2 invalidSignatureCounter +1, now 8
-card: plug 0 class=2 watts=6
-q quit  0-3 port  p plug  u unplug  + - draw  s short  t thermal  ? all keys
-)");
-}
-
 TEST(LiveView, SharesALargerScreenBetweenPlotAndEventsAndWidensTheBars) {
   EXPECT_EQ(screen(viewSample(), {30, 100, true}), R"(
 chip running, 40 C                                                            message 123, age 0.4 s
@@ -209,7 +180,7 @@ TEST(LiveView, GivesTheBarOfAnUnknownLimitTheHighestOne) {
             "port 0: good, limit not known (r reads it over the bus); device=good class=2 wat");
 }
 
-TEST(LiveView, TellsWhenThePortIsSwitchedOff) {
+TEST(LiveView, SaysThatThePortIsSwitchedOff) {
   ViewState state = viewSample();
   state.port = 3;
   state.card.reset();

@@ -105,7 +105,7 @@ TEST_F(LiveViewKeys, DoNothingToACardThatIsNotThere) {
   }
 }
 
-TEST_F(LiveViewKeys, TypeAnyCommandBehindAColon) {
+TEST_F(LiveViewKeys, TypeAnyCommandAfterAColon) {
   EXPECT_EQ(command(":plug 2 quit"), "") << "no letter is a key meanwhile";
   press(Kind::ERASE);
   EXPECT_EQ(*state.prompt, "plug 2 qui");

@@ -20,7 +20,7 @@ protected:
     reply->assign(outLen + 64, '#');
     const std::uint32_t result =
         engine->dbgCommand(static_cast<std::uint32_t>(words.size()), argv.data(), reply->data(), outLen);
-    EXPECT_EQ(reply->substr(outLen), std::string(64, '#')) << "written behind the buffer";
+    EXPECT_EQ(reply->substr(outLen), std::string(64, '#')) << "written beyond the buffer";
     reply->resize(outLen);
     return result;
   }

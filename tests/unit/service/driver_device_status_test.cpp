@@ -52,45 +52,6 @@ TEST_F(PoeGetDeviceStatus, ConvertsTheTemperatureByTruncatingBeforeTheOffset) {
   }
 }
 
-TEST_F(PoeGetDeviceStatus, IsCurrentAboutTheDriverWhenEveryReadFails) {
-  makeNormal();
-  bus.failAll();
-  DeviceStatus status{1, false, 77, 6, 7, 55, true};
-  EXPECT_FALSE(driver.PoeGetDeviceStatus(&status));
-  EXPECT_EQ(valuesOf(status), "0 1 1 6 7 0 1");
-  EXPECT_EQ(registersOf(bus.takeTransfers()), "R43 R70 R42 ");
-  EXPECT_EQ(takeLog(), readFailure(2215, "43"));
-}
-
-TEST_F(PoeGetDeviceStatus, TellsTheModeThatItsLastReadLeaves) {
-  makeNormal();
-  bus.failTransfer(2);
-  DeviceStatus status{};
-  EXPECT_FALSE(driver.PoeGetDeviceStatus(&status));
-  EXPECT_EQ(status.hwOperationMode, 0);
-  EXPECT_EQ(takeLog(), readFailure(2215, "42"));
-}
-
-TEST_F(PoeGetDeviceStatus, KeepsOnlyTheFieldsOfTheReadThatFailed) {
-  registers[0x43] = 0xE7;
-  registers[0x70] = 100;
-  registers[0x42] = 0x80;
-  const char* const expected[] = {"0 0 1 0 0 69 1", "0 0 2 7 7 0 1", "0 1 3 7 7 69 0"};
-  for (std::size_t failing = 0; failing < 3; failing++) {
-    bus.failTransfer(failing);
-    DeviceStatus status{};
-    EXPECT_FALSE(driver.PoeGetDeviceStatus(&status));
-    EXPECT_EQ(valuesOf(status), expected[failing]);
-    bus.takeTransfers();
-    takeLog();
-  }
-}
-
-TEST_F(PoeGetDeviceStatus, HandlesEveryFailedTransfer) {
-  DeviceStatus status{};
-  EXPECT_EQ(expectEveryFailureHandled([&] { return driver.PoeGetDeviceStatus(&status); }), 3U);
-}
-
 using PoeGetPowerBank = DriverTest;
 
 TEST_F(PoeGetPowerBank, ReturnsBitsSixToThree) {
@@ -104,11 +65,6 @@ TEST_F(PoeGetPowerBank, RejectsAMissingResult) {
   EXPECT_FALSE(driver.PoeGetPowerBank(nullptr));
   EXPECT_EQ(takeLog(), driverError(1522, "NULL pointer parameter\n"));
   EXPECT_EQ(bus.transferCount(), 0U);
-}
-
-TEST_F(PoeGetPowerBank, HandlesAFailedTransfer) {
-  unsigned bank = 0;
-  EXPECT_EQ(expectEveryFailureHandled([&] { return driver.PoeGetPowerBank(&bank); }), 1U);
 }
 
 using PoeGetBankPowerLimit = DriverTest;
@@ -136,11 +92,6 @@ TEST_F(PoeGetBankPowerLimit, LeavesTheCheckOfTheResultToTheRegisterRead) {
   EXPECT_EQ(takeLog(), driverError(2203, "Range Error [address=0x8b result=0x0]\n"));
 }
 
-TEST_F(PoeGetBankPowerLimit, HandlesAFailedTransfer) {
-  unsigned limit = 9;
-  EXPECT_EQ(expectEveryFailureHandled([&] { return driver.PoeGetBankPowerLimit(0, &limit); }), 1U);
-}
-
 using PoeGetPmCalculationStatic = DriverTest;
 
 TEST_F(PoeGetPmCalculationStatic, IsTrueWhileBitOneIsClear) {
@@ -151,12 +102,6 @@ TEST_F(PoeGetPmCalculationStatic, IsTrueWhileBitOneIsClear) {
   registers[0x7F] = 0x02;
   EXPECT_TRUE(driver.PoeGetPmCalculationStatic(&isStatic));
   EXPECT_FALSE(isStatic);
-}
-
-TEST_F(PoeGetPmCalculationStatic, KeepsTheResultWhenTheReadFails) {
-  bool isStatic = true;
-  EXPECT_EQ(expectEveryFailureHandled([&] { return driver.PoeGetPmCalculationStatic(&isStatic); }), 1U);
-  EXPECT_TRUE(isStatic);
 }
 
 class PoeGetPowerStatus : public DriverTest {
@@ -192,21 +137,6 @@ TEST_F(PoeGetPowerStatus, ConvertsTheShutdownVoltageFromElevenBits) {
     PowerStatus status{};
     EXPECT_TRUE(driver.PoeGetPowerStatus(&status));
     EXPECT_EQ(status.min_shutdown_voltage, deciVolts) << "raw " << raw;
-  }
-}
-
-TEST_F(PoeGetPowerStatus, KeepsOnlyTheFieldOfTheReadThatFailedAndDoesNotCountTheBank) {
-  registers[0x8E] = 99; // the bank that the record names before the call
-  const char* const expected[] = {"7 3 150 540 426", "80 5 99 540 426", "80 3 7 540 426", "80 3 150 7 426",
-                                  "80 3 150 7 426",  "80 3 150 540 7",  "80 3 150 540 7"};
-  for (std::size_t failing = 0; failing < 7; failing++) {
-    bus.failTransfer(failing);
-    PowerStatus status{7, 5, 7, 7, 7};
-    EXPECT_EQ(driver.PoeGetPowerStatus(&status), failing == 1);
-    EXPECT_EQ(valuesOf(status), expected[failing]) << "transfer " << failing;
-    const Transfers made = bus.takeTransfers();
-    ASSERT_EQ(made.size(), 7U);
-    EXPECT_EQ(takeLog(), failureReport(made[failing]));
   }
 }
 

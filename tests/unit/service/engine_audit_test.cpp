@@ -7,7 +7,7 @@ const std::string REINIT = "R12 W12 R12 W12 R12 W12 R12 W12 W89 W8A W8B W8C W8D 
 const std::string BANKS = "W89 W8A W8B W8C W8D W8E W8F W90 ";
 const std::string REAPPLY = BANKS + SWITCH_ON[0] + SWITCH_ON[1] + SWITCH_ON[2] + SWITCH_ON[3];
 
-// What a cycle does behind the check of the chip.
+// What a cycle does after the check of the chip.
 const std::string REST_OF_CYCLE = HEALTHY_CYCLE.substr(std::string("R90 R43 R70 R42 ").size());
 
 class ChipCheck : public EngineTest {};
@@ -172,43 +172,6 @@ TEST_F(ChipCheck, RepeatsAnInitialisationThatFailed) {
              [&] { EXPECT_EQ(registersMoved(), HEALTHY_CYCLE); }});
 }
 
-// Every transfer of a recovery fails alone; the next cycles bring the chip to the stored configuration.
-TEST_F(ChipCheck, RecoversFromEveryFailedTransferOfARecovery) {
-  const std::size_t transfers = Transfers(1 + 18 + 8 + 4 * 20).size();
-  for (std::size_t failing = 0; failing < transfers; failing++) {
-    bus.failNone();
-    makeEngine();
-    runCycles({[&] {
-                 configure(fourPorts());
-                 for (unsigned reg = 0; reg <= 0xCE; reg++) {
-                   registers[reg] = 0x00;
-                 }
-                 registers[0x90] = 0xFF;
-                 registersMoved();
-                 bus.failTransfer(failing);
-               },
-               [&] { bus.failNone(); },
-               [&] {
-                 EXPECT_EQ(registers[0x89], 100) << "transfer " << failing;
-                 EXPECT_EQ(registers[0x90], 0) << "transfer " << failing;
-                 EXPECT_EQ(registers[0x12], 0xFF) << "transfer " << failing;
-                 EXPECT_EQ(registers[0x13], 0x0F) << "transfer " << failing;
-                 EXPECT_EQ(registers[0x14], 0xFF) << "transfer " << failing;
-                 EXPECT_EQ(registers[0x44], 0x0F) << "transfer " << failing;
-                 for (unsigned port = 0; port < 4; port++) {
-                   EXPECT_EQ(registers[0x81 + port], 15) << "transfer " << failing;
-                   EXPECT_EQ(registers[0x46 + 5 * port], 0x01) << "transfer " << failing;
-                   EXPECT_EQ(registers[0x47 + 5 * port], 0xD4) << "transfer " << failing;
-                   EXPECT_EQ(registers[0x48 + 5 * port], 0x80) << "transfer " << failing;
-                 }
-                 EXPECT_EQ(status().mainOperStatus, 1U);
-                 registersMoved();
-               },
-               [&] { EXPECT_EQ(registersMoved(), HEALTHY_CYCLE) << "transfer " << failing; }});
-    takeLog();
-  }
-}
-
 // The audit.
 
 class Audit : public EngineTest {
@@ -285,11 +248,6 @@ TEST_F(Audit, RestartsAPoweredPortThatDoesNotFitEveryCycle) {
       30, {{{1, 1, 20000, 4, true}, {1, 1, 20000, 4, true}, {0, 3, 0, 6, false}, {0, 3, 0, 6, false}}}, {1});
 }
 
-TEST_F(Audit, LeavesAnUnpoweredPortThatDoesNotFit) {
-  expectRestarts(
-      30, {{{1, 1, 20000, 4, true}, {1, 1, 20000, 4, false}, {0, 3, 0, 6, false}, {0, 3, 0, 6, false}}}, {});
-}
-
 TEST_F(Audit, DoesNothingWhileTheSumEqualsTheLimit) {
   expectRestarts(
       40, {{{1, 1, 20000, 4, true}, {1, 1, 20999, 4, true}, {0, 0, 0, 0, true}, {0, 0, 0, 0, true}}}, {});
@@ -304,47 +262,12 @@ TEST_F(Audit, SumsMilliwattsBeforeItComparesWatts) {
       40, {{{1, 1, 20600, 4, true}, {1, 1, 20400, 4, true}, {0, 0, 0, 4, true}, {0, 1, 0, 4, true}}}, {2});
 }
 
-TEST_F(Audit, ServesAllPortsOfPriorityOneBeforePriorityTwoAndThree) {
-  // Port 3 first, then port 2, then ports 0 and 1 of which only port 1 is small enough.
-  expectRestarts(
-      50, {{{1, 3, 20000, 4, true}, {1, 3, 5000, 4, true}, {1, 2, 20000, 4, true}, {1, 1, 20000, 4, true}}},
-      {0});
-}
-
-TEST_F(Audit, ServesPortsOfOnePriorityInTheirOrder) {
-  expectRestarts(
-      45, {{{1, 2, 15000, 4, true}, {1, 2, 15000, 4, true}, {1, 2, 15000, 4, true}, {1, 2, 15000, 4, true}}},
-      {3});
-}
-
-TEST_F(Audit, TakesTheWattsOfAFittingPortRoundedDown) {
-  // 20 W + 10 W fit 30 W although 20.9 + 10.9 do not.
-  expectRestarts(
-      30, {{{1, 1, 20900, 4, true}, {1, 1, 10900, 4, true}, {1, 1, 1000, 4, true}, {0, 1, 0, 0, true}}}, {2});
-}
-
-TEST_F(Audit, APortBelowAWholeWattFitsTheWattsBelow) {
-  // 29.999 W take 29 W, which leaves nothing for the second port.
-  expectRestarts(
-      29, {{{1, 1, 29999, 4, true}, {1, 2, 1000, 4, true}, {0, 1, 0, 0, false}, {0, 1, 0, 0, false}}}, {1});
-}
-
-TEST_F(Audit, APortThatIsNotDetectedGoodTakesNoShare) {
-  expectRestarts(
-      30, {{{1, 1, 20000, 6, true}, {1, 1, 20000, 4, true}, {0, 1, 0, 0, false}, {0, 1, 0, 0, false}}}, {});
-}
-
 TEST_F(Audit, APortThatIsSwitchedOffCountsForTheSumButTakesNoShare) {
   expectRestarts(
       30, {{{0, 1, 20000, 4, true}, {1, 1, 20000, 4, true}, {0, 1, 0, 0, false}, {0, 1, 0, 0, false}}}, {});
   expectRestarts(
       30, {{{0, 1, 20000, 4, true}, {1, 1, 20000, 4, true}, {1, 2, 11000, 4, true}, {0, 1, 0, 0, false}}},
       {2});
-}
-
-TEST_F(Audit, AFittingPortBehindOneThatDoesNotFitKeepsRunning) {
-  expectRestarts(
-      30, {{{1, 1, 40000, 4, true}, {1, 1, 30000, 4, true}, {0, 1, 0, 4, true}, {0, 1, 0, 4, true}}}, {0});
 }
 
 TEST_F(Audit, RestartsAPortOfNoKnownPriorityWhateverItsState) {
@@ -370,37 +293,6 @@ TEST_F(Audit, WrapsTheSumAtThirtyTwoBits) {
                    {1, 1, 1000, 4, true},
                    {0, 1, 0, 0, false}}},
                  {});
-}
-
-TEST_F(Audit, TellsEveryFailedTransferOfARestartAndRepeatsItInTheNextCycle) {
-  PoeConfig config = fourPorts();
-  config.bankPowerLimit[0] = 40;
-  makeEngine();
-  registers[0x10] = 0x0F;
-  for (unsigned p = 0; p < 4; p++) {
-    registers[0x0C + p] = 4;
-  }
-  const std::string restart = SWITCH_OFF + SWITCH_OFF + SWITCH_ON[2] + SWITCH_ON[3];
-  runCycles({[&] { configure(config); },
-             [&] {
-               takeLog();
-               registersMoved();
-               EXPECT_TRUE(engine->audit());
-               const Transfers healthy = bus.takeTransfers();
-               EXPECT_EQ(registersOf(healthy), restart);
-               EXPECT_EQ(takeLog(), restartNotice(2) + restartNotice(3));
-               for (std::size_t failing = 0; failing < healthy.size(); failing++) {
-                 bus.failTransfer(failing);
-                 EXPECT_TRUE(engine->audit());
-                 EXPECT_EQ(bus.takeTransfers().size(),
-                           healthy.size() - (healthy[failing].kind == 'R' ? 1 : 0));
-                 EXPECT_EQ(takeLog().size(), 4U); // the two notices and one report
-                 bus.failNone();
-                 EXPECT_TRUE(engine->audit());
-                 EXPECT_EQ(registersMoved(), restart);
-                 EXPECT_EQ(takeLog(), restartNotice(2) + restartNotice(3));
-               }
-             }});
 }
 
 TEST_F(Audit, WorksWithTheLimitOfTheCycleBefore) {

@@ -192,35 +192,4 @@ TEST_F(EngineConfiguration, ApplyDoesNotStore) {
   });
 }
 
-// Every transfer of a port's sequence fails alone: the result tells, and everything else is still done.
-void expectSequence(CPD69104Engine& engine, I2cBus& bus, const PoePortConfig& config,
-                    const std::string& sequence) {
-  EXPECT_TRUE(engine.configurePort(1, config));
-  const Transfers healthy = bus.takeTransfers();
-  EXPECT_EQ(registersOf(healthy), sequence);
-  for (std::size_t failing = 0; failing < healthy.size(); failing++) {
-    bus.failTransfer(failing);
-    EXPECT_FALSE(engine.configurePort(1, config)) << "transfer " << failing;
-    const Transfers made = bus.takeTransfers();
-    const bool writeLeftOut = healthy[failing].kind == 'R';
-    EXPECT_EQ(made.size(), healthy.size() - (writeLeftOut ? 1 : 0));
-    EXPECT_EQ(takeLog(), softwareError("pd69104", writeLeftOut ? 2215 : 2154, [&] {
-                char text[64];
-                snprintf(text, sizeof text, "Failed reading device at address 0x%x\n", healthy[failing].reg);
-                return std::string(text);
-              }()));
-    bus.failNone();
-    EXPECT_TRUE(engine.configurePort(1, config)); // ends the episode
-    bus.takeTransfers();
-  }
-}
-
-TEST_F(EngineConfiguration, TellsEveryFailedTransferOfSwitchingAPortOn) {
-  whileActive([&] { expectSequence(*engine, bus, fourPorts().port[1], SWITCH_ON[1]); });
-}
-
-TEST_F(EngineConfiguration, TellsEveryFailedTransferOfSwitchingAPortOff) {
-  whileActive([&] { expectSequence(*engine, bus, PoePortConfig{}, SWITCH_OFF); });
-}
-
 } // namespace

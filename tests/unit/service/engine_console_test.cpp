@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <random>
 #include <thread>
 
 namespace {
@@ -20,11 +19,6 @@ const std::string HELP = "usage : \r\n"
                          "\t>PD69104Engine readReg <address>           (read a pd69104 register)\n";
 
 // Dispatch and help.
-
-TEST_F(Console, HelpIs571BytesLong) {
-  makeEngine();
-  EXPECT_EQ(reply({"help"}).size(), 571U);
-}
 
 TEST_F(Console, HelpCommandWritesTheHelpTextAndIsKnown) {
   makeEngine();
@@ -58,7 +52,7 @@ TEST_F(Console, AnswersThroughItsBaseClass) {
   EXPECT_EQ(out, HELP);
 }
 
-TEST_F(Console, CutsEveryReplyAtEveryLengthWithoutANulAndWritesNothingBehind) {
+TEST_F(Console, CutsEveryReplyAtEveryLengthWithoutANulAndWritesNothingBeyond) {
   makeEngine();
   const std::vector<std::vector<std::string>> commands = {{"help"},
                                                           {"info"},
@@ -80,23 +74,6 @@ TEST_F(Console, CutsEveryReplyAtEveryLengthWithoutANulAndWritesNothingBehind) {
   }
   const char* argv[] = {"info"};
   EXPECT_EQ(engine->dbgCommand(1, argv, nullptr, 0), 1U);
-}
-
-TEST_F(Console, NoRandomCommandWritesBehindItsBuffer) {
-  makeEngine();
-  std::mt19937 random(69104);
-  const char* const pool[] = {"help",    "info", "device", "channel", "poeport", "writeReg",
-                              "readReg", "0",    "3",      "4",       "-1",      "0xCE",
-                              "0xCF",    "x",    "",       "255",     "1e9",     "\xFF"};
-  for (int round = 0; round < 2000; round++) {
-    std::vector<std::string> words(random() % 5);
-    for (std::string& word : words) {
-      word = pool[random() % std::size(pool)];
-    }
-    std::string text;
-    call(words, static_cast<std::uint32_t>(random() % 700), &text);
-  }
-  takeLog();
 }
 
 // Arguments.
@@ -165,7 +142,7 @@ TEST_F(Console, ReadRegShowsARegisterInLowerCaseHexadecimal) {
   EXPECT_EQ(registersMoved(), "R1A R1A R1A R1A R1A RCE R00 ");
 }
 
-TEST_F(Console, ReadRegBehindTheLastRegisterFailsWithoutATransfer) {
+TEST_F(Console, ReadRegAboveTheLastRegisterFailsWithoutATransfer) {
   makeEngine();
   EXPECT_EQ(reply({"readReg", "0xCF"}), "ERROR in reading register: 0xcf\n\n");
   EXPECT_EQ(reply({"readReg", "300"}), "ERROR in reading register: 0x12c\n\n");
@@ -177,7 +154,7 @@ TEST_F(Console, ReadRegBehindTheLastRegisterFailsWithoutATransfer) {
   EXPECT_EQ(registersMoved(), "");
 }
 
-TEST_F(Console, ReadRegTellsAFailedTransfer) {
+TEST_F(Console, ReadRegReportsAFailedTransfer) {
   makeEngine();
   bus.failAll();
   EXPECT_EQ(reply({"readReg", "0x70"}), "ERROR in reading register: 0x70\n\n");
@@ -193,7 +170,7 @@ TEST_F(Console, WriteRegWritesTheLowEightBitsAndReportsTheWholeValue) {
   EXPECT_EQ(bus.takeTransfers(), (Transfers{W(0x13, 3), W(0x10, 0x34), W(0xCE, 0), W(0x00, 0)}));
 }
 
-TEST_F(Console, WriteRegTellsFailures) {
+TEST_F(Console, WriteRegReportsFailures) {
   makeEngine();
   EXPECT_EQ(reply({"writeReg", "0xCF", "1"}), "ERROR in writing register: 0xcf\n\n");
   EXPECT_EQ(takeLog(), softwareError("pd69104", 2142, "Range Error [address=0xcf]\n"));
@@ -220,7 +197,7 @@ TEST_F(Console, RegisterCommandsWithoutADriverObjectFail) {
 // Together with the worker.
 
 // Four clients ask as fast as they can while the worker runs its cycles. The bus then must have seen nothing
-// but whole cycles and whole commands, one behind the other: a command delays a cycle by its own transfers
+// but whole cycles and whole commands, one after the other: a command delays a cycle by its own transfers
 // and by nothing else.
 TEST_F(Console, LetsEveryCycleAndEveryCommandMakeItsTransfersInOnePiece) {
   makeEngine();

@@ -162,7 +162,7 @@ TEST_F(EngineMutex, IsHeldWhileDestructionClosesTheBusAndDeletesTheWatchdog) {
 }
 
 // The console asks on the destruction's own thread: the mutex is recursive.
-TEST_F(EngineMutex, LeavesNothingDeletedToAConsoleThatComesDuringOrBehindDestruction) {
+TEST_F(EngineMutex, LeavesNothingDeletedToAConsoleThatComesDuringOrAfterDestruction) {
   makeEngine();
   CPD69104Engine* const leaving = engine.get();
   const auto ask = [&](const std::vector<const char*>& words) {

@@ -201,36 +201,6 @@ TEST_F(EngineStatus, AdvancesByTheDifferenceModuloFourAndTwiceThatForDenials) {
   takeLog();
 }
 
-TEST_F(EngineStatus, AFailedCounterReadAdvancesNothingAndTheNextOneCatchesUp) {
-  for (unsigned failing = 0x77; failing <= 0x7C; failing++) {
-    for (unsigned k = 0; k < 6; k++) {
-      registers[0x77 + k] = 0;
-    }
-    makeEngine();
-    runCycles({[&] {
-                 takeLog();
-                 for (unsigned k = 0; k < 6; k++) {
-                   registers[0x77 + k] = 0x01;
-                 }
-                 bus.failWhen([=](std::size_t, const Transfer& t) { return t.reg == failing; });
-               },
-               [&] {
-                 for (const auto counter : COUNTERS) {
-                   EXPECT_EQ(status().port[0].*counter, 0U);
-                 }
-                 bus.failNone();
-                 takeLog();
-               },
-               [&] {
-                 for (unsigned k = 0; k < 6; k++) {
-                   const bool countsTwoBits = COUNTERS[k] == &PoePortStatus::powerDeniedCounter;
-                   EXPECT_EQ(status().port[0].*COUNTERS[k], countsTwoBits ? 2U : 1U) << k;
-                 }
-                 takeLog();
-               }});
-  }
-}
-
 // Failed reads.
 
 TEST_F(EngineStatus, RepeatsTheLastKnownValuesWhileTheChipIsGone) {
@@ -264,61 +234,6 @@ TEST_F(EngineStatus, RepeatsTheLastKnownValuesWhileTheChipIsGone) {
                               }});
 }
 
-TEST_F(EngineStatus, KeepsTheLastKnownActiveBankWhenItCannotBeRead) {
-  makeEngine();
-  registers[0x91] = 2 << 3;
-  runCycles({[&] {
-               registers[0x8B] = 120;
-               registers[0x91] = 0;
-               bus.failWhen([](std::size_t, const Transfer& t) { return t.reg == 0x91; });
-               takeLog();
-             },
-             [&] {
-               EXPECT_EQ(status().mainPower, 120U); // bank 2, not bank 0
-               EXPECT_EQ(takeLog(), readFailureReport("91"));
-             }});
-  takeLog();
-}
-
-TEST_F(EngineStatus, KeepsPowerAndConsumptionTogetherWhenOneOfTheirReadsFails) {
-  for (const unsigned failing : {0x96U, 0x89U, 0xCBU, 0xCCU}) {
-    makeEngine();
-    registers[0x89] = 0;
-    registers[0x96] = 30;
-    bus.failNone();
-    runCycles({[&] {
-                 registers[0x89] = 100;
-                 registers[0x96] = 31;
-                 bus.failWhen([=](std::size_t, const Transfer& t) { return t.reg == failing; });
-               },
-               [&] {
-                 EXPECT_EQ(status().mainPower, 0U) << std::hex << failing;
-                 EXPECT_EQ(status().mainConsumption, 30U) << std::hex << failing;
-               }});
-    takeLog();
-  }
-}
-
-TEST_F(EngineStatus, KeepsTemperatureAndShutdownWhenADeviceReadFails) {
-  for (const unsigned failing : {0x43U, 0x70U, 0x42U}) {
-    bus.failNone();
-    registers[0x70] = 60;
-    registers[0x42] = 0;
-    makeEngine();
-    runCycles({[&] {
-                 registers[0x70] = 90;
-                 registers[0x42] = 0x80;
-                 bus.failWhen([=](std::size_t, const Transfer& t) { return t.reg == failing; });
-               },
-               [&] {
-                 EXPECT_EQ(status().deviceTemperature, 30);
-                 EXPECT_EQ(status().thermalShutdown, 0U);
-                 EXPECT_EQ(status().devError, failing == 0x42 ? 1U : 0U);
-               }});
-    takeLog();
-  }
-}
-
 TEST_F(EngineStatus, KeepsThePortsRecordWhenItsStatusCannotBeReadButTakesItsPower) {
   runConfigured(fourPorts(), {[&] {
                                 registers[0x10] = 0x01;
@@ -339,21 +254,6 @@ TEST_F(EngineStatus, KeepsThePortsRecordWhenItsStatusCannotBeReadButTakesItsPowe
                               }});
 }
 
-TEST_F(EngineStatus, KeepsThePortsPowerWhenAMeasurementCannotBeRead) {
-  makeEngine();
-  registers[0x92] = 5;
-  runCycles({[&] {
-               registers[0x92] = 6;
-               registers[0x0C] = 0x11;
-               bus.failWhen([](std::size_t, const Transfer& t) { return t.reg == 0x30; });
-             },
-             [&] {
-               EXPECT_EQ(status().port[0].powerConsumption, 5U);
-               EXPECT_EQ(status().port[0].detectionStatus, 1U);
-             }});
-  takeLog();
-}
-
 // pollPort.
 
 TEST_F(EngineStatus, PollsOneOfFourPortsAndRejectsAnyOther) {
@@ -366,19 +266,6 @@ TEST_F(EngineStatus, PollsOneOfFourPortsAndRejectsAnyOther) {
   EXPECT_FALSE(engine->pollPort(0xFFFFFFFF));
   EXPECT_EQ(takeLog(), engineError(827, "Illegal portnr [4]\n") + engineError(827, "Illegal portnr [-1]\n"));
   EXPECT_EQ(registersMoved(), "");
-}
-
-TEST_F(EngineStatus, TellsFailedStatusReadsOfAPollButNotFailedMeasurements) {
-  makeEngine();
-  for (std::size_t failing = 0; failing < 11; failing++) {
-    bus.failTransfer(failing);
-    EXPECT_EQ(engine->pollPort(2), failing >= 4) << "transfer " << failing;
-    EXPECT_EQ(bus.takeTransfers().size(), 11U);
-    bus.failNone();
-    EXPECT_TRUE(engine->pollPort(2));
-    bus.takeTransfers();
-    EXPECT_EQ(takeLog().size(), 2U);
-  }
 }
 
 // updateOperStatus.
@@ -426,18 +313,6 @@ TEST_F(EngineStatus, ReportsAQueueThatCannotBeOpenedOncePerCycleAndGoesOn) {
             (std::vector<std::string>{"pthread_create", "mq_open /queueToMain O_WRONLY",
                                       "mq_open /queueToMain O_WRONLY", "mq_open /queueToMain O_WRONLY",
                                       "mq_timedsend 188", "mq_close", "pthread_join"}));
-}
-
-TEST_F(EngineStatus, ReportsASendThatFailsAndStillClosesTheQueue) {
-  makeEngine();
-  posix.sendError = ETIMEDOUT;
-  EXPECT_FALSE(engine->sendStatus());
-  EXPECT_EQ(takeLog(), engineError(940, "msgsnd failure: Connection timed out\n"));
-  EXPECT_EQ(posix.calls.back(), "mq_close");
-  posix.sendError = 0;
-  posix.openError = EMFILE;
-  EXPECT_FALSE(engine->sendStatus());
-  EXPECT_EQ(takeLog(), engineError(925, "mq_open /queueToMain: Too many open files\n"));
 }
 
 } // namespace

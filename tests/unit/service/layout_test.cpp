@@ -7,7 +7,7 @@
 
 namespace {
 
-// The fields of CPD69104 in their order, behind the pointer to the virtual table.
+// The fields of CPD69104 in their order, after the pointer to the virtual table.
 struct DriverLayout {
   const void* virtualTable;
   std::uint32_t i2cAddress;
@@ -20,7 +20,7 @@ struct DriverLayout {
 };
 static_assert(sizeof(DriverLayout) == sizeof(CPD69104));
 
-// The first fields of CPD69104Engine behind its bases.
+// The first fields of CPD69104Engine after its bases.
 struct EngineLayout {
   std::int32_t state;
   CPD69104* driver;
@@ -174,7 +174,7 @@ TEST_F(Layout, AConfigurationIsIgnoredInAnyStateButActive) {
   }
 }
 
-// A line of a console report: what stands behind its label.
+// A line of a console report: what follows its label.
 std::string valueIn(CPD69104Engine& engine, const char* command, const std::string& label) {
   const char* argv[] = {command, "1"};
   char out[8192];
@@ -199,7 +199,7 @@ TEST_F(Layout, PoePortDecodesEveryStoredStateAndClass) {
   }
 }
 
-TEST_F(Layout, ChannelDecodesCodesBehindItsTablesAsIllegal) {
+TEST_F(Layout, ChannelDecodesCodesOutsideItsTablesAsIllegal) {
   makeEngine();
   for (const std::uint32_t code : {8U, 9U, 0xFFFFFFFFU}) {
     poke(offsetof(EngineLayout, channel[1].det_status), code);

@@ -108,7 +108,7 @@ bool isDevNull(int descriptor) {
          found.st_rdev == expected.st_rdev;
 }
 
-// What stands behind the standard descriptors when the process opens its queue, the first thing that it
+// What the standard descriptors stand for when the process opens its queue, the first thing that it
 // opens.
 TEST_F(Main, OpensDevNullForEachStandardDescriptorThatIsClosedAndForNoOther) {
   for (int closed = 0; closed < 8; closed++) {
@@ -230,6 +230,13 @@ TEST_F(Main, UsesATraceObjectThatIsThereAndDeletesIt) {
   EXPECT_EQ(
       takeLog(),
       (LogLines{{7, "[DEBUG1] main:79 (main) - listen to queue  /queueToPoe(31)\n"}, READY, INTERRUPTED}));
+}
+
+TEST_F(Main, WithoutATraceObjectWritesNoTaggedLine) {
+  const FailingNew noTrace(sizeof(TraceObject));
+  doubles.receives = {{bytes(5, 4), 0}};
+  EXPECT_EQ(run(), 0);
+  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(2)));
 }
 
 TEST_F(Main, ReadsTheTraceLevelAnewForEveryLine) {

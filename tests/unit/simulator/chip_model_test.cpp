@@ -197,25 +197,6 @@ TEST(ChipPort, DoesNothingWithoutTime) {
   EXPECT_EQ(read(chip, 0x10), 0);
 }
 
-TEST(ChipPort, DoesNotCareHowTimeIsCut) {
-  ChipModel whole;
-  ChipModel slices;
-  for (ChipModel* chip : {&whole, &slices}) {
-    chip->plug(0, {});
-    chip->plug(1, {Signature::Short, 0, 0.0});
-    chip->plug(2, {Signature::Good, 1, 9.0}); // denied: too much for its class
-    switchOn(*chip);
-  }
-  whole.advance(3.7);
-  for (int i = 0; i < 37000; ++i) {
-    slices.advance(0.0001);
-  }
-  for (unsigned address = 0; address <= 0xCE; ++address) {
-    const auto place = static_cast<std::uint8_t>(address);
-    EXPECT_EQ(whole.reg(place), slices.reg(place)) << address;
-  }
-}
-
 struct ClassRow {
   unsigned pdClass;
   unsigned code;

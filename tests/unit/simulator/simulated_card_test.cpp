@@ -98,14 +98,6 @@ TEST(RealTimeCard, AgesByItself) {
   EXPECT_EQ(card.answer("reg 0x10"), "0x10 0x11\n");
 }
 
-TEST(RealTimeCard, RunsItsScheduleAsTimePasses) {
-  SimulatedCard card;
-  card.schedule(scheduleOf({"reg 0x20 1", "0.5 reg 0x20 2"}));
-  EXPECT_EQ(card.answer("reg 0x20"), "0x20 0x01\n");
-  std::this_thread::sleep_for(std::chrono::milliseconds(510));
-  EXPECT_EQ(read(card, 0x20), 2);
-}
-
 TEST_F(SteppedCard, RunsCommandsThatAreDueAtOnceAndTheOthersByTheirTimes) {
   card.schedule(scheduleOf({"0.060 reg 0x20 4", "reg 0x20 1", "0.045 reg 0x20 2", "0.045 reg 0x20 3"}));
   EXPECT_EQ(card.answer("reg 0x20"), "0x20 0x01\n");
@@ -198,23 +190,6 @@ TEST_F(SteppedCard, BeginsTheRecordAnew) {
   directory.write("record", "old\n");
   card.record(std::make_unique<TransferRecord>(recordPath(), false));
   EXPECT_EQ(record(), "");
-}
-
-TEST_F(SteppedCard, TellsThatARecordIsNotComplete) {
-  card.record(std::make_unique<TransferRecord>("/dev/full", false));
-  EXPECT_TRUE(card.recordComplete());
-  read(card, 0x43);
-  EXPECT_FALSE(card.recordComplete());
-}
-
-TEST_F(SteppedCard, SaysWhyThereCanBeNoRecord) {
-  try {
-    const TransferRecord record("/no/such/directory/record", false);
-    FAIL() << "there is a record";
-  } catch (const std::runtime_error& error) {
-    EXPECT_STREQ(error.what(), "cannot write /no/such/directory/record: No such file or directory; "
-                               "accepted is a file that can be written");
-  }
 }
 
 // What a program and a schedule make of a card, as a record with times.

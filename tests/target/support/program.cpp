@@ -1,0 +1,87 @@
+#include "tests/target/support/program.h"
+
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::chrono::milliseconds POLL_INTERVAL{5};
+
+std::string newFileName() {
+  static int number = 0;
+  return "/tmp/output" + std::to_string(number++);
+}
+
+[[noreturn]] void become(const std::vector<std::string>& commandLine, const std::string& outputFile) {
+  const int output = open(outputFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+  dup2(output, STDOUT_FILENO);
+  dup2(output, STDERR_FILENO);
+  close(output);
+  std::vector<char*> arguments;
+  for (const std::string& word : commandLine) {
+    arguments.push_back(const_cast<char*>(word.c_str()));
+  }
+  arguments.push_back(nullptr);
+  execv(arguments[0], arguments.data());
+  std::perror(arguments[0]);
+  _exit(126);
+}
+
+} // namespace
+
+Program::Program(const std::vector<std::string>& commandLine, const std::function<void()>& prepare)
+    : m_outputFile(newFileName()), m_pid(fork()) {
+  if (m_pid == 0) {
+    if (prepare) {
+      prepare();
+    }
+    become(commandLine, m_outputFile);
+  }
+  EXPECT_GT(m_pid, 0);
+}
+
+Program::~Program() {
+  if (isRunning()) {
+    kill(m_pid, SIGKILL);
+    wait();
+  }
+  unlink(m_outputFile.c_str());
+}
+
+std::string Program::output() const {
+  std::ostringstream text;
+  text << std::ifstream(m_outputFile).rdbuf();
+  return text.str();
+}
+
+bool Program::isRunning() {
+  if (!m_ended) {
+    m_ended = waitpid(m_pid, &m_status, WNOHANG) == m_pid;
+  }
+  return !m_ended;
+}
+
+int Program::wait(std::chrono::milliseconds patience) {
+  const auto end = std::chrono::steady_clock::now() + patience;
+  while (isRunning()) {
+    if (std::chrono::steady_clock::now() > end) {
+      ADD_FAILURE() << "the program does not end";
+      return -1;
+    }
+    std::this_thread::sleep_for(POLL_INTERVAL);
+  }
+  return WIFEXITED(m_status) ? WEXITSTATUS(m_status) : 128 + WTERMSIG(m_status);
+}
+
+Result run(const std::vector<std::string>& commandLine, std::chrono::milliseconds patience) {
+  Program program(commandLine);
+  const int status = program.wait(patience);
+  return {status, program.output()};
+}
