@@ -233,7 +233,7 @@ TEST_F(PoeCardControl, GoesAwayWithPoeCard) {
 TEST_F(PoeCardControl, IsNotTakenFromAPoeCardThatListens) {
   const CardResult second = runCard({"--control", path.string(), "--", "true"});
   EXPECT_EQ(second.err, "poe_card: --control: " + path.string() +
-                            " exists; accepted is a new path, or a socket that nobody listens on\n");
+                            " exists; accepted is a new path, or a socket without a listener\n");
   EXPECT_EQ(second.status, 2);
   EXPECT_EQ(Client(path).ask("reg 0x43"), "0x43 0x41\n\n");
 }
@@ -280,7 +280,7 @@ TEST(PoeCardControlPath, ThatIsAFileIsLeftAlone) {
   std::ofstream(path) << "data\n";
   const CardResult result = runCard({"--control", path.string(), "--", "true"});
   EXPECT_EQ(result.err, "poe_card: --control: " + path.string() +
-                            " exists; accepted is a new path, or a socket that nobody listens on\n");
+                            " exists; accepted is a new path, or a socket without a listener\n");
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(std::filesystem::file_size(path), 5U);
 }

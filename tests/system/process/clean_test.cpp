@@ -72,6 +72,7 @@ TEST_F(PoectlClean, RemovesWhatAKilledWatchLeftUnderARunningService) {
   EXPECT_NE(result.output.find("removed queue /queueToMain\n"), std::string::npos) << result.output;
   EXPECT_TRUE(queueExists("/queueToPoe"));
   status = std::make_unique<MainProcessQueue>();
+  status->next(); // from now on the engine takes configurations
   ConfigSender().send(onePort());
   EXPECT_TRUE(waitForPort0(2)) << "the service can still be configured";
 }

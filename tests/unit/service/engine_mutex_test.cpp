@@ -1,5 +1,6 @@
 // What the engine does under its mutex and what outside of it.
 #include "platform/host/console/console_command.h"
+#include "platform/host/console/debug_registry.h"
 #include "tests/unit/service/console_fixture.h"
 #include "tests/unit/service/guard_double.h"
 
@@ -77,6 +78,7 @@ TEST_F(EngineMutex, IsHeldUntilTheWholeEngineIsConstructedForAConsoleThatComesBe
   std::thread console;
   onWatchdogEvent([&](const std::string& event) {
     if (event == "PoeEngine created") {
+      Zorvan::DebugRegistry::instance().showConstructed(); // the card's console may show an object at once
       console = std::thread([&] {
         std::vector<char> buffer(8192);
         text = Zorvan::ConsoleCommand("PD69104Engine info").run(buffer);
