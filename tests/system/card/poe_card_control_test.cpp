@@ -183,7 +183,15 @@ TEST_F(PoeCardControl, TurnsClientsAwayWhenThereAreTooMany) {
   EXPECT_EQ(reply, "0x43 0x41\n\n");
 }
 
-TEST_F(PoeCardControl, WaitsWithoutSpinningForADescriptorForAClient) {
+TEST(PoeCardControlWithFewDescriptors, WaitsWithoutSpinningForADescriptorForAClient) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.file("control");
+  // After a transfer the adapter has opened all that it needs.
+  CardProcess card(directory.path(), {"--control", path, "--", CARD_PROBE, "open", "bind:0x20", "read:0x43",
+                                      "catch:15", "say:up", "wait:15"});
+  for (const char* const line : {"ok", "ok", "0x41", "up"}) {
+    ASSERT_EQ(card.line(), line);
+  }
   rlimit before{};
   ASSERT_EQ(prlimit(card.pid(), RLIMIT_NOFILE, nullptr, &before), 0);
   const rlimit none{lowestFreeDescriptor(card.pid()), before.rlim_max};
@@ -195,6 +203,8 @@ TEST_F(PoeCardControl, WaitsWithoutSpinningForADescriptorForAClient) {
   EXPECT_LT(processorTime(card.pid()) - used, std::chrono::milliseconds(100));
   ASSERT_EQ(prlimit(card.pid(), RLIMIT_NOFILE, &before, nullptr), 0);
   EXPECT_EQ(client.reply(), "0x43 0x41\n\n");
+  card.send(SIGTERM);
+  EXPECT_EQ(card.wait(), 0);
 }
 
 TEST(PoeCardControlWithFewDescriptors, LeavesSomeForTheAdapter) {
