@@ -4,9 +4,9 @@
 
 #include "poectl/card/card_client.h"
 #include "tests/soak/service_footprint.h"
-#include "tests/support/process/patience.h"
 #include "tests/support/process/process_fixture.h"
 #include "tests/support/process/temporary_directory.h"
+#include "tests/support/process/wait_until.h"
 
 #include <chrono>
 #include <memory>

@@ -71,7 +71,7 @@ TEST_F(SystemLogReader, MayBeMissingGoAndComeBack) {
   for (std::uint32_t id = 2; id < 4; id++) {
     SystemLog log;
     sendUnknown(id);
-    EXPECT_NE(log.takeUntil(reportOf(id), PATIENCE).find(reportOf(id)), std::string::npos);
+    EXPECT_NE(log.takeUntil(reportOf(id), MAX_WAIT).find(reportOf(id)), std::string::npos);
   }
   sendUnknown(4);
   expectPace();
@@ -92,7 +92,7 @@ TEST_F(SystemLogReader, ThatDoesNotReadHoldsTheMainThreadWithALineAndTheCycleGoe
   EXPECT_EQ(latest.mainPower, 100U) << "the main thread does not wait for the log";
   EXPECT_NE(askConsole("PD69104Engine info"), "");
 
-  EXPECT_NE(log.takeUntil(reportOf(1), PATIENCE).find(reportOf(1)), std::string::npos);
+  EXPECT_NE(log.takeUntil(reportOf(1), MAX_WAIT).find(reportOf(1)), std::string::npos);
   expectConfigured(config);
   expectUnharmed();
 }
@@ -113,7 +113,7 @@ TEST_F(SystemLogReader, ThatDoesNotReadHoldsTheCycleAndTheReportsWithALineOfTheW
     EXPECT_TRUE(status->waiting().empty()) << "the worker does not wait for the log";
 
     const std::string line = "<6> PD69104 POE chip not initialised, excuting (re)init now!!\n";
-    EXPECT_NE(log.takeUntil(line, PATIENCE).find(line), std::string::npos);
+    EXPECT_NE(log.takeUntil(line, MAX_WAIT).find(line), std::string::npos);
     EXPECT_NE(console.receiveReply().find("pd69104 Engine"), std::string::npos);
   }
   ConfigSender().send(onePort());

@@ -44,7 +44,7 @@ TEST_F(Configuration, IsWrittenAgainToAChipThatWasPowerCycled) {
   chip->fill(0x5A);
   const std::string recovery = "<6> PD69104 POE chip not initialised, excuting (re)init now!!\n"
                                "<6> POE now setting default configuration\n";
-  EXPECT_EQ(log.takeUntil(recovery, PATIENCE), recovery);
+  EXPECT_EQ(log.takeUntil(recovery, MAX_WAIT), recovery);
   EXPECT_EQ(nextWholeStatus().mainOperStatus, 1U);
   EXPECT_EQ(differences(chip->readAll(), configuredRegisters()), "");
 }

@@ -1,8 +1,8 @@
 // The unmodified service on the simulated card, killed and started again: samples of what the table says.
 #include "tests/faults/power/three_ports.h"
 #include "tests/support/process/main_process.h"
-#include "tests/support/process/patience.h"
 #include "tests/support/process/temporary_directory.h"
+#include "tests/support/process/wait_until.h"
 
 #include <csignal>
 #include <filesystem>

@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr int PATIENCE = 10000; // milliseconds
+constexpr int MAX_WAIT = 10000; // milliseconds
 
 struct LoopbackAddress {
   LoopbackAddress(int family, std::uint16_t port) {
@@ -117,7 +117,7 @@ void ConsoleConnection::send(const std::string& bytes) const {
 
 bool ConsoleConnection::awaitInput() const {
   pollfd descriptor{m_socket.get(), POLLIN, 0};
-  const int ready = poll(&descriptor, 1, PATIENCE);
+  const int ready = poll(&descriptor, 1, MAX_WAIT);
   EXPECT_EQ(ready, 1) << "nothing came";
   return ready == 1;
 }

@@ -1,6 +1,6 @@
 #include "tests/support/process/main_process.h"
 
-#include "tests/support/process/patience.h"
+#include "tests/support/process/wait_until.h"
 
 #include <cerrno>
 #include <cstring>
@@ -16,7 +16,7 @@ constexpr mqd_t NONE = -1;
 timespec deadline() {
   timespec time{};
   clock_gettime(CLOCK_REALTIME, &time);
-  time.tv_sec += static_cast<time_t>(PATIENCE.count());
+  time.tv_sec += static_cast<time_t>(MAX_WAIT.count());
   return time;
 }
 

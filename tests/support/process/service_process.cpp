@@ -1,6 +1,6 @@
 #include "tests/support/process/service_process.h"
 
-#include "tests/support/process/patience.h"
+#include "tests/support/process/wait_until.h"
 
 #include <cerrno>
 #include <csignal>

@@ -75,8 +75,8 @@ std::string SystemLog::take() {
   return text;
 }
 
-std::string SystemLog::takeUntil(const std::string& text, std::chrono::seconds patience) {
-  const auto end = std::chrono::steady_clock::now() + patience;
+std::string SystemLog::takeUntil(const std::string& text, std::chrono::seconds timeout) {
+  const auto end = std::chrono::steady_clock::now() + timeout;
   std::string taken;
   while (taken.find(text) == std::string::npos && std::chrono::steady_clock::now() < end) {
     taken += receive(100);

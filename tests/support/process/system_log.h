@@ -17,7 +17,7 @@ public:
 
   // Takes lines until `text` is among them; they are what is returned. Without it in time, what has come till
   // then.
-  std::string takeUntil(const std::string& text, std::chrono::seconds patience);
+  std::string takeUntil(const std::string& text, std::chrono::seconds timeout);
 
   // The time that syslog(3) gave the line that came last, as in "Jan  1 00:00:05".
   const std::string& timeOfLastLine() const { return m_timeOfLastLine; }

@@ -21,7 +21,7 @@
 namespace {
 
 constexpr const char* OK = "ok\n\n";
-constexpr int PATIENCE = 20'000; // ms
+constexpr int MAX_WAIT = 20'000; // ms
 
 int connectTo(const std::filesystem::path& path) {
   sockaddr_un address{};
@@ -97,7 +97,7 @@ public:
 private:
   bool receive(char* character) const {
     pollfd waiting{m_fd, POLLIN, 0};
-    if (poll(&waiting, 1, PATIENCE) != 1) {
+    if (poll(&waiting, 1, MAX_WAIT) != 1) {
       ADD_FAILURE() << "no reply";
       return false;
     }

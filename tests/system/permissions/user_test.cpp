@@ -1,7 +1,7 @@
 // The service as an ordinary user, with just what it needs, and what it says when one thing is missing.
 #include "tests/support/process/console_connection.h"
-#include "tests/support/process/patience.h"
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/wait_until.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,7 +1,7 @@
 // "poectl preflight" and "poectl clean": what a killed process left goes away, what somebody serves stays.
 #include "tests/support/process/listeners.h"
-#include "tests/support/process/patience.h"
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
 #include "tests/system/process/started_command.h"

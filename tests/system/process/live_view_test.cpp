@@ -1,9 +1,9 @@
 // The live view of "poectl watch" on a real terminal, beside the real service.
 #include "tests/support/process/hostile_peer.h"
 #include "tests/support/process/listeners.h"
-#include "tests/support/process/patience.h"
 #include "tests/support/process/process_fixture.h"
 #include "tests/support/process/temporary_directory.h"
+#include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
 #include "tests/system/process/tmux_terminal.h"

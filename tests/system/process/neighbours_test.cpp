@@ -2,9 +2,9 @@
 // not read.
 #include "tests/support/process/hostile_peer.h"
 #include "tests/support/process/listeners.h"
-#include "tests/support/process/patience.h"
 #include "tests/support/process/process_fixture.h"
 #include "tests/support/process/temporary_directory.h"
+#include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/started_command.h"
 

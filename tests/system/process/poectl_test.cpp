@@ -1,6 +1,6 @@
 // poectl beside the real service: the console for a script, and its errors.
-#include "tests/support/process/patience.h"
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 
 #include <algorithm>

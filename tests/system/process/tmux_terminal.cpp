@@ -1,6 +1,6 @@
 #include "tests/system/process/tmux_terminal.h"
 
-#include "tests/support/process/patience.h"
+#include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 
 #include <cerrno>
@@ -78,7 +78,7 @@ std::string TmuxTerminal::row(unsigned number) const {
 }
 
 bool TmuxTerminal::shows(const std::string& text) const {
-  const auto end = std::chrono::steady_clock::now() + PATIENCE;
+  const auto end = std::chrono::steady_clock::now() + MAX_WAIT;
   while (screen().find(text) == std::string::npos) {
     if (std::chrono::steady_clock::now() > end) {
       ADD_FAILURE() << "not shown: " << text << "\nbut:\n" << screen();

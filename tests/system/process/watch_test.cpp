@@ -1,6 +1,6 @@
 // "poectl watch" for programs and pipes beside the real service.
-#include "tests/support/process/patience.h"
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
 

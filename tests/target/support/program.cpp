@@ -68,8 +68,8 @@ bool Program::isRunning() {
   return !m_ended;
 }
 
-int Program::wait(std::chrono::milliseconds patience) {
-  const auto end = std::chrono::steady_clock::now() + patience;
+int Program::wait(std::chrono::milliseconds timeout) {
+  const auto end = std::chrono::steady_clock::now() + timeout;
   while (isRunning()) {
     if (std::chrono::steady_clock::now() > end) {
       ADD_FAILURE() << "the program does not end";
@@ -80,8 +80,8 @@ int Program::wait(std::chrono::milliseconds patience) {
   return WIFEXITED(m_status) ? WEXITSTATUS(m_status) : 128 + WTERMSIG(m_status);
 }
 
-Result run(const std::vector<std::string>& commandLine, std::chrono::milliseconds patience) {
+Result run(const std::vector<std::string>& commandLine, std::chrono::milliseconds timeout) {
   Program program(commandLine);
-  const int status = program.wait(patience);
+  const int status = program.wait(timeout);
   return {status, program.output()};
 }

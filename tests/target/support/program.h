@@ -1,7 +1,7 @@
 // A program that a test has started.
 #pragma once
 
-#include "tests/support/process/patience.h"
+#include "tests/support/process/wait_until.h"
 
 #include <functional>
 #include <string>
@@ -24,7 +24,7 @@ public:
 
   // Waits for the end. Returns the exit status, for a program that a signal has ended 128 and its number, and
   // -1, after a test failure, for one that goes on.
-  int wait(std::chrono::milliseconds patience = PATIENCE);
+  int wait(std::chrono::milliseconds timeout = MAX_WAIT);
 
 private:
   std::string m_outputFile;
@@ -39,4 +39,4 @@ struct Result {
 };
 
 // Runs a program to its end.
-Result run(const std::vector<std::string>& commandLine, std::chrono::milliseconds patience = PATIENCE);
+Result run(const std::vector<std::string>& commandLine, std::chrono::milliseconds timeout = MAX_WAIT);

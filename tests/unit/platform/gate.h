@@ -13,10 +13,10 @@ public:
     m_opened.notify_all();
   }
 
-  // Returns false when the gate has not been opened within `patience`.
-  bool wait(std::chrono::milliseconds patience = std::chrono::seconds(30)) {
+  // Returns false when the gate has not been opened within `timeout`.
+  bool wait(std::chrono::milliseconds timeout = std::chrono::seconds(30)) {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return m_opened.wait_for(lock, patience, [this] { return m_open; });
+    return m_opened.wait_for(lock, timeout, [this] { return m_open; });
   }
 
 private:

@@ -209,10 +209,10 @@ public:
   FakeServiceManager& operator=(const FakeServiceManager&) = delete;
   ~FakeServiceManager() { unsetenv("NOTIFY_SOCKET"); }
 
-  // The next message, or "" when there is none within `patience` milliseconds.
-  std::string message(int patience) const {
+  // The next message, or "" when there is none within `timeout` milliseconds.
+  std::string message(int timeout) const {
     pollfd descriptor{m_socket.get(), POLLIN, 0};
-    if (poll(&descriptor, 1, patience) != 1) {
+    if (poll(&descriptor, 1, timeout) != 1) {
       return "";
     }
     std::array<char, 256> bytes{};
@@ -231,7 +231,7 @@ private:
   FileDescriptor m_socket;
 };
 
-constexpr int PATIENCE = 10000;
+constexpr int MAX_WAIT = 10000;
 
 } // namespace
 
@@ -240,7 +240,7 @@ TEST(KeepAlive, ReachesTheServiceManager) {
   const ServiceManager connection;
   EXPECT_EQ(manager.message(0), "");
   connection.keepAlive();
-  EXPECT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
+  EXPECT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
   EXPECT_EQ(manager.message(0), "");
 }
 
@@ -257,8 +257,8 @@ TEST(KeepAlive, IsSentOnceASecondWhileAllStartedClientsAreInTime) {
   const watchdogMonitor notStarted("NotStarted");
   const auto begin = std::chrono::steady_clock::now(); // the first one comes at once
   started.wdm_start(60000);
-  ASSERT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
-  ASSERT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
+  ASSERT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
+  ASSERT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
   const auto period = std::chrono::steady_clock::now() - begin;
   EXPECT_GE(period, std::chrono::milliseconds(900));
   EXPECT_LT(period, std::chrono::milliseconds(5000));
@@ -270,7 +270,7 @@ TEST(KeepAlive, IsNotSentBeforeAClientIsStartedNorAfterTheLastIsGone) {
     watchdogMonitor client("Client");
     EXPECT_EQ(manager.message(50), "");
     client.wdm_start(60000);
-    EXPECT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
+    EXPECT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
   }
   manager.discardMessages();
   EXPECT_EQ(manager.message(1500), "");
@@ -283,13 +283,13 @@ TEST(KeepAlive, IsNotSentWhileAClientIsLateAndIsSentAgainAfterwards) {
   watchdogMonitor inTime("InTime");
   inTime.wdm_start(600000);
   late.wdm_start(60000);
-  ASSERT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
+  ASSERT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
   SteppedClock::advance(60001);
   ASSERT_EQ(awaitLog(1).size(), 1U);
   manager.discardMessages();
   EXPECT_EQ(manager.message(1500), ""); // at least one check goes by
   late.wdm_notify(0);
-  EXPECT_EQ(manager.message(PATIENCE), "WATCHDOG=1");
+  EXPECT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
   EXPECT_EQ(takeLog(), (LogLines{{LOG_CRIT, "watchdog client Late fed again after 60001 ms\n"}}));
 }
 

@@ -4,13 +4,13 @@
 #include <chrono>
 #include <thread>
 
-constexpr std::chrono::seconds PATIENCE{20};
+constexpr std::chrono::seconds MAX_WAIT{20};
 
-// Repeats a test until it holds or the patience is at its end.
+// Repeats a test until it holds or MAX_WAIT has passed.
 template <typename Condition>
 bool waitUntil(Condition condition) {
   constexpr std::chrono::milliseconds POLL_INTERVAL{5};
-  const auto end = std::chrono::steady_clock::now() + PATIENCE;
+  const auto end = std::chrono::steady_clock::now() + MAX_WAIT;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > end) {
       return false;
