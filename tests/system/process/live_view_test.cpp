@@ -217,6 +217,7 @@ TEST_F(PoectlLiveView, ShowsWhatItHasNotSentAsNotKnownUntilItIsRead) {
   startCard();
   terminal.emplace(UNICODE + POECTL + " watch --control " + socket);
   EXPECT_TRUE(terminal->shows("limit not known (r reads it over the bus)"));
+  EXPECT_TRUE(terminal->shows("chip running")); // a service that reports has its console
   terminal->press("r");
   EXPECT_TRUE(terminal->shows("port 0: limit 15 W, priority 3, as the chip has them"));
   expectEnd("q");

@@ -58,11 +58,11 @@ TEST_F(PoectlNeighbours, AReplyByteByByteEndsAtTheDeadline) {
 }
 
 TEST_F(PoectlNeighbours, EscapeSequencesDoNotReachTheTerminal) {
-  std::string said = "> \033]0;title\a\033[2J\n> ";
+  std::atomic<const char*> said{"> \033]0;title\a\033[2J\n> "};
   const HostilePeer console(listenOnPort(CONSOLE_PORT), [&](const HostilePeer& self, int connection) {
     self.hear(connection);
     self.hear(connection);
-    self.say(connection, said);
+    self.say(connection, said.load());
   });
   EXPECT_EQ(poectl("console info").output, "\\x1B]0;title\\x07\\x1B[2J\n");
   said = "\033[2Jbusy\n";
