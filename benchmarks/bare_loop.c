@@ -1,7 +1,8 @@
-// What the service is measured against: what an engineer would write to get the chip's status and nothing more
-// once a second. It makes the transfers of one of the service's cycles in the same order, turns them into the
-// same values and the same status message, for four ports that are enabled, and sends it in the same way. It
-// has no configuration, no audit of the budget, no recovery, no console, no watchdog, no thread and no lock.
+// What the service is measured against: what an engineer would write to get the chip's status and nothing
+// more once a second. It makes the transfers of one of the service's cycles in the same order, turns them
+// into the same values and the same status message, for four ports that are enabled, and sends it in the same
+// way. It has no configuration, no audit of the budget, no recovery, no console, no watchdog, no thread and
+// no lock.
 #include <errno.h>
 #include <fcntl.h>
 #include <linux/i2c-dev.h>
