@@ -100,7 +100,7 @@ void transfer(const i2c_smbus_ioctl_data& request) {
   endTransfer(request);
 }
 
-// Returns how long the pause behind it is; 0 is the service's own second.
+// Returns how long the pause after it is; 0 is the service's own second.
 Duration endCycle() {
   const std::lock_guard<std::mutex> lock(mutex);
   if (!inCycle) {

@@ -83,7 +83,7 @@ function(poe_poectl_sections commands_result examples_result)
       poe_read_fields("${option_row}" of option value help)
       if(of STREQUAL command)
         string(STRIP "${option} ${value}" words)
-        if(words MATCHES "^([^.]+)([.]*)$") # behind the brackets the dots of one that may be repeated
+        if(words MATCHES "^([^.]+)([.]*)$") # dots after the brackets mark one that may be repeated
           string(APPEND synopsis " [${CMAKE_MATCH_1}]${CMAKE_MATCH_2}")
         endif()
         poe_roff_entry(entry "${CMAKE_MATCH_1}" "${help}")

@@ -86,7 +86,7 @@ bool isHelp(const std::string& word) {
   return word == "-h" || word == "--help";
 }
 
-// Cuts the words that belong to another program off the command's own options: those behind "--", or from the
+// Cuts the words that belong to another program off the command's own options: those after "--", or from the
 // first on that is none of the options.
 std::vector<std::string> cutWords(const Command& command, std::vector<std::string>& arguments) {
   if (!command.takesWords()) {

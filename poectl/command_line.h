@@ -57,6 +57,6 @@ private:
   bool m_reportsWriteErrors = false;
 };
 
-// Understands the words behind "poectl" and carries the command out. Returns the exit status. Throws
+// Understands the words after "poectl" and carries the command out. Returns the exit status. Throws
 // UsageError, and what the command throws.
 int runCommandLine(const std::vector<std::string>& words);

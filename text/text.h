@@ -20,8 +20,8 @@ std::string joined(const std::vector<std::string>& words);
 // printf into a string of at most 255 bytes; the rest is cut off.
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...);
 
-// Words as lines of at most 79 characters, each with its end and behind `indent` blanks; a longer word has a
-// line of its own. Nothing for no words.
+// Breaks words into lines of at most 79 characters. Each line begins with `indent` blanks and has a line end;
+// a longer word has a line of its own. Empty when there are no words.
 std::string wrapped(std::string_view words, std::size_t indent = 0);
 
 // An option, a command or another term of a help text, and what it does in a column beside it.

@@ -1,4 +1,4 @@
-// Commands from standard input, a line each.
+// Commands from standard input, one per line.
 #pragma once
 
 #include "poectl/config/input_file.h"

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::chrono::milliseconds REFRESH{500}; // of the age that is shown
 
-// Shows text on standard output: in the place of what it showed before on a terminal, behind it elsewhere.
+// Shows text on standard output: in the place of what it showed before on a terminal, after it elsewhere.
 class Display {
 public:
   bool isTerminal() const { return m_terminal; }
@@ -90,7 +90,7 @@ private:
     }
   }
 
-  // A message as a table, behind a line that tells of staleness.
+  // A message as a table, after a line that reports staleness.
   void showBlock(const std::string& time, const StatusFeed::Update& update) {
     for (const StatusEvent& event : update.events) {
       if (event.kind == EventKind::STALE || event.kind == EventKind::RESUMED) {

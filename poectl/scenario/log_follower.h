@@ -5,14 +5,14 @@
 #include <deque>
 #include <string>
 
-// Looks at a log from its beginning, and from behind a line that was found on. Keeps at most 16 MiB of it.
+// Looks at a log from its beginning, and after a line that was found. Keeps at most 16 MiB of it.
 // One thread.
 class LogFollower {
 public:
   // This and all others throw InputError when it is no file, cannot be read, or is more than can be kept.
   explicit LogFollower(std::string path);
 
-  // Whether a line, complete with its line end, has the text. find() goes on behind that line.
+  // Whether a line, complete with its line end, has the text. find() goes on after that line.
   bool find(const std::string& text);
   bool has(const std::string& text);
 

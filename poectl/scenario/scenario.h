@@ -14,7 +14,7 @@
 //   expect no log "TEXT" [for N messages]
 //
 // TIMING is "within SECONDS", "within N messages", or for a value "stays" in front of it and "for N messages"
-// behind it.
+// after it.
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"

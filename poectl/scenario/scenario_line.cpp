@@ -17,7 +17,7 @@ unsigned columnOf(std::size_t place) {
 }
 
 std::string wordFault(const std::string& line, std::size_t end) {
-  return line[end] == '"' ? "a quote inside a word" : "a word behind a quote without a blank";
+  return line[end] == '"' ? "a quote inside a word" : "a word after a quote without a blank";
 }
 
 } // namespace
@@ -42,13 +42,13 @@ ScenarioLine splitScenarioLine(const std::string& line) {
     if (quoted && end == line.size()) {
       return fail(start, "a quote that does not end");
     }
-    const std::size_t behind = quoted ? end + 1 : end;
-    if (behind < line.size() && !isBlank(line[behind])) {
-      return fail(behind, wordFault(line, behind));
+    const std::size_t next = quoted ? end + 1 : end;
+    if (next < line.size() && !isBlank(line[next])) {
+      return fail(next, wordFault(line, next));
     }
     result.words.push_back({line.substr(first, end - first), columnOf(start), quoted});
-    result.end = columnOf(behind);
-    start = line.find_first_not_of(" \t", behind);
+    result.end = columnOf(next);
+    start = line.find_first_not_of(" \t", next);
   }
   return result;
 }

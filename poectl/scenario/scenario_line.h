@@ -13,7 +13,7 @@ struct ScenarioWord {
 
 struct ScenarioLine {
   std::vector<ScenarioWord> words;
-  unsigned end = 1; // column behind the last word
+  unsigned end = 1; // column after the last word
 
   // What is wrong with the line, when something is; `end` is the place then.
   std::optional<std::string> fault;

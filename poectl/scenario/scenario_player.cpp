@@ -91,7 +91,7 @@ void ScenarioPlayer::playStep(const Step& step, const LogExpectation& expectatio
   });
   report(step, judgement);
   if (!judgement.holds) {
-    m_tap.comment("the last lines of the log behind the last expected one:");
+    m_tap.comment("the last lines of the log after the last expected one:");
     m_tap.comment(m_log->lastLines());
   }
 }

@@ -13,8 +13,8 @@
 
 // Borrows all it is given. One thread.
 //
-// An expectation is judged on status messages that came behind the last step that did something (apply, card,
-// console): on the last one, when it came behind that step, and on each that comes until the time is up. An
+// An expectation is judged on status messages that came after the last step that did something (apply, card,
+// console): on the last one, when it came after that step, and on each that comes until the time is up. An
 // increase is counted from the last message before that step. Registers and the log are also looked at before
 // the first message.
 class ScenarioPlayer {

@@ -34,7 +34,7 @@ public:
 
   const PoeStatus& before() const { return m_before; }
   const PoeStatus& now() const { return m_now; }
-  bool isNew() const { return m_new; } // now() came behind startStep()
+  bool isNew() const { return m_new; } // now() came after startStep()
   unsigned long count() const { return m_count; }
 
 private:

@@ -7,11 +7,11 @@
 
 namespace {
 
-constexpr double LEAST_SECONDS = 0.1;
-constexpr double MOST_SECONDS = 3600;
-constexpr unsigned MOST_MESSAGES = 3600;
+constexpr double MIN_SECONDS = 0.1;
+constexpr double MAX_SECONDS = 3600;
+constexpr unsigned MAX_MESSAGES = 3600;
 constexpr unsigned LAST_REGISTER = 0xCE;
-constexpr unsigned MOST_VALUE = 0xFF;
+constexpr unsigned MAX_VALUE = 0xFF;
 
 constexpr char APPLY_FORM[] = "apply FILE or apply again is accepted";
 constexpr char CARD_FORM[] = "card WORDS is accepted; 'poectl card help' lists them";
@@ -161,7 +161,7 @@ private:
   RegisterExpectation readRegisterExpectation() {
     RegisterExpectation expectation{takeChipNumber("register address", LAST_REGISTER, ADDRESS_FORM), 0, {}};
     expectation.timing.stays = skip("stays");
-    expectation.value = takeChipNumber("register value", MOST_VALUE, VALUE_FORM);
+    expectation.value = takeChipNumber("register value", MAX_VALUE, VALUE_FORM);
     readTiming(expectation.timing);
     return last(expectation);
   }
@@ -204,7 +204,7 @@ private:
   // A number and the word "messages".
   unsigned takeMessages(const char* accepted) {
     const std::optional<unsigned> count = text::numberFrom<unsigned>(take(accepted));
-    if (!count || *count < 1 || *count > MOST_MESSAGES) {
+    if (!count || *count < 1 || *count > MAX_MESSAGES) {
       failAtLast(text::quoted(m_words[m_next - 1].text) + " is no number of messages", MESSAGES_FORM);
     }
     if (!skip("messages") && !skip("message")) {
@@ -215,7 +215,7 @@ private:
 
   double takeSeconds(const char* accepted) {
     const std::optional<double> seconds = text::numberFrom<double>(take(accepted));
-    if (!seconds || !(*seconds >= LEAST_SECONDS && *seconds <= MOST_SECONDS)) {
+    if (!seconds || !(*seconds >= MIN_SECONDS && *seconds <= MAX_SECONDS)) {
       failAtLast(text::quoted(m_words[m_next - 1].text) + " is no time", SECONDS_FORM);
     }
     return *seconds;
@@ -274,7 +274,7 @@ private:
     return action;
   }
 
-  // At the next word, or behind the last one.
+  // At the next word, or after the last one.
   [[noreturn]] void fail(const std::string& what, const std::string& accepted) const {
     failAt(isMore() ? m_words[m_next].column : m_end, what, accepted);
   }

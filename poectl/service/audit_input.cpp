@@ -11,7 +11,7 @@
 
 namespace {
 
-// What a report shows behind a label, up to the end of the line.
+// What a report shows after a label, up to the end of the line.
 std::string shown(const std::string& report, const std::string& label) {
   const std::size_t start = report.find(label);
   if (start == std::string::npos) {

@@ -68,7 +68,7 @@ bool endsWith(const std::string& text, const std::string& end) {
 
 } // namespace
 
-// With "quit" behind the command the reply ends where the connection does, so a reply may contain anything.
+// With "quit" after the command, the reply ends with the connection, so a reply may contain anything.
 std::string askConsole(const std::string& command, const ConsoleWait& wait) {
   std::string text = conversation(command + "\nquit\n", wait);
   if (!startsWith(text, PROMPT)) {

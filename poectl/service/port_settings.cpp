@@ -7,7 +7,7 @@
 
 namespace {
 
-// The value behind "  label     = " in a report. Empty when there is no such line.
+// The value after "  label     = " in a report. Empty when there is no such line.
 std::string valueOf(const std::string& report, const std::string& label) {
   std::istringstream lines(report);
   for (std::string line; std::getline(lines, line);) {

@@ -14,7 +14,7 @@ struct PortSettings {
 };
 
 // What an unlimited port gets, in W.
-constexpr std::uint32_t HIGHEST_PORT_LIMIT = MAX_PORT_LIMIT_MW / 1000;
+constexpr std::uint32_t MAX_PORT_LIMIT_W = MAX_PORT_LIMIT_MW / 1000;
 
 // As the service understands a configuration.
 PortSettings settingsOf(const PoePortConfig& config);

@@ -10,7 +10,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr int INDENT = 2;
 
-// A field under its name, and behind a code its word.
+// A field under its name, and after a code its word.
 void addField(Json& json, const StatusField& field, const PoeStatus& status, unsigned port) {
   const std::int64_t value = field.read(status, port);
   json[field.name] = value;

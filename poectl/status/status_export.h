@@ -6,7 +6,7 @@
 #include <string>
 
 // The record under its own field names, with the decoded word beside each code. One JSON object, indented,
-// with a line end behind it.
+// followed by a line end.
 std::string statusJson(const PoeStatus& status);
 
 // The same on one line, with the time of receipt (isoTime()) and the message's number in front.

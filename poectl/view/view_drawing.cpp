@@ -17,7 +17,7 @@ constexpr std::size_t CHOSEN_ROW = PORT_ROW + POE_PORTS;
 constexpr std::size_t PLOT_HEADING_ROW = CHOSEN_ROW + 1;
 constexpr std::size_t PLOT_ROW = PLOT_HEADING_ROW + 1;
 constexpr std::size_t PLOT_ROWS = 6; // at VIEW_ROWS; grows with half of what is more
-constexpr std::size_t MOST_PLOT_ROWS = 14;
+constexpr std::size_t MAX_PLOT_ROWS = 14;
 constexpr std::size_t BOTTOM_ROWS = 2;
 
 // Columns of a port's row.
@@ -80,7 +80,7 @@ std::string shortNumber(std::uint32_t number) {
 }
 
 std::size_t plotRows(std::size_t rows) {
-  return std::min(PLOT_ROWS + (rows - VIEW_ROWS) / 2, MOST_PLOT_ROWS);
+  return std::min(PLOT_ROWS + (rows - VIEW_ROWS) / 2, MAX_PLOT_ROWS);
 }
 
 std::size_t eventRows(std::size_t rows) {
@@ -180,7 +180,7 @@ private:
 
   void drawPort(std::size_t row, unsigned port, const PoePortStatus& status) {
     const auto& settings = m_state.settings[port];
-    const std::uint32_t limit = settings ? settings->limit : HIGHEST_PORT_LIMIT;
+    const std::uint32_t limit = settings ? settings->limit : MAX_PORT_LIMIT_W;
     m_canvas.text(row, STATE_COLUMN, operStatusWord(status.operStatus),
                   m_state.isStale() ? FAINT : stateStyle(status.operStatus));
     m_canvas.text(row, CLASS_COLUMN, shortClassWord(status.powerClassification));

@@ -8,8 +8,8 @@
 namespace {
 
 constexpr std::size_t SCROLL_STEP = 5; // events
-constexpr std::size_t LONGEST_PROMPT = 70;
-constexpr double MOST_WATTS = 100;
+constexpr std::size_t MAX_PROMPT = 70;
+constexpr double MAX_WATTS = 100;
 constexpr char CARD_KEYS[] = "pu+-sfontbc:";
 
 struct PluggedDevice {
@@ -29,7 +29,7 @@ KeyEffect editPrompt(const KeyPress& key, ViewState& state) {
   KeyEffect effect;
   switch (key.kind) {
   case KeyPress::Kind::CHARACTER:
-    if (state.prompt->size() < LONGEST_PROMPT) {
+    if (state.prompt->size() < MAX_PROMPT) {
       *state.prompt += key.character;
     }
     break;
@@ -62,7 +62,7 @@ void scroll(ViewState& state, bool back) {
 // The draw is kept at once: the next key may come before the card tells it.
 std::string draw(CardState& card, unsigned port, double change) {
   double& watts = card.port[port].watts;
-  watts = std::clamp(watts + change, 0.0, MOST_WATTS);
+  watts = std::clamp(watts + change, 0.0, MAX_WATTS);
   return text::formatted("draw %u %g", port, watts);
 }
 

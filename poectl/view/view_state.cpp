@@ -5,7 +5,7 @@ void ViewState::log(const std::string& time, const StatusEvent& event) {
   if (scrolledBack > 0) {
     scrolledBack++; // what is looked at stays in its place
   }
-  if (events.size() > MOST_EVENTS) {
+  if (events.size() > MAX_EVENTS) {
     events.pop_front();
   }
   if (event.kind == EventKind::COUNTER) {

@@ -19,8 +19,8 @@ struct LoggedEvent {
 };
 
 struct ViewState {
-  static constexpr std::size_t MOST_EVENTS = 1000; // the oldest go first
-  static constexpr unsigned long RECENT = 5;       // messages for which a counter counts as changed
+  static constexpr std::size_t MAX_EVENTS = 1000; // the oldest go first
+  static constexpr unsigned long RECENT = 5;      // messages for which a counter counts as changed
 
   std::optional<PoeStatus> status; // nothing before the first message
   unsigned long messages = 0;

@@ -13,7 +13,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr unsigned MOST_MESSAGES = 4;
+constexpr unsigned MAX_MESSAGES = 4;
 
 std::uint32_t takeNumber(FuzzedDataProvider& data) {
   return data.ConsumeBool() ? data.ConsumeIntegralInRange<std::uint32_t>(0, 9)
@@ -121,7 +121,7 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   FuzzedDataProvider data(bytes, size);
   Watch watch(data);
-  for (unsigned number = 1; number <= MOST_MESSAGES && data.remaining_bytes() > 0; number++) {
+  for (unsigned number = 1; number <= MAX_MESSAGES && data.remaining_bytes() > 0; number++) {
     const PoeStatus status = takeStatus(data);
     expectLines(statusText(number, status, std::nullopt), 6);
     expectNumbers(Json::parse(statusJson(status)), status);

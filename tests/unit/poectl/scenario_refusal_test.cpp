@@ -64,7 +64,7 @@ const Refusal REFUSALS[] = {
     {"NulCharacter", std::string("wa\0it", 5), "f.play:1:3: a control character" + WORDS},
     {"OpenQuote", "console \"a b", "f.play:1:9: a quote that does not end" + WORDS},
     {"QuoteInsideAWord", "console a\"b\"", "f.play:1:10: a quote inside a word" + WORDS},
-    {"WordBehindAQuote", "console \"a\"b", "f.play:1:12: a word behind a quote without a blank" + WORDS},
+    {"WordBehindAQuote", "console \"a\"b", "f.play:1:12: a word after a quote without a blank" + WORDS},
 
     {"ApplyNothing", "apply", "f.play:1:6: the line is not complete" + APPLY},
     {"ApplyTwo", "apply good.toml more", "f.play:1:17: 'more' is too much; nothing more is accepted"},
