@@ -16,7 +16,7 @@ public:
   TraceObject(const std::string& name, std::int32_t level) noexcept;
   TraceObject(const TraceObject&) = delete;
   TraceObject& operator=(const TraceObject&) = delete;
-  ~TraceObject();
+  ~TraceObject() = default;
 
   const char* name() const { return m_name; }
 

@@ -13,7 +13,7 @@
 namespace {
 
 constexpr std::size_t SHOWN_LINES = 5;
-constexpr std::size_t MAX_KEPT = 16 * 1024 * 1024; // bytes
+constexpr std::size_t MAX_KEPT = 16UL * 1024 * 1024; // bytes
 constexpr std::size_t LINE_COST = sizeof(std::string);
 
 class Descriptor {

@@ -1,11 +1,10 @@
 #include "poectl/service/console_vocabulary.h"
 
 std::vector<std::string> consoleCandidates(std::vector<std::string> words) {
-  const std::vector<std::string> commands(CONSOLE_ENGINE_COMMANDS.begin(), CONSOLE_ENGINE_COMMANDS.end());
+  std::vector<std::string> commands(CONSOLE_ENGINE_COMMANDS.begin(), CONSOLE_ENGINE_COMMANDS.end());
   if (words.empty()) {
-    std::vector<std::string> candidates = commands; // the engine's name may be left out
-    candidates.emplace_back(CONSOLE_ENGINE);
-    return candidates;
+    commands.emplace_back(CONSOLE_ENGINE); // the engine's name may be left out
+    return commands;
   }
   if (words.front() == CONSOLE_ENGINE) {
     if (words.size() == 1) {

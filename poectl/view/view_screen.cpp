@@ -1,6 +1,7 @@
 #include "poectl/view/view_screen.h"
 
 #include <clocale>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -54,7 +55,7 @@ ViewScreen::ViewScreen() {
   }
   for (const char* const capability : {"rmcup", "cnorm", "sgr0"}) {
     const char* const sequence = tigetstr(capability);
-    m_leave += sequence != nullptr && sequence != reinterpret_cast<const char*>(-1) ? sequence : "";
+    m_leave += sequence != nullptr && reinterpret_cast<std::intptr_t>(sequence) != -1 ? sequence : "";
   }
   cbreak();
   noecho();
