@@ -1,6 +1,7 @@
 #include "poectl/status/status_export.h"
 
 #include "poectl/status/status_field.h"
+#include "poectl/status/timestamp.h"
 
 #include <nlohmann/json.hpp>
 
@@ -9,6 +10,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int INDENT = 2;
+constexpr int SNAPSHOT_VERSION = 1;
 
 // A field under its name, and after a code its word.
 void addField(Json& json, const StatusField& field, const PoeStatus& status, unsigned port) {
@@ -36,6 +38,51 @@ void addStatus(Json& json, const PoeStatus& status) {
   json["port"] = portsJson(status);
 }
 
+template <typename Value>
+void addKnown(Json& json, const char* key, const std::optional<Value>& value) {
+  if (value) {
+    json[key] = *value;
+  }
+}
+
+Json portJson(const Snapshot& snapshot, unsigned port) {
+  Json json = Json::object();
+  if (!snapshot.names[port].empty()) {
+    json["name"] = snapshot.names[port];
+  }
+  forEachPortField([&](const StatusField& field) {
+    if (snapshot.knows(field)) {
+      addField(json, field, snapshot.status, port);
+    }
+  });
+  const PortDetails& details = snapshot.details[port];
+  addKnown(json, "enabled", details.enabled);
+  addKnown(json, "limit_w", details.limitW);
+  addKnown(json, "priority", details.priority);
+  addKnown(json, "voltage_dv", details.voltageDv);
+  addKnown(json, "current_ma", details.currentMa);
+  return json;
+}
+
+Json jsonOf(const Snapshot& snapshot) {
+  const auto span = std::chrono::duration_cast<std::chrono::milliseconds>(snapshot.end - snapshot.begin);
+  Json json = {{"version", SNAPSHOT_VERSION},
+               {"time", isoTime(snapshot.end)},
+               {"source", sourceWord(snapshot.source)},
+               {"transfers", snapshot.transfers},
+               {"span_ms", span.count()}};
+  for (const StatusField& field : CHIP_FIELDS) {
+    if (snapshot.knows(field)) {
+      addField(json, field, snapshot.status, 0);
+    }
+  }
+  Json& ports = json["port"] = Json::array();
+  for (unsigned port = 0; port < POE_PORTS; port++) {
+    ports.push_back(portJson(snapshot, port));
+  }
+  return json;
+}
+
 std::string head(const StatusField& field) {
   const std::string type = field.kind == StatusField::Kind::COUNTER ? "counter" : "gauge";
   return std::string("# HELP ") + field.metric + " " + field.help + "\n# TYPE " + field.metric + " " + type +
@@ -54,6 +101,14 @@ std::string statusJsonLine(const std::string& time, unsigned long number, const 
   Json json = {{"time", time}, {"message", number}};
   addStatus(json, status);
   return json.dump() + "\n";
+}
+
+std::string snapshotJsonLine(const Snapshot& snapshot) {
+  return jsonOf(snapshot).dump() + "\n";
+}
+
+std::string snapshotJson(const Snapshot& snapshot) {
+  return jsonOf(snapshot).dump(INDENT) + "\n";
 }
 
 std::string statusPrometheus(const PoeStatus& status) {

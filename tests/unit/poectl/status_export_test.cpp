@@ -69,6 +69,38 @@ TEST(StatusJson, NamesTheFieldsAndTheCodes) {
 )");
 }
 
+TEST(SnapshotJson, HasWhatItsSourceKnowsAndNothingElse) {
+  Snapshot snapshot;
+  snapshot.source = Snapshot::Source::CONSOLE;
+  snapshot.begin = Snapshot::Time(std::chrono::milliseconds(1'700'000'000'000));
+  snapshot.end = snapshot.begin + std::chrono::milliseconds(123);
+  snapshot.transfers = 49;
+  snapshot.status = sample();
+  for (const StatusField& field : CHIP_FIELDS) {
+    snapshot.missing.insert(field.name);
+  }
+  forEachPortField([&](const StatusField& field) { snapshot.missing.insert(field.name); });
+  snapshot.missing.erase("mainPower");
+  snapshot.missing.erase("powerConsumption");
+  snapshot.names[1] = "door";
+  snapshot.details[1] = {true, 30, 2, 540, 407};
+  EXPECT_EQ(
+      snapshotJsonLine(snapshot),
+      R"({"version":1,"time":"2023-11-14T22:13:20.123Z","source":"console","transfers":49,"span_ms":123,)"
+      R"("mainPower":100,"port":[{"powerConsumption":22},{"name":"door","powerConsumption":0,)"
+      R"("enabled":true,"limit_w":30,"priority":2,"voltage_dv":540,"current_ma":407},)"
+      R"({"powerConsumption":1},{"powerConsumption":5}]})"
+      "\n");
+}
+
+TEST(SnapshotJson, HasTheRecordsFieldsOfAStatusMessage) {
+  Snapshot snapshot;
+  snapshot.status = sample();
+  const std::string record = statusJson(sample()).substr(1);
+  const std::string json = snapshotJson(snapshot);
+  EXPECT_EQ(json.substr(json.size() - record.size()), record);
+}
+
 TEST(StatusPrometheus, HasAMetricForEveryField) {
   EXPECT_EQ(statusPrometheus(sample()), R"(# HELP poe_main_power_watts Limit of the active power bank.
 # TYPE poe_main_power_watts gauge

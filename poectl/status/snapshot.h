@@ -1,0 +1,45 @@
+// One look at the card: the status record, where it comes from, and what else its source knows.
+#pragma once
+
+#include "components/PoeDriver/poe_messages.h"
+#include "poectl/status/status_field.h"
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+
+// What only the console knows of a port; each is missing when it is not known.
+struct PortDetails {
+  std::optional<bool> enabled;            // by the configuration
+  std::optional<std::uint32_t> limitW;    // W; the service cuts mW to whole W
+  std::optional<std::uint32_t> priority;  // as configured: 1 is served first
+  std::optional<std::uint32_t> voltageDv; // 0.1 V
+  std::optional<std::uint32_t> currentMa; // mA
+};
+
+// A plain value; for use from any thread that owns it.
+struct Snapshot {
+  enum class Source {
+    QUEUE,   // a status message: one instant
+    CONSOLE, // several reports, between `begin` and `end`
+  };
+  using Time = std::chrono::system_clock::time_point; // of currentTime()
+
+  // A port's field is missing for all ports or for none.
+  bool knows(const StatusField& field) const { return missing.count(field.name) == 0; }
+
+  Source source = Source::QUEUE;
+  Time begin;
+  Time end;               // equals `begin` for a status message
+  unsigned transfers = 0; // on the chip's bus, which the snapshot cost
+  PoeStatus status{};
+  std::set<std::string> missing; // names of the fields of `status` that the source does not know; they are 0
+  std::array<PortDetails, POE_PORTS> details;
+  std::array<std::string, POE_PORTS> names; // from the configuration file; empty: the port has none
+};
+
+// "queue" or "console".
+const char* sourceWord(Snapshot::Source source);
