@@ -7,7 +7,7 @@
 #include "poectl/commands/complete.h"
 #include "poectl/config/audit_text.h"
 #include "poectl/config/input_file.h"
-#include "poectl/service/console_client.h"
+#include "poectl/console/console_client.h"
 
 #include <cstdio>
 #include <string>

@@ -3,7 +3,7 @@
 #include "poectl/card/card_client.h"
 #include "poectl/card/control_path.h"
 #include "poectl/commands.h"
-#include "poectl/service/console_vocabulary.h"
+#include "poectl/console/console_vocabulary.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include "poectl/command_line.h"
 #include "poectl/commands/command_lines.h"
-#include "poectl/service/console_client.h"
+#include "poectl/console/console_client.h"
 #ifdef POECTL_HAS_SHELL
 #include "poectl/commands/console_shell.h"
 #endif

@@ -1,7 +1,7 @@
 #include "poectl/commands/console_shell.h"
 
-#include "poectl/service/console_client.h"
-#include "poectl/service/console_vocabulary.h"
+#include "poectl/console/console_client.h"
+#include "poectl/console/console_vocabulary.h"
 #include "poectl/service/end_signals.h"
 
 #include <algorithm>

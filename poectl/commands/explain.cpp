@@ -2,7 +2,7 @@
 #include "poectl/command_line.h"
 #include "poectl/config/audit_text.h"
 #include "poectl/config/config_file.h"
-#include "poectl/service/audit_input.h"
+#include "poectl/console/audit_input.h"
 
 #include <cstdio>
 #include <memory>

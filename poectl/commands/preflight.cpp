@@ -1,6 +1,6 @@
 #include "components/PoeDriver/poe_messages.h"
 #include "poectl/commands.h"
-#include "poectl/service/console_client.h"
+#include "poectl/console/console_client.h"
 #include "poectl/service/queue.h"
 #include "poectl/service/queue_readers.h"
 

@@ -1,6 +1,6 @@
 #include "poectl/scenario/scenario_player.h"
 
-#include "poectl/service/console_client.h"
+#include "poectl/console/console_client.h"
 #include "poectl/service/queue.h"
 #include "poectl/status/status_text.h"
 

@@ -1,7 +1,7 @@
 #include "poectl/service/queue_readers.h"
 
 #include "components/PoeDriver/poe_messages.h"
-#include "poectl/service/console_client.h"
+#include "poectl/console/console_client.h"
 #include "poectl/service/visible_text.h"
 
 #include <algorithm>

@@ -4,7 +4,7 @@
 #include "poectl/card/control_path.h"
 #include "poectl/commands/time_limit.h"
 #include "poectl/commands/watch_stream.h"
-#include "poectl/service/console_reports.h"
+#include "poectl/console/console_reports.h"
 #include "poectl/service/status_feed.h"
 #include "poectl/status/timestamp.h"
 #include "text/text.h"

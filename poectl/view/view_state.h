@@ -2,7 +2,7 @@
 #pragma once
 
 #include "poectl/card/card_state.h"
-#include "poectl/service/port_settings.h"
+#include "poectl/console/port_settings.h"
 #include "poectl/status/status_events.h"
 #include "poectl/status/status_field.h"
 #include "poectl/view/consumption_history.h"

@@ -1,9 +1,9 @@
 // What poectl reads from the service's console and from the simulated card, whatever it is: a number that is
 // in the text, or a refusal; the live view draws whatever came.
 #include "poectl/card/card_state.h"
-#include "poectl/service/audit_input.h"
-#include "poectl/service/console_client.h"
-#include "poectl/service/port_settings.h"
+#include "poectl/console/audit_input.h"
+#include "poectl/console/console_client.h"
+#include "poectl/console/port_settings.h"
 #include "poectl/view/view_drawing.h"
 #include "tests/fuzz/fuzz_target.h"
 

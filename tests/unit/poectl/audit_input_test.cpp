@@ -1,7 +1,7 @@
 // What the audit of the running service works with, taken from the replies of its console.
-#include "poectl/service/audit_input.h"
+#include "poectl/console/audit_input.h"
 
-#include "poectl/service/console_client.h"
+#include "poectl/console/console_client.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // What the view learns of the ports from the console, a configuration and the simulated card.
 #include "poectl/card/card_state.h"
-#include "poectl/service/port_settings.h"
+#include "poectl/console/port_settings.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "poectl/service/console_reports.h"
+#include "poectl/console/console_reports.h"
 
-#include "poectl/service/console_client.h"
+#include "poectl/console/console_client.h"
 
 #include <algorithm>
 #include <utility>

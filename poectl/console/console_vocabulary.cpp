@@ -1,4 +1,4 @@
-#include "poectl/service/console_vocabulary.h"
+#include "poectl/console/console_vocabulary.h"
 
 std::vector<std::string> consoleCandidates(std::vector<std::string> words) {
   std::vector<std::string> commands(CONSOLE_ENGINE_COMMANDS.begin(), CONSOLE_ENGINE_COMMANDS.end());

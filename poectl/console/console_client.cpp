@@ -1,7 +1,7 @@
-#include "poectl/service/console_client.h"
+#include "poectl/console/console_client.h"
 
 #include "components/PoeDriver/poe_messages.h"
-#include "poectl/service/console_vocabulary.h"
+#include "poectl/console/console_vocabulary.h"
 #include "poectl/service/visible_text.h"
 
 #include <algorithm>

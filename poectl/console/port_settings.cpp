@@ -1,4 +1,4 @@
-#include "poectl/service/port_settings.h"
+#include "poectl/console/port_settings.h"
 
 #include "text/number.h"
 

@@ -1,7 +1,7 @@
-#include "poectl/service/audit_input.h"
+#include "poectl/console/audit_input.h"
 
-#include "poectl/service/console_client.h"
-#include "poectl/service/console_vocabulary.h"
+#include "poectl/console/console_client.h"
+#include "poectl/console/console_vocabulary.h"
 #include "poectl/status/status_text.h"
 #include "text/number.h"
 

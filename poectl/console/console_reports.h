@@ -1,8 +1,8 @@
 // The service's console beside the live view.
 #pragma once
 
+#include "poectl/console/port_settings.h"
 #include "poectl/service/periodic_worker.h"
-#include "poectl/service/port_settings.h"
 
 #include <array>
 #include <mutex>
