@@ -43,3 +43,6 @@ struct Snapshot {
 
 // "queue" or "console".
 const char* sourceWord(Snapshot::Source source);
+
+// The source of such a word; nothing for another text.
+std::optional<Snapshot::Source> sourceOf(const std::string& word);

@@ -10,7 +10,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int INDENT = 2;
-constexpr int SNAPSHOT_VERSION = 1;
 
 // A field under its name, and after a code its word.
 void addField(Json& json, const StatusField& field, const PoeStatus& status, unsigned port) {

@@ -5,6 +5,8 @@
 
 #include <string>
 
+constexpr int SNAPSHOT_VERSION = 1; // of the form of snapshotJsonLine() and snapshotJson()
+
 // The record under its own field names, with the decoded word beside each code. One JSON object, indented,
 // followed by a line end.
 std::string statusJson(const PoeStatus& status);

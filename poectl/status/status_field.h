@@ -7,8 +7,15 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
+
+// Access to a field of the whole chip.
+struct ChipMember {
+  std::int64_t (*read)(const PoeStatus& status);
+  bool (*write)(PoeStatus& status, std::int64_t value); // false: the field cannot hold the value
+};
 
 struct StatusField {
   enum class Kind {
@@ -21,9 +28,9 @@ struct StatusField {
   Kind kind;
   const char* metric; // name for Prometheus, with its unit; null: no metric
   const char* help;   // what it is, one sentence; null: no metric
-  // One of these two: where it stands in a port's record, or how it is read from the chip's.
+  // One of these two: where it stands in a port's record, or in the chip's.
   std::uint32_t PoePortStatus::*member = nullptr;
-  std::int64_t (*readChip)(const PoeStatus& status) = nullptr;
+  const ChipMember* chip = nullptr;
   const char* (*word)(std::uint32_t code) = nullptr; // of Kind::WORD only; "?" for a code that has none
   // Of Kind::COUNTER only: how a column calls it, and in three letters.
   const char* heading = nullptr;
@@ -31,31 +38,44 @@ struct StatusField {
 
   // A field of the whole chip ignores the port.
   std::int64_t read(const PoeStatus& status, unsigned port) const {
-    return member != nullptr ? status.port[port].*member : readChip(status);
+    return member != nullptr ? status.port[port].*member : chip->read(status);
+  }
+
+  // False when the field cannot hold the value; `status` is then unchanged.
+  bool write(PoeStatus& status, unsigned port, std::int64_t value) const {
+    return member != nullptr ? assign(status.port[port].*member, value) : chip->write(status, value);
+  }
+
+  template <typename Number>
+  static bool assign(Number& place, std::int64_t value) {
+    const bool fits =
+        value >= std::numeric_limits<Number>::min() && value <= std::numeric_limits<Number>::max();
+    place = fits ? static_cast<Number>(value) : place;
+    return fits;
   }
 };
 
 template <auto member>
-std::int64_t readFromChip(const PoeStatus& status) {
-  return status.*member;
-}
+inline constexpr ChipMember CHIP_MEMBER = {
+    [](const PoeStatus& status) -> std::int64_t { return status.*member; },
+    [](PoeStatus& status, std::int64_t value) { return StatusField::assign(status.*member, value); }};
 
 // Both tables are in the order of the record.
 constexpr std::array<StatusField, 7> CHIP_FIELDS = {{
     {"mainPower", StatusField::Kind::NUMBER, "poe_main_power_watts", "Limit of the active power bank.",
-     nullptr, readFromChip<&PoeStatus::mainPower>},
+     nullptr, &CHIP_MEMBER<&PoeStatus::mainPower>},
     {"mainOperStatus", StatusField::Kind::WORD, "poe_main_oper_status",
-     "Chip: 0 not yet checked, 1 running, 3 unreachable.", nullptr, readFromChip<&PoeStatus::mainOperStatus>,
+     "Chip: 0 not yet checked, 1 running, 3 unreachable.", nullptr, &CHIP_MEMBER<&PoeStatus::mainOperStatus>,
      mainOperStatusWord},
-    {"reserved", StatusField::Kind::NUMBER, nullptr, nullptr, nullptr, readFromChip<&PoeStatus::reserved>},
+    {"reserved", StatusField::Kind::NUMBER, nullptr, nullptr, nullptr, &CHIP_MEMBER<&PoeStatus::reserved>},
     {"mainConsumption", StatusField::Kind::NUMBER, "poe_main_consumption_watts", "Power that all ports take.",
-     nullptr, readFromChip<&PoeStatus::mainConsumption>},
+     nullptr, &CHIP_MEMBER<&PoeStatus::mainConsumption>},
     {"deviceTemperature", StatusField::Kind::NUMBER, "poe_device_temperature_celsius",
-     "Temperature of the chip.", nullptr, readFromChip<&PoeStatus::deviceTemperature>},
+     "Temperature of the chip.", nullptr, &CHIP_MEMBER<&PoeStatus::deviceTemperature>},
     {"thermalShutdown", StatusField::Kind::NUMBER, "poe_thermal_shutdown",
-     "1 while the chip reports thermal shutdown.", nullptr, readFromChip<&PoeStatus::thermalShutdown>},
+     "1 while the chip reports thermal shutdown.", nullptr, &CHIP_MEMBER<&PoeStatus::thermalShutdown>},
     {"devError", StatusField::Kind::NUMBER, "poe_device_error",
-     "1 when the last transfer of the device status failed.", nullptr, readFromChip<&PoeStatus::devError>},
+     "1 when the last transfer of the device status failed.", nullptr, &CHIP_MEMBER<&PoeStatus::devError>},
 }};
 
 constexpr std::array<StatusField, 4> PORT_FIELDS = {{

@@ -24,6 +24,23 @@ std::string isoTime(std::chrono::system_clock::time_point time) {
   return text;
 }
 
+std::optional<std::chrono::system_clock::time_point> timeFromIso(const std::string& text) {
+  constexpr int FIRST_YEAR = 1970;
+  constexpr int LAST_YEAR = 2199; // the clock's type ends in 2262
+  std::tm parts{};
+  int milliseconds = 0;
+  if (std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%3dZ", &parts.tm_year, &parts.tm_mon, &parts.tm_mday,
+                  &parts.tm_hour, &parts.tm_min, &parts.tm_sec, &milliseconds) != 7 ||
+      parts.tm_year < FIRST_YEAR || parts.tm_year > LAST_YEAR) {
+    return {};
+  }
+  parts.tm_year -= 1900;
+  parts.tm_mon -= 1;
+  const std::chrono::system_clock::time_point time(std::chrono::seconds(timegm(&parts)) +
+                                                   std::chrono::milliseconds(milliseconds));
+  return isoTime(time) == text ? std::optional(time) : std::nullopt; // else it is written in another way
+}
+
 std::string timeOfDay(std::chrono::system_clock::time_point time) {
   const std::time_t whole = std::chrono::system_clock::to_time_t(time);
   std::tm parts{};

@@ -121,7 +121,9 @@ private:
 
   void drawChip() {
     if (!m_state.status) {
-      m_canvas.text(CHIP_ROW, 0, "waiting for the service's first status message", CHANGED);
+      m_canvas.text(CHIP_ROW, 0,
+                    m_state.replay ? "the record is empty" : "waiting for the service's first status message",
+                    CHANGED);
       return;
     }
     const PoeStatus& status = *m_state.status;
@@ -134,10 +136,24 @@ private:
                                   status.deviceTemperature),
                   isWell ? BOLD : Style{Colour::RED, true});
     const std::string age = secondsText(m_state.age);
+    if (m_state.replay) {
+      drawRecordTime();
+      return;
+    }
     m_canvas.textAtRight(CHIP_ROW,
                          m_state.isStale()
                              ? " STALE: no message for " + age
                              : text::formatted(" message %lu, age %s", m_state.messages, age.c_str()),
+                         m_state.isStale() ? ALARM : PLAIN);
+  }
+
+  void drawRecordTime() {
+    const ReplayPosition& position = *m_state.replay;
+    const std::string number = std::to_string(position.record);
+    m_canvas.textAtRight(CHIP_ROW,
+                         text::formatted(" record %s, %s %s UTC", number.c_str(),
+                                         position.time.substr(0, 10).c_str(),
+                                         position.time.substr(11, 8).c_str()),
                          m_state.isStale() ? ALARM : PLAIN);
   }
 
@@ -205,7 +221,7 @@ private:
     if (const auto& settings = m_state.settings[m_state.port]) {
       text += settings->enabled ? "priority " + std::to_string(settings->priority) : "switched off";
     } else {
-      text += "limit not known (r reads it over the bus)";
+      text += m_state.replay ? "limit not known" : "limit not known (r reads it over the bus)";
     }
     if (const std::string& faults = m_state.faults[m_state.port]; !faults.empty()) {
       text += ", " + faults;
@@ -244,13 +260,29 @@ private:
     if (m_state.prompt) {
       m_canvas.text(row, 0, "card: " + *m_state.prompt + "_", BOLD);
     } else {
-      m_canvas.text(row, 0, m_state.note, BOLD);
+      m_canvas.text(row, 0, m_state.replay ? replayText() : m_state.note, BOLD);
     }
-    m_canvas.text(row + 1, 0,
-                  m_state.card
-                      ? "q quit  0-3 port  p plug  u unplug  + - draw  s short  t thermal  ? all keys"
-                      : "q quit  0-3 port  ? all keys     no simulated card to plug devices into",
-                  FAINT);
+    m_canvas.text(row + 1, 0, keyLine(), FAINT);
+  }
+
+  const char* keyLine() const {
+    if (m_state.replay) {
+      return "q quit  0-3 port  space pause  , . record  left right 10 s  + - speed  ? all";
+    }
+    return m_state.card ? "q quit  0-3 port  p plug  u unplug  + - draw  s short  t thermal  ? all keys"
+                        : "q quit  0-3 port  ? all keys     no simulated card to plug devices into";
+  }
+
+  std::string replayText() const {
+    if (!m_state.note.empty()) {
+      return m_state.note;
+    }
+    const ReplayPosition& position = *m_state.replay;
+    return text::formatted("%s, speed %gx, %u %% of the file",
+                           position.isAtEnd    ? "end of the record"
+                           : position.isPaused ? "paused"
+                                               : "playing",
+                           position.speed, position.percent);
   }
 
   void drawHelp();
@@ -281,6 +313,23 @@ constexpr const char* HELP[] = {
     ":                 any command of the card, as 'help' lists them",
 };
 
+constexpr const char* REPLAY_HELP[] = {
+    "0 to 3, up, down  choose a port",
+    "PgUp, PgDn        scroll the events",
+    "? or Esc          close this list",
+    "q or Ctrl-C       quit",
+    "",
+    "space             pause, go on",
+    "left, right       10 s back, forward",
+    "< and >           10 min back, forward",
+    ", and .           pause at the record before, at the next record",
+    "Home, End         the first, the last record",
+    "+ and -           double, halve the speed",
+    "",
+    "A step back goes at most 2000 records back. Of a silence of more",
+    "than 60 s, the last 60 s are played.",
+};
+
 // Covers the middle of the view.
 void View::drawHelp() {
   constexpr std::size_t TOP = 3;
@@ -290,8 +339,10 @@ void View::drawHelp() {
     m_canvas.text(row++, LEFT, text::formatted("  %-64s", text), {Colour::DEFAULT, false, false, true});
   };
   line("");
-  for (const char* text : HELP) {
-    line(text);
+  if (m_state.replay) {
+    std::for_each(std::begin(REPLAY_HELP), std::end(REPLAY_HELP), line);
+  } else {
+    std::for_each(std::begin(HELP), std::end(HELP), line);
   }
   line("");
 }

@@ -11,6 +11,7 @@ constexpr std::size_t SCROLL_STEP = 5; // events
 constexpr std::size_t MAX_PROMPT = 70;
 constexpr double MAX_WATTS = 100;
 constexpr char CARD_KEYS[] = "pu+-sfontbc:";
+constexpr char NO_KEY[] = "this key does nothing; ? lists those that do";
 
 struct PluggedDevice {
   const char* words;
@@ -21,6 +22,35 @@ constexpr PluggedDevice DEVICES[] = {
     {"class=2 watts=6", 6},   {"class=4 watts=22", 22}, {"class=0 watts=10", 10},
     {"class=3 watts=12", 12}, {"class=1 watts=3", 3},   {"class=4 watts=22 signature=low", 22},
 };
+
+struct ReplayKeyRow {
+  KeyPress::Kind kind;
+  char character;
+  ReplayKey effect;
+};
+
+constexpr ReplayKeyRow REPLAY_KEYS[] = {
+    {KeyPress::Kind::CHARACTER, ' ', ReplayKey::PAUSE},
+    {KeyPress::Kind::CHARACTER, '+', ReplayKey::FASTER},
+    {KeyPress::Kind::CHARACTER, '-', ReplayKey::SLOWER},
+    {KeyPress::Kind::CHARACTER, ',', ReplayKey::PREVIOUS},
+    {KeyPress::Kind::CHARACTER, '.', ReplayKey::NEXT},
+    {KeyPress::Kind::CHARACTER, '<', ReplayKey::FAR_BACK},
+    {KeyPress::Kind::CHARACTER, '>', ReplayKey::FAR_FORWARD},
+    {KeyPress::Kind::LEFT, 0, ReplayKey::BACK},
+    {KeyPress::Kind::RIGHT, 0, ReplayKey::FORWARD},
+    {KeyPress::Kind::HOME, 0, ReplayKey::FIRST},
+    {KeyPress::Kind::END, 0, ReplayKey::LAST},
+};
+
+ReplayKey replayKey(const KeyPress& key) {
+  for (const ReplayKeyRow& row : REPLAY_KEYS) {
+    if (row.kind == key.kind && row.character == key.character) {
+      return row.effect;
+    }
+  }
+  return ReplayKey::NONE;
+}
 
 constexpr unsigned DEVICE_COUNT = std::size(DEVICES);
 
@@ -76,6 +106,12 @@ KeyEffect ViewKeys::press(const KeyPress& key, ViewState& state) {
   if (state.prompt) {
     return editPrompt(key, state);
   }
+  KeyEffect effect;
+  effect.replay = state.replay ? replayKey(key) : ReplayKey::NONE;
+  if (effect.replay != ReplayKey::NONE) {
+    state.note.clear();
+    return effect;
+  }
   switch (key.kind) {
   case KeyPress::Kind::UP:
     state.port = (state.port + POE_PORTS - 1) % POE_PORTS;
@@ -101,6 +137,12 @@ KeyEffect ViewKeys::command(char key, ViewState& state) {
   KeyEffect effect;
   if (key == 'q') {
     effect.quit = true;
+  } else if (key == '?') {
+    state.help = !state.help;
+  } else if (key >= '0' && key < static_cast<char>('0' + POE_PORTS)) {
+    state.port = static_cast<unsigned>(key - '0');
+  } else if (state.replay) {
+    state.note = NO_KEY;
   } else if (key == 'e') {
     effect.sendExample = true;
     state.note = "the example configuration is sent";
@@ -108,12 +150,8 @@ KeyEffect ViewKeys::command(char key, ViewState& state) {
     effect.readSettings = true;
     state.note =
         text::formatted("port %u: its limit and priority are being read over the chip's bus", state.port);
-  } else if (key == '?') {
-    state.help = !state.help;
-  } else if (key >= '0' && key < static_cast<char>('0' + POE_PORTS)) {
-    state.port = static_cast<unsigned>(key - '0');
   } else if (std::string(CARD_KEYS).find(key) == std::string::npos) {
-    state.note = "this key does nothing; ? lists those that do";
+    state.note = NO_KEY;
   } else if (!state.card) {
     state.note = "no simulated card answers; this key is for one";
   } else {

@@ -111,6 +111,14 @@ std::optional<KeyPress> ViewScreen::nextKey() {
       return KeyPress{KeyPress::Kind::UP};
     case KEY_DOWN:
       return KeyPress{KeyPress::Kind::DOWN};
+    case KEY_LEFT:
+      return KeyPress{KeyPress::Kind::LEFT};
+    case KEY_RIGHT:
+      return KeyPress{KeyPress::Kind::RIGHT};
+    case KEY_HOME:
+      return KeyPress{KeyPress::Kind::HOME};
+    case KEY_END:
+      return KeyPress{KeyPress::Kind::END};
     case KEY_PPAGE:
       return KeyPress{KeyPress::Kind::PAGE_UP};
     case KEY_NPAGE:

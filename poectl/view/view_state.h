@@ -18,6 +18,16 @@ struct LoggedEvent {
   StatusEvent event;
 };
 
+// Of a record that is played.
+struct ReplayPosition {
+  std::uint64_t record = 0; // number of the one that is shown, from 1
+  std::string time;         // as isoTime() has it
+  unsigned percent = 0;     // of the file
+  double speed = 1;
+  bool isPaused = false;
+  bool isAtEnd = false;
+};
+
 struct ViewState {
   static constexpr std::size_t MAX_EVENTS = 1000; // the oldest go first
   static constexpr unsigned long RECENT = 5;      // messages for which a counter counts as changed
@@ -34,9 +44,10 @@ struct ViewState {
   std::deque<LoggedEvent> events; // the newest last
   std::size_t scrolledBack = 0;   // events below the last one that is shown
 
-  std::optional<CardState> card; // nothing while no card answers
-  unsigned port = 0;             // the chosen one
-  std::string note;              // the last answer or warning, one line
+  std::optional<ReplayPosition> replay; // nothing while the view is live
+  std::optional<CardState> card;        // nothing while no card answers
+  unsigned port = 0;                    // the chosen one
+  std::string note;                     // the last answer or warning, one line
   std::optional<std::string> prompt;
   bool help = false;
 

@@ -1,0 +1,97 @@
+#include "poectl/commands/replay.h"
+
+#include "poectl/command_line.h"
+#include "poectl/record/record_events.h"
+#include "poectl/record/record_reader.h"
+#include "poectl/status/event_json.h"
+#include "poectl/status/status_text.h"
+#include "poectl/status/timestamp.h"
+#ifdef POECTL_HAS_VIEW
+#include "poectl/view/replay_view.h"
+#include "poectl/view/view_screen.h"
+#endif
+
+#include <cstdio>
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+// One record after the other on standard output.
+class ReplayStream {
+public:
+  explicit ReplayStream(const ReplayOptions& options) : m_options(options) {}
+
+  void print(const Record& record, unsigned long number) {
+    if (m_options.json && !m_options.events) {
+      put(record.line + "\n");
+      return;
+    }
+    for (const RecordedEvent& recorded : m_events.record(record.snapshot)) {
+      const std::string time = isoTime(recorded.time);
+      const StatusEvent& event = recorded.event;
+      if (m_options.events) {
+        put(m_options.json ? eventJsonLine(time, numberOf(event, number), event)
+                           : time + " " + eventText(event) + "\n");
+      } else if (event.kind == EventKind::STALE || event.kind == EventKind::RESUMED) {
+        put(time + " " + eventText(event) + "\n\n");
+      }
+    }
+    if (!m_options.events) {
+      put(isoTime(record.snapshot.end) + " " + statusText(number, record.snapshot.status, {}) + "\n");
+    }
+  }
+
+private:
+  static void put(const std::string& text) { std::fputs(text.c_str(), stdout); }
+
+  // A silence is noticed before the record that ends it.
+  static unsigned long numberOf(const StatusEvent& event, unsigned long number) {
+    return event.kind == EventKind::STALE ? number - 1 : number;
+  }
+
+  const ReplayOptions m_options;
+  RecordEvents m_events;
+};
+
+RecordReader::Warn warnOf(const ReplayOptions& options) {
+  if (!options.skipDamaged) {
+    return {};
+  }
+  return [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
+}
+
+int printRecords(const ReplayOptions& options) {
+  RecordReader reader(options.file, warnOf(options));
+  ReplayStream stream(options);
+  try {
+    while (const auto record = reader.next()) {
+      stream.print(*record, reader.count());
+    }
+  } catch (const InputError&) {
+    std::fflush(stdout); // the error comes after what is shown
+    throw;
+  }
+  return 0;
+}
+
+int replay(const ReplayOptions& options) {
+#ifdef POECTL_HAS_VIEW
+  if (!options.json && !options.events && isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0 &&
+      terminalCanShowView()) {
+    return runReplayView(options);
+  }
+#endif
+  return printRecords(options);
+}
+
+} // namespace
+
+Action replayCommand(CommandSyntax& syntax) {
+  const auto options = std::make_shared<ReplayOptions>();
+  syntax.file(options->file);
+  syntax.flag("--json", options->json);
+  syntax.flag("--events", options->events);
+  syntax.flag("--skip-damaged", options->skipDamaged);
+  return [options] { return replay(*options); };
+}
