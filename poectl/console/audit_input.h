@@ -5,7 +5,6 @@
 #include "components/PoeDriver/power_budget.h"
 
 #include <cstdint>
-#include <string>
 
 struct AuditInput {
   std::uint32_t bankLimit; // W, of the active bank
@@ -14,7 +13,3 @@ struct AuditInput {
 
 // Asks the console. Throws ConsoleError, also when a reply has not the form that is expected.
 AuditInput askAuditInput();
-
-// The parts of it, from the replies to "info" and "channel P". Throw ConsoleError.
-std::uint32_t bankLimitFrom(const std::string& info);
-PortPowerState portStateFrom(const std::string& channel);

@@ -1,6 +1,7 @@
 #include "poectl/console/console_reports.h"
 
 #include "poectl/console/console_client.h"
+#include "poectl/console/console_report.h"
 
 #include <algorithm>
 #include <utility>
@@ -50,8 +51,9 @@ void ConsoleReports::askFaults() {
   std::array<std::string, POE_PORTS> faults;
   try {
     for (unsigned port = 0; port < POE_PORTS; port++) {
-      faults[port] = parseChannelFaults(askConsole(consoleLine("channel " + std::to_string(port)),
-                                                   {REPLY_LIMIT, m_worker.stopDescriptor()}));
+      faults[port] = faultsOf(parseChannel(askConsole(consoleLine("channel " + std::to_string(port)),
+                                                      {REPLY_LIMIT, m_worker.stopDescriptor()}),
+                                           port));
     }
   } catch (const ConsoleError&) { // the view shows that the service is gone by its messages
     faults = {};
@@ -62,9 +64,10 @@ void ConsoleReports::askFaults() {
 
 ConsoleReports::Reading ConsoleReports::read(unsigned port, int stop) {
   try {
-    const auto settings =
-        parsePortSettings(askConsole(consoleLine("poeport " + std::to_string(port)), {REPLY_LIMIT, stop}));
-    return {port, settings, settings ? "" : "the service's console does not show a limit and a priority"};
+    const auto settings = settingsOf(
+        parsePoePort(askConsole(consoleLine("poeport " + std::to_string(port)), {REPLY_LIMIT, stop}), port));
+    return {port, settings,
+            settings ? "" : "the service cannot read the limit and the priority from the chip"};
   } catch (const ConsoleError& error) {
     return {port, std::nullopt, error.what()};
   }

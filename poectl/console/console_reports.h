@@ -26,7 +26,7 @@ public:
     std::string error;                    // then the reason, one line
   };
   struct Update {
-    std::array<std::string, POE_PORTS> faults; // as parseChannelFaults() has them; empty when not known
+    std::array<std::string, POE_PORTS> faults; // as faultsOf() has them; empty when not known
     std::vector<Reading> readings;             // since the call before
   };
   Update update();

@@ -1,11 +1,8 @@
-// What the console's reports have of a port and the status message does not.
+// What the administrator has set for a port.
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"
 #include "components/PoeDriver/power_limits.h"
-
-#include <optional>
-#include <string>
 
 struct PortSettings {
   bool enabled;
@@ -17,11 +14,6 @@ struct PortSettings {
 constexpr std::uint32_t MAX_PORT_LIMIT_W = MAX_PORT_LIMIT_MW / 1000;
 
 // As the service understands a configuration.
-PortSettings settingsOf(const PoePortConfig& config);
-
-// From the console's reply to "poeport P". Nothing when it is another text.
-std::optional<PortSettings> parsePortSettings(const std::string& reply);
-
-// The faults that the console's reply to "channel P" shows: "FET error, hot MOSFET"; empty when there are
-// none.
-std::string parseChannelFaults(const std::string& reply);
+constexpr PortSettings settingsOf(const PoePortConfig& config) {
+  return {config.adminEnable != 0, effectivePortLimitMw(config.powerLimit) / 1000, config.priority};
+}

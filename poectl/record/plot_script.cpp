@@ -19,12 +19,12 @@ struct StateLook {
 };
 
 constexpr StateLook STATE_LOOKS[] = {
-    {OperStatus::DISABLED, "fillstyle solid 1 noborder linecolor rgb '#b0b0b0'", "0.06"},
-    {OperStatus::SEARCHING, "fillstyle solid 1 noborder linecolor rgb '#e69f00'", "0.16"},
-    {OperStatus::DELIVERINGPOWER, "fillstyle solid 1 noborder linecolor rgb '#009e73'", "0.34"},
-    {OperStatus::FAULT, "fillstyle pattern 2 border linecolor rgb '#c00000'", "0.34"},
-    {OperStatus::TEST, "fillstyle pattern 1 border linecolor rgb '#0072b2'", "0.34"},
-    {OperStatus::OTHERFAULT, "fillstyle pattern 5 border linecolor rgb '#7b0099'", "0.34"},
+    {OperStatus::DISABLED, "linecolor rgb '#b0b0b0' fillstyle solid 1 noborder", "0.06"},
+    {OperStatus::SEARCHING, "linecolor rgb '#e69f00' fillstyle solid 1 noborder", "0.16"},
+    {OperStatus::DELIVERINGPOWER, "linecolor rgb '#009e73' fillstyle solid 1 noborder", "0.34"},
+    {OperStatus::FAULT, "linecolor rgb '#c00000' fillstyle pattern 2 border", "0.34"},
+    {OperStatus::TEST, "linecolor rgb '#0072b2' fillstyle pattern 1 border", "0.34"},
+    {OperStatus::OTHERFAULT, "linecolor rgb '#7b0099' fillstyle pattern 5 border", "0.34"},
 };
 
 constexpr const char* PORT_LINES[POE_PORTS] = {
@@ -66,9 +66,22 @@ std::string valueOrNone(const std::optional<std::uint32_t>& value) {
   return value ? std::to_string(*value) : "NaN";
 }
 
+// At most this many characters of UTF-8, so that the legend has place for it.
+std::string shortened(const std::string& name) {
+  constexpr std::size_t MAX_CHARACTERS = 16;
+  std::size_t characters = 0;
+  for (std::size_t i = 0; i < name.size(); i++) {
+    const bool isFirstByte = (static_cast<unsigned char>(name[i]) & 0xC0) != 0x80;
+    if (isFirstByte && characters++ == MAX_CHARACTERS) {
+      return name.substr(0, i) + "...";
+    }
+  }
+  return name;
+}
+
 std::string portTitle(const PlotData& data, unsigned port) {
   const std::string& name = data.names()[port];
-  return quotedForGnuplot("port " + std::to_string(port) + (name.empty() ? "" : " " + name));
+  return quotedForGnuplot("port " + std::to_string(port) + (name.empty() ? "" : " " + shortened(name)));
 }
 
 std::string block(const std::string& name, const std::string& lines) {
@@ -142,7 +155,7 @@ std::string head(const PlotData& data, const std::string& title) {
          quotedForGnuplot(asciiOnly(title) + ": " + std::to_string(data.records()) + " records, " +
                           isoTime(data.begin()) + " to " + isoTime(data.end()) + note) +
          "\n"
-         "set lmargin 14\nset rmargin 26\nset key outside right top Left reverse\nset grid xtics\n"
+         "set lmargin 10\nset rmargin 30\nset key outside right top Left reverse\nset grid xtics\n"
          "set xrange [" +
          secondsOf(data.begin()) + ":" + secondsOf(last) +
          "]\n"
@@ -162,10 +175,10 @@ std::string consumptionPanel(const PlotData& data) {
   return plot + "\n";
 }
 
-std::string laneTics(const PlotData& data) {
+std::string laneTics() {
   std::string tics;
   for (unsigned port = 0; port < POE_PORTS; port++) {
-    tics += (tics.empty() ? "" : ", ") + portTitle(data, port) + " " + std::to_string(port);
+    tics += text::formatted("%s'port %u' %u", tics.empty() ? "" : ", ", port, port);
   }
   return "unset grid\nset grid xtics\nset ytics (" + tics + ", 'chip' " + std::to_string(CHIP_LANE) + ")\n";
 }
@@ -208,6 +221,6 @@ std::string eventPanel(const PlotData& data) {
 } // namespace
 
 std::string plotScript(const PlotData& data, const std::string& title) {
-  return head(data, title) + block("POINTS", pointLines(data)) + consumptionPanel(data) + laneTics(data) +
+  return head(data, title) + block("POINTS", pointLines(data)) + consumptionPanel(data) + laneTics() +
          statePanel(data) + eventPanel(data) + "unset multiplot\n";
 }

@@ -11,13 +11,15 @@
 #include <set>
 #include <string>
 
-// What only the console knows of a port; each is missing when it is not known.
+// What the status message does not have of a port; each is missing when it is not known.
 struct PortDetails {
   std::optional<bool> enabled;            // by the configuration
   std::optional<std::uint32_t> limitW;    // W; the service cuts mW to whole W
   std::optional<std::uint32_t> priority;  // as configured: 1 is served first
   std::optional<std::uint32_t> voltageDv; // 0.1 V
   std::optional<std::uint32_t> currentMa; // mA
+  std::optional<bool> powered;            // the chip has switched the port's power on
+  std::optional<std::string> faults;      // that the chip reports, in words; empty: none
 };
 
 // A plain value; for use from any thread that owns it.
@@ -32,6 +34,7 @@ struct Snapshot {
   bool knows(const StatusField& field) const { return missing.count(field.name) == 0; }
 
   Source source = Source::QUEUE;
+  unsigned long number = 0; // of the message or snapshot, from 1; 0: it has none
   Time begin;
   Time end;               // equals `begin` for a status message
   unsigned transfers = 0; // on the chip's bus, which the snapshot cost

@@ -60,6 +60,8 @@ Json portJson(const Snapshot& snapshot, unsigned port) {
   addKnown(json, "priority", details.priority);
   addKnown(json, "voltage_dv", details.voltageDv);
   addKnown(json, "current_ma", details.currentMa);
+  addKnown(json, "powered", details.powered);
+  addKnown(json, "faults", details.faults);
   return json;
 }
 

@@ -37,7 +37,7 @@ struct ViewState {
   std::chrono::milliseconds age{0}; // of the status
   // As they were sent or read last; nothing while neither was done since the service has started.
   std::array<std::optional<PortSettings>, POE_PORTS> settings;
-  std::array<std::string, POE_PORTS> faults; // as parseChannelFaults() has them
+  std::array<std::string, POE_PORTS> faults; // as faultsOf() has them
   // The message that brought a counter's last change; 0: none.
   std::array<std::array<unsigned long, STATUS_COUNTERS>, POE_PORTS> changedAt{};
   ConsumptionHistory history;

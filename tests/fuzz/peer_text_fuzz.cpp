@@ -1,31 +1,18 @@
 // What poectl reads from the service's console and from the simulated card, whatever it is: a number that is
 // in the text, or a refusal; the live view draws whatever came.
 #include "poectl/card/card_state.h"
-#include "poectl/console/audit_input.h"
 #include "poectl/console/console_client.h"
-#include "poectl/console/port_settings.h"
+#include "poectl/console/console_report.h"
 #include "poectl/view/view_drawing.h"
 #include "tests/fuzz/fuzz_target.h"
 
 namespace {
 
-// What follows the label, up to the end of its line.
-void expectBankLimit(const std::string& text) {
-  const std::string label = "power_limit (this bank) = ";
+// A report or a refusal in one line.
+template <typename Parse>
+void expectReportOrRefusal(Parse parse) {
   try {
-    const std::uint32_t limit = bankLimitFrom(text);
-    const std::size_t start = text.find(label) + label.size();
-    const std::string shown = text.substr(start, text.find('\n', start) - start);
-    EXPECT_EQ(shown.find_first_not_of("0123456789"), std::string::npos) << shown;
-    EXPECT_EQ(std::stoull(shown), limit);
-  } catch (const ConsoleError& error) {
-    EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos);
-  }
-}
-
-void expectPortState(const std::string& text) {
-  try {
-    EXPECT_LT(portStateFrom(text).detection, 8U);
+    parse();
   } catch (const ConsoleError& error) {
     EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos);
   }
@@ -46,12 +33,15 @@ void expectDrawing(const ViewState& state) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(bytes), size);
-  expectBankLimit(text);
-  expectPortState(text);
+  std::optional<PortSettings> settings;
+  expectReportOrRefusal([&] { parseInfo(text); });
+  expectReportOrRefusal([&] { parseDevice(text); });
+  expectReportOrRefusal([&] { EXPECT_LT(parseChannel(text, 0).detection, 8U); });
+  expectReportOrRefusal([&] { settings = settingsOf(parsePoePort(text, 0)); });
   ViewState state;
   state.status.emplace();
   state.card = parseCardState(text);
-  state.settings.fill(parsePortSettings(text));
+  state.settings.fill(settings);
   state.note = text;
   expectDrawing(state);
   return 0;

@@ -83,7 +83,7 @@ TEST(SnapshotJson, HasWhatItsSourceKnowsAndNothingElse) {
   snapshot.missing.erase("mainPower");
   snapshot.missing.erase("powerConsumption");
   snapshot.names[1] = "door";
-  snapshot.details[1] = {true, 30, 2, 540, 407};
+  snapshot.details[1] = {true, 30, 2, 540, 407, {}, {}};
   EXPECT_EQ(
       snapshotJsonLine(snapshot),
       R"({"version":1,"time":"2023-11-14T22:13:20.123Z","source":"console","transfers":49,"span_ms":123,)"
