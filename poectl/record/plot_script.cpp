@@ -155,7 +155,8 @@ std::string head(const PlotData& data, const std::string& title) {
          quotedForGnuplot(asciiOnly(title) + ": " + std::to_string(data.records()) + " records, " +
                           isoTime(data.begin()) + " to " + isoTime(data.end()) + note) +
          "\n"
-         "set lmargin 10\nset rmargin 30\nset key outside right top Left reverse\nset grid xtics\n"
+         "set lmargin 10\nset rmargin 30\nset key at graph 1.02, graph 1 left top Left reverse\nset grid "
+         "xtics\n"
          "set xrange [" +
          secondsOf(data.begin()) + ":" + secondsOf(last) +
          "]\n"

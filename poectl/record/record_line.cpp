@@ -64,10 +64,28 @@ void readField(const std::string& owner, const Json& object, const StatusField& 
   }
 }
 
-void readDetail(const std::string& owner, const Json& object, const char* key,
-                std::optional<std::uint32_t>& detail) {
+void readValue(const std::string& where, const Json& value, std::uint32_t& result) {
+  result = unsignedNumber(where, value);
+}
+
+void readValue(const std::string& where, const Json& value, bool& result) {
+  if (!value.is_boolean()) {
+    refuse(where, value, "true or false");
+  }
+  result = value.get<bool>();
+}
+
+void readValue(const std::string& where, const Json& value, std::string& result) {
+  if (!value.is_string() || value.get_ref<const std::string&>().size() > MAX_RECORD_TEXT) {
+    refuse(where, value, "a text of at most " + std::to_string(MAX_RECORD_TEXT) + " bytes");
+  }
+  result = value.get<std::string>();
+}
+
+template <typename Value>
+void readDetail(const std::string& owner, const Json& object, const char* key, std::optional<Value>& detail) {
   if (const Json* const value = find(object, key)) {
-    detail = unsignedNumber(keyName(owner, key), *value);
+    readValue(keyName(owner, key), *value, detail.emplace());
   }
 }
 
@@ -77,24 +95,20 @@ void readPort(const Json& json, unsigned port, Snapshot& snapshot) {
     refuse("port " + std::to_string(port), json, "an object");
   }
   forEachPortField([&](const StatusField& field) { readField(owner, json, field, port, snapshot); });
-  if (const Json* const name = find(json, "name")) {
-    if (!name->is_string() || name->get_ref<const std::string&>().empty() ||
-        name->get_ref<const std::string&>().size() > MAX_PORT_NAME) {
-      refuse(keyName(owner, "name"), *name, "a text of 1 to " + std::to_string(MAX_PORT_NAME) + " bytes");
-    }
-    snapshot.names[port] = name->get<std::string>();
+  std::optional<std::string> name;
+  readDetail(owner, json, "name", name);
+  if (name && name->empty()) {
+    refuse(keyName(owner, "name"), "", "a text of at least 1 byte");
   }
+  snapshot.names[port] = name.value_or("");
   PortDetails& details = snapshot.details[port];
-  if (const Json* const enabled = find(json, "enabled")) {
-    if (!enabled->is_boolean()) {
-      refuse(keyName(owner, "enabled"), *enabled, "true or false");
-    }
-    details.enabled = enabled->get<bool>();
-  }
+  readDetail(owner, json, "enabled", details.enabled);
   readDetail(owner, json, "limit_w", details.limitW);
   readDetail(owner, json, "priority", details.priority);
   readDetail(owner, json, "voltage_dv", details.voltageDv);
   readDetail(owner, json, "current_ma", details.currentMa);
+  readDetail(owner, json, "powered", details.powered);
+  readDetail(owner, json, "faults", details.faults);
 }
 
 void readPorts(const Json& ports, Snapshot& snapshot) {

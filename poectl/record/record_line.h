@@ -7,7 +7,7 @@
 #include <string>
 
 constexpr std::size_t MAX_RECORD_LINE = 65536; // bytes; poectl writes less than a tenth of it
-constexpr std::size_t MAX_PORT_NAME = 256;     // bytes
+constexpr std::size_t MAX_RECORD_TEXT = 1024;  // bytes: of a port's name or faults
 
 // A line that is no record. The text says what is wrong and what is accepted.
 class RecordLineError : public std::runtime_error {

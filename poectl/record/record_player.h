@@ -9,7 +9,7 @@
 // Keeps one record and an index of at most MAX_PLACES places, whatever the length of the file. One thread.
 class RecordPlayer {
 public:
-  static constexpr std::size_t MAX_PLACES = 16384;
+  static constexpr std::size_t MAX_PLACES = 4096;
 
   // As RecordReader's. Throws InputError.
   RecordPlayer(const std::string& path, RecordReader::Warn warn);
