@@ -33,6 +33,7 @@ int watch(const WatchOptions& options) {
 
 Action watchCommand(CommandSyntax& syntax) {
   const auto options = std::make_shared<WatchOptions>();
+  placeSourceOptions(syntax, options->source);
   syntax.flag("--json", options->json);
   syntax.flag("--events", options->events);
   syntax.number("--count", options->count, 1, MAX_COUNT);

@@ -46,3 +46,14 @@ struct Snapshot {
 
 // "queue" or "console".
 const char* sourceWord(Snapshot::Source source);
+
+// A status message that has come now. `number` counts from 1.
+Snapshot snapshotOfMessage(unsigned long number, const PoeStatus& status);
+
+// Enabled, limit and priority as the service understands a configuration.
+PortDetails settingsOf(const PoePortConfig& config);
+void addSettings(Snapshot& snapshot, const PoeConfig& config);
+
+// Where a snapshot comes from, what it cost and its span: "snapshot 3 from the console, 49 transfers a
+// snapshot, taken within 12 ms".
+std::string originText(const Snapshot& snapshot);
