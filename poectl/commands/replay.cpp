@@ -22,7 +22,7 @@ class ReplayStream {
 public:
   explicit ReplayStream(const ReplayOptions& options) : m_options(options) {}
 
-  void print(const Record& record, unsigned long number) {
+  void print(const Record& record) {
     if (m_options.json && !m_options.events) {
       put(record.line + "\n");
       return;
@@ -30,28 +30,31 @@ public:
     for (const RecordedEvent& recorded : m_events.record(record.snapshot)) {
       const std::string time = isoTime(recorded.time);
       const StatusEvent& event = recorded.event;
+      const std::string text = eventText(event, record.snapshot.source);
       if (m_options.events) {
-        put(m_options.json ? eventJsonLine(time, numberOf(event, number), event)
-                           : time + " " + eventText(event) + "\n");
+        put(m_options.json ? eventJsonLine(time, numberOf(event, record.snapshot), event)
+                           : time + " " + text + "\n");
       } else if (event.kind == EventKind::STALE || event.kind == EventKind::RESUMED) {
-        put(time + " " + eventText(event) + "\n\n");
+        put(time + " " + text + "\n\n");
       }
     }
     if (!m_options.events) {
-      put(isoTime(record.snapshot.end) + " " + statusText(number, record.snapshot.status, {}) + "\n");
+      put(isoTime(record.snapshot.end) + " " + snapshotText(record.snapshot) + "\n");
     }
+    m_lastNumber = record.snapshot.number;
   }
 
 private:
   static void put(const std::string& text) { std::fputs(text.c_str(), stdout); }
 
   // A silence is noticed before the record that ends it.
-  static unsigned long numberOf(const StatusEvent& event, unsigned long number) {
-    return event.kind == EventKind::STALE ? number - 1 : number;
+  unsigned long numberOf(const StatusEvent& event, const Snapshot& snapshot) const {
+    return event.kind == EventKind::STALE ? m_lastNumber : snapshot.number;
   }
 
   const ReplayOptions m_options;
   RecordEvents m_events;
+  unsigned long m_lastNumber = 0;
 };
 
 RecordReader::Warn warnOf(const ReplayOptions& options) {
@@ -66,7 +69,7 @@ int printRecords(const ReplayOptions& options) {
   ReplayStream stream(options);
   try {
     while (const auto record = reader.next()) {
-      stream.print(*record, reader.count());
+      stream.print(*record);
     }
   } catch (const InputError&) {
     std::fflush(stdout); // the error comes after what is shown

@@ -1,36 +1,68 @@
-#include "poectl/command_line.h"
-#include "poectl/service/status_receiver.h"
+#include "poectl/commands/source_options.h"
+#include "poectl/service/queue_feed.h"
 #include "poectl/status/status_export.h"
 #include "poectl/status/status_text.h"
 
 #include <chrono>
 #include <cstdio>
-#include <memory>
 
 namespace {
 
 constexpr std::chrono::milliseconds MESSAGE_LIMIT{3000}; // the service reports once a second
 
 struct StatusOptions {
+  SourceOptions source;
   bool json = false;
   bool prometheus = false;
 };
 
-std::string formatted(const PoeStatus& status, const StatusOptions& options) {
-  if (options.json) {
-    return statusJson(status);
-  }
-  return options.prometheus ? statusPrometheus(status) : statusText(1, status, {});
+void print(const Snapshot& snapshot, const StatusOptions& options) {
+  const std::string text = options.json         ? snapshotJson(snapshot)
+                           : options.prometheus ? snapshotPrometheus(snapshot)
+                                                : snapshotText(snapshot);
+  std::fputs(text.c_str(), stdout);
 }
 
-int printStatus(const StatusOptions& options) {
+int printMessage(const StatusOptions& options) {
   StatusReceiver receiver([](const std::string& /*a message of another kind is no status*/) {});
   PoeStatus status{};
   if (receiver.next(MESSAGE_LIMIT, status) != StatusReceiver::Event::MESSAGE) {
-    std::fprintf(stderr, "poectl: no status message came on %s: is the service running?\n", QUEUE_TO_MAIN);
+    std::fprintf(stderr, "poectl: %s\n", noMessageCame().c_str());
     return 1;
   }
-  std::fputs(formatted(status, options).c_str(), stdout);
+  print(snapshotOfMessage(1, status), options);
+  return 0;
+}
+
+// One after the other, until a signal ends it.
+int printAgainAndAgain(const StatusOptions& options) {
+  const auto feed = openFeed(options.source, false, [](const std::string& line) {
+    std::fprintf(stderr, "poectl: %s\n", line.c_str());
+  });
+  for (;;) {
+    switch (feed->next(feed->period()).event) {
+    case SnapshotFeed::Event::SNAPSHOT:
+      print(*feed->last(), options);
+      std::fflush(stdout);
+      break;
+    case SnapshotFeed::Event::INTERRUPTED:
+      return 0;
+    case SnapshotFeed::Event::TIME_UP:
+      break;
+    }
+  }
+}
+
+int printStatus(const StatusOptions& options) {
+  if (options.source.every != 0) {
+    return printAgainAndAgain(options);
+  }
+  if (chooseSource(options.source) == Snapshot::Source::QUEUE) {
+    return printMessage(options);
+  }
+  Snapshot snapshot = takeSnapshot(options.source.reports());
+  snapshot.number = 1;
+  print(snapshot, options);
   return 0;
 }
 
@@ -38,6 +70,7 @@ int printStatus(const StatusOptions& options) {
 
 Action statusCommand(CommandSyntax& syntax) {
   const auto options = std::make_shared<StatusOptions>();
+  placeSourceOptions(syntax, options->source);
   syntax.flag("--json", options->json);
   syntax.flag("--prometheus", options->prometheus);
   syntax.exclude("--json", "--prometheus");

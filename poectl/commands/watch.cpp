@@ -33,11 +33,13 @@ int watch(const WatchOptions& options) {
 
 Action watchCommand(CommandSyntax& syntax) {
   const auto options = std::make_shared<WatchOptions>();
+  placeSourceOptions(syntax, options->source);
   syntax.flag("--json", options->json);
   syntax.flag("--events", options->events);
   syntax.number("--count", options->count, 1, MAX_COUNT);
   syntax.seconds("--seconds", options->seconds);
   syntax.flag("--example", options->sendExample);
+  syntax.text("--record", options->record);
   syntax.text("--control", options->cardControl);
   syntax.reportWriteErrors();
   return [options] { return watch(*options); };

@@ -1,7 +1,7 @@
 #include "poectl/commands/watch_stream.h"
 
 #include "poectl/commands/time_limit.h"
-#include "poectl/service/status_feed.h"
+#include "poectl/record/record_writer.h"
 #include "poectl/status/event_json.h"
 #include "poectl/status/status_export.h"
 #include "poectl/status/status_text.h"
@@ -52,14 +52,15 @@ void warn(const std::string& line) {
 class Stream {
 public:
   explicit Stream(const WatchOptions& options)
-      : m_options(options), m_limit(options.seconds), m_feed(options.sendExample, warn) {}
+      : m_options(options), m_limit(options.seconds), m_record(openRecord(options.record, warn)),
+        m_feed(openFeed(options.source, options.sendExample, warn)) {}
 
   int run() {
     std::signal(SIGPIPE, SIG_IGN); // a reader that has seen enough ends us without leaving the queue behind
     while (!m_limit.isOver() && !isCountReached() && m_display.writeError() == 0) {
       showAge();
-      const StatusFeed::Update update = m_feed.next(m_limit.orLess(REFRESH));
-      if (update.event == StatusReceiver::Event::INTERRUPTED) {
+      const SnapshotFeed::Update update = m_feed->next(m_limit.orLess(REFRESH));
+      if (update.event == SnapshotFeed::Event::INTERRUPTED) {
         break;
       }
       show(update);
@@ -68,14 +69,18 @@ public:
   }
 
 private:
-  bool isCountReached() const { return m_options.count && m_feed.messages() >= *m_options.count; }
+  bool isCountReached() const { return m_options.count && m_feed->count() >= *m_options.count; }
 
   bool showsTable() const { return !m_options.json && !m_options.events; }
 
-  void show(const StatusFeed::Update& update) {
-    const std::string time = isoTime(currentTime());
-    if (update.event == StatusReceiver::Event::MESSAGE && m_options.json && !m_options.events) {
-      m_display.append(statusJsonLine(time, m_feed.messages(), *m_feed.status()));
+  void show(const SnapshotFeed::Update& update) {
+    const bool isSnapshot = update.event == SnapshotFeed::Event::SNAPSHOT;
+    const std::string time = isoTime(isSnapshot ? m_feed->last()->end : currentTime());
+    if (isSnapshot && m_record) {
+      m_record->write(*m_feed->last());
+    }
+    if (isSnapshot && m_options.json && !m_options.events) {
+      m_display.append(snapshotJsonLine(*m_feed->last()));
     } else if (m_options.events) {
       showEvents(time, update.events);
     } else if (showsTable() && !m_display.isTerminal()) {
@@ -85,36 +90,41 @@ private:
 
   void showEvents(const std::string& time, const std::vector<StatusEvent>& events) {
     for (const StatusEvent& event : events) {
-      m_display.append(m_options.json ? eventJsonLine(time, m_feed.messages(), event)
-                                      : time + " " + eventText(event) + "\n");
+      m_display.append(m_options.json ? eventJsonLine(time, m_feed->count(), event)
+                                      : time + " " + eventText(event, m_feed->source()) + "\n");
     }
   }
 
-  // A message as a table, after a line that reports staleness.
-  void showBlock(const std::string& time, const StatusFeed::Update& update) {
+  // A snapshot as a table, after a line that reports staleness.
+  void showBlock(const std::string& time, const SnapshotFeed::Update& update) {
     for (const StatusEvent& event : update.events) {
       if (event.kind == EventKind::STALE || event.kind == EventKind::RESUMED) {
-        m_display.append(time + " " + eventText(event) + "\n\n");
+        m_display.append(time + " " + eventText(event, m_feed->source()) + "\n\n");
       }
     }
-    if (update.event == StatusReceiver::Event::MESSAGE) {
+    if (update.event == SnapshotFeed::Event::SNAPSHOT) {
       m_display.append(time + " " + table() + "\n");
     }
   }
 
-  std::string table() const { return statusText(m_feed.messages(), *m_feed.status(), m_feed.sentConfig()); }
+  std::string table() const { return snapshotText(*m_feed->last()); }
 
   // The table on a terminal, which is kept up to date.
   void showAge() {
     if (!m_display.isTerminal() || !showsTable()) {
       return;
     }
-    if (!m_feed.status()) {
-      m_display.replace("waiting for the service's first status message\n");
+    const bool isFromQueue = m_feed->source() == Snapshot::Source::QUEUE;
+    if (!m_feed->last()) {
+      m_display.replace(isFromQueue ? "waiting for the service's first status message\n"
+                                    : "waiting for the first snapshot from the console\n");
       return;
     }
-    const std::string age = secondsText(m_feed.age());
-    m_display.replace(table() + (m_feed.age() < STALE_AFTER ? "age " + age : "STALE: no message for " + age) +
+    const std::string age = secondsText(m_feed->age());
+    m_display.replace(table() +
+                      (m_feed->isStale() ? std::string("STALE: no ") +
+                                               (isFromQueue ? "message" : "snapshot") + " for " + age
+                                         : "age " + age) +
                       "\n");
   }
 
@@ -123,15 +133,17 @@ private:
       warn(std::string("cannot write to standard output: ") + std::strerror(m_display.writeError()));
       return 1;
     }
-    if (m_feed.messages() == 0) {
-      return noMessageCame();
+    if (m_feed->count() == 0) {
+      warn(m_feed->nothingCame());
+      return 1;
     }
-    return 0;
+    return m_record && !m_record->isComplete() ? 1 : 0;
   }
 
   const WatchOptions m_options;
   const TimeLimit m_limit;
-  StatusFeed m_feed;
+  const std::unique_ptr<RecordWriter> m_record; // before the feed: it may be refused
+  const std::unique_ptr<SnapshotFeed> m_feed;
   Display m_display;
 };
 
@@ -139,9 +151,4 @@ private:
 
 int watchStream(const WatchOptions& options) {
   return Stream(options).run();
-}
-
-int noMessageCame() {
-  warn(std::string("no status message came on ") + QUEUE_TO_MAIN + ": is the service running?");
-  return 1;
 }

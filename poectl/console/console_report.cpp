@@ -218,9 +218,8 @@ std::string faultsOf(const ChannelReport& channel) {
   return words;
 }
 
-std::optional<PortSettings> settingsOf(const PoePortReport& port) {
-  if (!port.limit || !port.priority) {
-    return std::nullopt;
-  }
-  return PortSettings{port.enabled, *port.limit, *port.priority};
+void addSettings(PortDetails& details, const PoePortReport& port) {
+  details.enabled = port.enabled;
+  details.limitW = port.limit;
+  details.priority = port.priority;
 }

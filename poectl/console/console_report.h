@@ -6,8 +6,7 @@
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"
-#include "poectl/console/port_settings.h"
-#include "poectl/status/status_field.h"
+#include "poectl/status/snapshot.h"
 
 #include <array>
 #include <cstdint>
@@ -80,5 +79,5 @@ PoePortReport parsePoePort(const std::string& reply, unsigned port);
 // The faults that a channel shows, in words: "FET error, hot MOSFET"; empty when there are none.
 std::string faultsOf(const ChannelReport& channel);
 
-// Nothing when the limit or the priority could not be read.
-std::optional<PortSettings> settingsOf(const PoePortReport& port);
+// Sets what the administrator has set: enabled, limit and priority. What could not be read is missing.
+void addSettings(PortDetails& details, const PoePortReport& port);

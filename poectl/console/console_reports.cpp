@@ -64,10 +64,14 @@ void ConsoleReports::askFaults() {
 
 ConsoleReports::Reading ConsoleReports::read(unsigned port, int stop) {
   try {
-    const auto settings = settingsOf(
+    PortDetails settings;
+    addSettings(
+        settings,
         parsePoePort(askConsole(consoleLine("poeport " + std::to_string(port)), {REPLY_LIMIT, stop}), port));
-    return {port, settings,
-            settings ? "" : "the service cannot read the limit and the priority from the chip"};
+    if (!settings.limitW || !settings.priority) {
+      return {port, std::nullopt, "the service cannot read the limit and the priority from the chip"};
+    }
+    return {port, settings, ""};
   } catch (const ConsoleError& error) {
     return {port, std::nullopt, error.what()};
   }

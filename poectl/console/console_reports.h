@@ -1,8 +1,8 @@
 // The service's console beside the live view.
 #pragma once
 
-#include "poectl/console/port_settings.h"
 #include "poectl/service/periodic_worker.h"
+#include "poectl/status/snapshot.h"
 
 #include <array>
 #include <mutex>
@@ -22,8 +22,8 @@ public:
 
   struct Reading {
     unsigned port;
-    std::optional<PortSettings> settings; // nothing when they could not be read
-    std::string error;                    // then the reason, one line
+    std::optional<PortDetails> settings; // nothing when they could not be read
+    std::string error;                   // then the reason, one line
   };
   struct Update {
     std::array<std::string, POE_PORTS> faults; // as faultsOf() has them; empty when not known

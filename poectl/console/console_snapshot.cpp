@@ -54,20 +54,17 @@ void addInfo(Snapshot& snapshot, const InfoReport& info, const DeviceReport& dev
 
 void addPort(Snapshot& snapshot, unsigned port, const PoePortReport& report) {
   snapshot.transfers += POEPORT_TRANSFERS;
+  addSettings(snapshot.details[port], report);
   PoePortStatus& status = snapshot.status.port[port];
   status.operStatus = report.operStatus;
   status.powerClassification = report.classification;
   for (unsigned counter = 0; counter < STATUS_COUNTERS; counter++) {
     status.*STATUS_COUNTER[counter].member = report.counters[counter];
   }
-  PortDetails& details = snapshot.details[port];
-  details.enabled = report.enabled;
-  details.limitW = report.limit;
-  details.priority = report.priority;
   if (report.measurements) {
     status.powerConsumption = report.measurements->consumption;
-    details.voltageDv = report.measurements->portVoltage;
-    details.currentMa = report.measurements->current;
+    snapshot.details[port].voltageDv = report.measurements->portVoltage;
+    snapshot.details[port].currentMa = report.measurements->current;
   } else {
     snapshot.missing.insert("powerConsumption");
   }

@@ -29,8 +29,9 @@ void join(PlotData::Point& point, const PlotData::Point& other) {
 } // namespace
 
 void PlotData::add(const Snapshot& snapshot) {
-  bool afterSilence = false;
-  for (const RecordedEvent& event : m_tracker.record(snapshot)) {
+  const std::vector<RecordedEvent> events = m_tracker.record(snapshot);
+  bool afterSilence = m_records > 0 && m_tracker.isFirstOfRun();
+  for (const RecordedEvent& event : events) {
     afterSilence |= event.event.kind == EventKind::STALE;
     if (event.event.kind == EventKind::STATE) {
       continue;

@@ -4,6 +4,7 @@
 #include "poectl/status/snapshot.h"
 #include "poectl/status/status_events.h"
 
+#include <optional>
 #include <vector>
 
 struct RecordedEvent {
@@ -11,13 +12,18 @@ struct RecordedEvent {
   StatusEvent event;
 };
 
-// The events that "watch" shows when it receives these records at their times. One thread.
+// The events that "watch" showed when it received these records. One thread.
 class RecordEvents {
 public:
   // In the order of their times. A silence that is too long counts from its limit on.
   std::vector<RecordedEvent> record(const Snapshot& snapshot);
 
+  // Whether the last record is the first one of another run of "watch". Nothing is compared with what was
+  // before it.
+  bool isFirstOfRun() const { return m_isFirstOfRun; }
+
 private:
-  EventTracker m_tracker;
-  Snapshot::Time m_last; // time of the last record
+  std::optional<EventTracker> m_tracker; // nothing before the first record
+  bool m_isFirstOfRun = false;
+  Snapshot m_last;
 };

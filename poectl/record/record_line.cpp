@@ -11,6 +11,8 @@ namespace {
 
 using Json = nlohmann::json;
 
+constexpr std::chrono::milliseconds MAX_PERIOD{1'000'000'000'000}; // as "--every" takes it
+
 [[noreturn]] void refuse(const std::string& where, const Json& value, const std::string& accepted) {
   throw RecordLineError(where + " is " + text::quoted(value.dump()) + "; accepted is " + accepted);
 }
@@ -148,6 +150,17 @@ void readHead(const Json& json, Snapshot& snapshot) {
   snapshot.transfers = unsignedNumber(keyName("", "transfers"), demanded(json, "transfers"));
   snapshot.begin =
       *end - std::chrono::milliseconds(unsignedNumber(keyName("", "span_ms"), demanded(json, "span_ms")));
+  std::optional<std::uint32_t> number;
+  readDetail("", json, "message", number);
+  snapshot.number = number.value_or(0);
+  if (const Json* const period = find(json, "period_ms")) {
+    const auto milliseconds = wholeNumber(*period);
+    if (!milliseconds || *milliseconds < 1 || *milliseconds > MAX_PERIOD.count()) {
+      refuse(keyName("", "period_ms"), *period,
+             "a whole number of 1 to " + std::to_string(MAX_PERIOD.count()));
+    }
+    snapshot.period = std::chrono::milliseconds(*milliseconds);
+  }
 }
 
 } // namespace

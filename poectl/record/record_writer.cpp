@@ -89,3 +89,7 @@ void RecordWriter::report(bool written, int error) {
   m_isFailing = !written;
   m_isComplete &= written;
 }
+
+std::unique_ptr<RecordWriter> openRecord(const std::string& path, RecordWriter::Warn warn) {
+  return path.empty() ? nullptr : std::make_unique<RecordWriter>(path, std::move(warn));
+}

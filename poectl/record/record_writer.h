@@ -4,6 +4,7 @@
 #include "poectl/status/snapshot.h"
 
 #include <functional>
+#include <memory>
 #include <string>
 
 // Owns the file for as long as it exists: nobody else can record into it. One thread.
@@ -37,3 +38,6 @@ private:
   bool m_isFailing = false;
   bool m_isComplete = true;
 };
+
+// Null for an empty path. Throws as the constructor does.
+std::unique_ptr<RecordWriter> openRecord(const std::string& path, RecordWriter::Warn warn);

@@ -2,6 +2,7 @@
 
 #include "poectl/console/console_client.h"
 #include "poectl/service/queue.h"
+#include "poectl/status/snapshot.h"
 #include "poectl/status/status_text.h"
 
 #include <cstdlib>
@@ -148,6 +149,10 @@ void ScenarioPlayer::report(const Step& step, const Judgement& judgement) {
   m_tap.result(judgement.holds, described(step));
   if (!judgement.holds) {
     m_tap.comment(judgement.reason);
-    m_tap.comment(statusText(m_history.count(), m_history.now(), m_config));
+    Snapshot snapshot = snapshotOfMessage(m_history.count(), m_history.now());
+    if (m_config) {
+      addSettings(snapshot, *m_config);
+    }
+    m_tap.comment(snapshotText(snapshot));
   }
 }

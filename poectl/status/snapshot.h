@@ -36,8 +36,9 @@ struct Snapshot {
   Source source = Source::QUEUE;
   unsigned long number = 0; // of the message or snapshot, from 1; 0: it has none
   Time begin;
-  Time end;               // equals `begin` for a status message
-  unsigned transfers = 0; // on the chip's bus, which the snapshot cost
+  Time end;                            // equals `begin` for a status message
+  std::chrono::milliseconds period{0}; // until another one usually comes; 0: not known
+  unsigned transfers = 0;              // on the chip's bus, which the snapshot cost
   PoeStatus status{};
   std::set<std::string> missing; // names of the fields of `status` that the source does not know; they are 0
   std::array<PortDetails, POE_PORTS> details;
@@ -49,3 +50,14 @@ const char* sourceWord(Snapshot::Source source);
 
 // The source of such a word; nothing for another text.
 std::optional<Snapshot::Source> sourceOf(const std::string& word);
+
+// A status message that has come now. `number` counts from 1.
+Snapshot snapshotOfMessage(unsigned long number, const PoeStatus& status);
+
+// Enabled, limit and priority as the service understands a configuration.
+PortDetails settingsOf(const PoePortConfig& config);
+void addSettings(Snapshot& snapshot, const PoeConfig& config);
+
+// Where a snapshot comes from, what it cost and its span: "snapshot 3 from the console, 49 transfers a
+// snapshot, taken within 12 ms".
+std::string originText(const Snapshot& snapshot);

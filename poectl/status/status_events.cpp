@@ -4,6 +4,8 @@
 #include "poectl/status/status_text.h"
 #include "text/text.h"
 
+#include <algorithm>
+
 namespace {
 
 using Events = std::vector<StatusEvent>;
@@ -77,6 +79,10 @@ std::string counterText(const StatusEvent& event) {
 
 } // namespace
 
+std::chrono::milliseconds staleAfterPeriod(std::chrono::milliseconds period) {
+  return std::max(STALE_AFTER, period * 5 / 2);
+}
+
 std::vector<StatusEvent> EventTracker::message(const PoeStatus& status, Clock::time_point now) {
   Events events;
   PoeStatus before = m_last ? *m_last : wellAs(status);
@@ -98,7 +104,7 @@ std::vector<StatusEvent> EventTracker::message(const PoeStatus& status, Clock::t
 }
 
 std::optional<StatusEvent> EventTracker::silence(Clock::time_point now) {
-  if (!m_last || m_stale || age(now) < STALE_AFTER) {
+  if (!m_last || m_stale || age(now) < m_staleAfter) {
     return std::nullopt;
   }
   m_stale = true;
@@ -109,7 +115,8 @@ std::chrono::milliseconds EventTracker::age(Clock::time_point now) const {
   return std::chrono::duration_cast<std::chrono::milliseconds>(now - m_lastTime);
 }
 
-std::string eventText(const StatusEvent& event) {
+std::string eventText(const StatusEvent& event, Snapshot::Source source) {
+  const char* const what = source == Snapshot::Source::QUEUE ? "message" : "snapshot";
   switch (event.kind) {
   case EventKind::STATE:
     return "port " + std::to_string(event.port) + " " + operStatusWord(event.from) + " -> " +
@@ -131,9 +138,9 @@ std::string eventText(const StatusEvent& event) {
   case EventKind::SERVICE_RESTARTED:
     return "service restarted: it counts from 0 again";
   case EventKind::STALE:
-    return "STALE: no message for " + secondsText(event.silence);
+    return std::string("STALE: no ") + what + " for " + secondsText(event.silence);
   case EventKind::RESUMED:
-    return "messages are back after " + secondsText(event.silence);
+    return std::string(what) + "s are back after " + secondsText(event.silence);
   }
   return "?";
 }

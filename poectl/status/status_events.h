@@ -1,7 +1,7 @@
-// What happens from one status message to the next.
+// What happens from one status message or snapshot to the next.
 #pragma once
 
-#include "components/PoeDriver/poe_messages.h"
+#include "poectl/status/snapshot.h"
 
 #include <chrono>
 #include <optional>
@@ -18,8 +18,8 @@ enum class EventKind {
   BUS_ERROR,
   BUS_ERROR_OVER,
   SERVICE_RESTARTED, // a counter went back: the service counts from 0 again
-  STALE,             // no message came for STALE_AFTER
-  RESUMED,           // the first message after that
+  STALE,             // no message or snapshot came for too long
+  RESUMED,           // the first one after that
 };
 
 struct StatusEvent {
@@ -34,13 +34,19 @@ struct StatusEvent {
 // A status that is older is no longer what the service says; it reports once a second.
 constexpr std::chrono::milliseconds STALE_AFTER{2500};
 
-// Compares each message with the one before. One thread.
+// The same for snapshots that usually come once in `period`: two and a half of them, at least STALE_AFTER.
+std::chrono::milliseconds staleAfterPeriod(std::chrono::milliseconds period);
+
+// Compares each status with the one before. One thread.
 class EventTracker {
 public:
   using Clock = std::chrono::steady_clock;
 
-  // What has changed with this message. The first one is compared with a chip that is well; its states and
-  // counters are no events.
+  // A status is stale after this time without another one.
+  explicit EventTracker(std::chrono::milliseconds staleAfter = STALE_AFTER) : m_staleAfter(staleAfter) {}
+
+  // What has changed with this message or snapshot. The first one is compared with a chip that is well; its
+  // states and counters are no events.
   std::vector<StatusEvent> message(const PoeStatus& status, Clock::time_point now);
 
   // STALE, once, when the last message is that old. Nothing before the first message.
@@ -49,13 +55,14 @@ public:
 private:
   std::chrono::milliseconds age(Clock::time_point now) const;
 
+  std::chrono::milliseconds m_staleAfter;
   std::optional<PoeStatus> m_last;
   Clock::time_point m_lastTime;
   bool m_stale = false;
 };
 
 // One line without its end: "port 1 overLoadCounter +1, now 3".
-std::string eventText(const StatusEvent& event);
+std::string eventText(const StatusEvent& event, Snapshot::Source source = Snapshot::Source::QUEUE);
 
 // "3.2 s"
 std::string secondsText(std::chrono::milliseconds time);

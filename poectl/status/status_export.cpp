@@ -2,6 +2,7 @@
 
 #include "poectl/status/status_field.h"
 #include "poectl/status/timestamp.h"
+#include "text/text.h"
 
 #include <nlohmann/json.hpp>
 
@@ -18,23 +19,6 @@ void addField(Json& json, const StatusField& field, const PoeStatus& status, uns
   if (field.kind == StatusField::Kind::WORD) {
     json[std::string(field.name) + "Word"] = field.word(static_cast<std::uint32_t>(value));
   }
-}
-
-Json portsJson(const PoeStatus& status) {
-  Json ports = Json::array();
-  for (unsigned port = 0; port < POE_PORTS; port++) {
-    Json json = Json::object();
-    forEachPortField([&](const StatusField& field) { addField(json, field, status, port); });
-    ports.push_back(json);
-  }
-  return ports;
-}
-
-void addStatus(Json& json, const PoeStatus& status) {
-  for (const StatusField& field : CHIP_FIELDS) {
-    addField(json, field, status, 0);
-  }
-  json["port"] = portsJson(status);
 }
 
 template <typename Value>
@@ -67,11 +51,16 @@ Json portJson(const Snapshot& snapshot, unsigned port) {
 
 Json jsonOf(const Snapshot& snapshot) {
   const auto span = std::chrono::duration_cast<std::chrono::milliseconds>(snapshot.end - snapshot.begin);
-  Json json = {{"version", SNAPSHOT_VERSION},
-               {"time", isoTime(snapshot.end)},
-               {"source", sourceWord(snapshot.source)},
-               {"transfers", snapshot.transfers},
-               {"span_ms", span.count()}};
+  Json json = {{"version", SNAPSHOT_VERSION}, {"time", isoTime(snapshot.end)}};
+  if (snapshot.number != 0) {
+    json["message"] = snapshot.number;
+  }
+  json["source"] = sourceWord(snapshot.source);
+  json["transfers"] = snapshot.transfers;
+  json["span_ms"] = span.count();
+  if (snapshot.period.count() != 0) {
+    json["period_ms"] = snapshot.period.count();
+  }
   for (const StatusField& field : CHIP_FIELDS) {
     if (snapshot.knows(field)) {
       addField(json, field, snapshot.status, 0);
@@ -84,25 +73,24 @@ Json jsonOf(const Snapshot& snapshot) {
   return json;
 }
 
+std::string head(const char* metric, const char* help, const char* type) {
+  return std::string("# HELP ") + metric + " " + help + "\n# TYPE " + metric + " " + type + "\n";
+}
+
 std::string head(const StatusField& field) {
-  const std::string type = field.kind == StatusField::Kind::COUNTER ? "counter" : "gauge";
-  return std::string("# HELP ") + field.metric + " " + field.help + "\n# TYPE " + field.metric + " " + type +
-         "\n";
+  return head(field.metric, field.help, field.kind == StatusField::Kind::COUNTER ? "counter" : "gauge");
+}
+
+std::string originMetrics(const Snapshot& snapshot) {
+  const std::string source = std::string("{source=\"") + sourceWord(snapshot.source) + "\"} ";
+  const std::chrono::duration<double> span = snapshot.end - snapshot.begin;
+  return head("poe_snapshot_transfers", "Transfers on the chip's bus that these values cost.", "gauge") +
+         "poe_snapshot_transfers" + source + std::to_string(snapshot.transfers) + "\n" +
+         head("poe_snapshot_span_seconds", "Time in which these values were read.", "gauge") +
+         "poe_snapshot_span_seconds" + source + text::formatted("%.3f", span.count()) + "\n";
 }
 
 } // namespace
-
-std::string statusJson(const PoeStatus& status) {
-  Json json = Json::object();
-  addStatus(json, status);
-  return json.dump(INDENT) + "\n";
-}
-
-std::string statusJsonLine(const std::string& time, unsigned long number, const PoeStatus& status) {
-  Json json = {{"time", time}, {"message", number}};
-  addStatus(json, status);
-  return json.dump() + "\n";
-}
 
 std::string snapshotJsonLine(const Snapshot& snapshot) {
   return jsonOf(snapshot).dump() + "\n";
@@ -112,18 +100,20 @@ std::string snapshotJson(const Snapshot& snapshot) {
   return jsonOf(snapshot).dump(INDENT) + "\n";
 }
 
-std::string statusPrometheus(const PoeStatus& status) {
-  std::string text;
+std::string snapshotPrometheus(const Snapshot& snapshot) {
+  std::string text = originMetrics(snapshot);
+  const auto value = [&](const StatusField& field, unsigned port) {
+    return std::to_string(field.read(snapshot.status, port)) + "\n";
+  };
   for (const StatusField& field : CHIP_FIELDS) {
-    if (field.metric != nullptr) {
-      text += head(field) + field.metric + " " + std::to_string(field.read(status, 0)) + "\n";
+    if (field.metric != nullptr && snapshot.knows(field)) {
+      text += head(field) + field.metric + " " + value(field, 0);
     }
   }
   forEachPortField([&](const StatusField& field) {
-    text += head(field);
-    for (unsigned port = 0; port < POE_PORTS; port++) {
-      text += std::string(field.metric) + "{port=\"" + std::to_string(port) + "\"} " +
-              std::to_string(field.read(status, port)) + "\n";
+    text += snapshot.knows(field) ? head(field) : "";
+    for (unsigned port = 0; port < POE_PORTS && snapshot.knows(field); port++) {
+      text += std::string(field.metric) + "{port=\"" + std::to_string(port) + "\"} " + value(field, port);
     }
   });
   return text;

@@ -1,13 +1,12 @@
 #include "poectl/status/status_text.h"
 
 #include "components/PoeDriver/poe_words.h"
-#include "components/PoeDriver/power_limits.h"
-#include "poectl/status/status_field.h"
+#include "poectl/status/snapshot.h"
 #include "text/text.h"
 
+#include <algorithm>
 #include <array>
 #include <cctype>
-#include <cstring>
 
 namespace {
 
@@ -35,29 +34,110 @@ const char* word(const char* const (&words)[size], std::uint32_t code) {
   return code < size ? words[code] : "?";
 }
 
-void appendChip(std::string& text, unsigned long number, const PoeStatus& status) {
-  text += text::formatted("message %lu: chip %s, bank limit %u W, consumption %u W, temperature %d C%s%s\n",
-                          number, mainOperStatusWord(status.mainOperStatus), status.mainPower,
-                          status.mainConsumption, status.deviceTemperature,
-                          status.thermalShutdown != 0 ? ", THERMAL SHUTDOWN" : "",
-                          status.devError != 0 ? ", BUS ERROR" : "");
+std::string chipText(const Snapshot& snapshot) {
+  const PoeStatus& status = snapshot.status;
+  const bool knowsState = snapshot.knows(*chipField("mainOperStatus"));
+  return std::string("chip ") + (knowsState ? mainOperStatusWord(status.mainOperStatus) : "-") +
+         ", bank limit " + knownNumber(snapshot, *chipField("mainPower")) + " W, consumption " +
+         knownNumber(snapshot, *chipField("mainConsumption")) + " W, temperature " +
+         knownNumber(snapshot, *chipField("deviceTemperature")) + " C" +
+         (status.thermalShutdown != 0 ? ", THERMAL SHUTDOWN" : "") +
+         (status.devError != 0 ? ", BUS ERROR" : "") + "\n";
 }
 
-std::string limitText(const PoePortConfig* config) {
-  return config == nullptr || config->adminEnable == 0
-             ? "-"
-             : std::to_string(effectivePortLimitMw(config->powerLimit) / 1000);
-}
+// Columns side by side; the first line has the headings.
+class Table {
+public:
+  enum class Side { LEFT, RIGHT };
 
-void appendPort(std::string& text, unsigned number, const PoePortStatus& port, const PoePortConfig* config) {
-  const char* admin = config == nullptr ? "-" : config->adminEnable != 0 ? "on" : "off";
-  text += text::formatted("%4u  %-5s  %-15s  %5s  %4u  %7s", number, admin, operStatusWord(port.operStatus),
-                          shortClassWord(port.powerClassification), port.powerConsumption,
-                          limitText(config).c_str());
-  for (const StatusField& counter : STATUS_COUNTER) {
-    text += text::formatted("  %*u", static_cast<int>(std::strlen(counter.heading)), port.*counter.member);
+  // `cell(port)` is a port's text.
+  template <typename Cell>
+  void add(const char* heading, std::size_t width, Side side, Cell cell) {
+    std::array<std::string, POE_PORTS + 1> cells{heading};
+    for (unsigned port = 0; port < POE_PORTS; port++) {
+      cells[port + 1] = cell(port);
+    }
+    for (const std::string& text : cells) {
+      width = std::max(width, text.size());
+    }
+    for (std::size_t line = 0; line < cells.size(); line++) {
+      const std::string blanks(width - cells[line].size(), ' ');
+      m_lines[line] += (m_lines[line].empty() ? "" : "  ") +
+                       (side == Side::LEFT ? cells[line] + blanks : blanks + cells[line]);
+    }
   }
-  text += "\n";
+
+  std::string text() const {
+    std::string text;
+    for (const std::string& line : m_lines) {
+      text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
+    }
+    return text;
+  }
+
+private:
+  std::array<std::string, POE_PORTS + 1> m_lines;
+};
+
+std::string adminText(const PortDetails& details) {
+  return !details.enabled ? "-" : *details.enabled ? "on" : "off";
+}
+
+std::string detectionText(const Snapshot& snapshot, unsigned port) {
+  const std::string faults = snapshot.details[port].faults.value_or("");
+  return detectionWord(snapshot.status.port[port].detectionStatus) + (faults.empty() ? "" : ", " + faults);
+}
+
+// What the console adds to the table.
+void addMeasurements(Table& table, const Snapshot& snapshot) {
+  const auto& details = snapshot.details;
+  table.add("prio", 4, Table::Side::RIGHT, [&](unsigned port) { return knownText(details[port].priority); });
+  table.add("V", 4, Table::Side::RIGHT, [&](unsigned port) { return voltageText(details[port].voltageDv); });
+  table.add("mA", 4, Table::Side::RIGHT, [&](unsigned port) { return knownText(details[port].currentMa); });
+}
+
+std::string tableText(const Snapshot& snapshot) {
+  const auto& details = snapshot.details;
+  const bool isFromConsole = snapshot.source == Snapshot::Source::CONSOLE;
+  Table table;
+  table.add("port", 4, Table::Side::RIGHT, [](unsigned port) { return std::to_string(port); });
+  if (std::any_of(snapshot.names.begin(), snapshot.names.end(),
+                  [](const auto& name) { return !name.empty(); })) {
+    table.add("name", 4, Table::Side::LEFT, [&](unsigned port) { return snapshot.names[port]; });
+  }
+  table.add("admin", 5, Table::Side::LEFT, [&](unsigned port) { return adminText(details[port]); });
+  table.add("state", 15, Table::Side::LEFT, [&](unsigned port) { return stateText(snapshot, port); });
+  table.add("class", 5, Table::Side::RIGHT,
+            [&](unsigned port) { return shortClassWord(snapshot.status.port[port].powerClassification); });
+  table.add("W", 4, Table::Side::RIGHT,
+            [&](unsigned port) { return knownNumber(snapshot, *portField("powerConsumption"), port); });
+  table.add("limit W", 7, Table::Side::RIGHT, [&](unsigned port) {
+    return details[port].enabled == false ? "-" : knownText(details[port].limitW);
+  });
+  if (isFromConsole) {
+    addMeasurements(table, snapshot);
+  }
+  for (const StatusField& counter : STATUS_COUNTER) {
+    table.add(counter.heading, 0, Table::Side::RIGHT,
+              [&](unsigned port) { return knownNumber(snapshot, counter, port); });
+  }
+  if (isFromConsole) {
+    table.add("detection", 0, Table::Side::LEFT,
+              [&](unsigned port) { return detectionText(snapshot, port); });
+  }
+  return table.text();
+}
+
+std::string missingText(const Snapshot& snapshot) {
+  if (snapshot.missing.empty()) {
+    return "";
+  }
+  std::string names;
+  for (const std::string& name : snapshot.missing) {
+    names += (names.empty() ? "" : ", ") + name;
+  }
+  return text::wrapped((snapshot.transfers == 0 ? "missing without transfers: " : "could not be read: ") +
+                       names);
 }
 
 } // namespace
@@ -93,17 +173,27 @@ const char* mainOperStatusWord(std::uint32_t mainOperStatus) {
   return word(WORDS, mainOperStatus);
 }
 
-std::string statusText(unsigned long number, const PoeStatus& status,
-                       const std::optional<PoeConfig>& config) {
-  std::string text;
-  appendChip(text, number, status);
-  text += "port  admin  state            class     W  limit W";
-  for (const StatusField& counter : STATUS_COUNTER) {
-    text += std::string("  ") + counter.heading;
+std::string knownNumber(const Snapshot& snapshot, const StatusField& field, unsigned port) {
+  return snapshot.knows(field) ? std::to_string(field.read(snapshot.status, port)) : "-";
+}
+
+std::string stateText(const Snapshot& snapshot, unsigned port) {
+  if (snapshot.knows(*portField("operStatus"))) {
+    return operStatusWord(snapshot.status.port[port].operStatus);
   }
-  text += "\n";
-  for (unsigned port = 0; port < POE_PORTS; port++) {
-    appendPort(text, port, status.port[port], config ? &config->port[port] : nullptr);
-  }
-  return text;
+  const std::optional<bool>& powered = snapshot.details[port].powered;
+  return !powered ? "-" : *powered ? "power on" : "power off";
+}
+
+std::string knownText(const std::optional<std::uint32_t>& number) {
+  return number ? std::to_string(*number) : "-";
+}
+
+std::string voltageText(const std::optional<std::uint32_t>& deciVolts) {
+  return deciVolts ? text::formatted("%u.%u", *deciVolts / 10, *deciVolts % 10) : "-";
+}
+
+std::string snapshotText(const Snapshot& snapshot) {
+  const char* const separator = snapshot.source == Snapshot::Source::QUEUE ? ": " : "\n";
+  return originText(snapshot) + separator + chipText(snapshot) + tableText(snapshot) + missingText(snapshot);
 }

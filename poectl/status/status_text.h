@@ -1,10 +1,12 @@
-// Status messages as text for people.
+// Snapshots as text for people.
 #pragma once
 
-#include "components/PoeDriver/poe_messages.h"
-
+#include <cstdint>
 #include <optional>
 #include <string>
+
+struct Snapshot;
+struct StatusField;
 
 // The word for a PoePortStatus::operStatus; "?" for a code that has none.
 const char* operStatusWord(std::uint32_t operStatus);
@@ -24,7 +26,16 @@ const char* detectionWord(std::uint32_t detection);
 // The code of such a word; nothing for another text.
 std::optional<std::uint32_t> detectionOf(const std::string& word);
 
-// One status message as lines: the whole chip first, then a table with a line for each port. The
-// administrator's settings are not part of the message; they come from the configuration that was sent, when
-// one is known. `number` counts the messages from 1.
-std::string statusText(unsigned long number, const PoeStatus& status, const std::optional<PoeConfig>& config);
+// A field's value as a number, or a number; "-" when it is not known.
+std::string knownNumber(const Snapshot& snapshot, const StatusField& field, unsigned port = 0);
+std::string knownText(const std::optional<std::uint32_t>& number);
+
+// The word of a port's operStatus. When that is missing, whether the port has power; "-" when nobody knows.
+std::string stateText(const Snapshot& snapshot, unsigned port);
+
+// Volts with one decimal; "-" for none.
+std::string voltageText(const std::optional<std::uint32_t>& deciVolts);
+
+// A snapshot as lines: its origin, the whole chip, a table with a line for each port, and what is missing.
+// The administrator's settings are not part of a status message; they come from the snapshot's details.
+std::string snapshotText(const Snapshot& snapshot);

@@ -3,13 +3,13 @@
 #include "poectl/card/card_link.h"
 #include "poectl/card/control_path.h"
 #include "poectl/commands/time_limit.h"
-#include "poectl/commands/watch_stream.h"
 #include "poectl/console/console_reports.h"
-#include "poectl/service/status_feed.h"
+#include "poectl/record/record_writer.h"
 #include "poectl/status/timestamp.h"
 #include "text/text.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <poll.h>
 #include <unistd.h>
 
@@ -18,62 +18,74 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds REFRESH{100};
-constexpr std::chrono::milliseconds MESSAGE_PERIOD{1000};
 
-// A service that has started anew has forgotten its configuration.
-bool endsConfiguration(const StatusEvent& event) {
-  return event.kind == EventKind::SERVICE_RESTARTED || event.kind == EventKind::RESUMED;
+// "queue", or what the snapshots from the console cost.
+std::string originOf(const SourceOptions& options, const SnapshotFeed& feed) {
+  if (feed.source() == Snapshot::Source::QUEUE) {
+    return sourceWord(feed.source());
+  }
+  const std::string cost =
+      options.noBus ? "no transfers" : text::formatted("%u transfers a snapshot", SNAPSHOT_TRANSFERS);
+  return text::formatted("console: %s, each %g s", cost.c_str(),
+                         static_cast<double>(feed.period().count()) / 1000);
 }
 
 class LiveView {
 public:
   explicit LiveView(const WatchOptions& options)
       : m_limit(options.seconds),
-        m_feed(options.sendExample, [this](const std::string& line) { m_state.note = line; }),
+        m_record(openRecord(options.record, [this](const std::string& line) { m_state.note = line; })),
+        m_feed(openFeed(options.source, options.sendExample,
+                        [this](const std::string& line) { m_state.note = line; })),
         m_card(cardControlPath(options.cardControl)) {
-    m_feed.receiver().endSignals().beforeForcedEnd(m_screen.abandonment());
+    m_feed->endSignals().beforeForcedEnd(m_screen.abandonment());
+    m_state.source = m_feed->source();
+    m_state.origin = originOf(options.source, *m_feed);
+    m_state.staleAfter = m_feed->staleAfter();
   }
 
-  // Returns whether the view ended by a key or has shown a message.
-  bool run() {
+  // Returns nothing when the view ended by a key or has shown a snapshot, and every snapshot is recorded that
+  // should be; else what is missing, in one line.
+  std::string run() {
     while (!m_limit.isOver() && !m_quit) {
-      const StatusFeed::Update update = m_feed.next(std::chrono::milliseconds(0));
-      if (update.event == StatusReceiver::Event::INTERRUPTED) {
+      const SnapshotFeed::Update update = m_feed->next(std::chrono::milliseconds(0));
+      if (update.event == SnapshotFeed::Event::INTERRUPTED) {
         break;
       }
-      takeStatus(update);
+      takeSnapshot(update);
       takeConsole();
       takeCard();
       takeKeys();
       m_screen.show(drawView(m_state, m_screen.format()));
       wait();
     }
-    return m_quit || m_feed.messages() > 0;
+    if (m_record && !m_record->isComplete()) {
+      return "the record lacks snapshots that could not be written";
+    }
+    return m_quit || m_feed->count() > 0 ? "" : m_feed->nothingCame();
   }
 
 private:
-  void takeStatus(const StatusFeed::Update& update) {
-    m_state.status = m_feed.status();
-    m_state.messages = m_feed.messages();
-    m_state.age = m_feed.age();
-    for (const StatusEvent& event : update.events) {
-      m_state.log(timeOfDay(currentTime()), event);
-    }
-    if (update.event == StatusReceiver::Event::MESSAGE) {
-      m_state.history.add({m_state.status->mainConsumption, m_state.status->mainPower});
-      m_lastEntry = Clock::now();
-    } else if (m_state.isStale() && Clock::now() - m_lastEntry >= MESSAGE_PERIOD) {
-      m_state.history.addGap();
-      m_lastEntry += MESSAGE_PERIOD;
-    }
-    if (std::any_of(update.events.begin(), update.events.end(), endsConfiguration)) {
+  void takeSnapshot(const SnapshotFeed::Update& update) {
+    if (isRestart(update.events)) {
       m_state.settings = {};
     }
-    if (m_configsSent != m_feed.configsSent()) {
-      m_configsSent = m_feed.configsSent();
-      for (unsigned port = 0; port < POE_PORTS; port++) {
-        m_state.settings[port] = settingsOf(m_feed.sentConfig()->port[port]);
+    if (update.hasNewSettings) {
+      m_state.settings = m_feed->last()->details;
+    }
+    m_state.age = m_feed->age();
+    if (update.event == SnapshotFeed::Event::SNAPSHOT) {
+      m_state.show(*m_feed->last());
+      if (m_record) {
+        m_record->write(*m_feed->last());
       }
+      m_lastEntry = Clock::now();
+    } else if (m_state.isStale() && Clock::now() - m_lastEntry >= m_feed->period()) {
+      m_state.addGap();
+      m_lastEntry += m_feed->period();
+    }
+    for (const StatusEvent& event : update.events) {
+      m_state.log(timeOfDay(currentTime()), event);
     }
   }
 
@@ -81,11 +93,12 @@ private:
     const ConsoleReports::Update update = m_console.update();
     m_state.faults = update.faults;
     for (const ConsoleReports::Reading& reading : update.readings) {
-      m_state.settings[reading.port] = reading.settings;
-      m_state.note = text::formatted("port %u: ", reading.port) +
-                     (reading.settings ? text::formatted("limit %u W, priority %u, as the chip has them",
-                                                         reading.settings->limit, reading.settings->priority)
-                                       : reading.error);
+      m_state.settings[reading.port] = reading.settings.value_or(PortDetails());
+      m_state.note =
+          text::formatted("port %u: ", reading.port) +
+          (reading.settings ? text::formatted("limit %u W, priority %u, as the chip has them",
+                                              *reading.settings->limitW, *reading.settings->priority)
+                            : reading.error);
     }
   }
 
@@ -104,7 +117,8 @@ private:
       const KeyEffect effect = m_keys.press(*key, m_state);
       m_quit |= effect.quit;
       if (effect.sendExample) {
-        m_feed.sendExample();
+        const std::string refusal = m_feed->sendExample();
+        m_state.note = refusal.empty() ? m_state.note : refusal;
       }
       if (effect.readSettings) {
         m_console.readSettings(m_state.port);
@@ -118,8 +132,8 @@ private:
 
   // For a message, a signal or a key, but not for long: ages and the card change without one.
   void wait() {
-    pollfd ready[] = {{m_feed.receiver().queueDescriptor(), POLLIN, 0},
-                      {m_feed.receiver().signalDescriptor(), POLLIN, 0},
+    pollfd ready[] = {{m_feed->descriptor(), POLLIN, 0},
+                      {m_feed->endSignals().descriptor(), POLLIN, 0},
                       {STDIN_FILENO, POLLIN, 0}};
     poll(ready, std::size(ready), static_cast<int>(m_limit.orLess(REFRESH).count()));
     m_quit |= (ready[2].revents & (POLLHUP | POLLERR)) != 0; // the terminal is gone
@@ -127,10 +141,10 @@ private:
 
   const TimeLimit m_limit;
   ViewState m_state;
-  StatusFeed m_feed; // before the screen: it is refused while another main process runs
+  const std::unique_ptr<RecordWriter> m_record; // before the feed: it may be refused
+  const std::unique_ptr<SnapshotFeed> m_feed;   // before the screen: it may be refused
   CardLink m_card;
   ConsoleReports m_console;
-  unsigned long m_configsSent = 0;
   ViewKeys m_keys;
   Clock::time_point m_lastEntry; // of the history
   bool m_quit = false;
@@ -140,8 +154,10 @@ private:
 } // namespace
 
 int runLiveView(const WatchOptions& options) {
-  if (LiveView(options).run()) {
+  const std::string reason = LiveView(options).run();
+  if (reason.empty()) {
     return 0;
   }
-  return noMessageCame();
+  std::fprintf(stderr, "poectl: %s\n", reason.c_str());
+  return 1;
 }

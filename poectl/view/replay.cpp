@@ -83,21 +83,23 @@ void Replay::show() {
   m_isLoaded = false;
   m_shown = m_player.number();
   m_shownTime = snapshot.end;
-  m_state.status = snapshot.status;
-  m_state.messages = m_shown;
+  m_state.source = snapshot.source;
+  m_state.origin = std::string("record from the ") + sourceWord(snapshot.source);
+  m_state.staleAfter = staleAfterPeriod(snapshot.period);
+  m_state.settings = snapshot.details;
+  for (unsigned port = 0; port < POE_PORTS; port++) {
+    m_state.faults[port] = snapshot.details[port].faults.value_or("");
+  }
+  Snapshot shown = snapshot;
+  shown.number = m_shown; // a file may hold several runs, each with numbers from 1
   for (const RecordedEvent& recorded : m_player.events()) {
     if (recorded.event.kind == EventKind::STALE) {
-      m_state.history.addGap();
+      m_state.addGap();
     }
-    m_state.log(clockTime(recorded.time), recorded.event);
   }
-  m_state.history.add({snapshot.status.mainConsumption, snapshot.status.mainPower});
-  for (unsigned port = 0; port < POE_PORTS; port++) {
-    const PortDetails& details = snapshot.details[port];
-    m_state.settings[port].reset();
-    if (details.enabled && details.limitW && details.priority) {
-      m_state.settings[port] = PortSettings{*details.enabled, *details.limitW, *details.priority};
-    }
+  m_state.show(shown);
+  for (const RecordedEvent& recorded : m_player.events()) {
+    m_state.log(clockTime(recorded.time), recorded.event);
   }
 }
 
@@ -105,9 +107,9 @@ void Replay::forgetShown() {
   m_isLoaded = false;
   m_shown = 0;
   m_shownTime = {};
-  m_state.status.reset();
-  m_state.messages = 0;
+  m_state.snapshot.reset();
   m_state.history = {};
+  m_state.portHistory = {};
   m_state.events.clear();
   m_state.scrolledBack = 0;
   m_state.changedAt = {};

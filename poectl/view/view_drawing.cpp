@@ -1,7 +1,9 @@
 #include "poectl/view/view_drawing.h"
 
 #include "poectl/status/status_text.h"
+#include "poectl/view/port_page.h"
 #include "poectl/view/view_bars.h"
+#include "poectl/view/view_style.h"
 #include "text/text.h"
 
 #include <algorithm>
@@ -14,6 +16,7 @@ constexpr std::size_t BUDGET_ROW = 1;
 constexpr std::size_t HEADING_ROW = 2;
 constexpr std::size_t PORT_ROW = 3;
 constexpr std::size_t CHOSEN_ROW = PORT_ROW + POE_PORTS;
+constexpr std::size_t PAGE_ROW = CHOSEN_ROW; // the page of a port takes all from here
 constexpr std::size_t PLOT_HEADING_ROW = CHOSEN_ROW + 1;
 constexpr std::size_t PLOT_ROW = PLOT_HEADING_ROW + 1;
 constexpr std::size_t PLOT_ROWS = 6; // at VIEW_ROWS; grows with half of what is more
@@ -25,47 +28,12 @@ constexpr std::size_t STATE_COLUMN = 3;
 constexpr std::size_t CLASS_COLUMN = 20;
 constexpr std::size_t POWER_COLUMN = 22;
 constexpr std::size_t BAR_COLUMN = 31;
+constexpr std::size_t MEASURED_COLUMNS = 10; // voltage and current, before the bar
 constexpr std::size_t COUNTER_COLUMNS = 5;
 constexpr std::size_t COUNTERS_COLUMNS = COUNTER_COLUMNS * STATUS_COUNTERS;
 
 constexpr std::size_t BUDGET_COLUMN = 7;
 constexpr std::size_t BUDGET_TEXT_COLUMNS = 20;
-
-constexpr Style PLAIN{};
-constexpr Style BOLD{Colour::DEFAULT, true, false, false};
-constexpr Style FAINT{Colour::DEFAULT, false, true, false};
-constexpr Style ALARM{Colour::RED, true, false, true};
-constexpr Style CHANGED{Colour::YELLOW, true, false, false};
-
-Style stateStyle(std::uint32_t operStatus) {
-  switch (operStatus) {
-  case OperStatus::DELIVERINGPOWER:
-    return {Colour::GREEN};
-  case OperStatus::SEARCHING:
-    return {Colour::YELLOW};
-  case OperStatus::FAULT:
-  case OperStatus::OTHERFAULT:
-    return {Colour::RED, true};
-  default:
-    return FAINT;
-  }
-}
-
-Style eventStyle(const StatusEvent& event) {
-  switch (event.kind) {
-  case EventKind::STATE:
-    return stateStyle(event.to);
-  case EventKind::COUNTER:
-    return {Colour::YELLOW};
-  case EventKind::CHIP_RECOVERED:
-  case EventKind::THERMAL_SHUTDOWN_OVER:
-  case EventKind::BUS_ERROR_OVER:
-  case EventKind::RESUMED:
-    return {Colour::GREEN};
-  default:
-    return {Colour::RED, true};
-  }
-}
 
 // At most four characters: 9999, 10k, 4G.
 std::string shortNumber(std::uint32_t number) {
@@ -100,9 +68,14 @@ public:
     drawChip();
     drawBudget();
     drawPorts();
-    drawChosenPort();
-    drawPlot();
-    drawEvents();
+    if (m_state.portPage) {
+      const std::size_t end = m_canvas.rows() - BOTTOM_ROWS;
+      drawPortPage(m_canvas, {PAGE_ROW, 0, end - PAGE_ROW, m_canvas.columns()}, m_state, m_unicode);
+    } else {
+      drawChosenPort();
+      drawPlot();
+      drawEvents();
+    }
     drawBottom();
     if (m_state.help) {
       drawHelp();
@@ -111,39 +84,36 @@ public:
   }
 
 private:
-  // A line with a text in it.
-  void drawHeading(std::size_t row, const std::string& text) {
-    for (std::size_t column = 0; column < m_canvas.columns(); column++) {
-      m_canvas.put(row, column, m_unicode ? U'─' : U'-', FAINT);
-    }
-    m_canvas.text(row, 2, " " + text + " ", BOLD);
-  }
-
   void drawChip() {
-    if (!m_state.status) {
+    const bool isFromQueue = m_state.source == Snapshot::Source::QUEUE;
+    if (!m_state.snapshot) {
       m_canvas.text(CHIP_ROW, 0,
-                    m_state.replay ? "the record is empty" : "waiting for the service's first status message",
+                    m_state.replay ? "the record is empty"
+                    : isFromQueue  ? "waiting for the service's first status message"
+                                   : "waiting for the first snapshot from the console",
                     CHANGED);
       return;
     }
-    const PoeStatus& status = *m_state.status;
-    const bool isWell = status.mainOperStatus == MainOperStatus::RUNNING && status.devError == 0 &&
-                        status.thermalShutdown == 0;
-    m_canvas.text(CHIP_ROW, 0,
-                  text::formatted("chip %s%s%s, %d C", mainOperStatusWord(status.mainOperStatus),
-                                  status.devError != 0 ? ", BUS ERROR" : "",
-                                  status.thermalShutdown != 0 ? ", THERMAL SHUTDOWN" : "",
-                                  status.deviceTemperature),
-                  isWell ? BOLD : Style{Colour::RED, true});
+    const PoeStatus& status = m_state.snapshot->status;
+    const bool isKnown = m_state.snapshot->knows(*chipField("mainOperStatus"));
+    const bool isWell = (!isKnown || status.mainOperStatus == MainOperStatus::RUNNING) &&
+                        status.devError == 0 && status.thermalShutdown == 0;
+    m_canvas.text(
+        CHIP_ROW, 0,
+        text::formatted("chip %s%s%s, %d C", isKnown ? mainOperStatusWord(status.mainOperStatus) : "-",
+                        status.devError != 0 ? ", BUS ERROR" : "",
+                        status.thermalShutdown != 0 ? ", THERMAL SHUTDOWN" : "", status.deviceTemperature),
+        isWell ? BOLD : Style{Colour::RED, true});
     const std::string age = secondsText(m_state.age);
     if (m_state.replay) {
       drawRecordTime();
       return;
     }
+    const char* const what = isFromQueue ? "message" : "snapshot";
     m_canvas.textAtRight(CHIP_ROW,
                          m_state.isStale()
-                             ? " STALE: no message for " + age
-                             : text::formatted(" message %lu, age %s", m_state.messages, age.c_str()),
+                             ? text::formatted(" STALE: no %s for %s", what, age.c_str())
+                             : text::formatted(" %s %lu, age %s", what, m_state.number(), age.c_str()),
                          m_state.isStale() ? ALARM : PLAIN);
   }
 
@@ -159,10 +129,14 @@ private:
 
   void drawBudget() {
     m_canvas.text(BUDGET_ROW, 0, "budget", BOLD);
-    if (!m_state.status) {
+    if (!m_state.snapshot) {
       return;
     }
-    const PoeStatus& status = *m_state.status;
+    if (!m_state.snapshot->knows(*chipField("mainPower"))) {
+      m_canvas.text(BUDGET_ROW, BUDGET_COLUMN, "needs transfers");
+      return;
+    }
+    const PoeStatus& status = m_state.snapshot->status;
     std::array<std::uint32_t, POE_PORTS> shares{};
     for (unsigned port = 0; port < POE_PORTS; port++) {
       shares[port] = status.port[port].powerConsumption;
@@ -180,6 +154,9 @@ private:
 
   void drawPorts() {
     m_canvas.text(HEADING_ROW, 0, "port state       class  W/limit", FAINT);
+    if (isMeasured()) {
+      m_canvas.text(HEADING_ROW, BAR_COLUMN + 2, " V   mA", FAINT);
+    }
     for (unsigned counter = 0; counter < STATUS_COUNTERS; counter++) {
       m_canvas.text(HEADING_ROW, countersColumn() + counter * COUNTER_COLUMNS + 1,
                     STATUS_COUNTER[counter].label, FAINT);
@@ -188,38 +165,61 @@ private:
       const std::size_t row = PORT_ROW + port;
       m_canvas.text(row, 0, text::formatted("%c%u", port == m_state.port ? '>' : ' ', port),
                     port == m_state.port ? BOLD : PLAIN);
-      if (m_state.status) {
-        drawPort(row, port, m_state.status->port[port]);
+      if (m_state.snapshot) {
+        drawPort(row, port, *m_state.snapshot);
       }
     }
   }
 
-  void drawPort(std::size_t row, unsigned port, const PoePortStatus& status) {
-    const auto& settings = m_state.settings[port];
-    const std::uint32_t limit = settings ? settings->limit : MAX_PORT_LIMIT_W;
-    m_canvas.text(row, STATE_COLUMN, operStatusWord(status.operStatus),
+  // Voltages and currents take their place from the bars.
+  bool isMeasured() const {
+    return m_state.snapshot && m_state.snapshot->source == Snapshot::Source::CONSOLE;
+  }
+
+  void drawPort(std::size_t row, unsigned port, const Snapshot& snapshot) {
+    const PoePortStatus& status = snapshot.status.port[port];
+    m_canvas.text(row, STATE_COLUMN, stateText(snapshot, port),
                   m_state.isStale() ? FAINT : stateStyle(status.operStatus));
     m_canvas.text(row, CLASS_COLUMN, shortClassWord(status.powerClassification));
-    m_canvas.text(
-        row, POWER_COLUMN,
-        text::formatted("%4u/%-3s", status.powerConsumption, settings ? std::to_string(limit).c_str() : "?"));
-    drawBar(m_canvas, {row, BAR_COLUMN, 1, countersColumn() - BAR_COLUMN - 1}, status.powerConsumption, limit,
-            {loadColour(status.powerConsumption, limit)}, m_unicode);
+    drawPower(row, port, snapshot);
     for (unsigned counter = 0; counter < STATUS_COUNTERS; counter++) {
       const bool changed = m_state.changedLately(port, counter);
-      const std::string number = shortNumber(status.*STATUS_COUNTER[counter].member);
+      const std::string number =
+          snapshot.knows(STATUS_COUNTER[counter]) ? shortNumber(status.*STATUS_COUNTER[counter].member) : "-";
       m_canvas.text(row, countersColumn() + counter * COUNTER_COLUMNS,
                     text::formatted("%4s%c", number.c_str(), changed ? '*' : ' '), changed ? CHANGED : PLAIN);
     }
   }
 
-  void drawChosenPort() {
-    std::string text = "port " + std::to_string(m_state.port) + ": ";
-    if (m_state.status) {
-      text += std::string(detectionWord(m_state.status->port[m_state.port].detectionStatus)) + ", ";
+  void drawPower(std::size_t row, unsigned port, const Snapshot& snapshot) {
+    const std::optional<std::uint32_t>& setLimit = m_state.settings[port].limitW;
+    const std::uint32_t limit = setLimit.value_or(MAX_PORT_LIMIT_W);
+    const std::string watts = knownNumber(snapshot, *portField("powerConsumption"), port);
+    m_canvas.text(row, POWER_COLUMN,
+                  text::formatted("%4s/%-3s", watts.c_str(), setLimit ? std::to_string(limit).c_str() : "?"));
+    std::size_t column = BAR_COLUMN;
+    if (isMeasured()) {
+      const PortDetails& details = snapshot.details[port];
+      m_canvas.text(row, column,
+                    text::formatted("%4s %4s", voltageText(details.voltageDv).c_str(),
+                                    knownText(details.currentMa).c_str()));
+      column += MEASURED_COLUMNS;
     }
-    if (const auto& settings = m_state.settings[m_state.port]) {
-      text += settings->enabled ? "priority " + std::to_string(settings->priority) : "switched off";
+    const std::uint32_t consumption = snapshot.status.port[port].powerConsumption;
+    drawBar(m_canvas, {row, column, 1, countersColumn() - column - 1}, consumption, limit,
+            {loadColour(consumption, limit)}, m_unicode);
+  }
+
+  void drawChosenPort() {
+    std::string text = portTitle(m_state) + ": ";
+    if (m_state.snapshot) {
+      text += std::string(detectionWord(m_state.snapshot->status.port[m_state.port].detectionStatus)) + ", ";
+    }
+    const PortDetails& settings = m_state.settings[m_state.port];
+    if (settings.enabled == false) {
+      text += "switched off";
+    } else if (settings.priority) {
+      text += "priority " + std::to_string(*settings.priority);
     } else {
       text += m_state.replay ? "limit not known" : "limit not known (r reads it over the bus)";
     }
@@ -233,9 +233,11 @@ private:
   }
 
   void drawPlot() {
-    drawHeading(PLOT_HEADING_ROW,
-                text::formatted("consumption (W) in the last %zu messages, and the bank's limit",
-                                std::min(m_state.history.size(), historyColumns(m_canvas.columns()))));
+    drawHeading(m_canvas, PLOT_HEADING_ROW,
+                text::formatted("consumption (W) in the last %zu %s, and the bank's limit",
+                                std::min(m_state.history.size(), historyColumns(m_canvas.columns())),
+                                m_state.source == Snapshot::Source::QUEUE ? "messages" : "snapshots"),
+                "", m_unicode);
     drawHistory(m_canvas, {PLOT_ROW, 0, plotRows(m_canvas.rows()), m_canvas.columns()}, m_state.history,
                 m_unicode);
   }
@@ -245,12 +247,14 @@ private:
     const std::size_t rows = eventRows(m_canvas.rows());
     const std::size_t hidden = hiddenEvents(m_state, m_canvas.rows());
     const std::size_t back = std::min(m_state.scrolledBack, hidden);
-    drawHeading(heading, back == 0 ? "events" : text::formatted("events, %zu newer ones below", back));
+    drawHeading(m_canvas, heading,
+                back == 0 ? "events" : text::formatted("events, %zu newer ones below", back), m_state.origin,
+                m_unicode);
     const std::size_t first = hidden - back;
     for (std::size_t row = 0; row < rows && first + row < m_state.events.size(); row++) {
       const LoggedEvent& entry = m_state.events[first + row];
       m_canvas.text(heading + 1 + row, 0, entry.time, FAINT);
-      m_canvas.text(heading + 1 + row, entry.time.size() + 1, eventText(entry.event),
+      m_canvas.text(heading + 1 + row, entry.time.size() + 1, eventText(entry.event, m_state.source),
                     eventStyle(entry.event));
     }
   }
@@ -267,10 +271,10 @@ private:
 
   const char* keyLine() const {
     if (m_state.replay) {
-      return "q quit  0-3 port  space pause  , . record  left right 10 s  + - speed  ? all";
+      return "q quit  0-3 port  Enter its page  space pause  , . record  + - speed  ? all keys";
     }
-    return m_state.card ? "q quit  0-3 port  p plug  u unplug  + - draw  s short  t thermal  ? all keys"
-                        : "q quit  0-3 port  ? all keys     no simulated card to plug devices into";
+    return m_state.card ? "q quit  0-3 port  Enter its page  p plug  u unplug  + - draw  s short  ? all keys"
+                        : "q quit  0-3 port  Enter its page  ? all keys  no simulated card to plug into";
   }
 
   std::string replayText() const {
@@ -294,6 +298,7 @@ private:
 
 constexpr const char* HELP[] = {
     "0 to 3, up, down  choose a port",
+    "Enter             show or leave the page of the port",
     "PgUp, PgDn        scroll the events",
     "e                 send the example configuration",
     "r                 read the port's limit and priority from the chip:",
@@ -315,6 +320,7 @@ constexpr const char* HELP[] = {
 
 constexpr const char* REPLAY_HELP[] = {
     "0 to 3, up, down  choose a port",
+    "Enter             show or leave the page of the port",
     "PgUp, PgDn        scroll the events",
     "? or Esc          close this list",
     "q or Ctrl-C       quit",
@@ -332,7 +338,7 @@ constexpr const char* REPLAY_HELP[] = {
 
 // Covers the middle of the view.
 void View::drawHelp() {
-  constexpr std::size_t TOP = 3;
+  constexpr std::size_t TOP = 2;
   constexpr std::size_t LEFT = 7;
   std::size_t row = TOP;
   const auto line = [&](const char* text) {

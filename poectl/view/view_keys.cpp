@@ -123,8 +123,11 @@ KeyEffect ViewKeys::press(const KeyPress& key, ViewState& state) {
   case KeyPress::Kind::PAGE_DOWN:
     scroll(state, key.kind == KeyPress::Kind::PAGE_UP);
     return {};
+  case KeyPress::Kind::ENTER:
+    state.portPage = !state.portPage;
+    return {};
   case KeyPress::Kind::ESCAPE:
-    state.help = false;
+    (state.help ? state.help : state.portPage) = false;
     return {};
   case KeyPress::Kind::CHARACTER:
     return command(key.character, state);

@@ -14,6 +14,7 @@ constexpr Snapshot::Time RECORD_START{
 inline Snapshot recordedMessage(std::chrono::milliseconds after) {
   Snapshot snapshot;
   snapshot.begin = snapshot.end = RECORD_START + after;
+  snapshot.period = std::chrono::seconds(1);
   snapshot.status.mainOperStatus = 1;
   snapshot.status.mainPower = 100;
   for (PoePortStatus& port : snapshot.status.port) {
@@ -33,6 +34,8 @@ public:
     snapshot.end = Snapshot::Time(std::chrono::milliseconds(number() * std::int64_t{1000} + number() % 1000));
     snapshot.begin = snapshot.end - std::chrono::milliseconds(number());
     snapshot.transfers = number();
+    snapshot.number = chance() ? number() : 0;
+    snapshot.period = std::chrono::milliseconds(chance() ? number() : 0);
     for (const StatusField& field : CHIP_FIELDS) {
       if (!isMissing(snapshot, field)) {
         field.write(snapshot.status, 0, static_cast<std::int64_t>(number() % 256));

@@ -1,0 +1,64 @@
+#include "poectl/commands/source_options.h"
+
+#include "components/PoeDriver/poe_messages.h"
+#include "poectl/service/console_feed.h"
+#include "poectl/service/queue_feed.h"
+#include "poectl/service/queue_readers.h"
+#include "text/text.h"
+
+#include <utility>
+
+namespace {
+
+constexpr std::chrono::milliseconds DEFAULT_PERIOD{10000}; // a failing transfer costs every port its power
+constexpr std::chrono::milliseconds MAX_PERIOD = std::chrono::hours(24 * 365);
+
+std::chrono::milliseconds periodOf(const SourceOptions& options) {
+  if (options.every == 0) {
+    return DEFAULT_PERIOD;
+  }
+  const std::chrono::duration<double> every(options.every);
+  return every < MAX_PERIOD ? std::chrono::ceil<std::chrono::milliseconds>(every) : MAX_PERIOD;
+}
+
+// A queue that is left over without a reader counts as free: whoever creates it says what removes it.
+bool isQueueServed() {
+  const QueueReaders readers = readersOf(QUEUE_TO_MAIN);
+  return !readers.found.empty() || !readers.doubt.empty();
+}
+
+} // namespace
+
+void placeSourceOptions(CommandSyntax& syntax, SourceOptions& options) {
+  syntax.text("--from", options.from);
+  syntax.seconds("--every", options.every);
+  syntax.flag("--no-bus", options.noBus);
+}
+
+Snapshot::Source chooseSource(const SourceOptions& options) {
+  if (!options.from.empty() && options.from != "queue" && options.from != "console") {
+    throw UsageError("--from: there is no source " + text::quoted(options.from) +
+                     "; queue and console are accepted");
+  }
+  const bool needsConsole = options.every != 0 || options.noBus;
+  if (options.from == "queue" && needsConsole) {
+    throw UsageError(std::string(options.noBus ? "--no-bus" : "--every") +
+                     " is for snapshots from the console; --from queue excludes it");
+  }
+  if (options.from == "queue") {
+    return Snapshot::Source::QUEUE;
+  }
+  return needsConsole || options.from == "console" || isQueueServed() ? Snapshot::Source::CONSOLE
+                                                                      : Snapshot::Source::QUEUE;
+}
+
+std::unique_ptr<SnapshotFeed> openFeed(const SourceOptions& options, bool sendExample,
+                                       SnapshotFeed::Warn warn) {
+  if (chooseSource(options) == Snapshot::Source::QUEUE) {
+    return std::make_unique<QueueFeed>(sendExample, std::move(warn));
+  }
+  if (sendExample) {
+    throw UsageError(std::string("--example is for snapshots from the queue: ") + ConsoleFeed::SENDS_NOTHING);
+  }
+  return std::make_unique<ConsoleFeed>(options.reports(), periodOf(options), std::move(warn));
+}

@@ -1,0 +1,28 @@
+// Where "status" and "watch" take their snapshots from.
+#pragma once
+
+#include "poectl/command_line.h"
+#include "poectl/console/console_snapshot.h"
+#include "poectl/service/snapshot_feed.h"
+
+#include <memory>
+#include <string>
+
+struct SourceOptions {
+  std::string from;   // "queue" or "console"; empty: it is chosen
+  double every = 0;   // s between two snapshots from the console; 0: the default
+  bool noBus = false; // only the reports without transfers
+
+  SnapshotReports reports() const { return noBus ? SnapshotReports::TRANSFER_FREE : SnapshotReports::ALL; }
+};
+
+// Places --from, --every and --no-bus.
+void placeSourceOptions(CommandSyntax& syntax, SourceOptions& options);
+
+// The source that the options name, else the queue, unless somebody else may be serving it. Throws UsageError
+// for options that exclude each other.
+Snapshot::Source chooseSource(const SourceOptions& options);
+
+// A feed from that source. `sendExample` is refused for the console, by UsageError. Throws QueueError.
+std::unique_ptr<SnapshotFeed> openFeed(const SourceOptions& options, bool sendExample,
+                                       SnapshotFeed::Warn warn);
