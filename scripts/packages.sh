@@ -28,6 +28,8 @@ tmux           a terminal for the tests of poectl on a terminal
 strace         faults injected into the real process
 iproute2       another machine beside that of the real process
 python3        the tests of the documents
+python3-jsonschema the schema of the records
+gnuplot-nox    the plots of records
 libclang-rt-dev reads the inputs of the fuzz targets
 '
 
