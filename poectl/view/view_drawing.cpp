@@ -253,8 +253,8 @@ private:
     }
     m_canvas.text(row + 1, 0,
                   m_state.card
-                      ? "q quit  0-3 port  Enter its page  p plug  u unplug  + - draw  s short  ? all keys"
-                      : "q quit  0-3 port  Enter its page  ? all keys  no simulated card to plug into",
+                      ? "q quit  0-3 port  Enter page  p plug  u unplug  + - draw  s short  ? all keys"
+                      : "q quit  0-3 port  Enter page  ? all keys  no simulated card to plug into",
                   FAINT);
   }
 
