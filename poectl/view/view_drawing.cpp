@@ -271,10 +271,10 @@ private:
 
   const char* keyLine() const {
     if (m_state.replay) {
-      return "q quit  0-3 port  Enter its page  space pause  , . record  + - speed  ? all keys";
+      return "q quit  0-3 port  Enter page  space pause  , . record  + - speed  ? all keys";
     }
-    return m_state.card ? "q quit  0-3 port  Enter its page  p plug  u unplug  + - draw  s short  ? all keys"
-                        : "q quit  0-3 port  Enter its page  ? all keys  no simulated card to plug into";
+    return m_state.card ? "q quit  0-3 port  Enter page  p plug  u unplug  + - draw  s short  ? all keys"
+                        : "q quit  0-3 port  Enter page  ? all keys  no simulated card to plug into";
   }
 
   std::string replayText() const {

@@ -33,13 +33,13 @@ void expectDrawing(const ViewState& state) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const std::string text(reinterpret_cast<const char*>(bytes), size);
-  std::optional<PortSettings> settings;
+  PortDetails settings;
   expectReportOrRefusal([&] { parseInfo(text); });
   expectReportOrRefusal([&] { parseDevice(text); });
   expectReportOrRefusal([&] { EXPECT_LT(parseChannel(text, 0).detection, 8U); });
-  expectReportOrRefusal([&] { settings = settingsOf(parsePoePort(text, 0)); });
+  expectReportOrRefusal([&] { addSettings(settings, parsePoePort(text, 0)); });
   ViewState state;
-  state.status.emplace();
+  state.snapshot.emplace();
   state.card = parseCardState(text);
   state.settings.fill(settings);
   state.note = text;

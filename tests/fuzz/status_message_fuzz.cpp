@@ -78,11 +78,9 @@ public:
     for (const StatusEvent& event : m_tracker.message(status, m_now)) {
       see(event);
     }
-    m_view.status = status;
-    m_view.messages++;
-    m_view.history.add({status.mainConsumption, status.mainPower});
+    m_view.show(snapshotOfMessage(m_view.number() + 1, status));
     if (m_data.ConsumeBool()) {
-      m_view.history.addGap();
+      m_view.addGap();
     }
     draw();
   }
@@ -90,9 +88,9 @@ public:
 private:
   void see(const StatusEvent& event) {
     EXPECT_FALSE(eventText(event).empty());
-    const std::string line = eventJsonLine("2024-01-01T00:00:00Z", m_view.messages, event);
+    const std::string line = eventJsonLine("2024-01-01T00:00:00Z", m_view.number(), event);
     expectLines(line, 1);
-    EXPECT_EQ(Json::parse(line).at("message").get<unsigned long>(), m_view.messages);
+    EXPECT_EQ(Json::parse(line).at("message").get<unsigned long>(), m_view.number());
     m_view.log("00:00:00", event);
   }
 
@@ -123,12 +121,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   Watch watch(data);
   for (unsigned number = 1; number <= MAX_MESSAGES && data.remaining_bytes() > 0; number++) {
     const PoeStatus status = takeStatus(data);
-    expectLines(statusText(number, status, std::nullopt), 6);
-    expectNumbers(Json::parse(statusJson(status)), status);
-    const std::string line = statusJsonLine("2024-01-01T00:00:00Z", number, status);
+    const Snapshot snapshot = snapshotOfMessage(number, status);
+    expectLines(snapshotText(snapshot), 6);
+    expectNumbers(Json::parse(snapshotJson(snapshot)), status);
+    const std::string line = snapshotJsonLine(snapshot);
     expectLines(line, 1);
     expectNumbers(Json::parse(line), status);
-    expectLines(statusPrometheus(status), 6 * 3 + 10 * 6);
+    expectLines(snapshotPrometheus(snapshot), (2 + 6) * 3 + 10 * 6);
     watch.see(status);
   }
   return 0;

@@ -178,7 +178,7 @@ TEST_F(PoectlLiveView, SendsNothingButAsciiToATerminalWithoutUtf8) {
 TEST_F(PoectlLiveView, IsATableWithItsAgeOnATerminalThatCannotPlaceItsCursor) {
   startCard();
   terminal.emplace("TERM=dumb " + std::string(POECTL) + " watch");
-  EXPECT_TRUE(terminal->shows("message 1: chip running"));
+  EXPECT_TRUE(terminal->shows("message 1 from the queue: chip running"));
   EXPECT_TRUE(terminal->shows("\nage 0."));
   service->interrupt();
   EXPECT_TRUE(terminal->shows("\nSTALE: no message for "));

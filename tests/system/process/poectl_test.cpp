@@ -233,7 +233,7 @@ TEST_F(Poectl, StatusShowsOneMessageOfTheService) {
   EXPECT_EQ(text.status, 0);
   EXPECT_EQ(
       text.output,
-      "message 1: chip running, bank limit 0 W, consumption 0 W, temperature 40 C\n"
+      "message 1 from the queue: chip running, bank limit 0 W, consumption 0 W, temperature 40 C\n"
       "port  admin  state            class     W  limit W  invalid  denied  overload  underload  short  "
       "classerr\n"
       "   0  -      DISABLED             -     0        -        0       0         0          0      0  "

@@ -35,8 +35,8 @@ TEST_F(PoectlWatch, EndsAfterTheCountedMessages) {
   startConfigurable();
   const CommandResult result = poectl("watch --count 2");
   EXPECT_EQ(result.status, 0);
-  EXPECT_TRUE(containsPattern(result.output, "^" + TIME + " message 1: chip running, ")) << result.output;
-  EXPECT_NE(result.output.find("Z message 2: chip running, "), std::string::npos);
+  EXPECT_TRUE(containsPattern(result.output, "^" + TIME + " message 1 from the queue: chip running, ")) << result.output;
+  EXPECT_NE(result.output.find("Z message 2 from the queue: chip running, "), std::string::npos);
   EXPECT_EQ(result.output.find("message 3"), std::string::npos);
 }
 

@@ -76,7 +76,7 @@ TEST_F(Play, ShowsWhyAnExpectationFailedAndGoesOn) {
             "ok 2 - line 2: after 2 messages\n"
             "not ok 3 - line 3: expect port 2 state FAULT within 2 messages\n"
             "# port 2 state is SEARCHING; expected is FAULT\n"
-            "# message 5: chip running, bank limit 100 W, consumption 0 W, temperature 40 C\n" +
+            "# message 5 from the queue: chip running, bank limit 100 W, consumption 0 W, temperature 40 C\n" +
                 HEADING + "#    0  on     SEARCHING            -     0       15 " + counters +
                 "#    1  on     SEARCHING            -     0       30 " + counters +
                 "#    2  on     SEARCHING            -     0       15 " + counters +

@@ -1,9 +1,6 @@
 // Events and messages as lines of JSON.
 #include "poectl/status/event_json.h"
 
-#include "poectl/status/status_export.h"
-
-#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {
@@ -45,25 +42,5 @@ INSTANTIATE_TEST_SUITE_P(
              {EventKind::RESUMED, 0, 0, 0, 0, std::chrono::milliseconds(12345)},
              R"("resumed","silenceSeconds":12.345)"}),
     [](const auto& row) { return row.param.name; });
-
-std::string withoutBlanks(std::string text) {
-  text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == ' ' || c == '\n'; }),
-             text.end());
-  return text;
-}
-
-TEST(StatusJsonLine, IsOneLineWithTimeAndNumberInFront) {
-  PoeStatus status{};
-  status.mainPower = 100;
-  const std::string line = statusJsonLine("2024-05-06T07:08:09.123Z", 42, status);
-  EXPECT_EQ(
-      line.rfind(R"({"time":"2024-05-06T07:08:09.123Z","message":42,"mainPower":100,"mainOperStatus":0,)", 0),
-      0U)
-      << line;
-  EXPECT_EQ(line.find('\n'), line.size() - 1);
-  // The rest is what the indented form has.
-  const std::string fields = withoutBlanks(statusJson(status)).substr(1);
-  EXPECT_EQ(withoutBlanks(line).substr(line.find(R"("mainPower")")), fields);
-}
 
 } // namespace

@@ -153,7 +153,7 @@ TEST_F(ReplayedRecord, SaysWhereItIsAndWhichKeysItHas) {
   press(ReplayKey::NEXT);
   EXPECT_EQ(row(0), "chip running, 0 C                              record 2, 2023-11-14 22:13:21 UTC");
   EXPECT_EQ(row(22), "paused, speed 2x, 75 % of the file"); // the next record is at hand
-  EXPECT_EQ(row(23), "q quit  0-3 port  Enter its page  space pause  , . record  + - speed  ? all keys");
+  EXPECT_EQ(row(23), "q quit  0-3 port  Enter page  space pause  , . record  + - speed  ? all keys");
   state.help = true;
   EXPECT_NE(row(9).find("space             pause, go on"), std::string::npos) << row(9);
   press(ReplayKey::LAST);

@@ -110,4 +110,17 @@ TEST_F(StatusEvents, TellOnceThatMessagesAreMissingAndWhenTheyAreBack) {
   EXPECT_TRUE(tracker.silence(now + milliseconds(2500))) << "another time";
 }
 
+TEST(StatusEventsOfTheConsole, TellOfSnapshotsThatAreMissingForLongerThanThePeriod) {
+  EventTracker tracker(milliseconds(25000));
+  const EventTracker::Clock::time_point now{};
+  tracker.message({}, now);
+  EXPECT_FALSE(tracker.silence(now + milliseconds(24999)));
+  const auto stale = tracker.silence(now + milliseconds(25000));
+  ASSERT_TRUE(stale);
+  EXPECT_EQ(eventText(*stale, Snapshot::Source::CONSOLE), "STALE: no snapshot for 25.0 s");
+  const auto events = tracker.message({}, now + milliseconds(30000));
+  ASSERT_EQ(events.size(), 1U);
+  EXPECT_EQ(eventText(events[0], Snapshot::Source::CONSOLE), "snapshots are back after 30.0 s");
+}
+
 } // namespace

@@ -20,11 +20,19 @@ PoeStatus sample() {
   return status;
 }
 
-TEST(StatusJson, NamesTheFieldsAndTheCodes) {
-  std::string json = statusJson(sample());
+TEST(SnapshotJson, NamesTheFieldsAndTheCodes) {
+  Snapshot snapshot = snapshotOfMessage(42, sample());
+  snapshot.begin = snapshot.end = Snapshot::Time(std::chrono::milliseconds(1'700'000'000'000));
+  std::string json = snapshotJson(snapshot);
   const std::size_t second = json.find("    {\n      \"operStatus\": 2");
   json.erase(second, json.find("    {\n      \"operStatus\": 7") - second); // ports 1 and 2
   EXPECT_EQ(json, R"({
+  "version": 1,
+  "time": "2023-11-14T22:13:20.000Z",
+  "message": 42,
+  "source": "queue",
+  "transfers": 0,
+  "span_ms": 0,
   "mainPower": 100,
   "mainOperStatus": 1,
   "mainOperStatusWord": "running",
@@ -93,16 +101,15 @@ TEST(SnapshotJson, HasWhatItsSourceKnowsAndNothingElse) {
       "\n");
 }
 
-TEST(SnapshotJson, HasTheRecordsFieldsOfAStatusMessage) {
-  Snapshot snapshot;
-  snapshot.status = sample();
-  const std::string record = statusJson(sample()).substr(1);
-  const std::string json = snapshotJson(snapshot);
-  EXPECT_EQ(json.substr(json.size() - record.size()), record);
-}
-
-TEST(StatusPrometheus, HasAMetricForEveryField) {
-  EXPECT_EQ(statusPrometheus(sample()), R"(# HELP poe_main_power_watts Limit of the active power bank.
+TEST(SnapshotPrometheus, HasAMetricForEveryField) {
+  EXPECT_EQ(snapshotPrometheus(snapshotOfMessage(1, sample())),
+            R"(# HELP poe_snapshot_transfers Transfers on the chip's bus that these values cost.
+# TYPE poe_snapshot_transfers gauge
+poe_snapshot_transfers{source="queue"} 0
+# HELP poe_snapshot_span_seconds Time in which these values were read.
+# TYPE poe_snapshot_span_seconds gauge
+poe_snapshot_span_seconds{source="queue"} 0.000
+# HELP poe_main_power_watts Limit of the active power bank.
 # TYPE poe_main_power_watts gauge
 poe_main_power_watts 100
 # HELP poe_main_oper_status Chip: 0 not yet checked, 1 running, 3 unreachable.
@@ -181,6 +188,15 @@ poe_port_class_error_total{port="1"} 27
 poe_port_class_error_total{port="2"} 36
 poe_port_class_error_total{port="3"} 46
 )");
+}
+
+TEST(SnapshotPrometheus, LeavesOutWhatIsMissing) {
+  Snapshot snapshot = snapshotOfMessage(1, sample());
+  snapshot.missing = {"mainPower", "shortCounter"};
+  const std::string metrics = snapshotPrometheus(snapshot);
+  EXPECT_EQ(metrics.find("poe_main_power_watts"), std::string::npos);
+  EXPECT_EQ(metrics.find("poe_port_short_total"), std::string::npos);
+  EXPECT_NE(metrics.find("\npoe_port_class_error_total{port=\"3\"} 46\n"), std::string::npos);
 }
 
 } // namespace

@@ -46,7 +46,7 @@ port 0: good, priority 1; device=good class=2 watts=6 fault=none
                                                                      ▁▅██████
                                                                     ▅████████▄ ▄
    0                                                             ▁▄███████████ █
-── events ──────────────────────────────────────────────────────────────────────
+── events ─────────────────────────────────────────────────────────────── queue
 07:08:03 port 2 invalidSignatureCounter +1, now 3
 07:08:04 port 2 invalidSignatureCounter +1, now 4
 07:08:05 port 2 invalidSignatureCounter +1, now 5
@@ -54,7 +54,7 @@ port 0: good, priority 1; device=good class=2 watts=6 fault=none
 07:08:07 port 2 invalidSignatureCounter +1, now 7
 07:08:08 port 2 invalidSignatureCounter +1, now 8
 card: plug 0 class=2 watts=6
-q quit  0-3 port  p plug  u unplug  + - draw  s short  t thermal  ? all keys
+q quit  0-3 port  Enter page  p plug  u unplug  + - draw  s short  ? all keys
 )");
 }
 
@@ -78,7 +78,7 @@ port 0: good, priority 1; device=good class=2 watts=6 fault=none
                                                                                         ▃████████▂ ▂
                                                                                        ▅██████████ █
    0                                                                                 ▁▆███████████ █
-── events ──────────────────────────────────────────────────────────────────────────────────────────
+── events ─────────────────────────────────────────────────────────────────────────────────── queue
 07:08:01 port 2 invalidSignatureCounter +1, now 1
 07:08:02 port 2 invalidSignatureCounter +1, now 2
 07:08:03 port 2 invalidSignatureCounter +1, now 3
@@ -89,7 +89,7 @@ port 0: good, priority 1; device=good class=2 watts=6 fault=none
 07:08:08 port 2 invalidSignatureCounter +1, now 8
 
 card: plug 0 class=2 watts=6
-q quit  0-3 port  p plug  u unplug  + - draw  s short  t thermal  ? all keys
+q quit  0-3 port  Enter page  p plug  u unplug  + - draw  s short  ? all keys
 )");
 }
 
@@ -110,7 +110,7 @@ port 0: limit not known (r reads it over the bus)
 
 
    0
--- events ----------------------------------------------------------------------
+-- events --------------------------------------------------------------- queue
 
 
 
@@ -118,7 +118,7 @@ port 0: limit not known (r reads it over the bus)
 
 
 
-q quit  0-3 port  ? all keys     no simulated card to plug devices into
+q quit  0-3 port  Enter page  ? all keys  no simulated card to plug into
 )");
 }
 
@@ -156,10 +156,10 @@ TEST(LiveView, SaysFromTwoAndAHalfSecondsOnThatTheStatusIsStale) {
 
 TEST(LiveView, NamesTheTroublesOfTheChip) {
   ViewState state = viewSample();
-  state.status->mainOperStatus = 3;
-  state.status->devError = 1;
-  state.status->thermalShutdown = 1;
-  state.status->deviceTemperature = -5;
+  state.snapshot->status.mainOperStatus = 3;
+  state.snapshot->status.devError = 1;
+  state.snapshot->status.thermalShutdown = 1;
+  state.snapshot->status.deviceTemperature = -5;
   EXPECT_EQ(rowOf(state, 0),
             "chip UNREACHABLE, BUS ERROR, THERMAL SHUTDOWN, -5 C       message 123, age 0.4 s");
   EXPECT_EQ(styleAt(state, 0, 0), (Style{Colour::RED, true}));
@@ -167,7 +167,7 @@ TEST(LiveView, NamesTheTroublesOfTheChip) {
 
 TEST(LiveView, ShowsThatTheBudgetIsExceeded) {
   ViewState state = viewSample();
-  state.status->mainPower = 20;
+  state.snapshot->status.mainPower = 20;
   EXPECT_EQ(rowOf(state, 1), "budget 00000000000" + std::string(42, '1') + "     28 of 20 W OVER");
 }
 
@@ -198,7 +198,7 @@ class LiveViewState : public ::testing::TestWithParam<StateColour> {};
 
 TEST_P(LiveViewState, HasItsColour) {
   ViewState state = viewSample();
-  state.status->port[0].operStatus = GetParam().operStatus;
+  state.snapshot->status.port[0].operStatus = GetParam().operStatus;
   EXPECT_EQ(styleAt(state, 3, 3), GetParam().style);
 }
 
@@ -218,7 +218,7 @@ class LiveViewDraw : public ::testing::TestWithParam<DrawColour> {};
 
 TEST_P(LiveViewDraw, ColoursTheBarByTheLimit) {
   ViewState state = viewSample();
-  state.status->port[1].powerConsumption = GetParam().watts;
+  state.snapshot->status.port[1].powerConsumption = GetParam().watts;
   EXPECT_EQ(styleAt(state, 4, 31).colour, GetParam().colour);
 }
 
@@ -229,18 +229,87 @@ INSTANTIATE_TEST_SUITE_P(Each, LiveViewDraw,
 
 TEST(LiveView, MarksACounterForFiveMessages) {
   ViewState state = viewSample(); // the change came with message 123
-  state.messages = 127;
+  state.snapshot->number = 127;
   EXPECT_EQ(rowOf(state, 5).substr(50, 6), "   7* ");
   EXPECT_EQ(styleAt(state, 5, 53), (Style{Colour::YELLOW, true}));
-  state.messages = 128;
+  state.snapshot->number = 128;
   EXPECT_EQ(rowOf(state, 5).substr(50, 6), "   7  ");
+}
+
+// As the console shows the sample, with details of port 1.
+ViewState consoleSample() {
+  ViewState state = viewSample();
+  state.source = Snapshot::Source::CONSOLE;
+  state.origin = "console: 49 transfers a snapshot, each 10 s";
+  state.staleAfter = milliseconds(25000);
+  state.port = 1;
+  state.faults[1] = "hot MOSFET";
+  state.snapshot->source = Snapshot::Source::CONSOLE;
+  state.snapshot->names[1] = "door";
+  state.snapshot->details[1].voltageDv = 538;
+  state.snapshot->details[1].currentMa = 407;
+  state.snapshot->details[1].powered = true;
+  return state;
+}
+
+TEST(LiveView, ShowsVoltageCurrentAndCostOfSnapshotsFromTheConsole) {
+  ViewState state = consoleSample();
+  EXPECT_EQ(rowOf(state, 0), "chip running, 40 C" + std::string(39, ' ') + "snapshot 123, age 0.4 s");
+  EXPECT_EQ(rowOf(state, 2).substr(0, 55), "port state       class  W/limit   V   mA           inv ");
+  EXPECT_EQ(rowOf(state, 4).substr(0, 55), ">1 DELIVERINGPOWER  4   22/30  53.8  407 #####---   12 ");
+  EXPECT_EQ(rowOf(state, 7).substr(0, 43), "port 1 (door): good, priority 2, hot MOSFET");
+  EXPECT_EQ(rowOf(state, 15),
+            "-- events ------------------------- console: 49 transfers a snapshot, each 10 s");
+  state.age = milliseconds(24999);
+  EXPECT_FALSE(state.isStale());
+  state.age = milliseconds(25000);
+  EXPECT_EQ(rowOf(state, 0).substr(51), "STALE: no snapshot for 25.0 s");
+}
+
+TEST(LiveView, ShowsWhatIsMissingAsDashes) {
+  ViewState state = consoleSample();
+  state.snapshot->missing = {"mainOperStatus", "mainPower",        "mainConsumption",
+                             "operStatus",     "powerConsumption", "overLoadCounter"};
+  EXPECT_EQ(rowOf(state, 0).substr(0, 12), "chip -, 40 C");
+  EXPECT_EQ(rowOf(state, 1), "budget needs transfers");
+  EXPECT_EQ(rowOf(state, 4).substr(0, 32), ">1 power on         4    -/30  5");
+  EXPECT_EQ(rowOf(state, 4).substr(50), "  12 9999    - 999k   1M   4G");
+}
+
+TEST(LiveView, HasAPageWithEverythingAboutAPort) {
+  ViewState state = consoleSample();
+  state.portPage = true;
+  state.portHistory[1].add({15, 30});
+  state.log("07:09:00", {EventKind::STATE, 1, 0, 2, 3});
+  state.log("07:09:01", {EventKind::COUNTER, 1, 0, 11, 12});
+  const std::string whole = screen(state, ASCII);
+  const std::size_t start = whole.find("-- port 1");
+  EXPECT_EQ(whole.substr(start),
+            R"(-- port 1 (door) ---------------------------------------------------------------
+state       DELIVERINGPOWER, class 4, detection good
+configured  on, limit 30 W, priority 2
+measured    22 W, 53.8 V, 407 mA; power on; hot MOSFET
+counters    invalid 12, denied 9999, overload 10000
+            underload 999999, short 1000000, classerr 4294967295
+plugged in
+-- consumption (W) of the port, and its limit ----------------------------------
+  30                                                                           -
+
+   0                                                                           #
+-- events of the port ------------- console: 49 transfers a snapshot, each 10 s
+07:09:00 port 1 SEARCHING -> DELIVERINGPOWER
+07:09:01 port 1 invalidSignatureCounter +1, now 12
+
+card: plug 0 class=2 watts=6
+q quit  0-3 port  Enter page  p plug  u unplug  + - draw  s short  ? all keys
+)");
 }
 
 TEST(LiveView, ScrollsBackToOlderEvents) {
   ViewState state = viewSample();
   EXPECT_EQ(mostScrolledBack(state, ASCII), 2U);
   state.scrolledBack = 1;
-  EXPECT_EQ(rowOf(state, 15), "-- events, 1 newer ones below " + std::string(50, '-'));
+  EXPECT_EQ(rowOf(state, 15), "-- events, 1 newer ones below " + std::string(43, '-') + " queue");
   EXPECT_EQ(rowOf(state, 16), "07:08:02 port 2 invalidSignatureCounter +1, now 2");
   state.scrolledBack = 99;
   EXPECT_EQ(rowOf(state, 16), "07:08:01 port 2 invalidSignatureCounter +1, now 1");
@@ -271,7 +340,7 @@ TEST(LiveView, ShowsThePromptInPlaceOfTheNote) {
 TEST(LiveView, CoversItsMiddleWithTheKeys) {
   ViewState state = viewSample();
   state.help = true;
-  EXPECT_EQ(rowOf(state, 4), " 1 DELI  0 to 3, up, down  choose a port" + std::string(33, ' ') + "M   4G");
+  EXPECT_EQ(rowOf(state, 3), ">0 DELI  0 to 3, up, down  choose a port" + std::string(33, ' ') + "0    0");
   EXPECT_EQ(rowOf(state, 21).substr(7, 66),
             "  :                 any command of the card, as 'help' lists them");
 }

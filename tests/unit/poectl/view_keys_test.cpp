@@ -47,6 +47,20 @@ TEST_F(LiveViewKeys, DigitsAndArrowsChooseAPort) {
   EXPECT_EQ(state.note, "this key does nothing; ? lists those that do");
 }
 
+TEST_F(LiveViewKeys, EnterShowsThePageOfAPortAndEnterOrEscapeLeavesIt) {
+  press(Kind::ENTER);
+  EXPECT_TRUE(state.portPage);
+  press(Kind::ENTER);
+  EXPECT_FALSE(state.portPage);
+  press(Kind::ENTER);
+  type("2?");
+  press(Kind::ESCAPE);
+  EXPECT_TRUE(state.portPage) << "the list of the keys goes first";
+  EXPECT_EQ(state.port, 2U);
+  press(Kind::ESCAPE);
+  EXPECT_FALSE(state.portPage);
+}
+
 TEST_F(LiveViewKeys, OnlyRReadsThePortsSettingsOverTheBus) {
   for (char key = ' '; key <= '~'; key++) {
     ViewState fresh = viewSample();

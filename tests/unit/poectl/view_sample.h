@@ -18,11 +18,15 @@ inline PoeStatus viewSampleStatus() {
 
 inline ViewState viewSample() {
   ViewState state;
-  state.status = viewSampleStatus();
-  state.messages = 123;
+  state.snapshot = snapshotOfMessage(123, viewSampleStatus());
   state.age = std::chrono::milliseconds(400);
-  state.settings = {PortSettings{true, 15, 1}, PortSettings{true, 30, 2}, PortSettings{true, 15, 3},
-                    PortSettings{false, 15, 3}};
+  constexpr std::uint32_t LIMITS[] = {15, 30, 15, 15};
+  constexpr std::uint32_t PRIORITIES[] = {1, 2, 3, 3};
+  for (unsigned port = 0; port < POE_PORTS; port++) {
+    state.settings[port].enabled = port != 3;
+    state.settings[port].limitW = LIMITS[port];
+    state.settings[port].priority = PRIORITIES[port];
+  }
   for (const std::uint32_t consumption :
        {0U, 1U, 10U, 20U, 30U, 40U, 50U, 60U, 70U, 80U, 90U, 100U, 110U, 28U}) {
     state.history.add({consumption, 100});

@@ -1,6 +1,6 @@
-// What the view learns of the ports from a configuration and from the simulated card.
+// What poectl learns from a configuration and from the simulated card.
 #include "poectl/card/card_state.h"
-#include "poectl/console/port_settings.h"
+#include "poectl/status/snapshot.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@ TEST(SettingsOf, TakesALimitAsTheServiceDoes) {
   const auto limit = [](std::uint32_t milliWatts) {
     PoePortConfig config{};
     config.powerLimit = milliWatts;
-    return settingsOf(config).limit;
+    return settingsOf(config).limitW;
   };
   EXPECT_EQ(limit(15000), 15U);
   EXPECT_EQ(limit(15999), 15U);
