@@ -18,6 +18,7 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "")
 if(TARGET poe_card)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS umockdev)
 endif()
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS gnuplot-nox) # for "poectl plot"
 if(CMAKE_CROSSCOMPILING)
   # dpkg-shlibdeps asks the packages that own the libraries, and those of another architecture have none here.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)
