@@ -223,6 +223,40 @@ TEST_F(PoectlLiveView, ShowsWhatItHasNotSentAsNotKnownUntilItIsRead) {
   expectEnd("q");
 }
 
+TEST_F(PoectlLiveView, RecordsWhatItShowsAndReplaysItByItsKeys) {
+  const TemporaryDirectory folder;
+  const std::string record = folder.file("r");
+  startCard();
+  terminal.emplace(UNICODE + POECTL + " watch --example --record " + record + " --control " + socket);
+  EXPECT_TRUE(terminal->shows("0 DELIVERINGPOWER"));
+  EXPECT_TRUE(terminal->shows("u unplug"));
+  terminal->press("0 u");
+  EXPECT_TRUE(terminal->shows("port 0 DELIVERINGPOWER -> SEARCHING"));
+  expectEnd("q");
+
+  terminal.emplace(UNICODE + POECTL + " replay " + record);
+  EXPECT_TRUE(terminal->shows("playing, speed 1x"));
+  terminal->press("Space");
+  EXPECT_TRUE(terminal->shows("paused, speed 1x"));
+  terminal->press("+");
+  EXPECT_TRUE(terminal->shows("paused, speed 2x"));
+  terminal->press("Home");
+  EXPECT_TRUE(terminal->shows(" record 1, 20"));
+  EXPECT_TRUE(terminal->shows(">0 DISABLED"));
+  terminal->press("End");
+  EXPECT_TRUE(terminal->shows("port 0 DELIVERINGPOWER -> SEARCHING"));
+  EXPECT_TRUE(terminal->shows("end of the record, speed 2x, 100 % of the file"));
+  terminal->press("Left");
+  EXPECT_TRUE(terminal->shows(" record 1, 20"));
+  terminal->press(".");
+  EXPECT_TRUE(terminal->shows(" record 2, 20"));
+  terminal->press("Enter");
+  EXPECT_TRUE(terminal->shows("events of the port"));
+  terminal->press("?");
+  EXPECT_TRUE(terminal->shows("pause at the record before, at the next record"));
+  expectEnd("q");
+}
+
 TEST_F(PoectlLiveView, EndsWithinASecondWhateverCardAndConsoleDo) {
   for (const auto conduct : {HostilePeer::drip, HostilePeer::silent}) {
     const HostilePeer card(listenOnPath(socket), conduct);
