@@ -2,6 +2,7 @@
 #include "tests/support/process/hostile_peer.h"
 #include "tests/support/process/listeners.h"
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/reading_main_process.h"
 #include "tests/support/process/temporary_directory.h"
 #include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
@@ -255,6 +256,26 @@ TEST_F(PoectlLiveView, RecordsWhatItShowsAndReplaysItByItsKeys) {
   terminal->press("?");
   EXPECT_TRUE(terminal->shows("pause at the record before, at the next record"));
   expectEnd("q");
+}
+
+TEST_F(PoectlLiveView, ShowsSnapshotsFromTheConsoleBesideAMainProcess) {
+  const ReadingMainProcess mainProcess;
+  startCard();
+  mainProcess.await(1);
+  EXPECT_EQ(run(std::string(POECTL) + " example | " + POECTL + " apply -").status, 0);
+  ASSERT_TRUE(waitUntil([&] { return mainProcess.last().port[0].operStatus == 3; }));
+  terminal.emplace(UNICODE + POECTL + " watch --control " + socket);
+  EXPECT_TRUE(terminal->shows(">0 DELIVERINGPOWER  2    6/15  54.0  111 ███▎···"));
+  EXPECT_TRUE(containsPattern(terminal->row(0), "^chip running, 40 C *snapshot 1, age [0-9.]+ s$"));
+  EXPECT_TRUE(terminal->shows(" console: 49 transfers a snapshot, each 10 s"));
+  terminal->press("e");
+  EXPECT_TRUE(terminal->shows("nothing is sent to the service beside a main process"));
+  terminal->press("Enter");
+  EXPECT_TRUE(
+      terminal->shows("configured  on, limit 15 W, priority 1\nmeasured    6 W, 54.0 V, 111 mA; power on"));
+  terminal->press("q");
+  EXPECT_TRUE(terminal->shows("status 0"));
+  EXPECT_TRUE(queueExists("/queueToMain")) << "it is the main process's";
 }
 
 TEST_F(PoectlLiveView, EndsWithinASecondWhateverCardAndConsoleDo) {

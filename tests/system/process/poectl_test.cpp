@@ -113,7 +113,7 @@ TEST_F(Poectl, SaysWhatIsWrongWithACommandLineAndWhatIsAccepted) {
 
 TEST_F(Poectl, WatchRefusesAQueueThatExistsAndLeavesItAlone) {
   const MainProcessQueue other;
-  const CommandResult result = poectl("watch --seconds 1");
+  const CommandResult result = poectl("watch --from queue --seconds 1");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "poectl: queue /queueToMain exists: process " + std::to_string(getpid()) +
                                " (poe_process_tes) serves it, and there can be only one\n");
@@ -246,7 +246,9 @@ TEST_F(Poectl, StatusShowsOneMessageOfTheService) {
       "       0\n");
   const CommandResult json = poectl("status --json");
   EXPECT_EQ(json.status, 0);
-  EXPECT_EQ(json.output.rfind("{\n  \"mainPower\": 0,\n  \"mainOperStatus\": 1,\n", 0), 0U) << json.output;
+  EXPECT_NE(json.output.find("\n  \"span_ms\": 0,\n  \"mainPower\": 0,\n  \"mainOperStatus\": 1,\n"),
+            std::string::npos)
+      << json.output;
   const CommandResult prometheus = poectl("status --prometheus");
   EXPECT_EQ(prometheus.status, 0);
   EXPECT_NE(prometheus.output.find("\npoe_device_temperature_celsius 40\n"), std::string::npos)

@@ -1,0 +1,339 @@
+// "poectl status" and "poectl watch" beside a main process that is not poectl.
+#include "poectl/status/status_field.h"
+#include "tests/support/process/process_fixture.h"
+#include "tests/support/process/reading_main_process.h"
+#include "tests/support/process/temporary_directory.h"
+#include "tests/system/process/command.h"
+#include "tests/system/process/pattern.h"
+#include "tests/system/process/started_command.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+namespace {
+
+using Values = std::map<std::string, std::vector<std::int64_t>>; // of a field: of the chip, or of each port
+
+Values valuesOf(const PoeStatus& status) {
+  Values values;
+  for (const StatusField& field : CHIP_FIELDS) {
+    values[field.name] = {field.read(status, 0)};
+  }
+  for (unsigned port = 0; port < POE_PORTS; port++) {
+    forEachPortField(
+        [&](const StatusField& field) { values[field.name].push_back(field.read(status, port)); });
+  }
+  return values;
+}
+
+// The same from the indented JSON, whose every value has a line.
+Values valuesIn(const std::string& json) {
+  const Values known = valuesOf({});
+  Values values;
+  std::istringstream lines(json);
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t start = line.find('"') + 1;
+    const std::string name = line.substr(start, line.find('"', start) - start);
+    if (known.count(name) != 0) {
+      values[name].push_back(std::stoll(line.substr(line.find(": ") + 2)));
+    }
+  }
+  return values;
+}
+
+std::string asText(const Values& values) {
+  std::string text;
+  for (const auto& [name, numbers] : values) {
+    text += name;
+    for (const std::int64_t number : numbers) {
+      text += " " + std::to_string(number);
+    }
+    text += "\n";
+  }
+  return text;
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream all(text);
+  for (std::string line; std::getline(all, line);) {
+    lines.push_back(line);
+  }
+  return lines;
+}
+
+class BesideMainProcess : public ServiceTest {
+protected:
+  void start(std::vector<std::string> options = {}) {
+    options.insert(options.end(), {"--stepped", "--control", socket, "--record", record});
+    service = std::make_unique<ServiceProcess>(ServiceOptions{options, {}});
+    mainProcess.await(1);
+  }
+
+  void startConfigured() {
+    start({"--plug", "0 class=2 watts=6"});
+    EXPECT_EQ(run(std::string(POECTL) + " example | " + POECTL + " apply -").status, 0);
+    EXPECT_TRUE(waitUntil([&] { return mainProcess.last().port[0].operStatus == 3; }));
+    mainProcess.await(1);
+  }
+
+  void card(const std::string& words) const {
+    const CommandResult result = poectl("card --control " + socket + " " + words);
+    EXPECT_EQ(result.status, 0) << words << ": " << result.output;
+  }
+
+  // Whether a snapshot has the values of the message before or after it. Without transfers that fail nothing
+  // is missing.
+  testing::AssertionResult snapshotEqualsMessage(bool busIsOk) {
+    std::string difference;
+    for (int attempt = 0; attempt < 6; attempt++) { // a cycle may come while a snapshot is taken
+      const PoeStatus before = mainProcess.last();
+      const CommandResult result = poectl("status --json");
+      if (result.status != 0) {
+        return testing::AssertionFailure() << result.output;
+      }
+      mainProcess.await(1);
+      const Values shown = valuesIn(result.output);
+      difference = "shown:\n" + asText(shown);
+      for (const PoeStatus& message : {before, mainProcess.last()}) {
+        Values received = valuesOf(message);
+        if (!busIsOk && shown.count("powerConsumption") == 0) {
+          received.erase("powerConsumption");
+        }
+        if (shown == received) {
+          return testing::AssertionSuccess();
+        }
+        difference += "received:\n" + asText(received);
+      }
+    }
+    return testing::AssertionFailure() << difference;
+  }
+
+  struct Transfers {
+    long all;
+    long cycles;
+  };
+
+  // Directly after a message, so that no cycle is in progress.
+  Transfers transfersAfterMessage() const {
+    mainProcess.await(1);
+    Transfers transfers{0, 0};
+    std::ifstream lines(record);
+    for (std::string line; std::getline(lines, line);) {
+      transfers.all++;
+      transfers.cycles += line.rfind("R 0x96 ", 0) == 0 ? 1 : 0; // which only a cycle reads
+    }
+    return transfers;
+  }
+
+  const TemporaryDirectory folder;
+  const std::string socket = folder.file("card.socket");
+  const std::string record = folder.file("record");
+  ReadingMainProcess mainProcess;
+};
+
+TEST_F(BesideMainProcess, EachOutputComesFromTheConsoleAndSaysSo) {
+  startConfigured();
+  const std::string origin = " from the console, 49 transfers a snapshot, taken within [0-9]+ ms\n";
+  const std::string text = poectl("status").output;
+  EXPECT_TRUE(containsPattern(text, "^snapshot 1" + origin)) << text;
+  EXPECT_TRUE(
+      containsPattern(text, "\n   0  on     DELIVERINGPOWER      2     6       15     1  54\\.0   111 "))
+      << text;
+  const std::string blocks = poectl("watch --every 0.2 --count 2").output;
+  EXPECT_TRUE(containsPattern(blocks, "Z snapshot 2" + origin)) << blocks;
+  EXPECT_NE(poectl("status --prometheus").output.find("{source=\"console\"} 49\n"), std::string::npos);
+  const std::vector<std::string> lines = linesOf(poectl("watch --every 0.2 --count 3 --json").output);
+  ASSERT_EQ(lines.size(), 3U);
+  for (std::size_t line = 0; line < lines.size(); line++) {
+    const std::string head = "^\\{\"version\":1,\"time\":\"[^\"]*\",\"message\":" + std::to_string(line + 1) +
+                             ",\"source\":\"console\",\"transfers\":49,\"span_ms\":[0-9]+,\"mainPower\":100,";
+    EXPECT_TRUE(containsPattern(lines[line], head)) << lines[line];
+    EXPECT_NE(lines[line].find("\"enabled\":true,\"limit_w\":15,\"priority\":1,\"voltage_dv\":540,"
+                               "\"current_ma\":111,\"powered\":true,\"faults\":\"\"}"),
+              std::string::npos)
+        << lines[line];
+  }
+  const std::string noBus = poectl("status --no-bus").output;
+  EXPECT_TRUE(containsPattern(noBus, "^snapshot 1 from the console, no transfers, taken within [0-9]+ ms\n"));
+  EXPECT_NE(noBus.find("\nmissing without transfers: classErrorCounter, "), std::string::npos) << noBus;
+}
+
+TEST_F(BesideMainProcess, ASnapshotMakesTheTransfersThatItSays) {
+  startConfigured();
+  const std::pair<const char*, long> commands[] = {
+      {"status", 49},
+      {"status --from console --json", 49},
+      {"status --prometheus", 49},
+      {"watch --every 0.2 --count 3 --json", 3 * 49},
+      {"status --no-bus", 0},
+      {"status --no-bus --json", 0},
+      {"watch --no-bus --every 0.2 --count 3 --events", 0},
+  };
+  for (const auto& [command, transfers] : commands) {
+    const Transfers before = transfersAfterMessage();
+    EXPECT_EQ(poectl(command).status, 0) << command;
+    const Transfers after = transfersAfterMessage();
+    EXPECT_EQ(after.all - before.all - 64 * (after.cycles - before.cycles), transfers) << command;
+  }
+}
+
+TEST_F(BesideMainProcess, TheProgramMissesNoMessage) {
+  startConfigured();
+  const long messages = static_cast<long>(mainProcess.count());
+  const long cycles = transfersAfterMessage().cycles;
+  EXPECT_EQ(poectl("watch --every 0.1 --count 30 --json").status, 0);
+  EXPECT_EQ(poectl("status --from queue").output,
+            "poectl: queue /queueToMain exists: process " + std::to_string(getpid()) +
+                " (poe_process_tes) serves it, and there can be only one\n");
+  const long more = transfersAfterMessage().cycles - cycles;
+  EXPECT_GE(more, 3);
+  EXPECT_EQ(static_cast<long>(mainProcess.count()) - messages, more + 1);
+  EXPECT_EQ(service->output().find("msgsnd failure"), std::string::npos);
+}
+
+TEST_F(BesideMainProcess, WatchShowsEventsAndASilentConsole) {
+  startConfigured();
+  StartedCommand watch({POECTL, "watch", "--events", "--every", "0.3"});
+  ASSERT_TRUE(waitUntil([&] { return watch.output().empty() && mainProcess.count() > 4; }));
+  card("unplug 0");
+  const std::string time = "[0-9T:.-]+Z ";
+  EXPECT_TRUE(waitUntil([&] {
+    return containsPattern(watch.output(), time + "port 0 DELIVERINGPOWER -> SEARCHING\n") &&
+           containsPattern(watch.output(), time + "port 0 underLoadCounter \\+1, now 1\n");
+  })) << watch.output();
+  service->interrupt();
+  EXPECT_TRUE(waitUntil([&] {
+    return containsPattern(watch.output(), time + "STALE: no snapshot for [23]\\.[0-9] s\n");
+  })) << watch.output();
+  const std::string refused =
+      "poectl: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is the "
+      "service running?\n";
+  const std::string all = watch.output();
+  EXPECT_NE(all.find(refused), std::string::npos) << all;
+  EXPECT_EQ(all.find(refused, all.find(refused) + 1), std::string::npos)
+      << "the same failure is reported once";
+  watch.send(SIGTERM);
+  EXPECT_EQ(WEXITSTATUS(watch.wait()), 0);
+  EXPECT_TRUE(queueExists("/queueToMain")) << "it is the main process's";
+}
+
+TEST_F(BesideMainProcess, RefusesWhatOnlyTheQueueCanDo) {
+  const std::string beside =
+      "--example is for snapshots from the queue: nothing is sent to the service beside a main "
+      "process, whose next configuration would undo it\n";
+  const std::pair<const char*, std::string> rows[] = {
+      {"watch --example", beside},
+      {"watch --example --from console", beside},
+      {"watch --from queue --every 2",
+       "--every is for snapshots from the console; --from queue excludes it\n"},
+      {"status --from queue --no-bus",
+       "--no-bus is for snapshots from the console; --from queue excludes it\n"},
+      {"status --from main", "--from: there is no source 'main'; queue and console are accepted\n"},
+  };
+  for (const auto& [command, error] : rows) {
+    const CommandResult result = poectl(command);
+    EXPECT_EQ(result.status, 2) << command;
+    EXPECT_EQ(result.output, "poectl: " + error) << command;
+  }
+  const CommandResult nobody = poectl("status");
+  EXPECT_EQ(nobody.status, 1);
+  EXPECT_EQ(nobody.output,
+            "poectl: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is the "
+            "service running?\n");
+}
+
+// Each scenario's configurations, PDs and faults; what is expected in it is left to the scenario.
+class ScenarioBesideMainProcess : public BesideMainProcess,
+                                  public ::testing::WithParamInterface<const char*> {
+protected:
+  // Carries out a step. Returns whether it changes the card.
+  bool carryOut(const std::string& line) {
+    std::istringstream words(line.substr(0, line.find(" #")));
+    std::string verb;
+    std::string rest;
+    words >> verb;
+    std::getline(words >> std::ws, rest);
+    if (verb == "apply" && rest != "again") {
+      const CommandResult result = poectl("apply " SCENARIOS "/" + rest);
+      EXPECT_EQ(result.status, 0) << result.output;
+    } else if (verb == "card") {
+      card(rest);
+      busIsOk = rest.rfind("bus ", 0) == 0 ? rest == "bus ok" : busIsOk;
+    } else {
+      return false;
+    }
+    return true;
+  }
+
+  bool busIsOk = true;
+};
+
+TEST_P(ScenarioBesideMainProcess, SnapshotsEqualTheMessages) {
+  const std::vector<std::string> steps = [] {
+    std::ifstream file(std::string(SCENARIOS "/") + GetParam() + ".play");
+    std::ostringstream text;
+    text << file.rdbuf();
+    return linesOf(text.str());
+  }();
+  std::vector<std::string> options;
+  for (const std::string& step : steps) {
+    if (const std::string mark = "# poe_card: "; step.rfind(mark, 0) == 0) {
+      options.push_back(step.substr(mark.size()));
+      busIsOk = false; // the options take the chip away
+    }
+  }
+  start(options);
+  bool isChanged = true; // since the last comparison
+  for (const std::string& step : steps) {
+    if (step.rfind("expect", 0) == 0 && isChanged) {
+      mainProcess.await(1);
+      ASSERT_TRUE(snapshotEqualsMessage(busIsOk)) << "before " << step;
+      isChanged = false;
+    }
+    isChanged |= carryOut(step);
+  }
+}
+
+// Those that change states, classes, consumption or counters. Left out are transfers that fail now and then,
+// or of one register only: a snapshot then meets other failures than the cycle.
+const char* const SCENARIO_NAMES[] = {
+    "absent_adapter_is_reported_as_unreachable",
+    "absent_chip_is_reported_as_unreachable",
+    "active_bank_gives_the_budget",
+    "administrator_goes_before_every_fault",
+    "audit_restarts_ports_in_priority_order",
+    "bad_signatures_are_faults",
+    "class_error_is_counted",
+    "counters_go_on_where_the_chips_counts_wrap",
+    "dead_bus_is_reported_and_recovered",
+    "denied_power_is_counted_twice",
+    "device_above_its_class_is_denied",
+    "each_bad_detection_code_is_a_fault_by_itself",
+    "each_class_is_reported",
+    "every_counter_of_every_port_has_its_place",
+    "failed_detection_is_a_fault",
+    "fet_error_is_a_fault_of_its_port_only",
+    "good_device_is_powered",
+    "higher_priority_takes_the_power_of_a_lower_one",
+    "hot_mosfet_is_a_fault_of_its_port_only",
+    "lost_device_is_counted_as_an_underload",
+    "lower_bank_limit_cuts_the_least_important_port",
+    "one_failed_transfer_rebuilds_the_chip",
+    "overload_is_counted_and_switched_off",
+    "port_changes_while_the_bus_is_dead_come_with_the_recovery",
+    "port_switched_off_by_the_administrator_is_disabled",
+    "power_cycled_chip_is_rebuilt",
+    "short_of_a_powered_port_is_counted",
+    "temperature_is_reported",
+    "thermal_shutdown_is_a_fault_of_every_enabled_port",
+    "without_a_configuration_every_port_is_disabled",
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, ScenarioBesideMainProcess, ::testing::ValuesIn(SCENARIO_NAMES),
+                         [](const auto& row) { return std::string(row.param); });
+
+} // namespace
