@@ -17,8 +17,8 @@
 
 namespace {
 
-constexpr std::size_t MAX_ERRORS = 4096;             // bytes
-constexpr std::size_t MAX_OUTPUT = 64 * 1024 * 1024; // bytes
+constexpr std::size_t MAX_ERRORS = 4096;               // bytes
+constexpr std::size_t MAX_OUTPUT = 64UL * 1024 * 1024; // bytes
 
 [[noreturn]] void fail(const std::string& what, int error) {
   throw GnuplotError("gnuplot: " + what + ": " + std::strerror(error));
@@ -103,7 +103,6 @@ public:
   int wait() {
     int status = 0;
     while (waitpid(m_process, &status, 0) < 0 && errno == EINTR) {
-      continue;
     }
     m_process = -1;
     return status;

@@ -144,11 +144,9 @@ std::string head(const PlotData& data, const std::string& title) {
   const auto span = data.end() - data.begin();
   const auto last = std::max(data.end(), data.begin() + std::chrono::seconds(1));
   const bool isLong = span > std::chrono::hours(24);
-  std::string note;
-  if (data.eventsLeftOut() + data.statesLeftOut() > 0) {
-    note = text::formatted("; %llu later states and events are left out",
-                           static_cast<unsigned long long>(data.eventsLeftOut() + data.statesLeftOut()));
-  }
+  const std::uint64_t leftOut = data.eventsLeftOut() + data.statesLeftOut();
+  const std::string note =
+      leftOut == 0 ? "" : "; " + std::to_string(leftOut) + " later states and events are left out";
   return "set encoding utf8\n"
          "set terminal svg noenhanced size 1000,900 font 'sans,13' background rgb 'white'\n"
          "set multiplot layout 3,1 title " +

@@ -26,10 +26,9 @@ bool RecordPlayer::forward() {
 
 void RecordPlayer::rewindTo(std::uint64_t record) {
   const std::uint64_t before = std::min(std::max<std::uint64_t>(record, 1) - 1, m_number);
-  const std::size_t entry = std::min<std::uint64_t>(before / m_stride, m_places.size());
-  m_reader.goTo(entry < m_places.size() ? m_places[entry] : m_reader.place());
+  const std::uint64_t entry = before / m_stride;
+  m_reader.goTo(entry < m_places.size() ? m_places[static_cast<std::size_t>(entry)] : m_reader.place());
   while (m_reader.count() < before && m_reader.next()) {
-    continue;
   }
   m_number = before;
   m_tracker = {};

@@ -26,7 +26,7 @@ std::string isoTime(std::chrono::system_clock::time_point time) {
 
 std::optional<std::chrono::system_clock::time_point> timeFromIso(const std::string& text) {
   constexpr int FIRST_YEAR = 1970;
-  constexpr int LAST_YEAR = 2199; // the clock's type ends in 2262
+  constexpr int LAST_YEAR = 2149; // the clock's type ends in 2262; a century is left to add to a time
   std::tm parts{};
   int milliseconds = 0;
   if (std::sscanf(text.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%3dZ", &parts.tm_year, &parts.tm_mon, &parts.tm_mday,

@@ -12,7 +12,7 @@ std::chrono::system_clock::time_point currentTime();
 // ISO 8601 in UTC with milliseconds: "2024-05-06T07:08:09.123Z".
 std::string isoTime(std::chrono::system_clock::time_point time);
 
-// The time of such a text, of the years 1970 to 2199; nothing for any other text.
+// The time of such a text, of the years 1970 to 2149; nothing for any other text.
 std::optional<std::chrono::system_clock::time_point> timeFromIso(const std::string& text);
 
 // The local time of day: "07:08:09".

@@ -91,7 +91,8 @@ void Replay::show() {
     m_state.faults[port] = snapshot.details[port].faults.value_or("");
   }
   Snapshot shown = snapshot;
-  shown.number = m_shown; // a file may hold several runs, each with numbers from 1
+  shown.number =
+      static_cast<unsigned long>(m_shown); // a file may hold several runs, each with numbers from 1
   for (const RecordedEvent& recorded : m_player.events()) {
     if (recorded.event.kind == EventKind::STALE) {
       m_state.addGap();

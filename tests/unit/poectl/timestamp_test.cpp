@@ -36,7 +36,7 @@ TEST_F(TimeText, IsRightWhere32BitsOfSecondsEnd) {
 
 TEST_F(TimeText, OfAProgramIsReadOnlyAsItIsWritten) {
   for (const long long time_ms :
-       {0LL, 7LL, 1714979289123LL, 2147483648000LL, 4294967296000LL, 7258118399999LL}) {
+       {0LL, 7LL, 1714979289123LL, 2147483648000LL, 4294967296000LL, 5680281599999LL}) {
     const Time time{milliseconds(time_ms)};
     EXPECT_EQ(timeFromIso(isoTime(time)), time) << time_ms;
   }
@@ -44,7 +44,7 @@ TEST_F(TimeText, OfAProgramIsReadOnlyAsItIsWritten) {
        {"", "2024", "2024-05-06T07:08:09Z", "2024-05-06T07:08:09.123", "2024-05-06T07:08:09.123z",
         "2024-05-06T07:08:09.123Z ", " 2024-05-06T07:08:09.123Z", "2024-5-06T07:08:09.123Z",
         "2024-02-30T07:08:09.123Z", "2024-05-06T07:08:60.123Z", "2024-05-06T-7:08:09.123Z",
-        "1969-12-31T23:59:59.999Z", "2200-01-01T00:00:00.000Z"}) {
+        "1969-12-31T23:59:59.999Z", "2150-01-01T00:00:00.000Z"}) {
     EXPECT_FALSE(timeFromIso(text)) << text;
   }
 }
