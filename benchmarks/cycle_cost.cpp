@@ -1,5 +1,5 @@
-// Processor time and system calls of a cycle on a real kernel, of the service, of the bare loop and of a
-// shell that calls i2cget. Each value is a line "# measured: ITEM,SUBJECT,QUANTITY: VALUE".
+// Processor time, system calls and wake-ups of a cycle on a real kernel, of the service, of the bare loop and
+// of a shell that calls i2cget. Each value is a line "# measured: ITEM,SUBJECT,QUANTITY: VALUE".
 #include "tests/target/support/system_calls.h"
 #include "tests/target/support/tap_listener.h"
 #include "tests/target/support/target_fixture.h"
@@ -25,7 +25,7 @@ int cycleCount() {
 
 std::string fixed(double value) {
   char text[32];
-  std::snprintf(text, sizeof text, "%.1f", value);
+  std::snprintf(text, sizeof text, "%.2f", value);
   return text;
 }
 
@@ -40,6 +40,21 @@ ThreadTimes processorTimes(pid_t pid) {
     times[thread.path().filename()] = nanoseconds / 1000;
   }
   return times;
+}
+
+// How often the threads of a process have given up the processor to wait.
+double voluntarySwitches(pid_t pid) {
+  const std::string name = "voluntary_ctxt_switches:";
+  double sum = 0;
+  for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
+    std::ifstream status(thread.path() / "status");
+    for (std::string line; std::getline(status, line);) {
+      if (line.compare(0, name.size(), name) == 0) {
+        sum += std::stod(line.substr(name.size()));
+      }
+    }
+  }
+  return sum;
 }
 
 // Microseconds of a cycle: of all threads, and of the busiest, which is the one that makes the transfers.
@@ -119,12 +134,27 @@ TEST_F(CycleCost, InTimeOfTheProcessor) {
   measured("kernel,shell with i2cget,cpu (us)", fixed(processorTimeOfAShell()));
 }
 
-// The threads beside the worker have their own seconds, which are shorter than a cycle that is traced: a few
-// of their calls more fall into one.
-TEST_F(CycleCost, InSystemCallsIsTheTransfersAndEightMore) {
+// The worker's second and the receive loop's are all that wakes the process.
+TEST_F(CycleCost, InWakeUpsIsTwoASecond) {
+  using Clock = std::chrono::steady_clock;
+  startService();
+  takeMessages(2);
+  const double before = voluntarySwitches(service->pid());
+  const Clock::time_point begin = Clock::now();
+  takeMessages(cycleCount());
+  const double switches = voluntarySwitches(service->pid()) - before;
+  const double rate = switches / std::chrono::duration<double>(Clock::now() - begin).count();
+  measured("kernel,service,wake-ups a second", fixed(rate));
+  EXPECT_LE(rate, 2.05);
+  log.take();
+}
+
+// The receive loop has a second of its own, which is shorter than a cycle that is traced: a few of its calls
+// more fall into one.
+TEST_F(CycleCost, InSystemCallsIsTheTransfersAndSixMore) {
   const double calls = systemCallsOfACycle(SERVICE);
   measured("kernel,service,system calls", fixed(calls));
-  EXPECT_LT(calls, 73);
+  EXPECT_LT(calls, 71);
   measured("kernel,bare loop,system calls", fixed(systemCallsOfACycle(BARE_LOOP)));
   log.take();
 }

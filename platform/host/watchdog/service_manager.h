@@ -1,14 +1,20 @@
 // Keep-alive messages to the machine's service manager, when one has started this process and expects them.
 #pragma once
 
+#include <cstdint>
+
 class ServiceManager {
 public:
-  // Looks once whether a service manager is there. To be made and used by one thread.
+  // Looks once whether a service manager waits for keep-alives. To be made and used by one thread.
   ServiceManager();
 
-  // Tells the service manager that the process is alive. Does nothing when there is none.
+  // How often the service manager wants a keep-alive, in milliseconds: half the time after which it restarts
+  // the process. 0: it wants none, or there is none.
+  std::uint64_t period() const { return m_period; }
+
+  // Tells the service manager that the process is alive. Does nothing when it wants no keep-alive.
   void keepAlive() const;
 
 private:
-  bool m_present;
+  std::uint64_t m_period = 0;
 };

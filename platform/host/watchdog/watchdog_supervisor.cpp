@@ -14,14 +14,12 @@
 
 namespace {
 
-constexpr std::chrono::seconds CHECK_PERIOD(1);
-
 unsigned printable(std::uint64_t milliseconds) {
   constexpr std::uint64_t most = std::numeric_limits<unsigned>::max();
   return static_cast<unsigned>(std::min(milliseconds, most));
 }
 
-void log(const std::vector<WatchdogTable::Report>& reports) {
+void write(const WatchdogTable::Reports& reports) {
   for (const WatchdogTable::Report& report : reports) {
     if (report.kind == WatchdogTable::Report::Kind::NOT_FED) {
       syslog(LOG_CRIT, "watchdog client %s not fed for %u ms (time-out %u ms)\n", report.name.c_str(),
@@ -47,30 +45,28 @@ void WatchdogSupervisor::add(Client* client) {
 }
 
 void WatchdogSupervisor::remove(Client* client) {
-  std::vector<WatchdogTable::Report> reports;
-  std::thread idle;
-  {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    reports = m_table.remove(client, monotonicMilliseconds());
-    if (m_table.startedClients() == 0 && m_thread.joinable()) {
-      ++m_generation;
-      idle = std::move(m_thread);
-    }
-  }
-  // Another thread may start a client from here on; it gets a new supervisor thread of the new generation.
-  if (idle.joinable()) {
-    m_ended.notify_all();
+  std::unique_lock<std::mutex> lock(m_mutex);
+  const WatchdogTable::Reports reports = m_table.remove(client, monotonicMilliseconds());
+  if (m_table.startedClients() == 0 && m_thread.joinable()) {
+    ++m_generation;
+    std::thread idle = std::move(m_thread);
+    // Another thread may start a client from here on; it gets a new supervisor thread of the new generation.
+    lock.unlock();
+    m_wake.notify_all();
     idle.join();
+    lock.lock();
   }
-  log(reports);
+  log(lock, reports);
 }
 
 void WatchdogSupervisor::start(Client& client, unsigned timeout) {
-  const std::lock_guard<std::mutex> lock(m_mutex);
-  m_table.start(client, timeout, monotonicMilliseconds());
+  std::unique_lock<std::mutex> lock(m_mutex);
+  const WatchdogTable::Reports reports = m_table.start(client, timeout, monotonicMilliseconds());
   if (!m_thread.joinable()) {
     launch();
   }
+  m_wake.notify_all();
+  log(lock, reports);
 }
 
 void WatchdogSupervisor::launch() {
@@ -82,8 +78,8 @@ void WatchdogSupervisor::launch() {
 }
 
 void WatchdogSupervisor::notify(Client& client) {
-  const std::lock_guard<std::mutex> lock(m_mutex);
-  m_table.notify(client, monotonicMilliseconds());
+  std::unique_lock<std::mutex> lock(m_mutex);
+  log(lock, m_table.notify(client, monotonicMilliseconds()));
 }
 
 WatchdogSupervisor::Client WatchdogSupervisor::snapshot(const Client& client) {
@@ -91,19 +87,44 @@ WatchdogSupervisor::Client WatchdogSupervisor::snapshot(const Client& client) {
   return client;
 }
 
+void WatchdogSupervisor::log(std::unique_lock<std::mutex>& lock, const WatchdogTable::Reports& reports) {
+  if (reports.empty()) {
+    return;
+  }
+  const unsigned ticket = m_nextTicket++;
+  m_turnChanged.wait(lock, [&] { return m_turn == ticket; });
+  lock.unlock();
+  write(reports);
+  lock.lock();
+  ++m_turn;
+  m_turnChanged.notify_all();
+}
+
 void WatchdogSupervisor::run(unsigned generation) {
   const ServiceManager serviceManager;
+  std::uint64_t keepAliveDue = serviceManager.period() != 0 ? 0 : WatchdogTable::NEVER;
   std::unique_lock<std::mutex> lock(m_mutex);
   while (m_generation == generation) {
-    const WatchdogTable::Findings findings = m_table.check(monotonicMilliseconds());
-    // No client has to wait for the log when it feeds the watchdog. All lines about a supervised client come
-    // from this thread, so they come in order.
-    lock.unlock();
-    log(findings.reports);
-    if (findings.allInTime) {
-      serviceManager.keepAlive();
+    const std::uint64_t now = monotonicMilliseconds();
+    const WatchdogTable::Findings findings = m_table.check(now);
+    const bool isKeepAliveDue = now >= keepAliveDue;
+    if (isKeepAliveDue) {
+      keepAliveDue = now + serviceManager.period();
     }
-    lock.lock();
-    m_ended.wait_for(lock, CHECK_PERIOD, [&] { return m_generation != generation; });
+    if (isKeepAliveDue || !findings.reports.empty()) {
+      log(lock, findings.reports);
+      if (isKeepAliveDue && findings.allInTime) {
+        lock.unlock();
+        serviceManager.keepAlive();
+        lock.lock();
+      }
+      continue; // the mutex was unlocked, so a deadline may have changed
+    }
+    const std::uint64_t wakeUp = std::min(m_table.nextDeadline(), keepAliveDue);
+    if (wakeUp == WatchdogTable::NEVER) {
+      m_wake.wait(lock);
+    } else {
+      m_wake.wait_until(lock, std::chrono::steady_clock::time_point(std::chrono::milliseconds(wakeUp)));
+    }
   }
 }

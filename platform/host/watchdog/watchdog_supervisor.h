@@ -1,6 +1,7 @@
-// The process's watchdog supervisor: one thread, there only while a client is started, that looks at all
-// clients once a second, reports the late ones at LOG_CRIT and, while none is late, keeps the service manager
-// content.
+// The process's watchdog supervisor: one thread, there only while a client is started. It sleeps until the
+// earliest deadline of a client or until the service manager's keep-alive is due, reports late clients at
+// LOG_CRIT and sends the keep-alive while none is late. The thread that feeds a late client reports that it
+// is fed again, and so waits for the log; it holds no lock meanwhile.
 //
 // All operations may be called from any thread.
 #pragma once
@@ -8,7 +9,6 @@
 #include <condition_variable>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 #include "platform/host/watchdog/watchdog_table.h"
 
@@ -42,10 +42,16 @@ private:
 
   void launch();
   void run(unsigned generation);
+  void log(std::unique_lock<std::mutex>& lock, const WatchdogTable::Reports& reports);
 
   std::mutex m_mutex;
-  std::condition_variable m_ended;
+  std::condition_variable m_wake; // of the thread: it shall end, or a client has an earlier deadline
   WatchdogTable m_table;
   std::thread m_thread;
   unsigned m_generation = 0; // a thread of an older generation ends
+  // The lines reach the log in the order of what they report, although nobody logs with the mutex locked:
+  // each takes the next ticket and waits for its turn.
+  std::condition_variable m_turnChanged;
+  unsigned m_nextTicket = 0;
+  unsigned m_turn = 0;
 };

@@ -6,23 +6,10 @@
 namespace {
 
 using Report = WatchdogTable::Report;
+using Reports = WatchdogTable::Reports;
 
-void report(std::vector<Report>& reports, Report::Kind kind, const WatchdogTable::Client& client,
-            std::uint64_t gap) {
-  reports.push_back({kind, client.name, gap, client.timeout});
-}
-
-// A client may have been late and fed again between two checks; then both are reported now, in this order.
-void reportFedAgain(std::vector<Report>& reports, WatchdogTable::Client& client) {
-  if (client.missedGap == 0) {
-    return;
-  }
-  if (!client.reportedLate) {
-    report(reports, Report::Kind::NOT_FED, client, client.missedGap);
-  }
-  report(reports, Report::Kind::FED_AGAIN, client, client.missedGap);
-  client.reportedLate = false;
-  client.missedGap = 0;
+void report(Reports& reports, Report::Kind kind, const WatchdogTable::Client& client, std::uint64_t now) {
+  reports.push_back({kind, client.name, WatchdogTable::gap(client, now), client.timeout});
 }
 
 } // namespace
@@ -39,48 +26,63 @@ void WatchdogTable::add(Client* client) {
   *end = client;
 }
 
-std::vector<Report> WatchdogTable::remove(Client* client, std::uint64_t now) {
+Reports WatchdogTable::remove(Client* client, std::uint64_t now) {
   for (Client** link = &m_first; *link != nullptr; link = &(*link)->next) {
     if (*link == client) {
       *link = std::exchange(client->next, nullptr);
       break;
     }
   }
-  std::vector<Report> reports;
-  reportFedAgain(reports, *client);
+  Reports reports;
   if (isLate(*client, now) && !client->reportedLate) {
-    report(reports, Report::Kind::NOT_FED, *client, gap(*client, now));
+    report(reports, Report::Kind::NOT_FED, *client, now);
   }
   return reports;
 }
 
-void WatchdogTable::start(Client& client, unsigned timeout, std::uint64_t now) {
-  notify(client, now);
+Reports WatchdogTable::start(Client& client, unsigned timeout, std::uint64_t now) {
+  Reports reports = notify(client, now);
   client.started = true;
   client.timeout = timeout;
+  return reports;
 }
 
-void WatchdogTable::notify(Client& client, std::uint64_t now) {
+Reports WatchdogTable::notify(Client& client, std::uint64_t now) {
+  Reports reports;
   if (isLate(client, now)) {
-    client.missedGap = std::max(client.missedGap, gap(client, now));
+    if (!client.reportedLate) {
+      report(reports, Report::Kind::NOT_FED, client, now);
+    }
+    report(reports, Report::Kind::FED_AGAIN, client, now);
   }
+  client.reportedLate = false;
   client.lastFed = now;
+  return reports;
 }
 
 WatchdogTable::Findings WatchdogTable::check(std::uint64_t now) {
   Findings findings{startedClients() != 0, {}};
   for (Client* client = m_first; client != nullptr; client = client->next) {
-    reportFedAgain(findings.reports, *client);
     if (!isLate(*client, now)) {
       continue;
     }
     findings.allInTime = false;
     if (!client->reportedLate) {
-      report(findings.reports, Report::Kind::NOT_FED, *client, gap(*client, now));
+      report(findings.reports, Report::Kind::NOT_FED, *client, now);
     }
     client->reportedLate = true;
   }
   return findings;
+}
+
+std::uint64_t WatchdogTable::nextDeadline() const {
+  std::uint64_t deadline = NEVER;
+  for (const Client* client = m_first; client != nullptr; client = client->next) {
+    if (client->started && !client->reportedLate) {
+      deadline = std::min(deadline, client->lastFed + client->timeout + 1);
+    }
+  }
+  return deadline;
 }
 
 std::size_t WatchdogTable::startedClients() const {

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -18,10 +19,9 @@ public:
     explicit Client(const std::string& clientName) noexcept;
 
     char name[NAME_SIZE] = {};
-    Client* next = nullptr;      // in the table
-    std::uint64_t lastFed = 0;   // time when it was last fed
-    std::uint64_t missedGap = 0; // longest gap that broke the promise since the last check, 0 = none
-    unsigned timeout = 0;        // milliseconds
+    Client* next = nullptr;    // in the table
+    std::uint64_t lastFed = 0; // time when it was last fed
+    unsigned timeout = 0;      // milliseconds
     bool started = false;
     bool reportedLate = false; // and not yet reported as fed again
   };
@@ -34,27 +34,37 @@ public:
     unsigned timeout;
   };
 
+  using Reports = std::vector<Report>;
+
   // Result of a check.
   struct Findings {
     bool allInTime; // at least one client is started and none is late
-    std::vector<Report> reports;
+    Reports reports;
   };
+
+  // Later than any time.
+  static constexpr std::uint64_t NEVER = std::numeric_limits<std::uint64_t>::max();
 
   // `client` must not be in the table. It is not supervised before it is started. Allocates nothing.
   void add(Client* client);
 
   // Takes `client` out and returns what is still to be said about it.
-  std::vector<Report> remove(Client* client, std::uint64_t now);
+  Reports remove(Client* client, std::uint64_t now);
 
-  // Starts the supervision of `client`, or gives it a new time-out. Feeds it, too.
-  void start(Client& client, unsigned timeout, std::uint64_t now);
+  // Starts the supervision of `client`, or gives it a new time-out. Feeds it, too, and returns what notify()
+  // returns.
+  Reports start(Client& client, unsigned timeout, std::uint64_t now);
 
-  // Feeds the client. Allocates nothing; the next check reports a deadline that was missed before. Has no
-  // effect on a client that is not started.
-  void notify(Client& client, std::uint64_t now);
+  // Feeds the client. When it was late, returns FED_AGAIN, after NOT_FED if no check has reported that.
+  // Allocates nothing for a client that was in time.
+  Reports notify(Client& client, std::uint64_t now);
 
-  // Looks at all clients. Each late client is reported once, and once more when it has been fed again.
+  // Looks at all clients. Each late client is reported once.
   Findings check(std::uint64_t now);
+
+  // When the next check has something new to report, unless a client is fed or started before; NEVER without
+  // a client that can become late.
+  std::uint64_t nextDeadline() const;
 
   // Number of clients that are started.
   std::size_t startedClients() const;

@@ -13,6 +13,9 @@ namespace {
 std::mutex mutex;
 std::condition_variable added;
 LogLines captured;
+std::condition_variable stopped;
+bool isStopped = false;
+unsigned waiting = 0;
 
 [[gnu::format(printf, 1, 0)]] std::string formatted(const char* format, va_list arguments) {
   char text[4096];
@@ -26,7 +29,11 @@ extern "C" [[gnu::format(printf, 2, 3)]] void __wrap_syslog(int priority, const 
   const UncountedAllocations uncounted;
   va_list arguments;
   va_start(arguments, format);
-  const std::lock_guard<std::mutex> lock(mutex);
+  std::unique_lock<std::mutex> lock(mutex);
+  waiting++;
+  stopped.notify_all();
+  stopped.wait(lock, [] { return !isStopped; });
+  waiting--;
   captured.push_back({priority, formatted(format, arguments)});
   va_end(arguments);
   added.notify_all();
@@ -46,6 +53,23 @@ LogLines awaitLog(std::size_t count) {
   LogLines lines;
   lines.swap(captured);
   return lines;
+}
+
+StoppedLog::StoppedLog() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  isStopped = true;
+}
+
+StoppedLog::~StoppedLog() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  isStopped = false;
+  stopped.notify_all();
+}
+
+unsigned StoppedLog::awaitWriter() {
+  std::unique_lock<std::mutex> lock(mutex);
+  stopped.wait_for(lock, std::chrono::seconds(10), [] { return waiting > 0; });
+  return waiting;
 }
 
 LogLines softwareError(const std::string& source, int line, const std::string& message) {

@@ -27,6 +27,18 @@ LogLines takeLog();
 // The same, but waits first until there are `count` lines, for at most ten seconds.
 LogLines awaitLog(std::size_t count);
 
+// Stops the log's reader while it exists: whoever writes a line waits.
+class StoppedLog {
+public:
+  StoppedLog();
+  StoppedLog(const StoppedLog&) = delete;
+  StoppedLog& operator=(const StoppedLog&) = delete;
+  ~StoppedLog();
+
+  // Waits until a thread waits in a line, for at most ten seconds. Returns how many wait.
+  static unsigned awaitWriter();
+};
+
 // The two lines of a software error in components/PoeDriver/<source>.
 LogLines softwareError(const std::string& source, int line, const std::string& message);
 

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <future>
 #include <iterator>
 #include <thread>
 #include <vector>
@@ -101,7 +102,44 @@ TEST(WatchdogMonitor, ShowsAndReportsAClientThatIsLateAndOneThatIsFedAgain) {
             (LogLines{{LOG_CRIT, "watchdog client PoeMain not fed for 60001 ms (time-out 60000 ms)\n"}}));
   SteppedClock::advance(499);
   client.wdm_notify(0);
-  EXPECT_EQ(awaitLog(1), (LogLines{{LOG_CRIT, "watchdog client PoeMain fed again after 60500 ms\n"}}));
+  EXPECT_EQ(takeLog(), (LogLines{{LOG_CRIT, "watchdog client PoeMain fed again after 60500 ms\n"}}));
+}
+
+TEST(WatchdogMonitor, ReportsALateClientAtItsDeadlineAndNotBefore) {
+  const SteppedClock clock(100000);
+  watchdogMonitor first("First");
+  watchdogMonitor second("Second"); // its deadline is the earlier one, although it is started later
+  first.wdm_start(60000);
+  ASSERT_TRUE(SteppedClock::isWaitedFor());
+  second.wdm_start(1000);
+  SteppedClock::advance(1001);
+  EXPECT_EQ(awaitLog(1),
+            (LogLines{{LOG_CRIT, "watchdog client Second not fed for 1001 ms (time-out 1000 ms)\n"}}));
+  SteppedClock::advance(59000);
+  EXPECT_EQ(awaitLog(1),
+            (LogLines{{LOG_CRIT, "watchdog client First not fed for 60001 ms (time-out 60000 ms)\n"}}));
+}
+
+TEST(WatchdogMonitor, ALogThatWaitsHoldsUpOnlyWhoHasSomethingToReportAndKeepsTheOrder) {
+  const SteppedClock clock(100000);
+  watchdogMonitor late("Late");
+  watchdogMonitor inTime("InTime");
+  late.wdm_start(1000);
+  inTime.wdm_start(60000);
+  std::future<void> fedAgain;
+  {
+    const StoppedLog log;
+    SteppedClock::advance(1001);
+    ASSERT_EQ(StoppedLog::awaitWriter(), 1U);
+    const auto fed = std::async(std::launch::async, [&] { inTime.wdm_notify(0); });
+    EXPECT_EQ(fed.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    fedAgain = std::async(std::launch::async, [&] { late.wdm_notify(0); });
+    EXPECT_EQ(fedAgain.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+    EXPECT_EQ(StoppedLog::awaitWriter(), 1U); // the other waits for its turn
+  }
+  fedAgain.get();
+  EXPECT_EQ(takeLog(), (LogLines{{LOG_CRIT, "watchdog client Late not fed for 1001 ms (time-out 1000 ms)\n"},
+                                 {LOG_CRIT, "watchdog client Late fed again after 1001 ms\n"}}));
 }
 
 TEST(WatchdogMonitor, ReportsTheLatenessThatNoCheckHasSeenAtTheLatestWhenTheClientIsDestroyed) {
@@ -207,7 +245,10 @@ public:
   }
   FakeServiceManager(const FakeServiceManager&) = delete;
   FakeServiceManager& operator=(const FakeServiceManager&) = delete;
-  ~FakeServiceManager() { unsetenv("NOTIFY_SOCKET"); }
+  ~FakeServiceManager() {
+    unsetenv("NOTIFY_SOCKET");
+    unsetenv("WATCHDOG_USEC");
+  }
 
   // The next message, or "" when there is none within `timeout` milliseconds.
   std::string message(int timeout) const {
@@ -220,13 +261,11 @@ public:
     return std::string(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
   }
 
-  void discardMessages() const {
-    while (!message(0).empty()) {
-    }
-  }
-
 private:
-  static void announce(const std::string& path) { setenv("NOTIFY_SOCKET", path.c_str(), 1); }
+  static void announce(const std::string& path) {
+    setenv("NOTIFY_SOCKET", path.c_str(), 1);
+    setenv("WATCHDOG_USEC", "10000000", 1);
+  }
 
   FileDescriptor m_socket;
 };
@@ -244,36 +283,46 @@ TEST(KeepAlive, ReachesTheServiceManager) {
   EXPECT_EQ(manager.message(0), "");
 }
 
-TEST(KeepAlive, IsNotSentWhenNoServiceManagerWasThereToBeginWith) {
-  const ServiceManager connection;
+TEST(KeepAlive, IsWantedAfterHalfTheTimeThatTheServiceManagerWaits) {
   const FakeServiceManager manager;
+  EXPECT_EQ(ServiceManager().period(), 5000U);
+  setenv("WATCHDOG_USEC", "1", 1);
+  EXPECT_EQ(ServiceManager().period(), 1U);
+}
+
+TEST(KeepAlive, IsNotSentToAServiceManagerThatDoesNotWaitForIt) {
+  const FakeServiceManager manager;
+  unsetenv("WATCHDOG_USEC");
+  const ServiceManager connection;
+  EXPECT_EQ(connection.period(), 0U);
   connection.keepAlive();
   EXPECT_EQ(manager.message(0), "");
 }
 
-TEST(KeepAlive, IsSentOnceASecondWhileAllStartedClientsAreInTime) {
+TEST(KeepAlive, IsSentAtOnceAndAfterEachPeriodWhileAllStartedClientsAreInTime) {
+  const SteppedClock clock(100000);
   const FakeServiceManager manager;
   watchdogMonitor started("Started");
   const watchdogMonitor notStarted("NotStarted");
-  const auto begin = std::chrono::steady_clock::now(); // the first one comes at once
+  EXPECT_EQ(manager.message(50), "");
   started.wdm_start(60000);
   ASSERT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
-  ASSERT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
-  const auto period = std::chrono::steady_clock::now() - begin;
-  EXPECT_GE(period, std::chrono::milliseconds(900));
-  EXPECT_LT(period, std::chrono::milliseconds(5000));
+  SteppedClock::advance(4999);
+  EXPECT_EQ(manager.message(50), "");
+  SteppedClock::advance(1);
+  EXPECT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
 }
 
-TEST(KeepAlive, IsNotSentBeforeAClientIsStartedNorAfterTheLastIsGone) {
+TEST(KeepAlive, IsNotSentAfterTheLastClientIsGone) {
+  const SteppedClock clock(100000);
   const FakeServiceManager manager;
   {
     watchdogMonitor client("Client");
-    EXPECT_EQ(manager.message(50), "");
     client.wdm_start(60000);
     EXPECT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
   }
-  manager.discardMessages();
-  EXPECT_EQ(manager.message(1500), "");
+  SteppedClock::advance(5000);
+  EXPECT_EQ(manager.message(50), "");
 }
 
 TEST(KeepAlive, IsNotSentWhileAClientIsLateAndIsSentAgainAfterwards) {
@@ -286,11 +335,12 @@ TEST(KeepAlive, IsNotSentWhileAClientIsLateAndIsSentAgainAfterwards) {
   ASSERT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
   SteppedClock::advance(60001);
   ASSERT_EQ(awaitLog(1).size(), 1U);
-  manager.discardMessages();
-  EXPECT_EQ(manager.message(1500), ""); // at least one check goes by
+  SteppedClock::advance(5000);
+  EXPECT_EQ(manager.message(50), "");
   late.wdm_notify(0);
+  EXPECT_EQ(takeLog(), (LogLines{{LOG_CRIT, "watchdog client Late fed again after 65001 ms\n"}}));
+  SteppedClock::advance(5000);
   EXPECT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
-  EXPECT_EQ(takeLog(), (LogLines{{LOG_CRIT, "watchdog client Late fed again after 60001 ms\n"}}));
 }
 
 #endif
