@@ -62,7 +62,8 @@ Words candidatesAfter(const Command& command, const Words& words) {
   const std::vector<CommandOption> options = command.options();
   const Position position = positionAfter(words, options);
   if (position.valueOf != nullptr) {
-    return position.valueOf->takesFile() ? Words{ANY_FILE} : Words{};
+    const bool isSource = std::string("--from") == position.valueOf->name;
+    return isSource ? Words{"queue", "console"} : position.valueOf->takesFile() ? Words{ANY_FILE} : Words{};
   }
   Words candidates;
   if (!command.takesWords() || position.arguments.empty()) {

@@ -56,6 +56,9 @@ public:
         m_feed(openFeed(options.source, options.sendExample, warn)) {}
 
   int run() {
+    if (m_options.events && m_feed->source() == Snapshot::Source::CONSOLE) {
+      warn("from the " + m_feed->origin()); // the lines of events do not say it
+    }
     std::signal(SIGPIPE, SIG_IGN); // a reader that has seen enough ends us without leaving the queue behind
     while (!m_limit.isOver() && !isCountReached() && m_display.writeError() == 0) {
       showAge();
@@ -90,7 +93,7 @@ private:
 
   void showEvents(const std::string& time, const std::vector<StatusEvent>& events) {
     for (const StatusEvent& event : events) {
-      m_display.append(m_options.json ? eventJsonLine(time, m_feed->count(), event)
+      m_display.append(m_options.json ? eventJsonLine(time, m_feed->count(), event, m_feed->source())
                                       : time + " " + eventText(event, m_feed->source()) + "\n");
     }
   }

@@ -1,5 +1,7 @@
 #include "poectl/service/console_feed.h"
 
+#include "text/text.h"
+
 #include <algorithm>
 #include <csignal>
 #include <poll.h>
@@ -76,6 +78,14 @@ bool ConsoleFeed::take(Snapshot& snapshot) {
 
 bool ConsoleFeed::complete(Snapshot& /*snapshot*/, const std::vector<StatusEvent>& /*events*/) {
   return m_reports == SnapshotReports::ALL;
+}
+
+std::string ConsoleFeed::origin() const {
+  const std::string cost = m_reports == SnapshotReports::ALL
+                               ? text::formatted("%u transfers a snapshot", SNAPSHOT_TRANSFERS)
+                               : "no transfers";
+  return text::formatted("%s: %s, each %g s", sourceWord(source()), cost.c_str(),
+                         static_cast<double>(period().count()) / 1000);
 }
 
 std::string ConsoleFeed::sendExample() {

@@ -18,6 +18,7 @@ public:
   ConsoleFeed(SnapshotReports reports, std::chrono::milliseconds period, Warn warn);
 
   Snapshot::Source source() const override { return Snapshot::Source::CONSOLE; }
+  std::string origin() const override;
   int descriptor() const override { return m_arrived.number; }
   EndSignals& endSignals() override { return m_signals; }
   std::string sendExample() override;

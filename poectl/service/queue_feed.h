@@ -14,6 +14,7 @@ public:
   QueueFeed(bool sendExample, Warn warn);
 
   Snapshot::Source source() const override { return Snapshot::Source::QUEUE; }
+  std::string origin() const override { return sourceWord(source()); }
   int descriptor() const override { return m_receiver.queueDescriptor(); }
   EndSignals& endSignals() override { return m_receiver.endSignals(); }
   std::string sendExample() override;

@@ -47,6 +47,8 @@ public:
   std::chrono::milliseconds period() const { return m_period; }
 
   virtual Snapshot::Source source() const = 0;
+  // The source and what its snapshots cost: "console: 49 transfers a snapshot, each 10 s".
+  virtual std::string origin() const = 0;
   // Readable when next() has a snapshot; so is that of endSignals() when next() is interrupted.
   virtual int descriptor() const = 0;
   virtual EndSignals& endSignals() = 0;

@@ -37,7 +37,8 @@ const char* kindWord(EventKind kind) {
 
 } // namespace
 
-std::string eventJsonLine(const std::string& time, unsigned long message, const StatusEvent& event) {
+std::string eventJsonLine(const std::string& time, unsigned long message, const StatusEvent& event,
+                          Snapshot::Source source) {
   nlohmann::ordered_json json = {{"time", time}, {"message", message}, {"event", kindWord(event.kind)}};
   if (event.kind == EventKind::STATE) {
     json["port"] = event.port;
@@ -50,6 +51,9 @@ std::string eventJsonLine(const std::string& time, unsigned long message, const 
     json["value"] = event.to;
   } else if (event.kind == EventKind::STALE || event.kind == EventKind::RESUMED) {
     json["silenceSeconds"] = static_cast<double>(event.silence.count()) / 1000;
+  }
+  if (source == Snapshot::Source::CONSOLE) {
+    json["source"] = sourceWord(source);
   }
   return json.dump() + "\n";
 }

@@ -6,5 +6,7 @@
 #include <string>
 
 // One JSON object on one line, with its end. `time` is isoTime(); `message` is the number of the message that
-// brought the event, of the last one for a STALE.
-std::string eventJsonLine(const std::string& time, unsigned long message, const StatusEvent& event);
+// brought the event, of the last one for a STALE. An event of snapshots from the console has that as
+// "source".
+std::string eventJsonLine(const std::string& time, unsigned long message, const StatusEvent& event,
+                          Snapshot::Source source = Snapshot::Source::QUEUE);

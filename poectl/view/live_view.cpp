@@ -19,17 +19,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds REFRESH{100};
 
-// "queue", or what the snapshots from the console cost.
-std::string originOf(const SourceOptions& options, const SnapshotFeed& feed) {
-  if (feed.source() == Snapshot::Source::QUEUE) {
-    return sourceWord(feed.source());
-  }
-  const std::string cost =
-      options.noBus ? "no transfers" : text::formatted("%u transfers a snapshot", SNAPSHOT_TRANSFERS);
-  return text::formatted("console: %s, each %g s", cost.c_str(),
-                         static_cast<double>(feed.period().count()) / 1000);
-}
-
 class LiveView {
 public:
   explicit LiveView(const WatchOptions& options)
@@ -40,7 +29,7 @@ public:
         m_card(cardControlPath(options.cardControl)) {
     m_feed->endSignals().beforeForcedEnd(m_screen.abandonment());
     m_state.source = m_feed->source();
-    m_state.origin = originOf(options.source, *m_feed);
+    m_state.origin = m_feed->origin();
     m_state.staleAfter = m_feed->staleAfter();
   }
 

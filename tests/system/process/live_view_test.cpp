@@ -265,7 +265,7 @@ TEST_F(PoectlLiveView, ShowsSnapshotsFromTheConsoleBesideAMainProcess) {
   EXPECT_EQ(run(std::string(POECTL) + " example | " + POECTL + " apply -").status, 0);
   ASSERT_TRUE(waitUntil([&] { return mainProcess.last().port[0].operStatus == 3; }));
   terminal.emplace(UNICODE + POECTL + " watch --control " + socket);
-  EXPECT_TRUE(terminal->shows(">0 DELIVERINGPOWER  2    6/15  54.0  111 ███▎···"));
+  EXPECT_TRUE(terminal->shows(">0 DELIVERINGPOWER  2    6/15  54.0  111 ███▏····"));
   EXPECT_TRUE(containsPattern(terminal->row(0), "^chip running, 40 C *snapshot 1, age [0-9.]+ s$"));
   EXPECT_TRUE(terminal->shows(" console: 49 transfers a snapshot, each 10 s"));
   terminal->press("e");

@@ -57,6 +57,25 @@ TEST_F(PoectlNeighbours, AReplyByteByByteEndsAtTheDeadline) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
 }
 
+// The first report is whole, and comes after 6 s.
+TEST_F(PoectlNeighbours, ASnapshotOfASlowConsoleEndsAtOneDeadlineForAllReports) {
+  const HostilePeer console(listenOnPort(CONSOLE_PORT), [](const HostilePeer& self, int connection) {
+    self.hear(connection);
+    self.hear(connection);
+    for (int wait = 0; wait < 120 && !self.isOver(); wait++) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    self.say(connection, "> device status\n  device_id = 2\n  device revision = 1\n  temperature = 40\n"
+                         "  thermal shutdown = FALSE\n  dev_error = FALSE\n  device errorcount = 0\n\n> ");
+  });
+  const auto start = std::chrono::steady_clock::now();
+  const CommandResult result = poectl("status --from console");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "poectl: the console does not reply in time\n");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(11500));
+  EXPECT_EQ(console.connections(), 2U);
+}
+
 TEST_F(PoectlNeighbours, EscapeSequencesDoNotReachTheTerminal) {
   std::atomic<const char*> said{"> \033]0;title\a\033[2J\n> "};
   const HostilePeer console(listenOnPort(CONSOLE_PORT), [&](const HostilePeer& self, int connection) {

@@ -45,6 +45,10 @@ TEST(Completion, OffersTheWordsOfTheConsole) {
   EXPECT_EQ(poectl("console channel \"\""), "0\n1\n2\n3\n");
 }
 
+TEST(Completion, OffersTheSourcesOfTheStatus) {
+  EXPECT_EQ(poectl("watch --from \"\""), "queue\nconsole\n");
+}
+
 TEST(Completion, OffersTheWordsOfTheCardThatRuns) {
   const std::string socket = "/tmp/completion_test-" + std::to_string(getpid()) + ".socket";
   const std::string line = POECTL " complete -- card --control " + socket + " power";

@@ -43,4 +43,10 @@ INSTANTIATE_TEST_SUITE_P(
              R"("resumed","silenceSeconds":12.345)"}),
     [](const auto& row) { return row.param.name; });
 
+TEST(EventJson, NamesTheConsoleAsItsSource) {
+  EXPECT_EQ(eventJsonLine("T", 7, {EventKind::CHIP_LOST}, Snapshot::Source::CONSOLE),
+            R"({"time":"T","message":7,"event":"chipLost","source":"console"})"
+            "\n");
+}
+
 } // namespace
