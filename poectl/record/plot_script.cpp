@@ -40,7 +40,7 @@ std::string quotedForGnuplot(const std::string& text) {
   std::string word = "'";
   for (std::size_t i = 0; i < text.size(); i++) {
     const char character = text[i];
-    const bool isControl = (character >= 0 && character < ' ') || character == '\x7F';
+    const bool isControl = static_cast<unsigned char>(character) < ' ' || character == '\x7F';
     const bool isNoCharacter =
         text.compare(i, 3, "\xEF\xBF\xBE") == 0 || text.compare(i, 3, "\xEF\xBF\xBF") == 0;
     word += character == '\'' ? "''" : isControl || isNoCharacter ? "?" : std::string(1, character);
