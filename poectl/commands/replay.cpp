@@ -32,8 +32,9 @@ public:
       const StatusEvent& event = recorded.event;
       const std::string text = eventText(event, record.snapshot.source);
       if (m_options.events) {
-        put(m_options.json ? eventJsonLine(time, numberOf(event, record.snapshot), event)
-                           : time + " " + text + "\n");
+        put(m_options.json
+                ? eventJsonLine(time, numberOf(event, record.snapshot), event, record.snapshot.source)
+                : time + " " + text + "\n");
       } else if (event.kind == EventKind::STALE || event.kind == EventKind::RESUMED) {
         put(time + " " + text + "\n\n");
       }
