@@ -62,8 +62,12 @@ void CommandSyntax::exclude(const char* one, const char* other) {
   m_parser.get_option(one)->excludes(other);
 }
 
-void CommandSyntax::file(std::string& value) {
-  m_parser.add_option("FILE", value)->type_name("")->required();
+void CommandSyntax::argument(const char* name, std::string& value) {
+  m_parser.add_option(name, value)->type_name("")->required();
+}
+
+void CommandSyntax::optionalArgument(const char* name, std::optional<std::string>& value) {
+  m_parser.add_option(name, value)->type_name("");
 }
 
 namespace {

@@ -35,7 +35,10 @@ public:
   void exclude(const char* one, const char* other);
 
   // The argument FILE, which must be given.
-  void file(std::string& value);
+  void file(std::string& value) { argument("FILE", value); }
+  // The next argument, which must be given, and one that may be left out.
+  void argument(const char* name, std::string& value);
+  void optionalArgument(const char* name, std::optional<std::string>& value);
 
   // The arguments [WORD]...
   const std::vector<std::string>& words() const { return m_words; }

@@ -32,7 +32,7 @@ struct CommandOption {
 struct Command {
   const char* name;
   const char* group;     // the heading of the help that it stands below
-  const char* arguments; // "FILE", "[WORD]..." or ""
+  const char* arguments; // "FILE", "[WORD]...", "PORT VERB [VALUE]" or ""
   const char* summary;   // a sentence
   const char* details;   // sentences, or ""
   const char* example;   // lines of a shell

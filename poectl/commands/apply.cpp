@@ -1,15 +1,35 @@
+#include "poectl/commands/apply.h"
+
 #include "poectl/command_line.h"
 #include "poectl/config/config_file.h"
-#include "poectl/service/queue.h"
+#include "poectl/service/queue_readers.h"
 
+#include <cstdio>
 #include <memory>
+
+void applyConfig(const PoeConfig& config, const SendWait& wait) {
+  if (queueExists(QUEUE_TO_POE)) {
+    const QueueReaders readers = readersOf(QUEUE_TO_POE);
+    if (readers.found.empty() && readers.doubt.empty()) {
+      throw QueueError(whyQueueExists(QUEUE_TO_POE));
+    }
+  }
+  sendConfig(config, wait);
+}
+
+void printMainProcessNote() {
+  const std::string note = mainProcessNote();
+  if (!note.empty()) {
+    std::fprintf(stderr, "poectl: %s\n", note.c_str());
+  }
+}
 
 Action applyCommand(CommandSyntax& syntax) {
   const auto file = std::make_shared<std::string>();
   syntax.file(*file);
   return [file] {
-    const PoeConfigMessage message{MSGID_CONFIG, readConfig(*file)};
-    sendToService(&message, sizeof message);
+    applyConfig(readConfig(*file));
+    printMainProcessNote();
     return 0;
   };
 }

@@ -9,7 +9,8 @@ Action checkCommand(CommandSyntax& syntax) {
   const auto file = std::make_shared<std::string>();
   syntax.file(*file);
   return [file] {
-    std::fputs(configText(readConfig(*file)).c_str(), stdout);
+    const ConfigFile config = readConfigFile(*file);
+    std::fputs(configText(config.config, config.names).c_str(), stdout);
     return 0;
   };
 }

@@ -3,6 +3,7 @@
 #include "poectl/card/card_client.h"
 #include "poectl/card/control_path.h"
 #include "poectl/commands.h"
+#include "poectl/commands/port.h"
 #include "poectl/console/console_vocabulary.h"
 
 #include <algorithm>
@@ -71,6 +72,12 @@ Words candidatesAfter(const Command& command, const Words& words) {
       candidates.emplace_back(option.name);
     }
     candidates.emplace_back("--help");
+  }
+  if (command.declare == portCommand) {
+    const Words more = position.arguments.empty() ? Words(CONSOLE_CHANNELS.begin(), CONSOLE_CHANNELS.end())
+                       : position.arguments.size() == 1 ? Words(PORT_VERBS.begin(), PORT_VERBS.end())
+                                                        : Words{};
+    candidates.insert(candidates.end(), more.begin(), more.end());
   }
   if (command.takesFile()) {
     candidates.emplace_back(ANY_FILE);

@@ -28,14 +28,14 @@ int explain(const ExplainOptions& options) {
   constexpr PortPowerState POWERED{DetectionStatus::GOOD, true};
   PortPowerStates ports{POWERED, POWERED, POWERED, POWERED};
   setPortStates(options.ports, ports); // wrong words are refused before anything is read
-  const PoeConfig config = readConfig(options.file);
-  AuditInput input{effectiveBankLimitW(config.bankPowerLimit[0]), ports};
+  const ConfigFile file = readConfigFile(options.file);
+  AuditInput input{effectiveBankLimitW(file.config.bankPowerLimit[0]), ports};
   if (options.status) {
     input = askAuditInput();
     setPortStates(options.ports, input.ports);
   }
   const auto bankLimit = static_cast<std::uint32_t>(options.bankLimit.value_or(input.bankLimit));
-  std::fputs(auditText(config, bankLimit, input.ports).c_str(), stdout);
+  std::fputs(auditText(file.config, bankLimit, input.ports, file.names).c_str(), stdout);
   return 0;
 }
 

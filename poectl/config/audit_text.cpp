@@ -34,10 +34,6 @@ std::string watts(std::uint32_t number) {
   return std::to_string(number) + " W";
 }
 
-std::string portName(unsigned port) {
-  return "port " + std::to_string(port);
-}
-
 std::string verdictText(const PowerDecision& step, const PoeConfig& config, const PortPowerStates& states) {
   switch (step.verdict) {
   case PowerVerdict::OFF:
@@ -62,21 +58,22 @@ std::string verdictText(const PowerDecision& step, const PoeConfig& config, cons
              : "is never served, whatever its state: is switched off in every cycle";
 }
 
-std::string stepLine(const PowerDecision& step, const PoeConfig& config, const PortPowerStates& states) {
-  return "priority " + std::to_string(config.port[step.port].priority) + ", " + portName(step.port) + ": " +
-         verdictText(step, config, states) + "\n";
+std::string stepLine(const PowerDecision& step, const PoeConfig& config, const PortPowerStates& states,
+                     const PortNames& names) {
+  return "priority " + std::to_string(config.port[step.port].priority) + ", " + portLabel(step.port, names) +
+         ": " + verdictText(step, config, states) + "\n";
 }
 
 // What makes the sum differ from what one expects of it.
-std::string sumNotes(const PoeConfig& config) {
+std::string sumNotes(const PoeConfig& config, const PortNames& names) {
   std::string notes;
   for (unsigned number = 0; number < POE_PORTS; number++) {
     const PoePortConfig& port = config.port[number];
     if (port.adminEnable == 0 && port.powerLimit != 0) {
-      notes += portName(number) + " is off, and its limit still counts in the sum\n";
+      notes += portLabel(number, names) + " is off, and its limit still counts in the sum\n";
     }
     if (port.adminEnable != 0 && port.powerLimit == 0) {
-      notes += portName(number) + " has the limit 0: it may take " + watts(MAX_PORT_LIMIT_MW / 1000) +
+      notes += portLabel(number, names) + " has the limit 0: it may take " + watts(MAX_PORT_LIMIT_MW / 1000) +
                ", and counts as 0 in the sum\n";
     }
   }
@@ -111,16 +108,17 @@ void setPortState(const std::string& words, PortPowerStates& states) {
   }
 }
 
-std::string auditText(const PoeConfig& config, std::uint32_t bankLimit, const PortPowerStates& states) {
+std::string auditText(const PoeConfig& config, std::uint32_t bankLimit, const PortPowerStates& states,
+                      const PortNames& names) {
   const std::uint32_t need = neededPowerW(config);
   std::string text = "the limits add up to " + watts(need) + ", the bank allows " + watts(bankLimit) + ": ";
   if (need <= bankLimit) {
-    return text + "nothing is done\n" + sumNotes(config) + restartLine({});
+    return text + "nothing is done\n" + sumNotes(config, names) + restartLine({});
   }
-  text += "the ports are served by priority\n" + sumNotes(config);
+  text += "the ports are served by priority\n" + sumNotes(config, names);
   std::set<unsigned> restarted;
   for (const PowerDecision& step : decidePower(config, bankLimit, states)) {
-    text += stepLine(step, config, states);
+    text += stepLine(step, config, states, names);
     if (isRestarted(step.verdict)) {
       restarted.insert(step.port);
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "components/PoeDriver/power_budget.h"
+#include "poectl/config/port_names.h"
 
 #include <stdexcept>
 #include <string>
@@ -17,4 +18,5 @@ public:
 void setPortState(const std::string& words, PortPowerStates& states);
 
 // Which port takes what share in which order, which does not fit, and which is restarted and why.
-std::string auditText(const PoeConfig& config, std::uint32_t bankLimit, const PortPowerStates& states);
+std::string auditText(const PoeConfig& config, std::uint32_t bankLimit, const PortPowerStates& states,
+                      const PortNames& names = {});

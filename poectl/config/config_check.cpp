@@ -13,8 +13,8 @@ std::string bankLine(unsigned bank, std::uint32_t limit) {
   return "bank " + std::to_string(bank) + ": " + watts(effectiveBankLimitW(limit)) + "\n";
 }
 
-std::string portLine(unsigned number, const PoePortConfig& port) {
-  const std::string start = "port " + std::to_string(number) + ": ";
+std::string portLine(const std::string& label, const PoePortConfig& port) {
+  const std::string start = label + ": ";
   if (port.adminEnable == 0) {
     return start + "off\n";
   }
@@ -45,8 +45,8 @@ std::string bankWarnings(unsigned bank, std::uint32_t limit) {
   return text;
 }
 
-std::string portWarnings(unsigned number, const PoePortConfig& port) {
-  const std::string start = "warning: port " + std::to_string(number) + " ";
+std::string portWarnings(const std::string& label, const PoePortConfig& port) {
+  const std::string start = "warning: " + label + " ";
   if (port.adminEnable == 0) {
     return port.powerLimit == 0 ? ""
                                 : start + "is off, and its limit of " + std::to_string(port.powerLimit) +
@@ -64,7 +64,7 @@ std::string portWarnings(unsigned number, const PoePortConfig& port) {
 
 } // namespace
 
-std::string configText(const PoeConfig& config) {
+std::string configText(const PoeConfig& config, const PortNames& names) {
   std::string text;
   std::string warnings;
   for (unsigned bank = 0; bank < POE_BANKS; bank++) {
@@ -73,8 +73,9 @@ std::string configText(const PoeConfig& config) {
     warnings += bankWarnings(bank, limit);
   }
   for (unsigned port = 0; port < POE_PORTS; port++) {
-    text += portLine(port, config.port[port]);
-    warnings += portWarnings(port, config.port[port]);
+    const std::string label = portLabel(port, names);
+    text += portLine(label, config.port[port]);
+    warnings += portWarnings(label, config.port[port]);
   }
   return text + sumLine(config) + warnings;
 }

@@ -38,13 +38,16 @@ constexpr Key PORT_KEYS[] = {
 constexpr char ROOT_ACCEPTED[] = "[banks] and [port.0] to [port.3] are accepted";
 constexpr char BANKS_ACCEPTED[] = "bank0 to bank7 are accepted";
 constexpr char PORTS_ACCEPTED[] = "[port.0] to [port.3] are accepted";
-constexpr char PORT_ACCEPTED[] = "enable, priority and limit are accepted";
+constexpr char PORT_ACCEPTED[] = "enable, priority, limit and name are accepted";
+constexpr char NAME_KEY[] = "name";
+const std::string NAME_ACCEPTED =
+    "a text of 1 to " + std::to_string(MAX_PORT_NAME) + " printable characters is accepted";
 
 class Reader {
 public:
   explicit Reader(std::string name) : m_name(std::move(name)) {}
 
-  PoeConfig read(const std::string& text) const {
+  ConfigFile read(const std::string& text) const {
     toml::table root;
     try {
       root = toml::parse(text, m_name);
@@ -53,32 +56,56 @@ public:
            "a TOML file as 'poectl example' prints is accepted");
     }
     refuseOthers(root, {"banks", "port"}, ROOT_ACCEPTED);
-    PoeConfig config{};
+    ConfigFile file{};
     const toml::table& banks = table(root, "banks", "[banks]", ROOT_ACCEPTED);
     refuseOthers(banks, names(BANK_KEYS), BANKS_ACCEPTED);
     for (unsigned bank = 0; bank < POE_BANKS; bank++) {
-      config.bankPowerLimit[bank] = value(banks, "[banks]", BANK_KEYS[bank]);
+      file.config.bankPowerLimit[bank] = value(banks, "[banks]", BANK_KEYS[bank]);
     }
     const toml::table& ports = table(root, "port", "[port.0]", PORTS_ACCEPTED);
     refuseOthers(ports, {"0", "1", "2", "3"}, PORTS_ACCEPTED);
     for (unsigned port = 0; port < POE_PORTS; port++) {
-      config.port[port] = readPort(ports, std::to_string(port));
+      readPort(ports, port, file);
     }
-    return config;
+    return file;
   }
 
 private:
   using Names = std::vector<std::string_view>;
 
-  PoePortConfig readPort(const toml::table& ports, const std::string& number) const {
-    const std::string heading = "[port." + number + "]";
-    const toml::table& port = table(ports, number, heading, PORTS_ACCEPTED);
-    refuseOthers(port, names(PORT_KEYS), PORT_ACCEPTED);
-    PoePortConfig config{};
+  void readPort(const toml::table& ports, unsigned number, ConfigFile& file) const {
+    const std::string heading = "[port." + std::to_string(number) + "]";
+    const toml::table& port = table(ports, std::to_string(number), heading, PORTS_ACCEPTED);
+    Names known = names(PORT_KEYS);
+    known.emplace_back(NAME_KEY);
+    refuseOthers(port, known, PORT_ACCEPTED);
+    PoePortConfig& config = file.config.port[number];
     config.adminEnable = static_cast<std::uint8_t>(value(port, heading, PORT_KEYS[0]));
     config.priority = value(port, heading, PORT_KEYS[1]);
     config.powerLimit = value(port, heading, PORT_KEYS[2]);
-    return config;
+    file.names[number] = nameOf(port);
+    file.places[number] = {placeOf(port, PORT_KEYS[0]), placeOf(port, PORT_KEYS[1]),
+                           placeOf(port, PORT_KEYS[2])};
+  }
+
+  std::string nameOf(const toml::table& port) const {
+    const toml::node* node = port.get(NAME_KEY);
+    if (node == nullptr) {
+      return "";
+    }
+    const std::optional<std::string> name = node->value_exact<std::string>();
+    if (!name) {
+      fail(node->source(), "'name' is of the wrong type", NAME_ACCEPTED);
+    }
+    if (!isPortName(*name)) {
+      fail(node->source(), "'name' is empty, too long or not printable", NAME_ACCEPTED);
+    }
+    return *name;
+  }
+
+  static ValuePlace placeOf(const toml::table& port, const Key& key) {
+    const toml::source_region& region = port.get(key.name)->source();
+    return {region.begin.line, region.begin.column, region.end.column};
   }
 
   template <std::size_t size>
@@ -139,7 +166,8 @@ private:
   }
 
   // What comes from the file is shown without control characters, so that the error stays one line.
-  [[noreturn]] void fail(const toml::source_region& where, std::string what, const char* accepted) const {
+  [[noreturn]] void fail(const toml::source_region& where, std::string what,
+                         const std::string& accepted) const {
     std::replace_if(
         what.begin(), what.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; },
         '?');
@@ -153,10 +181,18 @@ private:
 
 } // namespace
 
-PoeConfig parseConfig(const std::string& text, const std::string& name) {
+ConfigFile parseConfigFile(const std::string& text, const std::string& name) {
   return Reader(name).read(text);
 }
 
+ConfigFile readConfigFile(const std::string& path) {
+  return parseConfigFile(readInput(path), inputName(path));
+}
+
+PoeConfig parseConfig(const std::string& text, const std::string& name) {
+  return parseConfigFile(text, name).config;
+}
+
 PoeConfig readConfig(const std::string& path) {
-  return parseConfig(readInput(path), inputName(path));
+  return readConfigFile(path).config;
 }

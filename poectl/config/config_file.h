@@ -1,13 +1,15 @@
 // Configurations as TOML files.
 //
 // [banks] holds bank0 to bank7 in W; bank0 must be there, the others are 0 when they are not. [port.0] to
-// [port.3] must all be there, each with enable (true or false), priority (1 to 3) and limit (0 to 40000 mW).
-// Nothing else is accepted.
+// [port.3] must all be there, each with enable (true or false), priority (1 to 3) and limit (0 to 40000 mW),
+// and where wanted with a name (1 to 24 printable characters). Nothing else is accepted.
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"
 #include "poectl/config/input_file.h"
+#include "poectl/config/port_names.h"
 
+#include <array>
 #include <string>
 
 // The text is one line: FILE:LINE:COLUMN: what was wrong; what is accepted.
@@ -15,6 +17,31 @@ class ConfigError : public InputError {
 public:
   using InputError::InputError;
 };
+
+// Where the value of a key stands: line and columns from 1, in characters; `end` is the column after it.
+struct ValuePlace {
+  unsigned line;
+  unsigned begin;
+  unsigned end;
+};
+
+struct PortPlaces {
+  ValuePlace enable;
+  ValuePlace priority;
+  ValuePlace limit;
+};
+
+struct ConfigFile {
+  PoeConfig config;
+  PortNames names;
+  std::array<PortPlaces, POE_PORTS> places;
+};
+
+// All that the text of a file says; `name` stands for the file in the errors. Throws ConfigError.
+ConfigFile parseConfigFile(const std::string& text, const std::string& name);
+
+// The same for a file, or for standard input when the path is "-". Throws InputError.
+ConfigFile readConfigFile(const std::string& path);
 
 // The record for the text of a file; `name` stands for the file in the errors. Throws ConfigError.
 PoeConfig parseConfig(const std::string& text, const std::string& name);

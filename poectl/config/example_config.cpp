@@ -14,7 +14,9 @@ bank0 = 100
 #   enable    true or false
 #   priority  1 to 3; 1 is served first
 #   limit     0 to 40000 mW; 0 means 40000
+# A name, 1 to 24 printable characters, is shown with the port; it is not sent.
 [port.0]
+# name = "camera"
 enable = true
 priority = 1
 limit = 15000

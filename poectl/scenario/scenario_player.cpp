@@ -34,8 +34,7 @@ void ScenarioPlayer::play(const Scenario& scenario) {
 
 void ScenarioPlayer::playStep(const Step& step, const ApplyStep& apply) {
   act(step, [&] {
-    const PoeConfigMessage message{MSGID_CONFIG, apply.config};
-    sendToService(&message, sizeof message, {SEND_LIMIT, m_stop});
+    sendConfig(apply.config, {SEND_LIMIT, m_stop});
     return std::string();
   });
   m_config = apply.config;

@@ -1,6 +1,5 @@
 #include "poectl/service/queue.h"
 
-#include "components/PoeDriver/poe_messages.h"
 #include "poectl/service/queue_readers.h"
 
 #include <cerrno>
@@ -55,7 +54,8 @@ std::size_t StatusQueue::receive(void* buffer, std::size_t size) {
   throw QueueError(std::string("cannot receive from ") + QUEUE_TO_MAIN + ": " + reason());
 }
 
-void sendToService(const void* message, std::size_t length, const SendWait& wait) {
+void sendConfig(const PoeConfig& config, const SendWait& wait) {
+  const PoeConfigMessage message{MSGID_CONFIG, config};
   const mqd_t queue = mq_open(QUEUE_TO_POE, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
   if (queue == NONE) {
     throw QueueError(std::string("cannot open ") + QUEUE_TO_POE + ": " + reason() +
@@ -63,7 +63,7 @@ void sendToService(const void* message, std::size_t length, const SendWait& wait
   }
   pollfd ready[] = {{queue, POLLOUT, 0}, {wait.stop, POLLIN, 0}};
   poll(ready, 2, static_cast<int>(wait.limit.count())); // a queue without room is seen below
-  const int result = mq_send(queue, static_cast<const char*>(message), length, 0);
+  const int result = mq_send(queue, reinterpret_cast<const char*>(&message), sizeof message, 0);
   const std::string why = errno == EAGAIN ? "the service takes no messages, and there is no room" : reason();
   mq_close(queue);
   if (result != 0) {

@@ -3,6 +3,8 @@
 // A failure throws QueueError, whose text is one clear line.
 #pragma once
 
+#include "components/PoeDriver/poe_messages.h"
+
 #include <chrono>
 #include <cstddef>
 #include <mqueue.h>
@@ -41,8 +43,8 @@ struct SendWait {
   int stop = -1;
 };
 
-// Sends one message to the service on "/queueToPoe".
-void sendToService(const void* message, std::size_t length, const SendWait& wait = {});
+// Sends a configuration to the service on "/queueToPoe".
+void sendConfig(const PoeConfig& config, const SendWait& wait = {});
 
 // Whether a queue of this name exists.
 bool queueExists(const char* name);

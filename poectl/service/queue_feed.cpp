@@ -48,16 +48,16 @@ std::string QueueFeed::sendExample() {
 
 void QueueFeed::send() {
   m_tried = true;
-  const PoeConfigMessage message{MSGID_CONFIG, exampleConfig()};
+  const PoeConfig config = exampleConfig();
   try {
-    sendToService(&message, sizeof message, {std::chrono::milliseconds(0)}); // it is tried again
+    sendConfig(config, {std::chrono::milliseconds(0)}); // it is tried again
   } catch (const QueueError& error) {
     m_warn(error.what());
     return;
   }
   m_sendExample = false;
   m_sent = true;
-  addSettings(*m_last, message.config);
+  addSettings(*m_last, config);
 }
 
 std::string QueueFeed::nothingCame() const {

@@ -2,6 +2,7 @@
 
 #include "components/PoeDriver/poe_messages.h"
 #include "poectl/console/console_client.h"
+#include "poectl/service/queue.h"
 #include "poectl/service/visible_text.h"
 
 #include <algorithm>
@@ -157,6 +158,17 @@ std::string whyQueueExists(const char* name) {
     return queue + ", and it cannot be known whether somebody serves it: " + readers.doubt;
   }
   return queue + ", but nobody serves it: its process was killed; 'poectl clean' removes it";
+}
+
+std::string mainProcessNote() {
+  const std::string undone = "its next configuration undoes this one";
+  const QueueReaders readers = readersOf(QUEUE_TO_MAIN);
+  if (!readers.found.empty()) {
+    return describe(readers.found.front()) + " is the main process: " + undone;
+  }
+  return readers.doubt.empty() || !queueExists(QUEUE_TO_MAIN)
+             ? ""
+             : "a main process may run, " + undone + ": " + readers.doubt;
 }
 
 std::string describe(const QueueReader& reader) {

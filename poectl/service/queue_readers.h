@@ -25,5 +25,9 @@ QueueReaders readersOf(const char* name);
 // Why a queue is in the way: who serves it, or that it is left over and what removes it. One line.
 std::string whyQueueExists(const char* name);
 
+// That a main process runs, which undoes what poectl sends. One line; empty when nobody is or may be the main
+// process.
+std::string mainProcessNote();
+
 // "process 812 (poe_service)".
 std::string describe(const QueueReader& reader);

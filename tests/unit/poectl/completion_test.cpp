@@ -20,8 +20,9 @@ std::string poectl(const std::string& words) {
 }
 
 TEST(Completion, OffersTheCommands) {
-  EXPECT_EQ(poectl("\"\""), "example\ncheck\napply\nexplain\nstatus\nwatch\nreplay\nplot\ncard\nconsole\n"
-                            "play\npreflight\nclean\n--help\n--version\n");
+  EXPECT_EQ(poectl("\"\""),
+            "example\ncheck\napply\nexplain\nport\ndiff\nsave\nstatus\nwatch\nreplay\nplot\ncard\nconsole\nplay\n"
+            "preflight\nclean\n--help\n--version\n");
   EXPECT_EQ(poectl("wat"), "watch\n");
   EXPECT_EQ(poectl("no such"), "\n");
 }
@@ -37,6 +38,12 @@ TEST(Completion, OffersFilesWhereACommandTakesThem) {
   EXPECT_EQ(poectl("play --log " + file), file + "ard\n");
   EXPECT_EQ(poectl("explain --bank-limit " + file), "\n");
   EXPECT_EQ(poectl("status " + file), "\n");
+}
+
+TEST(Completion, OffersPortsAndVerbs) {
+  EXPECT_EQ(poectl("port \"\""), "--file\n--help\n0\n1\n2\n3\n");
+  EXPECT_EQ(poectl("port --file x 2 o"), "on\noff\n");
+  EXPECT_EQ(poectl("port 2 limit 1"), "\n");
 }
 
 TEST(Completion, OffersTheWordsOfTheConsole) {

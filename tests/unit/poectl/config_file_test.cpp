@@ -61,6 +61,19 @@ TEST(ConfigFile, ReadsTheExample) {
   EXPECT_TRUE(same(exampleConfig(), expected));
 }
 
+TEST(ConfigFile, TakesNamesOfUpTo24Characters) {
+  std::string longest;
+  for (int character = 0; character < 24; character++) {
+    longest += "\u00e4";
+  }
+  const std::string text = replaced(replaced(GOOD, "[port.1]\n", "[port.1]\nname = '" + longest + "'\n"),
+                                    "[port.3]\n", "[port.3]\nname = \"\\\"\u96fb\u8a71\\\"\"\n");
+  const PortNames expected = {"", longest, "", "\"\u96fb\u8a71\""};
+  EXPECT_EQ(parseConfigFile(text, "f.toml").names, expected);
+  EXPECT_EQ(portLabel(0, expected), "port 0");
+  EXPECT_EQ(portLabel(3, expected), "port 3 (\"\u96fb\u8a71\")");
+}
+
 struct Refusal {
   const char* name;
   std::string text;
@@ -73,13 +86,27 @@ TEST_P(ConfigFileRefusal, NamesThePlaceAndWhatIsAccepted) {
   EXPECT_EQ(errorOf(GetParam().text), GetParam().error);
 }
 
-const std::string PORT_KEYS = "; enable, priority and limit are accepted";
+const std::string PORT_KEYS = "; enable, priority, limit and name are accepted";
 const std::string LIMIT = "; a whole number from 0 to 40000 (mW; 0 means 40000) is accepted";
 const std::string PRIORITY = "; a whole number from 1 to 3 is accepted";
 const std::string WATTS = "; a whole number from 0 to 4294967295 (W) is accepted";
 const std::string FILE_FORM = "; a TOML file as 'poectl example' prints is accepted";
 
+const std::string NAME = "; a text of 1 to 24 printable characters is accepted";
+
+std::string named(const std::string& value) {
+  return replaced(GOOD, "[port.2]\n", "[port.2]\nname = " + value + "\n");
+}
+
 const Refusal REFUSALS[] = {
+    {"NameAsANumber", named("1"), "f.toml:12:8: 'name' is of the wrong type" + NAME},
+    {"NameWithoutACharacter", named("''"), "f.toml:12:8: 'name' is empty, too long or not printable" + NAME},
+    {"NameOf25Characters", named("'" + std::string(25, 'x') + "'"),
+     "f.toml:12:8: 'name' is empty, too long or not printable" + NAME},
+    {"NameWithAnEscape", named("\"a\\u001b[2Jb\""),
+     "f.toml:12:8: 'name' is empty, too long or not printable" + NAME},
+    {"NameThatTurnsTheText", named("\"a\\u202eb\""),
+     "f.toml:12:8: 'name' is empty, too long or not printable" + NAME},
     {"UnknownTable", "[bank]\n" + GOOD,
      "f.toml:1:2: unknown key 'bank'; [banks] and [port.0] to [port.3] are accepted"},
     {"NoBanks", PORTS, "f.toml:1:1: [banks] is missing; [banks] and [port.0] to [port.3] are accepted"},
