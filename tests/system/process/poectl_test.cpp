@@ -156,7 +156,6 @@ TEST_F(Poectl, ApplyConfiguresTheService) {
   startService({{"--plug", "0 class=2 watts=6"}, {}});
   const CommandResult result = apply(configOf("true"));
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, "");
   EXPECT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
 }
 
@@ -167,7 +166,6 @@ TEST_F(Poectl, ApplyTakesTheExampleFromAFile) {
   const std::string program = POECTL;
   const CommandResult result = run(program + " example >" + file + " && " + program + " apply " + file);
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, "");
   EXPECT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
   unlink(file.c_str());
 }
