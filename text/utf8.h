@@ -33,4 +33,14 @@ inline Utf8 utf8At(std::string_view text, std::size_t start) {
   return code < LEAST[bytes - 2] ? Utf8{0, 0} : Utf8{code, bytes};
 }
 
+// How many characters a text has; a byte that belongs to none counts as one.
+inline std::size_t charactersIn(std::string_view text) {
+  std::size_t count = 0;
+  for (std::size_t start = 0; start < text.size(); count++) {
+    const std::size_t bytes = utf8At(text, start).bytes;
+    start += bytes > 0 ? bytes : 1;
+  }
+  return count;
+}
+
 } // namespace text

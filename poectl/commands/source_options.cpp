@@ -1,6 +1,7 @@
 #include "poectl/commands/source_options.h"
 
 #include "components/PoeDriver/poe_messages.h"
+#include "poectl/config/port_names.h"
 #include "poectl/service/console_feed.h"
 #include "poectl/service/queue_feed.h"
 #include "poectl/service/queue_readers.h"
@@ -33,6 +34,7 @@ void placeSourceOptions(CommandSyntax& syntax, SourceOptions& options) {
   syntax.text("--from", options.from);
   syntax.seconds("--every", options.every);
   syntax.flag("--no-bus", options.noBus);
+  syntax.text("--file", options.file);
 }
 
 Snapshot::Source chooseSource(const SourceOptions& options) {
@@ -54,11 +56,15 @@ Snapshot::Source chooseSource(const SourceOptions& options) {
 
 std::unique_ptr<SnapshotFeed> openFeed(const SourceOptions& options, bool sendExample,
                                        SnapshotFeed::Warn warn) {
+  const PortNames names = portNames(options.file); // a wrong file is refused before anything is taken
+  std::unique_ptr<SnapshotFeed> feed;
   if (chooseSource(options) == Snapshot::Source::QUEUE) {
-    return std::make_unique<QueueFeed>(sendExample, std::move(warn));
-  }
-  if (sendExample) {
+    feed = std::make_unique<QueueFeed>(sendExample, std::move(warn));
+  } else if (sendExample) {
     throw UsageError(std::string("--example is for snapshots from the queue: ") + ConsoleFeed::SENDS_NOTHING);
+  } else {
+    feed = std::make_unique<ConsoleFeed>(options.reports(), periodOf(options), std::move(warn));
   }
-  return std::make_unique<ConsoleFeed>(options.reports(), periodOf(options), std::move(warn));
+  feed->setNames(names);
+  return feed;
 }

@@ -12,17 +12,19 @@ struct SourceOptions {
   std::string from;   // "queue" or "console"; empty: it is chosen
   double every = 0;   // s between two snapshots from the console; 0: the default
   bool noBus = false; // only the reports without transfers
+  std::string file;   // with the names of the ports; empty: the default, if any
 
   SnapshotReports reports() const { return noBus ? SnapshotReports::TRANSFER_FREE : SnapshotReports::ALL; }
 };
 
-// Places --from, --every and --no-bus.
+// Places --from, --every, --no-bus and --file.
 void placeSourceOptions(CommandSyntax& syntax, SourceOptions& options);
 
 // The source that the options name, else the queue, unless somebody else may be serving it. Throws UsageError
 // for options that exclude each other.
 Snapshot::Source chooseSource(const SourceOptions& options);
 
-// A feed from that source. `sendExample` is refused for the console, by UsageError. Throws QueueError.
+// A feed from that source. `sendExample` is refused for the console, by UsageError. Throws QueueError, and
+// InputError for the file with the names.
 std::unique_ptr<SnapshotFeed> openFeed(const SourceOptions& options, bool sendExample,
                                        SnapshotFeed::Warn warn);

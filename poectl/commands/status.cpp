@@ -1,4 +1,5 @@
 #include "poectl/commands/source_options.h"
+#include "poectl/config/port_names.h"
 #include "poectl/service/queue_feed.h"
 #include "poectl/status/status_export.h"
 #include "poectl/status/status_text.h"
@@ -23,14 +24,16 @@ void print(const Snapshot& snapshot, const StatusOptions& options) {
   std::fputs(text.c_str(), stdout);
 }
 
-int printMessage(const StatusOptions& options) {
+int printMessage(const StatusOptions& options, const PortNames& names) {
   StatusReceiver receiver([](const std::string& /*a message of another kind is no status*/) {});
   PoeStatus status{};
   if (receiver.next(MESSAGE_LIMIT, status) != StatusReceiver::Event::MESSAGE) {
     std::fprintf(stderr, "poectl: %s\n", noMessageCame().c_str());
     return 1;
   }
-  print(snapshotOfMessage(1, status), options);
+  Snapshot snapshot = snapshotOfMessage(1, status);
+  snapshot.names = names;
+  print(snapshot, options);
   return 0;
 }
 
@@ -57,11 +60,13 @@ int printStatus(const StatusOptions& options) {
   if (options.source.every != 0) {
     return printAgainAndAgain(options);
   }
+  const PortNames names = portNames(options.source.file);
   if (chooseSource(options.source) == Snapshot::Source::QUEUE) {
-    return printMessage(options);
+    return printMessage(options, names);
   }
   Snapshot snapshot = takeSnapshot(options.source.reports());
   snapshot.number = 1;
+  snapshot.names = names;
   print(snapshot, options);
   return 0;
 }

@@ -93,8 +93,9 @@ private:
 
   void showEvents(const std::string& time, const std::vector<StatusEvent>& events) {
     for (const StatusEvent& event : events) {
-      m_display.append(m_options.json ? eventJsonLine(time, m_feed->count(), event, m_feed->source())
-                                      : time + " " + eventText(event, m_feed->source()) + "\n");
+      const Snapshot::Source source = m_feed->source();
+      m_display.append(m_options.json ? eventJsonLine(time, m_feed->count(), event, source, m_feed->names())
+                                      : time + " " + eventText(event, source, m_feed->names()) + "\n");
     }
   }
 

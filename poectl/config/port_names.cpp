@@ -40,11 +40,6 @@ bool isPortName(const std::string& text) {
   return count > 0 && count <= MAX_PORT_NAME;
 }
 
-std::string portLabel(unsigned port, const PortNames& names) {
-  const std::string label = "port " + std::to_string(port);
-  return names[port].empty() ? label : label + " (" + names[port] + ")";
-}
-
 PortNames portNames(const std::string& option) {
   const std::string path = configPath(option);
   return path.empty() ? PortNames{} : readConfigFile(path).names;

@@ -9,7 +9,8 @@
 
 struct ServiceSettings {
   std::array<std::uint32_t, POE_BANKS> banks; // W
-  std::array<PortDetails, POE_PORTS> ports;   // enabled, limitW and priority are there; the last two of one that is off are not in use
+  std::array<PortDetails, POE_PORTS>
+      ports; // enabled, limitW and priority are there; the last two of one that is off are not in use
 };
 
 // One line for each difference between a file and the service; empty when there is none. Limits are compared

@@ -9,7 +9,8 @@ ServiceSettings askServiceSettings() {
     PortDetails& details = settings.ports[port];
     addSettings(details, parsePoePort(askConsole(consoleLine("poeport " + number)), port));
     if (!details.limitW || !details.priority) {
-      throw ConsoleError("the service could not read limit and priority of port " + number + " from the chip");
+      throw ConsoleError("the service could not read limit and priority of port " + number +
+                         " from the chip");
     }
   }
   return settings;

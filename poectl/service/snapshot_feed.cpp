@@ -17,6 +17,7 @@ SnapshotFeed::Update SnapshotFeed::next(std::chrono::milliseconds limit) {
   }
   update.events = m_tracker.message(snapshot.status, now);
   snapshot.number = ++m_count;
+  snapshot.names = m_names;
   snapshot.period = m_period;
   update.hasNewSettings = complete(snapshot, update.events);
   m_last = std::move(snapshot);

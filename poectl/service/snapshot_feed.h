@@ -34,6 +34,9 @@ public:
   // Waits at most `limit` for a snapshot; 0 only looks. Throws what the source throws.
   Update next(std::chrono::milliseconds limit);
 
+  // For the snapshots from now on.
+  void setNames(const PortNames& names) { m_names = names; }
+  const PortNames& names() const { return m_names; }
   // Nothing before the first one.
   const std::optional<Snapshot>& last() const { return m_last; }
   // Since last() came.
@@ -75,6 +78,7 @@ private:
   const std::chrono::milliseconds m_period;
   const std::chrono::milliseconds m_staleAfter;
   EventTracker m_tracker;
+  PortNames m_names;
   Clock::time_point m_lastTime;
   unsigned long m_count = 0;
 };

@@ -38,14 +38,19 @@ const char* kindWord(EventKind kind) {
 } // namespace
 
 std::string eventJsonLine(const std::string& time, unsigned long message, const StatusEvent& event,
-                          Snapshot::Source source) {
+                          Snapshot::Source source, const PortNames& names) {
   nlohmann::ordered_json json = {{"time", time}, {"message", message}, {"event", kindWord(event.kind)}};
-  if (event.kind == EventKind::STATE) {
+  const bool isOfPort = event.kind == EventKind::STATE || event.kind == EventKind::COUNTER;
+  if (isOfPort) {
     json["port"] = event.port;
+    if (!names[event.port].empty()) {
+      json["name"] = names[event.port];
+    }
+  }
+  if (event.kind == EventKind::STATE) {
     json["from"] = operStatusWord(event.from);
     json["to"] = operStatusWord(event.to);
   } else if (event.kind == EventKind::COUNTER) {
-    json["port"] = event.port;
     json["counter"] = STATUS_COUNTER[event.counter].name;
     json["increment"] = event.to - event.from;
     json["value"] = event.to;

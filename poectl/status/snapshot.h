@@ -2,6 +2,7 @@
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"
+#include "poectl/status/port_label.h"
 #include "poectl/status/status_field.h"
 
 #include <array>
@@ -42,7 +43,7 @@ struct Snapshot {
   PoeStatus status{};
   std::set<std::string> missing; // names of the fields of `status` that the source does not know; they are 0
   std::array<PortDetails, POE_PORTS> details;
-  std::array<std::string, POE_PORTS> names; // from the configuration file; empty: the port has none
+  PortNames names;
 };
 
 // "queue" or "console".

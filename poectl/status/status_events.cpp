@@ -72,8 +72,8 @@ PoeStatus wellAs(const PoeStatus& status) {
   return well;
 }
 
-std::string counterText(const StatusEvent& event) {
-  return "port " + std::to_string(event.port) + " " + STATUS_COUNTER[event.counter].name + " +" +
+std::string counterText(const StatusEvent& event, const PortNames& names) {
+  return portLabel(event.port, names) + " " + STATUS_COUNTER[event.counter].name + " +" +
          std::to_string(event.to - event.from) + ", now " + std::to_string(event.to);
 }
 
@@ -115,14 +115,14 @@ std::chrono::milliseconds EventTracker::age(Clock::time_point now) const {
   return std::chrono::duration_cast<std::chrono::milliseconds>(now - m_lastTime);
 }
 
-std::string eventText(const StatusEvent& event, Snapshot::Source source) {
+std::string eventText(const StatusEvent& event, Snapshot::Source source, const PortNames& names) {
   const char* const what = source == Snapshot::Source::QUEUE ? "message" : "snapshot";
   switch (event.kind) {
   case EventKind::STATE:
-    return "port " + std::to_string(event.port) + " " + operStatusWord(event.from) + " -> " +
+    return portLabel(event.port, names) + " " + operStatusWord(event.from) + " -> " +
            operStatusWord(event.to);
   case EventKind::COUNTER:
-    return counterText(event);
+    return counterText(event, names);
   case EventKind::CHIP_LOST:
     return "chip lost";
   case EventKind::CHIP_RECOVERED:

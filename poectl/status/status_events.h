@@ -62,7 +62,8 @@ private:
 };
 
 // One line without its end: "port 1 overLoadCounter +1, now 3".
-std::string eventText(const StatusEvent& event, Snapshot::Source source = Snapshot::Source::QUEUE);
+std::string eventText(const StatusEvent& event, Snapshot::Source source = Snapshot::Source::QUEUE,
+                      const PortNames& names = {});
 
 // "3.2 s"
 std::string secondsText(std::chrono::milliseconds time);

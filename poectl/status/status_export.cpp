@@ -90,6 +90,20 @@ std::string originMetrics(const Snapshot& snapshot) {
          "poe_snapshot_span_seconds" + source + text::formatted("%.3f", span.count()) + "\n";
 }
 
+// "{port="1",name="camera"} "
+std::string portLabels(unsigned port, const PortNames& names) {
+  std::string labels = "{port=\"" + std::to_string(port) + "\"";
+  if (!names[port].empty()) {
+    labels += ",name=\"";
+    for (const char character : names[port]) {
+      labels += character == '"' || character == '\\' ? "\\" : "";
+      labels += character;
+    }
+    labels += "\"";
+  }
+  return labels + "} ";
+}
+
 } // namespace
 
 std::string snapshotJsonLine(const Snapshot& snapshot) {
@@ -113,7 +127,7 @@ std::string snapshotPrometheus(const Snapshot& snapshot) {
   forEachPortField([&](const StatusField& field) {
     text += snapshot.knows(field) ? head(field) : "";
     for (unsigned port = 0; port < POE_PORTS && snapshot.knows(field); port++) {
-      text += std::string(field.metric) + "{port=\"" + std::to_string(port) + "\"} " + value(field, port);
+      text += field.metric + portLabels(port, snapshot.names) + value(field, port);
     }
   });
   return text;

@@ -3,6 +3,7 @@
 #include "components/PoeDriver/poe_words.h"
 #include "poectl/status/snapshot.h"
 #include "text/text.h"
+#include "text/utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -52,16 +53,16 @@ public:
 
   // `cell(port)` is a port's text.
   template <typename Cell>
-  void add(const char* heading, std::size_t width, Side side, Cell cell) {
+  void add(const char* heading, std::size_t width, Side side, Cell cellOf) {
     std::array<std::string, POE_PORTS + 1> cells{heading};
     for (unsigned port = 0; port < POE_PORTS; port++) {
-      cells[port + 1] = cell(port);
+      cells[port + 1] = cellOf(port);
     }
-    for (const std::string& text : cells) {
-      width = std::max(width, text.size());
+    for (const std::string& cell : cells) {
+      width = std::max(width, text::charactersIn(cell));
     }
     for (std::size_t line = 0; line < cells.size(); line++) {
-      const std::string blanks(width - cells[line].size(), ' ');
+      const std::string blanks(width - text::charactersIn(cells[line]), ' ');
       m_lines[line] += (m_lines[line].empty() ? "" : "  ") +
                        (side == Side::LEFT ? cells[line] + blanks : blanks + cells[line]);
     }

@@ -89,12 +89,11 @@ void drawPortPage(Canvas& canvas, const Box& box, const ViewState& state, bool u
   const std::size_t rows = box.row + box.rows - row;
   for (std::size_t index = events.size() - std::min(events.size(), rows); index < events.size(); index++) {
     canvas.text(row, 0, events[index].time, FAINT);
-    canvas.text(row++, events[index].time.size() + 1, eventText(events[index].event),
-                eventStyle(events[index].event));
+    canvas.text(row++, events[index].time.size() + 1,
+                eventText(events[index].event, state.source, state.names()), eventStyle(events[index].event));
   }
 }
 
 std::string portTitle(const ViewState& state) {
-  const std::string name = state.snapshot ? state.snapshot->names[state.port] : "";
-  return "port " + std::to_string(state.port) + (name.empty() ? "" : " (" + name + ")");
+  return portLabel(state.port, state.names());
 }

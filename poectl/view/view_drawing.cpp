@@ -254,8 +254,8 @@ private:
     for (std::size_t row = 0; row < rows && first + row < m_state.events.size(); row++) {
       const LoggedEvent& entry = m_state.events[first + row];
       m_canvas.text(heading + 1 + row, 0, entry.time, FAINT);
-      m_canvas.text(heading + 1 + row, entry.time.size() + 1, eventText(entry.event, m_state.source),
-                    eventStyle(entry.event));
+      m_canvas.text(heading + 1 + row, entry.time.size() + 1,
+                    eventText(entry.event, m_state.source, m_state.names()), eventStyle(entry.event));
     }
   }
 

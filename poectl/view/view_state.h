@@ -61,6 +61,7 @@ struct ViewState {
 
   bool isStale() const { return snapshot && age >= staleAfter; }
   unsigned long number() const { return snapshot ? snapshot->number : 0; }
+  PortNames names() const { return snapshot ? snapshot->names : PortNames(); }
 
   bool changedLately(unsigned ofPort, unsigned counter) const {
     const unsigned long at = changedAt[ofPort][counter];

@@ -230,6 +230,27 @@ TEST_F(PoectlPort, DiffAndSaveShowWhatTheServiceHas) {
             std::string::npos);
 }
 
+TEST_F(PoectlPort, NamesOfTheFileAreInEveryOutputOfTheStatus) {
+  start();
+  const std::string byVariable = "POECTL_FILE=" + file + " " + POECTL + " ";
+  EXPECT_NE(run(byVariable + "status").output.find("\n   0  camera  "), std::string::npos);
+  EXPECT_NE(poectl("status --json --file " + file).output.find("\"name\": \"camera\""), std::string::npos);
+  EXPECT_NE(poectl("status --json --no-bus --file " + file).output.find("\"name\": \"camera\""),
+            std::string::npos);
+  StartedCommand events({POECTL, "watch", "--events", "--file", file});
+  EXPECT_TRUE(waitUntil([] { return queueExists("/queueToMain"); }));
+  EXPECT_TRUE(waitUntil([&] { // once the first message has come
+    card("unplug 0");
+    card("plug 0 class=2 watts=6");
+    return events.output().find(" port 0 (camera) ") != std::string::npos;
+  })) << events.output();
+  events.send(SIGINT);
+  events.wait();
+  const CommandResult refused = poectl("watch --count 1 --file " + folder.file("nothing"));
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_EQ(refused.output, folder.file("nothing") + ": cannot be read: No such file or directory\n");
+}
+
 TEST_F(PoectlPort, DiffWithoutAServiceIsTroubleAndNoDifference) {
   EXPECT_EQ(poectl("diff " + file).status, 2);
   EXPECT_EQ(poectl("diff " + folder.file("nothing")).status, 2);

@@ -49,4 +49,10 @@ TEST(EventJson, NamesTheConsoleAsItsSource) {
             "\n");
 }
 
+TEST(EventJson, HasTheNameOfAPortAfterItsNumber) {
+  EXPECT_EQ(
+      eventJsonLine("T", 7, {EventKind::STATE, 1, 0, 2, 3}, Snapshot::Source::QUEUE, {"", "door", "", ""}),
+      HEAD + R"("state","port":1,"name":"door","from":"SEARCHING","to":"DELIVERINGPOWER"})" + "\n");
+}
+
 } // namespace

@@ -21,7 +21,8 @@ ConfigFile example() {
 
 // As the console shows it.
 ServiceSettings settingsOfExample() {
-  return {{100, 0, 0, 0, 0, 0, 0, 0}, {port(true, 15, 1), port(true, 30, 2), port(true, 15, 3), port(false, 15, 3)}};
+  return {{100, 0, 0, 0, 0, 0, 0, 0},
+          {port(true, 15, 1), port(true, 30, 2), port(true, 15, 3), port(false, 15, 3)}};
 }
 
 TEST(Differences, AreNoneWhenTheServiceHasTheFile) {

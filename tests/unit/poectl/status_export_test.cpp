@@ -101,6 +101,14 @@ TEST(SnapshotJson, HasWhatItsSourceKnowsAndNothingElse) {
       "\n");
 }
 
+TEST(SnapshotPrometheus, HasTheNameOfAPortAsALabel) {
+  Snapshot snapshot = snapshotOfMessage(1, sample());
+  snapshot.names[1] = R"(door "A\1")";
+  EXPECT_NE(
+      snapshotPrometheus(snapshot).find("poe_port_oper_status{port=\"1\",name=\"door \\\"A\\\\1\\\"\"} 2\n"),
+      std::string::npos);
+}
+
 TEST(SnapshotPrometheus, HasAMetricForEveryField) {
   EXPECT_EQ(snapshotPrometheus(snapshotOfMessage(1, sample())),
             R"(# HELP poe_snapshot_transfers Transfers on the chip's bus that these values cost.

@@ -297,8 +297,8 @@ plugged in
 
    0                                                                           #
 -- events of the port ------------- console: 49 transfers a snapshot, each 10 s
-07:09:00 port 1 SEARCHING -> DELIVERINGPOWER
-07:09:01 port 1 invalidSignatureCounter +1, now 12
+07:09:00 port 1 (door) SEARCHING -> DELIVERINGPOWER
+07:09:01 port 1 (door) invalidSignatureCounter +1, now 12
 
 card: plug 0 class=2 watts=6
 q quit  0-3 port  Enter page  p plug  u unplug  + - draw  s short  ? all keys
