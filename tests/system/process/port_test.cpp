@@ -239,10 +239,12 @@ TEST_F(PoectlPort, NamesOfTheFileAreInEveryOutputOfTheStatus) {
             std::string::npos);
   StartedCommand events({POECTL, "watch", "--events", "--file", file});
   EXPECT_TRUE(waitUntil([] { return queueExists("/queueToMain"); }));
-  EXPECT_TRUE(waitUntil([&] { // once the first message has come
-    card("unplug 0");
-    card("plug 0 class=2 watts=6");
-    return events.output().find(" port 0 (camera) ") != std::string::npos;
+  const int transfers = std::stoi(run("wc -l <" + record).output);
+  constexpr int TWO_CYCLES = 130; // after them, a message has come
+  EXPECT_TRUE(waitUntil([&] { return std::stoi(run("wc -l <" + record).output) > transfers + TWO_CYCLES; }));
+  card("unplug 0");
+  EXPECT_TRUE(waitUntil([&] {
+    return events.output().find(" port 0 (camera) DELIVERINGPOWER -> SEARCHING\n") != std::string::npos;
   })) << events.output();
   events.send(SIGINT);
   events.wait();
