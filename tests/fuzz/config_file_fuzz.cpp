@@ -1,12 +1,14 @@
 // Configuration files: any text is refused in one line, or read; what was read is in its ranges, stays the
-// same when it is written and read again, and can be explained.
+// same when it is written and read again, can be explained, and each value of a port can be changed alone.
 #include "components/PoeDriver/power_limits.h"
 #include "poectl/config/audit_text.h"
 #include "poectl/config/config_check.h"
+#include "poectl/config/config_edit.h"
 #include "poectl/config/config_file.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/fuzz/refusal.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -48,6 +50,22 @@ void expectExplanation(const PoeConfig& config, std::uint32_t bankLimit) {
   EXPECT_EQ(text.back(), '\n');
 }
 
+// A changed value is the only difference between the texts; editConfig() itself reads the new one.
+void expectEdits(const std::string& text) {
+  for (unsigned port = 0; port < POE_PORTS; port++) {
+    for (const PortChange& change :
+         {PortChange{port, &PortPlaces::enable, port % 2}, PortChange{port, &PortPlaces::priority, 2},
+          PortChange{port, &PortPlaces::limit, 12345}}) {
+      const ConfigEdit edit = editConfig(text, "f", change);
+      const auto before = std::mismatch(text.begin(), text.end(), edit.text.begin(), edit.text.end()).first;
+      const auto after = std::mismatch(text.rbegin(), std::make_reverse_iterator(before), edit.text.rbegin(),
+                                       edit.text.rend())
+                             .first;
+      EXPECT_LE(after.base() - before, static_cast<std::ptrdiff_t>(edit.oldLine.size()));
+    }
+  }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
@@ -63,6 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const PoeConfig again = parseConfig(tomlOf(config), "again");
   EXPECT_EQ(std::memcmp(&config, &again, sizeof config), 0);
   EXPECT_NE(configText(config).find("sum of the limits: "), std::string::npos);
+  expectEdits(text);
   expectExplanation(config, effectiveBankLimitW(config.bankPowerLimit[0]));
   return 0;
 }
