@@ -237,6 +237,7 @@ TEST_F(PoectlPort, NamesOfTheFileAreInEveryOutputOfTheStatus) {
   EXPECT_NE(poectl("status --json --file " + file).output.find("\"name\": \"camera\""), std::string::npos);
   EXPECT_NE(poectl("status --json --no-bus --file " + file).output.find("\"name\": \"camera\""),
             std::string::npos);
+  EXPECT_NE(poectl("watch --count 1 --file " + file).output.find("\n   0  camera  "), std::string::npos);
   StartedCommand events({POECTL, "watch", "--events", "--file", file});
   EXPECT_TRUE(waitUntil([] { return queueExists("/queueToMain"); }));
   const int transfers = std::stoi(run("wc -l <" + record).output);
