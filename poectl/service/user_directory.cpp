@@ -42,7 +42,7 @@ std::string userDirectory(const std::string& name) {
 }
 
 std::string newUserDirectory(const std::string& name) {
-  const std::string directory = userDirectory(name);
+  std::string directory = userDirectory(name);
   if (mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
     throw UserDirectoryError("cannot make " + directory + ": " + std::strerror(errno));
   }
