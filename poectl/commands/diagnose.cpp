@@ -1,4 +1,5 @@
 #include "poectl/command_line.h"
+#include "poectl/config/input_file.h"
 #include "poectl/diagnose/diagnosis_text.h"
 #include "poectl/diagnose/look_at_card.h"
 #include "poectl/diagnose/verdicts.h"
@@ -14,11 +15,20 @@ struct DiagnoseOptions {
   bool noBus = false;
 };
 
+// A wrong name is refused before anything is asked.
+void requireLog(const std::string& path) {
+  try {
+    const LogTail log(path);
+  } catch (const LogError& error) {
+    throw InputError(error.what());
+  }
+}
+
 int diagnose(const DiagnoseOptions& options) {
   LookOptions look;
   look.log = options.log;
   if (!options.log.empty()) {
-    LogTail{options.log}; // a wrong name is refused before anything is asked
+    requireLog(options.log);
   }
   look.bus = options.bus ? BusUse::ALWAYS : options.noBus ? BusUse::NEVER : BusUse::UNLESS_FAILING;
   const CardLooks looks =
