@@ -49,6 +49,7 @@ struct CardLooks {
   QueueState configuration;      // /queueToPoe
   std::string logName;           // empty: there is no log to read
   std::string logProblem;        // why the log is not known, one line
+  std::string logText;           // the end of the log
   LogEvents log;
 };
 

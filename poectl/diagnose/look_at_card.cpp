@@ -1,6 +1,7 @@
 #include "poectl/diagnose/look_at_card.h"
 
 #include "poectl/console/console_client.h"
+#include "poectl/console/console_report.h"
 #include "poectl/diagnose/card_facts.h"
 #include "poectl/diagnose/log_source.h"
 #include "text/number.h"
@@ -11,15 +12,8 @@
 namespace {
 
 constexpr unsigned FREE_LOOKS = 5;
-constexpr unsigned INFO_TRANSFERS = 9;
-constexpr unsigned PORT_TRANSFERS = 10;
+static_assert(MAX_LOOK_TRANSFERS == INFO_TRANSFERS + 2 * POE_PORTS * POEPORT_TRANSFERS + 2);
 constexpr ConsoleWait REPLY_WAIT{std::chrono::seconds(5)};
-
-// A reply of a program that is not the service.
-class ForeignReply : public ConsoleError {
-public:
-  using ConsoleError::ConsoleError;
-};
 
 class Looker {
 public:
@@ -41,7 +35,8 @@ private:
     try {
       m_log = openLog(m_options.log);
       m_looks.logName = m_log->name();
-      m_looks.log.add(m_log->text(), false);
+      m_looks.logText = m_log->text();
+      m_looks.log.add(m_looks.logText, false);
     } catch (const LogError& error) {
       m_log = nullptr;
       m_looks.logProblem = error.what();
@@ -51,7 +46,9 @@ private:
   void followLog() {
     try {
       if (m_log) {
-        m_looks.log.add(m_log->added(), true);
+        const std::string added = m_log->added();
+        m_looks.logText += added;
+        m_looks.log.add(added, true);
       }
     } catch (const LogError& error) {
       m_log = nullptr;
@@ -69,8 +66,6 @@ private:
       }
       followLog();
       askBus();
-    } catch (const ForeignReply& error) {
-      breakOff(ConsoleState::FOREIGN, error);
     } catch (const ConsoleClosedError& error) {
       breakOff(ConsoleState::CLOSED, error);
     } catch (const ConsoleSilentError& error) {
@@ -93,9 +88,7 @@ private:
   FreeReports freeReports() const {
     FreeReports reports;
     reports.device = report("device");
-    if (!reports.device.has("dev_error")) {
-      throw ForeignReply("the program on the console's port answers, but knows no report 'device'");
-    }
+    parseDevice(reports.device.reply()); // a program that is not the service is refused
     for (unsigned port = 0; port < POE_PORTS; port++) {
       reports.channel[port] = report("channel " + std::to_string(port));
     }
@@ -127,7 +120,7 @@ private:
     BusReports& bus = *m_looks.bus;
     bus.info = busReport("info", INFO_TRANSFERS);
     for (unsigned port = 0; port < POE_PORTS; port++) {
-      bus.first[port] = busReport("poeport " + std::to_string(port), PORT_TRANSFERS);
+      bus.first[port] = busReport("poeport " + std::to_string(port), POEPORT_TRANSFERS);
     }
     bus.mode = readRegister("0x12");
     bus.detection = readRegister("0x14");
@@ -138,18 +131,19 @@ private:
           std::this_thread::sleep_for(m_options.growth);
           isFirst = false;
         }
-        bus.later[port] = busReport("poeport " + std::to_string(port), PORT_TRANSFERS);
+        bus.later[port] = busReport("poeport " + std::to_string(port), POEPORT_TRANSFERS);
       }
     }
   }
 
-  // An enabled port that has had no power in a look, or has counted an event.
+  // An enabled port with a device that has had no power in a look, or one that has counted an event.
   bool needsSecondReading(unsigned port) const {
     const ReportLines& first = m_looks.bus->first[port];
     if (!first.isTrue("admin enable")) {
       return false;
     }
-    if (channelOnce(m_looks, port, "enable", "FALSE")) {
+    if (channelOnce(m_looks, port, "enable", "FALSE") &&
+        !channelAlways(m_looks, port, "det_status", "OPEN_CIRCUIT")) {
       return true;
     }
     for (const char* counter :

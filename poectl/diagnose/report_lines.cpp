@@ -15,7 +15,8 @@ std::string trimmed(const std::string& text) {
 
 } // namespace
 
-ReportLines::ReportLines(std::string command, const std::string& reply) : m_command(std::move(command)) {
+ReportLines::ReportLines(std::string command, const std::string& reply)
+    : m_command(std::move(command)), m_reply(reply) {
   std::istringstream lines(reply);
   for (std::string line; std::getline(lines, line);) {
     const std::size_t sign = std::min(line.find(" = "), line.find(" : ")); // "info" has both forms

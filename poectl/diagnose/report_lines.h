@@ -13,6 +13,8 @@ public:
   // `command` is the report's name, such as "channel 1"; `reply` what the console printed.
   ReportLines(std::string command, const std::string& reply);
 
+  const std::string& command() const { return m_command; }
+  const std::string& reply() const { return m_reply; }
   bool empty() const { return m_values.empty(); }
   bool has(const std::string& label) const { return m_values.count(label) != 0; }
   bool is(const std::string& label, const std::string& value) const;
@@ -29,5 +31,6 @@ public:
 
 private:
   std::string m_command;
+  std::string m_reply;
   std::map<std::string, std::string> m_values;
 };
