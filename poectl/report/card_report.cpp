@@ -169,7 +169,7 @@ void addKernel(Writer& writer) {
 
 void addLog(Writer& writer, const CardLooks& looks) {
   if (!looks.logProblem.empty()) {
-    writer.gap("log", looks.logProblem);
+    writer.gap("lines of the log", looks.logProblem);
     return;
   }
   const std::string& text = looks.logText;
