@@ -45,6 +45,14 @@ bool hasNoPower(const CardLooks& looks, unsigned port) {
   return channelAlways(looks, port, "enable", "FALSE");
 }
 
+bool losesPower(const CardLooks& looks, unsigned port) {
+  return std::adjacent_find(
+             looks.free.begin(), looks.free.end(), [&](const FreeReports& before, const FreeReports& after) {
+               return before.channel[port].isTrue("enable") && after.channel[port].is("enable", "FALSE") &&
+                      !after.channel[port].is("det_status", "OPEN_CIRCUIT");
+             }) != looks.free.end();
+}
+
 std::optional<bool> isEnabled(const CardLooks& looks, unsigned port) {
   if (!looks.bus || !looks.bus->port(port).has("admin enable")) {
     return std::nullopt;

@@ -23,6 +23,9 @@ std::string quoteChannel(const CardLooks& looks, unsigned port, const char* labe
 // Whether the port had no power in any look.
 bool hasNoPower(const CardLooks& looks, unsigned port);
 
+// Whether it had power in one look and none in the next, with its device still there.
+bool losesPower(const CardLooks& looks, unsigned port);
+
 // Enabled by the configuration; nothing when the bus was not used.
 std::optional<bool> isEnabled(const CardLooks& looks, unsigned port);
 bool anyEnabled(const CardLooks& looks);

@@ -37,7 +37,7 @@ std::string gapsText(const CardLooks& looks) {
 } // namespace
 
 std::string diagnosisText(const CardLooks& looks) {
-  std::string text = sourceText(looks);
+  std::string text = sourceText(looks) + chipLine(looks) + "\n";
   for (unsigned port = 0; port < POE_PORTS; port++) {
     text += portLine(looks, port) + "\n";
   }

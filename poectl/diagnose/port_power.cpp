@@ -20,16 +20,35 @@ struct ClassPower {
 constexpr std::array<ClassPower, 5> CLASS_POWERS = {
     {{"CLASS0", 15}, {"CLASS1", 4}, {"CLASS2", 7}, {"CLASS3", 15}, {"CLASS4", 30}}};
 
-PoeConfig shownConfiguration(const BusReports& bus) {
+PoeConfig shownConfiguration(const BusReports& bus, bool maximumCounts) {
   PoeConfig config{};
   for (unsigned port = 0; port < POE_PORTS; port++) {
     const ReportLines& report = bus.port(port);
     const std::uint32_t limitMw = 1000 * report.number(PORT_LIMIT).value_or(0);
     config.port[port].adminEnable = report.isTrue("admin enable") ? 1 : 0;
-    config.port[port].powerLimit = limitMw == MAX_PORT_LIMIT_MW ? 0 : limitMw;
+    config.port[port].powerLimit = !maximumCounts && limitMw == MAX_PORT_LIMIT_MW ? 0 : limitMw;
     config.port[port].priority = report.number("priority").value_or(0) + 1;
   }
   return config;
+}
+
+// By the service's own rule. A port that it restarts is without power in every second cycle, so one look in
+// which the port had power counts.
+bool isRestarted(const CardLooks& looks, unsigned port, const PoeConfig& config) {
+  const std::uint32_t bankLimit = looks.bus->info.number(BANK_LIMIT).value_or(0);
+  if (neededPowerW(config) <= bankLimit) {
+    return false;
+  }
+  PortPowerStates states{};
+  for (unsigned other = 0; other < POE_PORTS; other++) {
+    const bool good = channelOnce(looks, other, "det_status", "GOOD");
+    states[other] = {good ? DetectionStatus::GOOD : DetectionStatus::UNKNOWN,
+                     channelOnce(looks, other, "enable", "TRUE")};
+  }
+  const PowerDecisions decisions = decidePower(config, bankLimit, states);
+  return std::any_of(decisions.begin(), decisions.end(), [&](const PowerDecision& decision) {
+    return decision.port == port && decision.verdict == PowerVerdict::RESTARTED;
+  });
 }
 
 } // namespace
@@ -78,21 +97,6 @@ bool isRestartedByLimits(const CardLooks& looks, unsigned port) {
   if (!looks.bus || !looks.bus->info.has(BANK_LIMIT)) {
     return false;
   }
-  const PoeConfig config = shownConfiguration(*looks.bus);
-  const std::uint32_t bankLimit = looks.bus->info.number(BANK_LIMIT).value_or(0);
-  if (neededPowerW(config) <= bankLimit) {
-    return false;
-  }
-  // A port that the audit restarts is without power in every second cycle, so one look in which it had
-  // power counts.
-  PortPowerStates states{};
-  for (unsigned other = 0; other < POE_PORTS; other++) {
-    const bool good = channelOnce(looks, other, "det_status", "GOOD");
-    states[other] = {good ? DetectionStatus::GOOD : DetectionStatus::UNKNOWN,
-                     channelOnce(looks, other, "enable", "TRUE")};
-  }
-  const PowerDecisions decisions = decidePower(config, bankLimit, states);
-  return std::any_of(decisions.begin(), decisions.end(), [&](const PowerDecision& decision) {
-    return decision.port == port && decision.verdict == PowerVerdict::RESTARTED;
-  });
+  return isRestarted(looks, port, shownConfiguration(*looks.bus, false)) ||
+         (losesPower(looks, port) && isRestarted(looks, port, shownConfiguration(*looks.bus, true)));
 }

@@ -25,7 +25,7 @@ std::string classOf(const CardLooks& looks, unsigned port);
 // W of the active bank's limit that the other ports leave.
 std::uint32_t leftByOthers(const CardLooks& looks, unsigned port);
 
-// Whether the limits, as far as the console shows them, let the service switch this port off and on in every
-// second cycle. A limit of 40 W counts as 0: so it does when the configuration says 0, which the console
-// does not tell from 40.
+// Whether the limits let the service switch this port off and on in every second cycle. The console shows 40
+// W for a limit of 0, which counts as 0, and for one of 40 W. It counts as 40 W for a port that loses its
+// power between the looks.
 bool isRestartedByLimits(const CardLooks& looks, unsigned port);

@@ -28,7 +28,9 @@ Evidence consoleIsMissing(const CardLooks& looks) {
   if (looks.console != ConsoleState::CLOSED || !looks.configuration.isServed()) {
     return "";
   }
-  return looks.consoleProblem + "; /queueToPoe " + looks.configuration.text();
+  const bool isLogged = looks.log.of(LogEvent::NO_CONSOLE).total != 0;
+  return looks.consoleProblem + "; /queueToPoe " + looks.configuration.text() +
+         (isLogged ? "; " + looks.log.quote(LogEvent::NO_CONSOLE) : "");
 }
 
 Evidence consoleIsForeign(const CardLooks& looks) {
@@ -168,6 +170,10 @@ Evidence limitsExceedTheBank(const CardLooks& looks) {
          (isLogged ? looks.log.quote(LogEvent::AUDIT_RESTART) : "");
 }
 
+Evidence priorityIsWrong(const CardLooks& looks) {
+  return looks.log.of(LogEvent::BAD_PRIORITY).total != 0 ? looks.log.quote(LogEvent::BAD_PRIORITY) : "";
+}
+
 struct CardRule {
   const char* name;
   const char* words;
@@ -249,6 +255,12 @@ constexpr CardRule CARD_RULES[] = {
      "Lower the limits or raise the bank's limit in the main process's configuration. 'poectl explain FILE "
      "--status' "
      "shows the shares. Ports that fit keep their power."},
+    {"bad-priority",
+     "A configuration gives a port a priority other than 1 to 3, so the port is never served.",
+     priorityIsWrong,
+     "Correct the priority in the main process's configuration. Without room in the bank, the port loses its "
+     "power "
+     "again and again; the correction costs no port its power."},
 };
 
 Evidence fetFails(const CardLooks& looks, unsigned port) {
@@ -405,9 +417,15 @@ bool noPortDetects(const CardLooks& looks) {
   return true;
 }
 
-// Without a cause above: a device without power, or no detection where it should go on.
+// Without a cause above: power that goes, a device without power, or no detection where it should go on.
 Evidence nothingExplains(const CardLooks& looks, unsigned port) {
-  if (!hasNoPower(looks, port) || isHeldByTheCard(looks, port) || !isEnabled(looks, port).value_or(true)) {
+  if (isHeldByTheCard(looks, port) || !isEnabled(looks, port).value_or(true)) {
+    return "";
+  }
+  if (losesPower(looks, port)) {
+    return quoteChannel(looks, port, "enable") + " in some looks and not in others";
+  }
+  if (!hasNoPower(looks, port)) {
     return "";
   }
   const bool hasDevice = channelAlways(looks, port, "det_status", "GOOD");
@@ -420,7 +438,8 @@ Evidence nothingExplains(const CardLooks& looks, unsigned port) {
 }
 
 constexpr PortRule UNEXPLAINED = {
-    "unexplained", "The port has no power, and what has been seen does not explain why.", nothingExplains,
+    "unexplained", "The port has no power or loses it, and what has been seen does not explain why.",
+    nothingExplains,
     "If the bus was not used, allow it. Otherwise 'poectl report' collects what support needs."};
 
 // Verdicts of the card that explain a port without power.
@@ -489,6 +508,20 @@ std::vector<std::string> notesOn(const CardLooks& looks) {
     }
   }
   return notes;
+}
+
+std::string chipLine(const CardLooks& looks) {
+  if (looks.free.empty()) {
+    return "chip: not known";
+  }
+  const std::string line = "chip: " + lastDevice(looks).text("temperature") + " degrees Celsius";
+  if (!looks.bus) {
+    return line;
+  }
+  const ReportLines& info = looks.bus->info;
+  return line + ", supply " + info.text("main voltage (V)") + " V, at least " +
+         info.text("min_shutdown_voltage") + " V, bank " + info.text("power_bank") + " with " +
+         info.text("power_limit (this bank)") + " W";
 }
 
 std::string portLine(const CardLooks& looks, unsigned port) {

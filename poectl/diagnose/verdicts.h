@@ -21,6 +21,9 @@ std::vector<Verdict> verdictsOn(const CardLooks& looks);
 // What is worth knowing but no fault: an empty port, a port that is switched off, bus errors of long ago.
 std::vector<std::string> notesOn(const CardLooks& looks);
 
+// "chip: 40 degrees Celsius, ..."
+std::string chipLine(const CardLooks& looks);
+
 // "port 1: DELIVERINGPOWER, ..."
 std::string portLine(const CardLooks& looks, unsigned port);
 

@@ -20,8 +20,8 @@ std::string poectl(const std::string& words) {
 }
 
 TEST(Completion, OffersTheCommands) {
-  EXPECT_EQ(poectl("\"\""), "example\ncheck\napply\nexplain\nstatus\nwatch\ncard\nconsole\nplay\npreflight\nc"
-                            "lean\n--help\n--version\n");
+  EXPECT_EQ(poectl("\"\""), "example\ncheck\napply\nexplain\nstatus\nwatch\ndiagnose\nreport\ncard\nconsole\n"
+                            "play\npreflight\nclean\n--help\n--version\n");
   EXPECT_EQ(poectl("wat"), "watch\n");
   EXPECT_EQ(poectl("no such"), "\n");
 }

@@ -210,6 +210,18 @@ const Case CASES[] = {
      [](CardLooks& looks) { setChannel(looks, NO_POWER); },
      {"unexplained, port 2"},
      "channel 2: det_status = GOOD, channel 2: enable = FALSE in every look"},
+    {"PowerThatGoes",
+     [](CardLooks& looks) { looks.free.back().channel[2] = ReportLines("channel 2", NO_POWER); },
+     {"unexplained, port 2"},
+     "channel 2: enable = FALSE in some looks and not in others"},
+    {"PowerThatComes",
+     [](CardLooks& looks) { looks.free.front().channel[2] = ReportLines("channel 2", NO_POWER); },
+     {},
+     ""},
+    {"WrongPriority",
+     [](CardLooks& looks) { looks.log.add("Range Error [c=4:1 pr=0]\n", false); },
+     {"bad-priority"},
+     "log: 1 line since the service started: Range Error [c=4:1 pr=0]"},
     {"NoPowerWithoutTheBus",
      [](CardLooks& looks) {
        looks.bus.reset();
