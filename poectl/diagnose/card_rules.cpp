@@ -3,6 +3,8 @@
 #include "poectl/diagnose/port_power.h"
 #include "poectl/diagnose/rules.h"
 
+#include <iterator>
+
 namespace {
 
 Evidence serviceIsGone(const CardLooks& looks) {
@@ -166,101 +168,101 @@ Evidence priorityIsWrong(const CardLooks& looks) {
   return looks.log.of(LogEvent::BAD_PRIORITY).total != 0 ? looks.log.quote(LogEvent::BAD_PRIORITY) : "";
 }
 
+constexpr CardRule CARD_RULES[] = {
+    {"no-service", "The service does not run.", serviceIsGone,
+     "Start it: 'systemctl start poe-service'. A start costs every port its power until the main process "
+     "has "
+     "sent "
+     "its configuration. If it ends again, the log's last lines say why."},
+    {"no-console", "The service runs without its console.", consoleIsMissing,
+     "Another program had port 10001 when the service started. End that program ('ss -ltnp' names it) and "
+     "restart the "
+     "service; the restart costs every port its power for a moment."},
+    {"foreign-console", "Another program than the service answers on port 10001.", consoleIsForeign,
+     "'ss -ltnp' names the program. End it; then restart the service, which costs every port its power for "
+     "a "
+     "moment."},
+    {"console-silent", "The console does not answer: the service hangs, or another program has port 10001.",
+     consoleIsSilent,
+     "Check that the log reader reads /dev/log ('ss -xa') and that the bus does not hang. The last resort "
+     "is "
+     "to "
+     "restart the service, which costs every port its power for a moment."},
+    {"no-driver", "The service had no memory for its driver.", driverIsMissing,
+     "Free memory and restart the service; the restart costs no port power that it has not lost already."},
+    {"chip-unreachable", "The chip does not answer: no port can be switched or watched.", chipIsUnreachable,
+     "Check the chip's power and the adapter: 'ls /dev/i2c-0', the kernel's log. Powered ports stay "
+     "powered. "
+     "'No such "
+     "file' or 'busy' in the log need a restart of the service after the repair. Otherwise the service "
+     "sets "
+     "the chip up "
+     "by itself, and every port is without power for a moment."},
+    {"bus-errors", "Transfers on the chip's bus fail; each failure costs every port its power for a moment.",
+     busErrorsGrow,
+     "Make no transfers: no 'info', 'poeport', 'i2cget'. Check the bus: other programs on the adapter, the "
+     "kernel's "
+     "log, plugs and supply of the chip. A restart of the service does not help."},
+    {"bus-errors-earlier", "Transfers have failed again and again since the service started.",
+     busErrorsAreMany,
+     "Each episode cost every port its power for a moment. Look for the times in the log ('Failed reading "
+     "device') and "
+     "for what else used the bus then."},
+    {"bank-7",
+     "Bank 7 has a limit, so the service sets up the chip in every cycle and all ports go off and on.",
+     bank7HasALimit,
+     "Set bankPowerLimit[7] to 0 in the main process's configuration; if it is 0 there, a program beside "
+     "the "
+     "service "
+     "has written register 0x90. The next cycle then leaves the ports on."},
+    {"set-up-again", "The service sets up the chip again and again although transfers succeed.",
+     chipIsSetUpAgain,
+     "The chip loses its registers: check its supply. If bank 7 has a limit in the configuration, set it "
+     "to "
+     "0."},
+    {"supply-low", "The supply is below the minimum shutdown voltage, so the chip powers no port.",
+     supplyIsLow,
+     "Repair the supply of the ports (the 48 V input). Neither service nor main process need a restart: "
+     "the "
+     "ports come "
+     "back by themselves."},
+    {"thermal-shutdown", "The chip is too hot and has switched off its ports.", chipIsHot,
+     "Cool the card: fans, air flow, load of the ports. The ports come back by themselves."},
+    {"engine-idle", "The engine is IDLE: it drops configurations and sends no status.", engineIsIdle,
+     "Restart the service. This costs every port its power for a moment."},
+    {"watchdog-late", "A thread of the service has not run for 60 s.", watchdogIsLate,
+     "A transfer hangs, or the log reader does not read /dev/log. Under systemd the service is restarted "
+     "by "
+     "itself, "
+     "which costs every port its power for a moment."},
+    {"no-main-process", "There is no /queueToMain, so no main process runs and nobody gets a status.",
+     mainProcessIsMissing, "Start the main process. No port loses power by it."},
+    {"status-unread", "Nobody reads the status messages on /queueToMain.", statusIsUnread,
+     "Check why the main process does not read its queue. If it has ended, start it again, before that "
+     "'poectl clean'. "
+     "The ports keep their power, but the service reacts more slowly while the queue is full."},
+    {"not-configured", "No configuration has come since the service started, so all ports are off.",
+     nothingIsConfigured,
+     "Let the main process send its configuration again, usually by restarting the main process. On a "
+     "bench: "
+     "'poectl "
+     "apply FILE'. A port that has no power loses none."},
+    {"limits-above-bank", "The limits do not fit into the bank, so the service switches ports off and on.",
+     limitsExceedTheBank,
+     "Lower the limits or raise the bank's limit in the main process's configuration. 'poectl explain FILE "
+     "--status' "
+     "shows the shares. Ports that fit keep their power."},
+    {"bad-priority",
+     "A configuration gives a port a priority other than 1 to 3, so the port is never served.",
+     priorityIsWrong,
+     "Correct the priority in the main process's configuration. Without room in the bank, the port loses "
+     "its "
+     "power "
+     "again and again; the correction costs no port its power."},
+};
+
 } // namespace
 
-const std::vector<CardRule>& cardRules() {
-  static const std::vector<CardRule> rules = {
-      {"no-service", "The service does not run.", serviceIsGone,
-       "Start it: 'systemctl start poe-service'. A start costs every port its power until the main process "
-       "has "
-       "sent "
-       "its configuration. If it ends again, the log's last lines say why."},
-      {"no-console", "The service runs without its console.", consoleIsMissing,
-       "Another program had port 10001 when the service started. End that program ('ss -ltnp' names it) and "
-       "restart the "
-       "service; the restart costs every port its power for a moment."},
-      {"foreign-console", "Another program than the service answers on port 10001.", consoleIsForeign,
-       "'ss -ltnp' names the program. End it; then restart the service, which costs every port its power for "
-       "a "
-       "moment."},
-      {"console-silent", "The console does not answer: the service hangs, or another program has port 10001.",
-       consoleIsSilent,
-       "Check that the log reader reads /dev/log ('ss -xa') and that the bus does not hang. The last resort "
-       "is "
-       "to "
-       "restart the service, which costs every port its power for a moment."},
-      {"no-driver", "The service had no memory for its driver.", driverIsMissing,
-       "Free memory and restart the service; the restart costs no port power that it has not lost already."},
-      {"chip-unreachable", "The chip does not answer: no port can be switched or watched.", chipIsUnreachable,
-       "Check the chip's power and the adapter: 'ls /dev/i2c-0', the kernel's log. Powered ports stay "
-       "powered. "
-       "'No such "
-       "file' or 'busy' in the log need a restart of the service after the repair. Otherwise the service "
-       "sets "
-       "the chip up "
-       "by itself, and every port is without power for a moment."},
-      {"bus-errors",
-       "Transfers on the chip's bus fail; each failure costs every port its power for a moment.",
-       busErrorsGrow,
-       "Make no transfers: no 'info', 'poeport', 'i2cget'. Check the bus: other programs on the adapter, the "
-       "kernel's "
-       "log, plugs and supply of the chip. A restart of the service does not help."},
-      {"bus-errors-earlier", "Transfers have failed again and again since the service started.",
-       busErrorsAreMany,
-       "Each episode cost every port its power for a moment. Look for the times in the log ('Failed reading "
-       "device') and "
-       "for what else used the bus then."},
-      {"bank-7",
-       "Bank 7 has a limit, so the service sets up the chip in every cycle and all ports go off and on.",
-       bank7HasALimit,
-       "Set bankPowerLimit[7] to 0 in the main process's configuration; if it is 0 there, a program beside "
-       "the "
-       "service "
-       "has written register 0x90. The next cycle then leaves the ports on."},
-      {"set-up-again", "The service sets up the chip again and again although transfers succeed.",
-       chipIsSetUpAgain,
-       "The chip loses its registers: check its supply. If bank 7 has a limit in the configuration, set it "
-       "to "
-       "0."},
-      {"supply-low", "The supply is below the minimum shutdown voltage, so the chip powers no port.",
-       supplyIsLow,
-       "Repair the supply of the ports (the 48 V input). Neither service nor main process need a restart: "
-       "the "
-       "ports come "
-       "back by themselves."},
-      {"thermal-shutdown", "The chip is too hot and has switched off its ports.", chipIsHot,
-       "Cool the card: fans, air flow, load of the ports. The ports come back by themselves."},
-      {"engine-idle", "The engine is IDLE: it drops configurations and sends no status.", engineIsIdle,
-       "Restart the service. This costs every port its power for a moment."},
-      {"watchdog-late", "A thread of the service has not run for 60 s.", watchdogIsLate,
-       "A transfer hangs, or the log reader does not read /dev/log. Under systemd the service is restarted "
-       "by "
-       "itself, "
-       "which costs every port its power for a moment."},
-      {"no-main-process", "There is no /queueToMain, so no main process runs and nobody gets a status.",
-       mainProcessIsMissing, "Start the main process. No port loses power by it."},
-      {"status-unread", "Nobody reads the status messages on /queueToMain.", statusIsUnread,
-       "Check why the main process does not read its queue. If it has ended, start it again, before that "
-       "'poectl clean'. "
-       "The ports keep their power, but the service reacts more slowly while the queue is full."},
-      {"not-configured", "No configuration has come since the service started, so all ports are off.",
-       nothingIsConfigured,
-       "Let the main process send its configuration again, usually by restarting the main process. On a "
-       "bench: "
-       "'poectl "
-       "apply FILE'. A port that has no power loses none."},
-      {"limits-above-bank", "The limits do not fit into the bank, so the service switches ports off and on.",
-       limitsExceedTheBank,
-       "Lower the limits or raise the bank's limit in the main process's configuration. 'poectl explain FILE "
-       "--status' "
-       "shows the shares. Ports that fit keep their power."},
-      {"bad-priority",
-       "A configuration gives a port a priority other than 1 to 3, so the port is never served.",
-       priorityIsWrong,
-       "Correct the priority in the main process's configuration. Without room in the bank, the port loses "
-       "its "
-       "power "
-       "again and again; the correction costs no port its power."},
-  };
-  return rules;
+std::vector<CardRule> cardRules() {
+  return {std::begin(CARD_RULES), std::end(CARD_RULES)};
 }

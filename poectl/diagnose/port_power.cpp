@@ -63,7 +63,7 @@ std::optional<std::uint32_t> classWatts(const std::string& word) {
 
 std::string classOf(const CardLooks& looks, unsigned port) {
   for (auto look = looks.free.rbegin(); look != looks.free.rend(); ++look) {
-    const std::string word = look->channel[port].text("pclass");
+    std::string word = look->channel[port].text("pclass");
     if (classWatts(word)) {
       return word;
     }

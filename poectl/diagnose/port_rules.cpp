@@ -4,6 +4,8 @@
 #include "poectl/diagnose/rules.h"
 #include "text/text.h"
 
+#include <iterator>
+
 namespace {
 
 Evidence fetFails(const CardLooks& looks, unsigned port) {
@@ -130,54 +132,55 @@ Evidence nothingExplains(const CardLooks& looks, unsigned port) {
                                      : "";
 }
 
+constexpr PortRule PORT_RULES[] = {
+    {"fet-error", "The chip reports a FET error.", fetFails,
+     "Hardware of this port: use another port and replace the card. Other ports are not affected."},
+    {"mosfet-hot", "The port's MOSFET is too hot.", mosfetIsHot,
+     "Unplug the device, cool the card, and look for an overload. The port comes back by itself; other "
+     "ports "
+     "are not "
+     "affected."},
+    {"foreign-program", "Another program has changed the port's registers behind the service's back.",
+     registersDiffer,
+     "Find the program that uses /dev/i2c-0 ('fuser -v /dev/i2c-0') or the console's writeReg, and end it. "
+     "Then let the "
+     "main process send another setting of this port and the right one again; that costs this port its "
+     "power "
+     "for a "
+     "moment. A restart of the service helps too, but costs all ports."},
+    {"bad-signature", "What is plugged in has no valid signature.", signatureIsBad,
+     "Check the cable, then the device: SHORT is a short circuit, the others are damaged cables or devices "
+     "without "
+     "Power over Ethernet. Other ports are not affected."},
+    {"detection-failed", "The chip's detection of a device fails.", detectionFails,
+     "Check the cable, then the device, with another port. Other ports are not affected."},
+    {"denied-by-port-limit", "The port's limit is below what the device may draw, so it gets no power.",
+     deniedByLimit,
+     "Raise the limit of this port in the main process's configuration, or use a device of a lower class. "
+     "This costs no "
+     "port its power as long as all limits fit into the bank."},
+    {"denied-by-bank", "The bank's limit leaves too little for the device, so it gets no power.",
+     deniedByBank,
+     "Raise the limit of the active bank, give the port a better priority (which takes the power from "
+     "another port), or "
+     "unplug another device."},
+    {"denied-device", "The device draws more than its class, so the chip refuses its power.", deniedDevice,
+     "Limits allow what the class may draw: the device is faulty or announces a wrong class. Try another "
+     "device."},
+    {"overload", "The device draws more than it may, and the chip switches it off.", overloadsGrow,
+     "Compare what the device needs with the port's limit and its class; try another device and cable."},
+    {"short", "The powered port is short-circuited.", shortsGrow,
+     "Unplug the cable, check it and the device. Other ports are not affected."},
+    {"underload", "The device draws too little to keep its power and is switched off.", underloadsGrow,
+     "Check plug and cable for loose contacts; a device that draws less than about 0.5 W is disconnected."},
+    {"class-error", "The classification of the device fails.", classErrorsGrow,
+     "Check the cable, then the device, with another port. Other ports are not affected."},
+};
+
 } // namespace
 
-const std::vector<PortRule>& portRules() {
-  static const std::vector<PortRule> rules = {
-      {"fet-error", "The chip reports a FET error.", fetFails,
-       "Hardware of this port: use another port and replace the card. Other ports are not affected."},
-      {"mosfet-hot", "The port's MOSFET is too hot.", mosfetIsHot,
-       "Unplug the device, cool the card, and look for an overload. The port comes back by itself; other "
-       "ports "
-       "are not "
-       "affected."},
-      {"foreign-program", "Another program has changed the port's registers behind the service's back.",
-       registersDiffer,
-       "Find the program that uses /dev/i2c-0 ('fuser -v /dev/i2c-0') or the console's writeReg, and end it. "
-       "Then let the "
-       "main process send another setting of this port and the right one again; that costs this port its "
-       "power "
-       "for a "
-       "moment. A restart of the service helps too, but costs all ports."},
-      {"bad-signature", "What is plugged in has no valid signature.", signatureIsBad,
-       "Check the cable, then the device: SHORT is a short circuit, the others are damaged cables or devices "
-       "without "
-       "Power over Ethernet. Other ports are not affected."},
-      {"detection-failed", "The chip's detection of a device fails.", detectionFails,
-       "Check the cable, then the device, with another port. Other ports are not affected."},
-      {"denied-by-port-limit", "The port's limit is below what the device may draw, so it gets no power.",
-       deniedByLimit,
-       "Raise the limit of this port in the main process's configuration, or use a device of a lower class. "
-       "This costs no "
-       "port its power as long as all limits fit into the bank."},
-      {"denied-by-bank", "The bank's limit leaves too little for the device, so it gets no power.",
-       deniedByBank,
-       "Raise the limit of the active bank, give the port a better priority (which takes the power from "
-       "another port), or "
-       "unplug another device."},
-      {"denied-device", "The device draws more than its class, so the chip refuses its power.", deniedDevice,
-       "Limits allow what the class may draw: the device is faulty or announces a wrong class. Try another "
-       "device."},
-      {"overload", "The device draws more than it may, and the chip switches it off.", overloadsGrow,
-       "Compare what the device needs with the port's limit and its class; try another device and cable."},
-      {"short", "The powered port is short-circuited.", shortsGrow,
-       "Unplug the cable, check it and the device. Other ports are not affected."},
-      {"underload", "The device draws too little to keep its power and is switched off.", underloadsGrow,
-       "Check plug and cable for loose contacts; a device that draws less than about 0.5 W is disconnected."},
-      {"class-error", "The classification of the device fails.", classErrorsGrow,
-       "Check the cable, then the device, with another port. Other ports are not affected."},
-  };
-  return rules;
+std::vector<PortRule> portRules() {
+  return {std::begin(PORT_RULES), std::end(PORT_RULES)};
 }
 
 const PortRule UNEXPLAINED = {

@@ -17,7 +17,7 @@ struct CardRule {
 };
 
 // The causes of the whole card first to last.
-const std::vector<CardRule>& cardRules();
+std::vector<CardRule> cardRules();
 
 struct PortRule {
   const char* name;
@@ -26,7 +26,7 @@ struct PortRule {
   const char* remedy;
 };
 
-const std::vector<PortRule>& portRules();
+std::vector<PortRule> portRules();
 // For a port that no other rule explains.
 extern const PortRule UNEXPLAINED;
 

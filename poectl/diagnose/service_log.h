@@ -52,7 +52,7 @@ public:
   using std::runtime_error::runtime_error;
 };
 
-constexpr std::size_t MAX_LOG_BYTES = 256 * 1024; // of a log's end
+constexpr std::size_t MAX_LOG_BYTES = std::size_t{256} * 1024; // of a log's end
 
 // The end of a log file, and later what has been added to it. A file, not a pipe. One thread.
 class LogTail {

@@ -19,6 +19,7 @@ bool explainsPorts(const std::vector<Verdict>& verdicts, unsigned port) {
 
 std::vector<Verdict> verdictsOn(const CardLooks& looks) {
   std::vector<Verdict> verdicts;
+  const std::vector<PortRule> ofPorts = portRules();
   for (const CardRule& rule : cardRules()) {
     const Evidence evidence = rule.evidence(looks);
     if (!evidence.empty()) {
@@ -35,7 +36,7 @@ std::vector<Verdict> verdictsOn(const CardLooks& looks) {
         verdicts.push_back({rule.name, port, rule.words, evidence, rule.remedy});
       }
     };
-    std::for_each(portRules().begin(), portRules().end(), judge);
+    std::for_each(ofPorts.begin(), ofPorts.end(), judge);
     if (!explainsPorts(verdicts, port)) {
       judge(UNEXPLAINED);
     }
@@ -79,7 +80,7 @@ std::string chipLine(const CardLooks& looks) {
   if (looks.free.empty()) {
     return "chip: not known";
   }
-  const std::string line = "chip: " + lastDevice(looks).text("temperature") + " degrees Celsius";
+  std::string line = "chip: " + lastDevice(looks).text("temperature") + " degrees Celsius";
   if (!looks.bus) {
     return line;
   }

@@ -21,6 +21,10 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t MAX_LOG_LINES = 200;
+// No Environment and no ExecStart among them.
+constexpr const char* UNIT_PROPERTIES = "LoadState,ActiveState,SubState,Result,NRestarts,MainPID,"
+                                        "ExecMainStartTimestamp,ExecMainCode,ExecMainStatus,"
+                                        "UnitFileState,WatchdogTimestamp";
 constexpr std::size_t MAX_NAME = 200; // bytes of an adapter's name
 
 class Writer {
@@ -200,9 +204,7 @@ CardReport makeCardReport(const LookOptions& options, const std::function<void(c
   addChild(writer, "packages", {"dpkg-query", "-W", "poe-service", "poe-tools"});
   writer.section("Unit poe-service");
   addChild(writer, "unit poe-service",
-           {"systemctl", "show", "poe-service", "--no-pager", "-p",
-            "LoadState,ActiveState,SubState,Result,NRestarts,MainPID,ExecMainStartTimestamp,ExecMainCode,"
-            "ExecMainStatus,UnitFileState,WatchdogTimestamp"});
+           {"systemctl", "show", "poe-service", "--no-pager", "-p", UNIT_PROPERTIES});
   writer.section("I2C adapters");
   addAdapters(writer);
   writer.section("Kernel");

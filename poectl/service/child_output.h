@@ -8,7 +8,7 @@
 
 struct ChildLimits {
   std::chrono::milliseconds time{5000};
-  std::size_t bytes = 64 * 1024;
+  std::size_t bytes = 65536;
 };
 
 struct ChildOutput {
