@@ -65,6 +65,11 @@ struct Card {
   const char* evidence;              // a part of the output; empty for a healthy card
 };
 
+// The name of the test.
+void PrintTo(const Card& card, std::ostream* out) {
+  *out << card.name;
+}
+
 const std::vector<std::string> TWO_DEVICES = {"--plug", "0 class=2 watts=6", "--plug", "1 class=4 watts=22"};
 
 const Card CARDS[] = {
@@ -239,6 +244,10 @@ struct BusCase {
   const char* options;
   unsigned poePortReports;
 };
+
+void PrintTo(const BusCase& bus, std::ostream* out) {
+  *out << bus.name;
+}
 
 const BusCase BUS_CASES[] = {
     {"UsedOnAHealthyCard",

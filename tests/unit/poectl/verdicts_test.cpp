@@ -110,6 +110,11 @@ struct Case {
   const char* evidence; // of the first one
 };
 
+// The name of the test.
+void PrintTo(const Case& test, std::ostream* out) {
+  *out << test.name;
+}
+
 const Case CASES[] = {
     {"HealthyCard", [](CardLooks&) {}, {}, ""},
     {"HealthyCardWithoutTheBus",
