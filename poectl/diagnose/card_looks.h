@@ -26,6 +26,9 @@ struct BusReports {
   std::optional<std::uint32_t> mode;        // register 0x12, two bits for each port
   std::optional<std::uint32_t> detection;   // register 0x14: bit `port`, and bit `port` + 4
 
+  std::optional<std::uint32_t>
+      marker; // register 0x90, bank 7; only asked for when "info" shows a limit there
+
   // What is known last of a port.
   const ReportLines& port(unsigned port) const { return later[port].empty() ? first[port] : later[port]; }
 };

@@ -68,15 +68,22 @@ Evidence busErrorsAreMany(const CardLooks& looks) {
 }
 
 Evidence bank7HasALimit(const CardLooks& looks) {
-  const bool hasLimit = looks.bus && looks.bus->info.number("- power_limit[7]").value_or(0) != 0;
-  return hasLimit ? looks.bus->info.quote("- power_limit[7]") : "";
+  const bool hasLimit = looks.bus && looks.bus->marker.value_or(0) != 0;
+  return hasLimit ? looks.bus->info.quote("- power_limit[7]") + ", some seconds later " +
+                        std::to_string(*looks.bus->marker)
+                  : "";
 }
 
 Evidence chipIsSetUpAgain(const CardLooks& looks) {
   const LogCount& count = looks.log.of(LogEvent::SET_UP_AGAIN);
-  const bool isExplained = isBusFailing(looks) || !bank7HasALimit(looks).empty();
-  const bool isFound = count.recent != 0 || (count.total >= MANY_EPISODES && busErrorsAreMany(looks).empty());
-  return isFound && !isExplained ? looks.log.quote(LogEvent::SET_UP_AGAIN) : "";
+  if (isBusFailing(looks) || !bank7HasALimit(looks).empty()) {
+    return "";
+  }
+  if (count.recent != 0 || (count.total >= MANY_EPISODES && busErrorsAreMany(looks).empty())) {
+    return looks.log.quote(LogEvent::SET_UP_AGAIN);
+  }
+  const bool hadPowerOnValue = looks.bus && looks.bus->marker == std::optional<std::uint32_t>(0);
+  return hadPowerOnValue ? looks.bus->info.quote("- power_limit[7]") + ", some seconds later 0" : "";
 }
 
 Evidence supplyIsLow(const CardLooks& looks) {

@@ -12,7 +12,7 @@
 namespace {
 
 constexpr unsigned FREE_LOOKS = 5;
-static_assert(MAX_LOOK_TRANSFERS == INFO_TRANSFERS + 2 * POE_PORTS * POEPORT_TRANSFERS + 2);
+static_assert(MAX_LOOK_TRANSFERS == INFO_TRANSFERS + 2 * POE_PORTS * POEPORT_TRANSFERS + 3);
 constexpr ConsoleWait REPLY_WAIT{std::chrono::seconds(5)};
 
 class Looker {
@@ -124,15 +124,26 @@ private:
     }
     bus.mode = readRegister("0x12");
     bus.detection = readRegister("0x14");
-    bool isFirst = true;
+    askAgain(bus);
+  }
+
+  // Some seconds later, what may have changed.
+  void askAgain(BusReports& bus) {
+    const bool hasMarker = bus.info.number("- power_limit[7]").value_or(0) != 0;
+    std::vector<unsigned> ports;
     for (unsigned port = 0; port < POE_PORTS; port++) {
       if (needsSecondReading(port)) {
-        if (isFirst) {
-          std::this_thread::sleep_for(m_options.growth);
-          isFirst = false;
-        }
-        bus.later[port] = busReport("poeport " + std::to_string(port), POEPORT_TRANSFERS);
+        ports.push_back(port);
       }
+    }
+    if (hasMarker || !ports.empty()) {
+      std::this_thread::sleep_for(m_options.growth);
+    }
+    if (hasMarker) {
+      bus.marker = readRegister("0x90");
+    }
+    for (const unsigned port : ports) {
+      bus.later[port] = busReport("poeport " + std::to_string(port), POEPORT_TRANSFERS);
     }
   }
 

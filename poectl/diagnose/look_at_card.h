@@ -22,7 +22,7 @@ struct LookOptions {
 
 // The most transfers that the looks make: "info" 9, "poeport" 10 for each of 4 ports and twice, two
 // registers.
-constexpr unsigned MAX_LOOK_TRANSFERS = 91;
+constexpr unsigned MAX_LOOK_TRANSFERS = 92;
 
 // Takes 3 s, 6 s when a port needs a second reading, each with replies of at most 5 s. `say` is told, in one
 // line, before the bus is used. Throws nothing for what it cannot get: that is noted in the result.

@@ -150,6 +150,13 @@ const Case CASES[] = {
      },
      {},
      ""},
+    {"PowerOnValueOfBank7",
+     [](CardLooks& looks) {
+       looks.bus->info = ReportLines("info", with(INFO, "- power_limit[7]", "144"));
+       looks.bus->marker = 0;
+     },
+     {"set-up-again"},
+     "info: - power_limit[7] = 144, some seconds later 0"},
     {"NoDriver",
      [](CardLooks& looks) {
        looks.bus.reset();
