@@ -29,20 +29,20 @@ sockaddr_in consoleAddress() {
   return address;
 }
 
-std::string explained(const PeerError& error) {
+[[noreturn]] void explain(const PeerError& error) {
   switch (error.kind()) {
   case PeerError::Kind::UNREACHABLE:
-    return "cannot reach " + place() + ": " + error.what() + "; is the service running?";
+    throw ConsoleClosedError("cannot reach " + place() + ": " + error.what() + "; is the service running?");
   case PeerError::Kind::GONE:
-    return std::string("the console has broken the connection: ") + error.what();
+    throw ConsoleError(std::string("the console has broken the connection: ") + error.what());
   case PeerError::Kind::SILENT:
-    return "the console does not reply in time";
+    throw ConsoleSilentError("the console does not reply in time");
   case PeerError::Kind::TOO_LONG:
-    return std::string("the console replies with ") + error.what();
+    throw ConsoleError(std::string("the console replies with ") + error.what());
   case PeerError::Kind::INTERRUPTED:
     break;
   }
-  return "the console was not waited for: interrupted";
+  throw ConsoleError("the console was not waited for: interrupted");
 }
 
 // Everything that the console sends until it closes.
@@ -54,7 +54,7 @@ std::string conversation(const std::string& request, const ConsoleWait& wait) {
     console.send(request, deadline);
     return console.receive(deadline, [](const std::string&) { return false; });
   } catch (const PeerError& error) {
-    throw ConsoleError(explained(error));
+    explain(error);
   }
 }
 

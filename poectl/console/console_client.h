@@ -19,6 +19,18 @@ public:
   using ConsoleError::ConsoleError;
 };
 
+// Nothing listens on the console's port.
+class ConsoleClosedError : public ConsoleError {
+public:
+  using ConsoleError::ConsoleError;
+};
+
+// Something listens and does not reply in time.
+class ConsoleSilentError : public ConsoleError {
+public:
+  using ConsoleError::ConsoleError;
+};
+
 // How long an exchange may take in all, and a descriptor that ends it early when it becomes readable.
 struct ConsoleWait {
   std::chrono::milliseconds limit = std::chrono::seconds(10);

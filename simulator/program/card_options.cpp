@@ -120,6 +120,9 @@ void take(int found, CardOptions* options) {
   case LOG:
     options->logFile = fileName("--log", optarg);
     break;
+  case LOG_TIMES:
+    options->logTimes = true;
+    break;
   case VERSION:
     options->version = true;
     break;
@@ -155,6 +158,9 @@ CardOptions parseCardOptions(int argc, char** argv) {
   }
   if (options.recordTimes && options.recordFile.empty()) {
     throw UsageError("--record-times needs --record FILE");
+  }
+  if (options.logTimes && options.logFile.empty()) {
+    throw UsageError("--log-times needs --log FILE");
   }
   options.command.assign(argv + optind, argv + argc);
   if (options.command.empty()) {

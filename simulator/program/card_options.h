@@ -18,6 +18,7 @@ struct CardOptions {
   bool recordTimes = false;
   bool stepped = false;
   std::string logFile; // empty: the command's syslog lines are left alone
+  bool logTimes = false;
   std::vector<std::string> command;
 };
 

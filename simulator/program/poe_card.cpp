@@ -172,6 +172,9 @@ int run(const CardOptions& options) {
   if (!options.logFile.empty()) {
     const std::string lossSocket = folder->path() + "/log-loss";
     environment = syslogCapture(options.logFile, lossSocket);
+    if (options.logTimes) {
+      environment.emplace_back("POE_CARD_LOG_TIMES", "yes");
+    }
     logLoss.emplace(lossSocket, options.logFile);
   }
   SimulatedCard card(options.stepped ? SimulatedCard::Time::Stepped : SimulatedCard::Time::Real);

@@ -1,6 +1,7 @@
 // Preloaded into the command of poe_card --log: what the command gives to
 // syslog(3) is appended to the file that POE_CARD_SYSLOG names, one line
-// "<PRIORITY> text" a call, in one write. A line that the file does not take is
+// "<PRIORITY> text" a call, in one write, behind the time of day if
+// POE_CARD_LOG_TIMES is set. A line that the file does not take is
 // reported to the datagram socket that POE_CARD_LOG_LOSS names: the error's number.
 //
 // Goes to the kernel directly, opens the file anew for each line and needs no C++
@@ -12,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -23,9 +25,11 @@
 namespace {
 
 constexpr std::size_t USUAL_LINE = 1024;
-constexpr std::size_t PREFIX = sizeof "<0> " - 1;
+constexpr std::size_t PRIORITY = sizeof "<0> " - 1;
+constexpr std::size_t TIME = sizeof "2024-05-06T07:08:09.123Z " - 1;
 
 char logFile[PATH_MAX]; // set before the program runs, constant from then on
+bool writesTimes;       // the same
 sockaddr_un lossSocket; // the same; its path is empty when there is none
 
 // Puts the value of a variable into a place of `size` bytes, or nothing when it is longer.
@@ -38,6 +42,7 @@ void remember(const char* name, char* place, std::size_t size) {
 
 __attribute__((constructor)) void rememberPaths() {
   remember("POE_CARD_SYSLOG", logFile, sizeof logFile);
+  writesTimes = std::getenv("POE_CARD_LOG_TIMES") != nullptr;
   lossSocket.sun_family = AF_UNIX;
   remember("POE_CARD_LOG_LOSS", lossSocket.sun_path, sizeof lossSocket.sun_path);
 }
@@ -64,6 +69,26 @@ void append(const char* line, std::size_t length) {
   syscall(SYS_close, fd);
 }
 
+// The time of day in UTC, if it is wanted, and the priority. Returns the length.
+std::size_t writeHead(char* line, int priority) {
+  std::size_t length = 0;
+  if (writesTimes) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm parts{};
+    gmtime_r(&now.tv_sec, &parts);
+    char time[TIME + 1];
+    length = std::strftime(time, sizeof time, "%Y-%m-%dT%H:%M:%S", &parts);
+    std::snprintf(time + length, sizeof time - length, ".%03uZ ",
+                  static_cast<unsigned>(now.tv_nsec / 1000000) % 1000);
+    length = std::strlen(time);
+    std::memcpy(line, time, length);
+  }
+  const char head[PRIORITY] = {'<', static_cast<char>('0' + LOG_PRI(priority)), '>', ' '};
+  std::memcpy(line + length, head, PRIORITY);
+  return length + PRIORITY;
+}
+
 __attribute__((format(printf, 2, 0))) void capture(int priority, const char* format, va_list arguments) {
   const int callersErrno = errno; // for %m
   if ((setlogmask(0) & LOG_MASK(LOG_PRI(priority))) == 0) {
@@ -73,22 +98,20 @@ __attribute__((format(printf, 2, 0))) void capture(int priority, const char* for
   va_copy(again, arguments);
   char usual[USUAL_LINE];
   char* line = usual;
+  const std::size_t head = writeHead(usual, priority);
   errno = callersErrno;
-  const int formatted = std::vsnprintf(usual + PREFIX, sizeof usual - PREFIX - 1, format, arguments);
+  const int formatted = std::vsnprintf(usual + head, sizeof usual - head - 1, format, arguments);
   if (formatted >= 0) {
-    auto length = PREFIX + static_cast<std::size_t>(formatted);
+    auto length = head + static_cast<std::size_t>(formatted);
     if (length + 2 > sizeof usual) {
       line = static_cast<char*>(std::malloc(length + 2));
       errno = callersErrno;
       if (line != nullptr) {
-        std::vsnprintf(line + PREFIX, length + 1 - PREFIX, format, again);
+        std::memcpy(line, usual, head);
+        std::vsnprintf(line + head, length + 1 - head, format, again);
       }
     }
     if (line != nullptr) {
-      line[0] = '<';
-      line[1] = static_cast<char>('0' + LOG_PRI(priority));
-      line[2] = '>';
-      line[3] = ' ';
       if (line[length - 1] != '\n') {
         line[length++] = '\n';
       }

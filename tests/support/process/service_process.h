@@ -24,6 +24,9 @@ public:
   // Each line of the log starts with its priority, as in "<6> ".
   std::string output() const;
 
+  // The file that holds it.
+  const std::string& outputFile() const { return m_outputFile; }
+
   // Waits until the output contains `text`. False when it does not come.
   bool waitForOutput(const std::string& text) const;
 

@@ -3,7 +3,9 @@
 #include "tests/support/process/command.h"
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
+#include <ctime>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -43,6 +45,22 @@ TEST_P(PoeCardLog, HoldsEachLineWithItsPriorityBesideBusTransfers) {
   EXPECT_EQ(result.status, 0);
   EXPECT_FALSE(result.leftFiles);
   EXPECT_EQ(m_log, "<3> Range Error\n<6> all is well\n");
+}
+
+TEST_P(PoeCardLog, HasTheTimeOfEachLineWhenItIsWanted) {
+  const std::string longText(2000, 'x');
+  runCard({"--log", file(), "--log-times", "--", probe(), "log:3:Range Error", "log:6:" + longText});
+  std::ifstream lines(file());
+  const std::string texts[] = {"<3> Range Error", "<6> " + longText};
+  for (const std::string& text : texts) {
+    std::string line;
+    std::getline(lines, line);
+    tm time{};
+    const char* const rest = strptime(line.c_str(), "%Y-%m-%dT%H:%M:%S", &time);
+    ASSERT_NE(rest, nullptr) << line;
+    EXPECT_LE(std::abs(std::difftime(std::time(nullptr), timegm(&time))), 60) << line;
+    EXPECT_EQ(line.substr(19, 1) + line.substr(23, 2) + line.substr(25), ".Z " + text);
+  }
 }
 
 TEST_P(PoeCardLog, HoldsTheTextAsItIsAndEndsALineOnlyOnce) {

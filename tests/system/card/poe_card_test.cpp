@@ -122,7 +122,7 @@ TEST_P(PoeCardBadOptions, GetOneLineThatSaysWhatIsAcceptedAndStatus2) {
 
 #define ACCEPTED_OPTIONS                                                                                     \
   "; accepted are --plug, --command, --control, --record, --record-times, --stepped, --no-adapter, "         \
-  "--absent, --log, --help, --version, then -- COMMAND"
+  "--absent, --log, --log-times, --help, --version, then -- COMMAND"
 #define ACCEPTED_PLUG                                                                                        \
   "; accepted is plug PORT [class=C] [watts=W] [signature=S] with PORT 0 to 3, C 0 to 4, W 0 to 100, "       \
   "S good, short, capacitance, low, high or none"
@@ -134,6 +134,7 @@ const BadLine BAD_LINES[] = {
     {"CommandWithoutValue", {"--command"}, "--command needs '[SECONDS] WORDS'"},
     {"ControlOfNoName", {"--control", "", "--", "true"}, "--control needs the name of a file"},
     {"RecordWithoutValue", {"--record"}, "--record needs the name of a file"},
+    {"LogTimesWithoutLog", {"--log-times", "--", "true"}, "--log-times needs --log FILE"},
     {"RecordTimesWithoutRecord", {"--record-times", "--", "true"}, "--record-times needs --record FILE"},
     {"ValueForStepped", {"--stepped=1", "--", "true"}, "--stepped takes no value"},
     {"ValueForAFlag", {"--absent=yes", "--", "true"}, "--absent takes no value"},

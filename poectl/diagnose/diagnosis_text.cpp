@@ -1,0 +1,56 @@
+#include "poectl/diagnose/diagnosis_text.h"
+
+#include "poectl/diagnose/verdicts.h"
+#include "text/text.h"
+
+namespace {
+
+std::string sourceText(const CardLooks& looks) {
+  std::string text =
+      "Looked at: the console, " + std::to_string(looks.transfers) + " transfers on the bus; the queues; ";
+  text += looks.logName.empty() ? "no log" : "the log " + looks.logName;
+  return text + ".\n";
+}
+
+std::string verdictText(std::size_t number, const Verdict& verdict) {
+  const std::string place = verdict.port ? ", port " + std::to_string(*verdict.port) : "";
+  return std::to_string(number) + ". " + verdict.name + place + ": " + verdict.words + "\n" +
+         text::wrapped("evidence: " + verdict.evidence, 3) + text::wrapped("remedy: " + verdict.remedy, 3);
+}
+
+std::string gapsText(const CardLooks& looks) {
+  std::string text;
+  if (!looks.whyNoBus.empty()) {
+    text += text::wrapped(
+        "- the reports 'info' and 'poeport', and so supply, limits, counters, engine and watchdog: " +
+        looks.whyNoBus);
+  }
+  if (!looks.logProblem.empty()) {
+    text += text::wrapped("- the log: " + looks.logProblem + " (--log FILE names another)");
+  }
+  if (!looks.status.problem.empty()) {
+    text += text::wrapped("- the queue /queueToMain: " + looks.status.problem);
+  }
+  return text;
+}
+
+} // namespace
+
+std::string diagnosisText(const CardLooks& looks) {
+  std::string text = sourceText(looks) + chipLine(looks) + "\n";
+  for (unsigned port = 0; port < POE_PORTS; port++) {
+    text += portLine(looks, port) + "\n";
+  }
+  const std::vector<Verdict> verdicts = verdictsOn(looks);
+  text += verdicts.empty() ? "\nNothing found.\n" : "\nFound:\n";
+  for (std::size_t number = 0; number < verdicts.size(); number++) {
+    text += verdictText(number + 1, verdicts[number]);
+  }
+  const std::vector<std::string> notes = notesOn(looks);
+  text += notes.empty() ? "" : "\nNo fault, but worth knowing:\n";
+  for (const std::string& note : notes) {
+    text += text::wrapped("- " + note);
+  }
+  const std::string gaps = gapsText(looks);
+  return text + (gaps.empty() ? "" : "\nNot known:\n" + gaps);
+}
