@@ -50,6 +50,12 @@ bool LogFollower::has(const std::string& text) {
   return indexOf(text) < m_lines.size();
 }
 
+void LogFollower::mark() {
+  readOn();
+  m_lines.clear();
+  m_size = m_incomplete.size();
+}
+
 std::string LogFollower::lastLines() {
   std::string text;
   const std::size_t first = m_lines.size() > SHOWN_LINES ? m_lines.size() - SHOWN_LINES : 0;

@@ -46,6 +46,16 @@ TEST_F(LogFollowerTest, DoesNotMoveWhenItOnlyAsks) {
   EXPECT_FALSE(log.has("one"));
 }
 
+TEST_F(LogFollowerTest, GoesOnAfterAMark) {
+  append("one\ntwo\nthr");
+  LogFollower log(m_path);
+  append("ee\nfo");
+  log.mark();
+  EXPECT_FALSE(log.has("three")) << "it was complete when the mark was set";
+  append("ur\n");
+  EXPECT_TRUE(log.find("four"));
+}
+
 TEST_F(LogFollowerTest, WaitsForTheEndOfALine) {
   append("rest");
   LogFollower log(m_path);
