@@ -73,22 +73,24 @@ TEST_F(Play, PrintsAResultForEachStepAndItsReply) {
 TEST_F(Play, ShowsWhyAnExpectationFailedAndGoesOn) {
   const CommandResult result = play("apply four_ports.toml\n"
                                     "after 2 messages\n"
+                                    "expect ports 2 counters unchanged since line 1 for 2 messages\n"
                                     "expect port 2 state FAULT within 2 messages\n"
                                     "expect port 2 state SEARCHING\n");
   const std::string counters = "       0       0         0          0      0         0\n";
   EXPECT_EQ(result.output,
             "TAP version 13\n"
-            "1..4\n"
+            "1..5\n"
             "ok 1 - line 1: apply four_ports.toml\n"
             "ok 2 - line 2: after 2 messages\n"
-            "not ok 3 - line 3: expect port 2 state FAULT within 2 messages\n"
+            "ok 3 - line 3: expect ports 2 counters unchanged since line 1 for 2 messages\n"
+            "not ok 4 - line 4: expect port 2 state FAULT within 2 messages\n"
             "# port 2 state is SEARCHING; expected is FAULT\n"
-            "# message 5: chip running, bank limit 100 W, consumption 0 W, temperature 40 C\n" +
+            "# message 7: chip running, bank limit 100 W, consumption 0 W, temperature 40 C\n" +
                 HEADING + "#    0  on     SEARCHING            -     0       15 " + counters +
                 "#    1  on     SEARCHING            -     0       30 " + counters +
                 "#    2  on     SEARCHING            -     0       15 " + counters +
                 "#    3  on     SEARCHING            -     0       15 " + counters +
-                "ok 4 - line 4: expect port 2 state SEARCHING\n");
+                "ok 5 - line 5: expect port 2 state SEARCHING\n");
   EXPECT_EQ(result.status, 1);
 }
 
@@ -142,9 +144,8 @@ const FailureRow FAILURES[] = {
      "after 1 message\ncard reg 0x79 1\nexpect ports 1,2 counters unchanged since line 1\ncard temperature "
      "30\nexpect ports 0,1 counters unchanged since line 1",
      "port 0 overLoadCounter is 1, was 0; expected is no change since line 1"},
-    {"CountersOfALaterMessage",
-     "card reg 0x79 1\nafter 2 messages\ncard reg 0x79 2\n"
-     "expect ports 0 counters unchanged since line 2 for 2 messages",
+    {"CountersSinceALaterLine",
+     "card reg 0x79 1\nafter 2 messages\ncard reg 0x79 2\nexpect ports 0 counters unchanged since line 2",
      "port 0 overLoadCounter is 2, was 1; expected is no change since line 2"},
     {"LogAfterTheMark", "mark log\nexpect log \"Card is ready\" within 1 message",
      "no line of the log has this text"},
@@ -205,7 +206,7 @@ TEST_F(Play, WaitsForTheCardTheServiceAndTheLogThatStartLater) {
   const CommandResult result = run(ISOLATED " bash -c '" BIN "/poectl play " + file + control + " >" +
                                    m_folder.file("out") + " & sleep 0.3; " BIN "/poe_card" + control +
                                    " -- " BIN "/poe_service >/dev/null & wait %1; status=$?; while kill $! "
-                                              "2>/dev/null; do sleep 0.1; done; exit $status'");
+                                   "2>/dev/null; do sleep 0.1; done; exit $status'");
   EXPECT_EQ(result.status, 0) << result.output << m_folder.read("out");
 }
 
