@@ -100,7 +100,7 @@ void LogFollower::readOn() {
     }
     if (m_size > MAX_KEPT) {
       throw InputError(m_path + ": has grown by more than " + std::to_string(MAX_KEPT) +
-                       " bytes after the last expected line, which is the most accepted");
+                       " bytes after the last expected line or mark, which is the most accepted");
     }
   }
 }
