@@ -201,13 +201,16 @@ TEST_F(Play, BailsOutWithoutACardThatIsNeeded) {
 }
 
 TEST_F(Play, WaitsForTheCardTheServiceAndTheLogThatStartLater) {
-  const std::string file = m_folder.write("f.play", "card show\nexpect log \"Card is ready\"\n");
-  const std::string control = " --control " + m_folder.file("socket") + " --log " + m_folder.file("log");
-  const CommandResult result = run(ISOLATED " bash -c '" BIN "/poectl play " + file + control + " >" +
-                                   m_folder.file("out") + " & sleep 0.3; " BIN "/poe_card" + control +
-                                   " -- " BIN "/poe_service >/dev/null & wait %1; status=$?; while kill $! "
-                                   "2>/dev/null; do sleep 0.1; done; exit $status'");
-  EXPECT_EQ(result.status, 0) << result.output << m_folder.read("out");
+  for (const char* const step : {"card show\n", "expect log \"Card is ready\"\n"}) {
+    const TemporaryDirectory folder;
+    const std::string options = " --control " + folder.file("socket") + " --log " + folder.file("log");
+    const std::string play = BIN "/poectl play " + folder.write("f.play", step) + options + " >" +
+                             folder.file("out") + " & play=$!; ";
+    const std::string card = BIN "/poe_card" + options + " -- " BIN "/poe_service >/dev/null & card=$!; ";
+    const CommandResult result = run(ISOLATED " bash -c '" + play + "sleep 0.3; " + card +
+                                     "wait $play; status=$?; kill $card; wait $card; exit $status'");
+    EXPECT_EQ(result.status, 0) << result.output << folder.read("out");
+  }
 }
 
 TEST_F(Play, BailsOutAtASignalAndRemovesItsQueue) {
