@@ -35,7 +35,7 @@ bool isComplete(const std::string& reply) {
   const std::string card = "the simulated card on " + path;
   switch (error.kind()) {
   case PeerError::Kind::UNREACHABLE:
-    throw CardError("cannot reach " + card + ": " + error.what() + "; is poe_card running with --control?");
+    throw CardAbsent("cannot reach " + card + ": " + error.what() + "; is poe_card running with --control?");
   case PeerError::Kind::GONE:
     throw CardError(card + " is gone: " + error.what());
   case PeerError::Kind::SILENT:

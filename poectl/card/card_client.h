@@ -12,6 +12,12 @@ public:
   using std::runtime_error::runtime_error;
 };
 
+// There is no card, or not yet.
+class CardAbsent : public CardError {
+public:
+  using CardError::CardError;
+};
+
 // What the card answers to a wrong command; the text is the card's own line.
 class CardRefusal : public CardError {
 public:
@@ -22,7 +28,7 @@ public:
 class CardClient {
 public:
   // `stop` ends a wait early when it becomes readable; it stays open longer than the client. Throws
-  // CardError, whose text is one clear line, when there is no card.
+  // CardAbsent, whose text is one clear line, when there is no card, CardError when it cannot be used.
   explicit CardClient(const std::string& path, int stop = PeerConnection::NO_STOP);
 
   // Sends one command line, without its line end, and returns the lines of the reply, each with its line end

@@ -5,11 +5,18 @@
 #include "poectl/scenario/tap.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <thread>
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds START_LIMIT{10}; // for a card and its log that start together with the play
+constexpr std::chrono::milliseconds LOOK_AGAIN{100};
 
 struct PlayOptions {
   std::string file;
@@ -17,30 +24,56 @@ struct PlayOptions {
   std::string log;         // what the service gives to syslog; none when empty
 };
 
-// A card that is not there is found out before anything is done.
-std::optional<CardClient> cardFor(const Scenario& scenario, const std::string& control, int stop) {
-  const bool needed = std::any_of(scenario.begin(), scenario.end(), [](const Step& step) {
+// Waits for the card, so that nothing is done without it. Meanwhile the service must have room for its
+// messages.
+void connect(std::optional<CardClient>& card, const std::string& path, StatusReceiver& receiver) {
+  const Clock::time_point end = Clock::now() + START_LIMIT;
+  while (!card) {
+    try {
+      card.emplace(path, receiver.signalDescriptor());
+    } catch (const CardAbsent& error) {
+      PoeStatus status;
+      if (receiver.next(LOOK_AGAIN, status) == StatusReceiver::Event::INTERRUPTED) {
+        throw PlayStopped("interrupted by a signal");
+      }
+      if (Clock::now() >= end) {
+        throw CardError(error.what() + (" (waited " + std::to_string(START_LIMIT.count()) + " s)"));
+      }
+    }
+  }
+}
+
+bool needsCard(const Scenario& scenario) {
+  return std::any_of(scenario.begin(), scenario.end(), [](const Step& step) {
     return std::holds_alternative<CardStep>(step.action) ||
            std::holds_alternative<RegisterExpectation>(step.action);
   });
-  if (!needed) {
-    return {};
+}
+
+// Waits for a log in a folder that exists.
+void awaitLog(const std::filesystem::path& file) {
+  const Clock::time_point end = Clock::now() + START_LIMIT;
+  std::error_code ignored; // whoever opens the file finds it, too
+  while (!exists(file, ignored) && is_directory(absolute(file, ignored).parent_path(), ignored) &&
+         Clock::now() < end) {
+    std::this_thread::sleep_for(LOOK_AGAIN);
   }
-  return std::make_optional<CardClient>(cardControlPath(control), stop);
 }
 
 std::optional<LogFollower> logFor(const Scenario& scenario, const std::string& name,
                                   const std::string& file) {
   const auto needing = std::find_if(scenario.begin(), scenario.end(), [](const Step& step) {
-    return std::holds_alternative<LogExpectation>(step.action);
+    return std::holds_alternative<LogExpectation>(step.action) ||
+           std::holds_alternative<MarkLogStep>(step.action);
   });
   if (needing == scenario.end()) {
     return {};
   }
   if (file.empty()) {
     throw InputError(name + ":" + std::to_string(needing->line) +
-                     ":1: an expected log needs the log's file; --log FILE is accepted");
+                     ":1: the step needs the log's file; --log FILE is accepted");
   }
+  awaitLog(file);
   return std::make_optional<LogFollower>(file);
 }
 
@@ -53,7 +86,10 @@ int play(const PlayOptions& options) {
   });
   Tap tap(std::cout, scenario.size());
   try {
-    std::optional<CardClient> card = cardFor(scenario, options.cardControl, receiver.signalDescriptor());
+    std::optional<CardClient> card;
+    if (needsCard(scenario)) {
+      connect(card, cardControlPath(options.cardControl), receiver);
+    }
     ScenarioPlayer(receiver, card, log, tap).play(scenario);
   } catch (const std::exception& error) { // PlayStopped, CardError, QueueError
     tap.bailOut(error.what());

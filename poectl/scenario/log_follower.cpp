@@ -50,6 +50,12 @@ bool LogFollower::has(const std::string& text) {
   return indexOf(text) < m_lines.size();
 }
 
+void LogFollower::mark() {
+  readOn();
+  m_lines.clear();
+  m_size = m_incomplete.size();
+}
+
 std::string LogFollower::lastLines() {
   std::string text;
   const std::size_t first = m_lines.size() > SHOWN_LINES ? m_lines.size() - SHOWN_LINES : 0;
@@ -94,7 +100,7 @@ void LogFollower::readOn() {
     }
     if (m_size > MAX_KEPT) {
       throw InputError(m_path + ": has grown by more than " + std::to_string(MAX_KEPT) +
-                       " bytes after the last expected line, which is the most accepted");
+                       " bytes after the last expected line or mark, which is the most accepted");
     }
   }
 }

@@ -16,7 +16,11 @@ public:
   bool find(const std::string& text);
   bool has(const std::string& text);
 
-  // The last few of the lines that find() has not gone past, with control characters made visible.
+  // Goes on after all lines that the log has now.
+  void mark();
+
+  // The last few of the lines that find() and mark() have not gone past, with control characters made
+  // visible.
   std::string lastLines();
 
 private:

@@ -23,7 +23,6 @@ std::string lineText(const ScenarioLine& line) {
 Scenario parseScenario(const std::string& text, const std::string& name,
                        const ConfigReader& readConfiguration) {
   Scenario scenario;
-  std::optional<PoeConfig> lastConfiguration;
   std::istringstream lines(text);
   unsigned number = 0;
   for (std::string raw; std::getline(lines, raw);) {
@@ -37,11 +36,7 @@ Scenario parseScenario(const std::string& text, const std::string& name,
     if (line.words.empty()) {
       continue;
     }
-    Step step{number, lineText(line), readStep(line, place, readConfiguration, lastConfiguration)};
-    if (const auto* apply = std::get_if<ApplyStep>(&step.action)) {
-      lastConfiguration = apply->config;
-    }
-    scenario.push_back(std::move(step));
+    scenario.push_back({number, lineText(line), readStep(line, place, readConfiguration, scenario)});
   }
   if (scenario.empty()) {
     throw ScenarioError(name + ":1:1: the file has no step; " + ACCEPTED_STEPS);

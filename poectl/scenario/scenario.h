@@ -7,7 +7,10 @@
 //   console WORDS [shows "TEXT"]
 //   wait SECONDS
 //   after N messages
+//   mark log
 //   expect port PORT FIELD VALUE [TIMING]        VALUE of a counter also as +N or "+N or more"
+//   expect ports PORT,PORT... FIELD VALUE [TIMING]
+//   expect ports PORT,PORT... counters unchanged since line N [for N messages]
 //   expect chip FIELD VALUE [TIMING]
 //   expect register ADDRESS VALUE [TIMING]
 //   expect log "TEXT" [within LIMIT]
@@ -69,11 +72,20 @@ struct AfterStep {
   unsigned messages;
 };
 
+struct MarkLogStep {};
+
 struct StatusExpectation {
   const StatusField* field;
-  std::optional<unsigned> port; // nothing for a field of the chip
+  std::vector<unsigned> ports; // one message must hold for all of them; none for a field of the chip
   WantedValue wanted;
   Timing timing;
+};
+
+// All counters of these ports are as they were when an earlier step ended.
+struct CountersExpectation {
+  std::vector<unsigned> ports;
+  unsigned line; // of that step
+  Timing timing; // stays
 };
 
 struct RegisterExpectation {
@@ -88,8 +100,8 @@ struct LogExpectation {
   Timing timing;
 };
 
-using StepAction = std::variant<ApplyStep, CardStep, ConsoleStep, WaitStep, AfterStep, StatusExpectation,
-                                RegisterExpectation, LogExpectation>;
+using StepAction = std::variant<ApplyStep, CardStep, ConsoleStep, WaitStep, AfterStep, MarkLogStep,
+                                StatusExpectation, CountersExpectation, RegisterExpectation, LogExpectation>;
 
 struct Step {
   unsigned line;    // of the file

@@ -29,6 +29,7 @@ void ScenarioPlayer::play(const Scenario& scenario) {
   m_history.startStep();
   for (const Step& step : scenario) {
     std::visit([&](const auto& action) { playStep(step, action); }, step.action);
+    m_afterLine[step.line] = m_history.now();
   }
 }
 
@@ -74,9 +75,22 @@ void ScenarioPlayer::playStep(const Step& step, const AfterStep& after) {
   m_tap.result(true, described(step));
 }
 
+void ScenarioPlayer::playStep(const Step& step, const MarkLogStep& /*mark*/) {
+  m_log->mark();
+  m_tap.result(true, described(step));
+}
+
 void ScenarioPlayer::playStep(const Step& step, const StatusExpectation& expectation) {
   report(step, await(expectation.timing, m_history.isNew(),
                      [&] { return judge(expectation, m_history.before(), m_history.now()); }));
+}
+
+void ScenarioPlayer::playStep(const Step& step, const CountersExpectation& expectation) {
+  if (!m_history.isNew()) {
+    m_history.receive();
+  }
+  report(step, await(expectation.timing, true,
+                     [&] { return judge(expectation, m_afterLine.at(expectation.line), m_history.now()); }));
 }
 
 void ScenarioPlayer::playStep(const Step& step, const RegisterExpectation& expectation) {

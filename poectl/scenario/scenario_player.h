@@ -9,6 +9,7 @@
 #include "poectl/scenario/tap.h"
 
 #include <functional>
+#include <map>
 #include <optional>
 
 // Borrows all it is given. One thread.
@@ -37,7 +38,9 @@ private:
   void playStep(const Step& step, const ConsoleStep& console);
   void playStep(const Step& step, const WaitStep& wait);
   void playStep(const Step& step, const AfterStep& after);
+  void playStep(const Step& step, const MarkLogStep& mark);
   void playStep(const Step& step, const StatusExpectation& expectation);
+  void playStep(const Step& step, const CountersExpectation& expectation);
   void playStep(const Step& step, const RegisterExpectation& expectation);
   void playStep(const Step& step, const LogExpectation& expectation);
 
@@ -52,5 +55,6 @@ private:
   std::optional<CardClient>& m_card;
   std::optional<LogFollower>& m_log;
   Tap& m_tap;
-  std::optional<PoeConfig> m_config; // the last one applied
+  std::optional<PoeConfig> m_config;         // the last one applied
+  std::map<unsigned, PoeStatus> m_afterLine; // the last message when the step of a line ended
 };

@@ -18,9 +18,13 @@ constexpr char CARD_FORM[] = "card WORDS is accepted; 'poectl card help' lists t
 constexpr char CONSOLE_FORM[] = "console WORDS or console WORDS shows \"TEXT\" is accepted";
 constexpr char SECONDS_FORM[] = "a time from 0.1 to 3600 s is accepted";
 constexpr char MESSAGES_FORM[] = "1 to 3600 messages are accepted, as in 3 messages";
+constexpr char MARK_FORM[] = "mark log is accepted";
 constexpr char EXPECT_FORM[] =
-    "expect port, expect chip, expect register, expect log and expect no log are accepted";
+    "expect port, expect ports, expect chip, expect register, expect log and expect no log are accepted";
 constexpr char PORT_FORM[] = "a port from 0 to 3 is accepted";
+constexpr char PORTS_FORM[] = "ports from 0 to 3 are accepted, each once, as in 0,1";
+constexpr char COUNTERS_FORM[] = "counters unchanged since line N is accepted";
+constexpr char LINE_FORM[] = "the number of an earlier line that has a step is accepted";
 constexpr char ADDRESS_FORM[] = "an address from 0 to 0xCE is accepted";
 constexpr char VALUE_FORM[] = "a value from 0 to 0xFF is accepted";
 constexpr char LOG_FORM[] = "a text in quotes is accepted, as in expect log \"restarting Port 1\"";
@@ -32,9 +36,9 @@ constexpr char NOTHING_MORE[] = "nothing more is accepted";
 class StepReader {
 public:
   StepReader(const ScenarioLine& line, const std::string& place, const ConfigReader& readConfiguration,
-             const std::optional<PoeConfig>& lastConfiguration)
+             const Scenario& earlier)
       : m_words(line.words), m_end(line.end), m_place(place), m_readConfiguration(readConfiguration),
-        m_lastConfiguration(lastConfiguration) {}
+        m_earlier(earlier) {}
 
   StepAction read() {
     const std::string& step = take(ACCEPTED_STEPS);
@@ -52,6 +56,9 @@ public:
     }
     if (step == "after") {
       return last(AfterStep{takeMessages(MESSAGES_FORM)});
+    }
+    if (step == "mark") {
+      return readMark();
     }
     if (step == "expect") {
       return readExpect();
@@ -71,10 +78,21 @@ private:
         failAtLast("apply: " + std::string(error.what()), "");
       }
     }
-    if (!m_lastConfiguration) {
+    const auto applied = std::find_if(m_earlier.rbegin(), m_earlier.rend(), [](const Step& step) {
+      return std::holds_alternative<ApplyStep>(step.action);
+    });
+    if (applied == m_earlier.rend()) {
       failAtLast("nothing has been applied before", APPLY_FORM);
     }
-    return last(ApplyStep{*m_lastConfiguration});
+    return last(std::get<ApplyStep>(applied->action));
+  }
+
+  MarkLogStep readMark() {
+    const std::string& subject = take(MARK_FORM);
+    if (subject != "log") {
+      failAtLast(text::quoted(subject) + " cannot be marked", MARK_FORM);
+    }
+    return last(MarkLogStep{});
   }
 
   ConsoleStep readConsole() {
@@ -95,11 +113,14 @@ private:
   StepAction readExpect() {
     const std::string& subject = take(EXPECT_FORM);
     if (subject == "port") {
-      const std::optional<unsigned> port = text::numberFrom<unsigned>(take(PORT_FORM));
-      if (!port || *port >= POE_PORTS) {
+      const std::optional<unsigned> port = portFrom(take(PORT_FORM));
+      if (!port) {
         failAtLast(text::quoted(m_words[m_next - 1].text) + " is no port", PORT_FORM);
       }
-      return readStatusExpectation(port, portField, portFieldNames() + " are accepted");
+      return readPortsExpectation({*port});
+    }
+    if (subject == "ports") {
+      return readPortsExpectation(takePorts());
     }
     if (subject == "chip") {
       return readStatusExpectation({}, chipField, chipFieldNames() + " are accepted");
@@ -121,7 +142,29 @@ private:
     failAtLast("unknown subject " + text::quoted(subject), EXPECT_FORM);
   }
 
-  StatusExpectation readStatusExpectation(std::optional<unsigned> port,
+  StepAction readPortsExpectation(std::vector<unsigned> ports) {
+    if (skip("counters")) {
+      return readCountersExpectation(std::move(ports));
+    }
+    return readStatusExpectation(std::move(ports), portField, portFieldNames() + ", counters are accepted");
+  }
+
+  CountersExpectation readCountersExpectation(std::vector<unsigned> ports) {
+    for (const char* const word : {"unchanged", "since", "line"}) {
+      if (!skip(word)) {
+        fail(std::string("the word ") + word + " is missing", COUNTERS_FORM);
+      }
+    }
+    const std::optional<unsigned> line = text::numberFrom<unsigned>(take(LINE_FORM));
+    const bool isStep = line && std::any_of(m_earlier.begin(), m_earlier.end(),
+                                            [&](const Step& step) { return step.line == *line; });
+    if (!isStep) {
+      failAtLast(text::quoted(m_words[m_next - 1].text) + " is no line of an earlier step", LINE_FORM);
+    }
+    return last(CountersExpectation{std::move(ports), *line, readStay()});
+  }
+
+  StatusExpectation readStatusExpectation(std::vector<unsigned> ports,
                                           const StatusField* (*find)(const std::string&),
                                           const std::string& fields) {
     const std::string& name = take(fields);
@@ -129,7 +172,7 @@ private:
     if (field == nullptr) {
       failAtLast("unknown field " + text::quoted(name), fields);
     }
-    StatusExpectation expectation{field, port, {}, {}};
+    StatusExpectation expectation{field, std::move(ports), {}, {}};
     expectation.timing.stays = skip("stays");
     expectation.wanted = readWanted(*field);
     readTiming(expectation.timing);
@@ -168,12 +211,19 @@ private:
 
   LogExpectation readLogAbsence() {
     LogExpectation expectation{takeText(LOG_FORM), true, {}};
-    expectation.timing.stays = true;
-    expectation.timing.messages = skip("for") ? takeMessages(MESSAGES_FORM) : 0;
+    expectation.timing = readStay();
+    return expectation;
+  }
+
+  // At the end of a line: now, and also in so many messages if the line says so.
+  Timing readStay() {
+    Timing timing;
+    timing.stays = true;
+    timing.messages = skip("for") ? takeMessages(MESSAGES_FORM) : 0;
     if (isMore()) {
       fail(text::quoted(m_words[m_next].text) + " is too much", FOR_FORM);
     }
-    return expectation;
+    return timing;
   }
 
   void readTiming(Timing& timing) {
@@ -199,6 +249,29 @@ private:
     } else {
       timing.seconds = takeSeconds(WITHIN_FORM);
     }
+  }
+
+  static std::optional<unsigned> portFrom(const std::string& text) {
+    const std::optional<unsigned> port = text::numberFrom<unsigned>(text);
+    return port && *port < POE_PORTS ? port : std::nullopt;
+  }
+
+  // Ports separated by commas.
+  std::vector<unsigned> takePorts() {
+    const std::string& list = take(PORTS_FORM);
+    std::vector<unsigned> ports;
+    for (std::size_t start = 0, end = 0; end < list.size(); start = end + 1) {
+      end = std::min(list.find(',', start), list.size());
+      const std::optional<unsigned> port = portFrom(list.substr(start, end - start));
+      if (!port || std::find(ports.begin(), ports.end(), *port) != ports.end()) {
+        failAtLast(text::quoted(list) + " is no list of ports", PORTS_FORM);
+      }
+      ports.push_back(*port);
+    }
+    if (ports.empty()) {
+      failAtLast("'' is no list of ports", PORTS_FORM);
+    }
+    return ports;
   }
 
   // A number and the word "messages".
@@ -295,13 +368,13 @@ private:
   const unsigned m_end;
   const std::string& m_place; // FILE:LINE
   const ConfigReader& m_readConfiguration;
-  const std::optional<PoeConfig>& m_lastConfiguration;
+  const Scenario& m_earlier;
   std::size_t m_next = 0;
 };
 
 } // namespace
 
 StepAction readStep(const ScenarioLine& line, const std::string& place, const ConfigReader& readConfiguration,
-                    const std::optional<PoeConfig>& lastConfiguration) {
-  return StepReader(line, place, readConfiguration, lastConfiguration).read();
+                    const Scenario& earlier) {
+  return StepReader(line, place, readConfiguration, earlier).read();
 }

@@ -5,9 +5,9 @@
 #include "poectl/scenario/scenario_line.h"
 
 // All steps, as a part of a sentence.
-constexpr char ACCEPTED_STEPS[] = "apply, card, console, wait, after and expect are accepted";
+constexpr char ACCEPTED_STEPS[] = "apply, card, console, wait, after, mark and expect are accepted";
 
-// The step of a line that has words. `place` is FILE:LINE for the errors; `lastConfiguration` is what the
-// step before that applied one has applied. Throws ScenarioError.
+// The step of a line that has words. `place` is FILE:LINE for the errors; `earlier` are the steps of the
+// lines before it. Throws ScenarioError.
 StepAction readStep(const ScenarioLine& line, const std::string& place, const ConfigReader& readConfiguration,
-                    const std::optional<PoeConfig>& lastConfiguration);
+                    const Scenario& earlier);

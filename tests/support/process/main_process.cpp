@@ -22,9 +22,9 @@ timespec deadline() {
 
 } // namespace
 
-MainProcessQueue::MainProcessQueue() {
+MainProcessQueue::MainProcessQueue(long messages) {
   mq_attr attributes{};
-  attributes.mq_maxmsg = 10;
+  attributes.mq_maxmsg = messages;
   attributes.mq_msgsize = 256; // more than a status message, so that its length is seen
   m_queue = mq_open(QUEUE_TO_MAIN, O_RDWR | O_CREAT | O_EXCL, 0600, &attributes);
   EXPECT_NE(m_queue, NONE) << strerror(errno);

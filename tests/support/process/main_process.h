@@ -11,7 +11,7 @@
 // "/queueToMain", created with these attributes and removed at the end.
 class MainProcessQueue {
 public:
-  MainProcessQueue();
+  explicit MainProcessQueue(long messages = 10);
   MainProcessQueue(const MainProcessQueue&) = delete;
   MainProcessQueue& operator=(const MainProcessQueue&) = delete;
   ~MainProcessQueue();

@@ -55,13 +55,23 @@ TEST_F(Status, IsReportedOncePerCycleAsNotSentWhileThereIsNoQueueForIt) {
   EXPECT_EQ(outputAfterStart(), expected);
 }
 
-TEST_F(Status, IsLostWhileTheQueueIsFullAndComesAgainWhenItIsRead) {
-  startService();
-  status->fill();
-  ASSERT_TRUE(service->waitForOutput("<3> SWERR ERROR DETECTED: components/PoeDriver/pd69104_engine 940 \n"
-                                     "<3> msgsnd failure: Connection timed out\n"));
-  EXPECT_TRUE(service->isRunning());
-  while (status->nextBytes().size() != 188) {
+TEST_F(Status, IsLostWhileTheQueueIsFullAndTheOldOnesAreReadFirst) {
+  const std::string lost = "<3> SWERR ERROR DETECTED: components/PoeDriver/pd69104_engine 940 \n"
+                           "<3> msgsnd failure: Connection timed out\n";
+  status = std::make_unique<MainProcessQueue>(2);
+  service = std::make_unique<ServiceProcess>();
+  status->next();
+  PoeConfig config = onePort();
+  ConfigSender().send(config);
+  while (status->next().status.mainPower != 100) {
+  }
+
+  ASSERT_TRUE(service->waitForOutput(lost)); // two messages with 100 W are in the queue
+  config.bankPowerLimit[0] = 50;
+  ConfigSender().send(config);
+  ASSERT_TRUE(service->waitForOutput(lost + lost)); // the second one would have shown 50 W
+  for (const std::uint32_t limit : {100U, 100U, 50U}) {
+    EXPECT_EQ(status->next().status.mainPower, limit);
   }
 }
 

@@ -43,45 +43,54 @@ TEST_F(Play, PrintsAResultForEachStepAndItsReply) {
                                     "expect register 0x89 100\n"
                                     "expect log \"default configuration\"\n"
                                     "expect no log \"restarting\"\n"
+                                    "mark log\n"
+                                    "expect ports 0,3 state SEARCHING\n"
+                                    "expect ports 0,1,2,3 counters unchanged since line 4 for 1 message\n"
                                     "apply again\n");
-  EXPECT_EQ(result.output, "TAP version 13\n"
-                           "1..11\n"
-                           "ok 1 - line 2: apply four_ports.toml\n"
-                           "ok 2 - line 3: card reg 0x90\n"
-                           "# 0x90 0x00\n"
-                           "ok 3 - line 4: console readReg 0x90 shows \"0x90:0x0\"\n"
-                           "# PD69104Engine: value read 0x90:0x0\n"
-                           "#\n"
-                           "ok 4 - line 5: wait 0.1\n"
-                           "ok 5 - line 6: after 2 messages\n"
-                           "ok 6 - line 7: expect port 0 state SEARCHING\n"
-                           "ok 7 - line 8: expect chip mainPower stays 100 for 1 message\n"
-                           "ok 8 - line 9: expect register 0x89 100\n"
-                           "ok 9 - line 10: expect log \"default configuration\"\n"
-                           "ok 10 - line 11: expect no log \"restarting\"\n"
-                           "ok 11 - line 12: apply again\n");
+  EXPECT_EQ(result.output,
+            "TAP version 13\n"
+            "1..14\n"
+            "ok 1 - line 2: apply four_ports.toml\n"
+            "ok 2 - line 3: card reg 0x90\n"
+            "# 0x90 0x00\n"
+            "ok 3 - line 4: console readReg 0x90 shows \"0x90:0x0\"\n"
+            "# PD69104Engine: value read 0x90:0x0\n"
+            "#\n"
+            "ok 4 - line 5: wait 0.1\n"
+            "ok 5 - line 6: after 2 messages\n"
+            "ok 6 - line 7: expect port 0 state SEARCHING\n"
+            "ok 7 - line 8: expect chip mainPower stays 100 for 1 message\n"
+            "ok 8 - line 9: expect register 0x89 100\n"
+            "ok 9 - line 10: expect log \"default configuration\"\n"
+            "ok 10 - line 11: expect no log \"restarting\"\n"
+            "ok 11 - line 12: mark log\n"
+            "ok 12 - line 13: expect ports 0,3 state SEARCHING\n"
+            "ok 13 - line 14: expect ports 0,1,2,3 counters unchanged since line 4 for 1 message\n"
+            "ok 14 - line 15: apply again\n");
   EXPECT_EQ(result.status, 0);
 }
 
 TEST_F(Play, ShowsWhyAnExpectationFailedAndGoesOn) {
   const CommandResult result = play("apply four_ports.toml\n"
                                     "after 2 messages\n"
+                                    "expect ports 2 counters unchanged since line 1 for 2 messages\n"
                                     "expect port 2 state FAULT within 2 messages\n"
                                     "expect port 2 state SEARCHING\n");
   const std::string counters = "       0       0         0          0      0         0\n";
   EXPECT_EQ(result.output,
             "TAP version 13\n"
-            "1..4\n"
+            "1..5\n"
             "ok 1 - line 1: apply four_ports.toml\n"
             "ok 2 - line 2: after 2 messages\n"
-            "not ok 3 - line 3: expect port 2 state FAULT within 2 messages\n"
+            "ok 3 - line 3: expect ports 2 counters unchanged since line 1 for 2 messages\n"
+            "not ok 4 - line 4: expect port 2 state FAULT within 2 messages\n"
             "# port 2 state is SEARCHING; expected is FAULT\n"
-            "# message 5 from the queue: chip running, bank limit 100 W, consumption 0 W, temperature 40 C\n" +
+            "# message 7 from the queue: chip running, bank limit 100 W, consumption 0 W, temperature 40 C\n" +
                 HEADING + "#    0  on     SEARCHING            -     0       15 " + counters +
                 "#    1  on     SEARCHING            -     0       30 " + counters +
                 "#    2  on     SEARCHING            -     0       15 " + counters +
                 "#    3  on     SEARCHING            -     0       15 " + counters +
-                "ok 4 - line 4: expect port 2 state SEARCHING\n");
+                "ok 5 - line 5: expect port 2 state SEARCHING\n");
   EXPECT_EQ(result.status, 1);
 }
 
@@ -127,6 +136,19 @@ const FailureRow FAILURES[] = {
      "card reg 0x79 2\nexpect port 0 overLoadCounter +2\ncard temperature 20\n"
      "expect port 0 overLoadCounter +2 within 1 message",
      "port 0 overLoadCounter is 2, +0 since the last apply, card or console step; expected is +2"},
+    {"PortsOfTwoMessages",
+     "apply four_ports.toml\nafter 1 message\ncard reg 0x79 1\nafter 2 messages\n"
+     "expect ports 0,1 overLoadCounter +1 within 2 messages",
+     "port 1 overLoadCounter is 0, +0 since the last apply, card or console step; expected is +1"},
+    {"CountersSince",
+     "after 1 message\ncard reg 0x79 1\nexpect ports 1,2 counters unchanged since line 1\ncard temperature "
+     "30\nexpect ports 0,1 counters unchanged since line 1",
+     "port 0 overLoadCounter is 1, was 0; expected is no change since line 1"},
+    {"CountersSinceALaterLine",
+     "card reg 0x79 1\nafter 2 messages\ncard reg 0x79 2\nexpect ports 0 counters unchanged since line 2",
+     "port 0 overLoadCounter is 2, was 1; expected is no change since line 2"},
+    {"LogAfterTheMark", "mark log\nexpect log \"Card is ready\" within 1 message",
+     "no line of the log has this text"},
     {"Register", "expect register 0x43 0x42 within 1 message", "register 0x43 is 0x41; expected is 0x42"},
     {"RegisterStays", "card reg 0x15 1\nexpect register 0x15 stays 0x00 for 1 message",
      "register 0x15 is 0x01; expected is 0x00"},
@@ -168,14 +190,26 @@ TEST_F(Play, BailsOutWithoutAService) {
 }
 
 TEST_F(Play, BailsOutWithoutACardThatIsNeeded) {
+  const std::string play = ISOLATED " " BIN "/poectl play - --control /nowhere/card.socket";
+  const std::string both = "{ echo card show | " + play + " & echo expect register 0 0 | " + play;
   const std::string reason =
-      "TAP version 13\n1..1\n"
       "Bail out! cannot reach the simulated card on /nowhere/card.socket: No such file or "
-      "directory; is poe_card running with --control?\n";
-  for (const char* const step : {"card show", "expect register 0 0"}) {
-    const CommandResult result = playAlone(step, "--control /nowhere/card.socket");
-    EXPECT_EQ(result.output, reason);
-    EXPECT_EQ(result.status, 1);
+      "directory; is poe_card running with --control? (waited 10 s)\n";
+  const CommandResult result = run(both + "; echo status $?; wait $!; echo status $?; } | LC_ALL=C sort");
+  EXPECT_EQ(result.output,
+            "1..1\n1..1\n" + reason + reason + "TAP version 13\nTAP version 13\nstatus 1\nstatus 1\n");
+}
+
+TEST_F(Play, WaitsForTheCardTheServiceAndTheLogThatStartLater) {
+  for (const char* const step : {"card show\n", "expect log \"Card is ready\"\n"}) {
+    const TemporaryDirectory folder;
+    const std::string options = " --control " + folder.file("socket") + " --log " + folder.file("log");
+    const std::string play = BIN "/poectl play " + folder.write("f.play", step) + options + " >" +
+                             folder.file("out") + " & play=$!; ";
+    const std::string card = BIN "/poe_card" + options + " -- " BIN "/poe_service >/dev/null & card=$!; ";
+    const CommandResult result = run(ISOLATED " bash -c '" + play + "sleep 0.3; " + card +
+                                     "wait $play; status=$?; kill $card; wait $card; exit $status'");
+    EXPECT_EQ(result.status, 0) << result.output << folder.read("out");
   }
 }
 
@@ -191,17 +225,19 @@ TEST_F(Play, BailsOutAtASignalAndRemovesItsQueue) {
 // Nothing is printed or created for a file that is refused.
 TEST_F(Play, RefusesABadFileWithOneLineAndStatus2) {
   const CommandResult unknown = playAlone("wait 1\nplug 0\n");
-  EXPECT_EQ(unknown.output, m_file +
-                                ":2:1: unknown step 'plug'; apply, card, console, wait, after and expect "
-                                "are accepted\n");
+  EXPECT_EQ(unknown.output,
+            m_file + ":2:1: unknown step 'plug'; apply, card, console, wait, after, mark and expect "
+                     "are accepted\n");
   EXPECT_EQ(unknown.status, 2);
   const CommandResult configuration = playAlone("apply none.toml\n");
   EXPECT_EQ(configuration.output, m_file + ":1:7: apply: " + m_folder.file("none.toml") +
                                       ": cannot be read: No such file or directory\n");
   EXPECT_EQ(configuration.status, 2);
   const CommandResult log = playAlone("wait 1\nexpect log \"a\"\n");
-  EXPECT_EQ(log.output, m_file + ":2:1: an expected log needs the log's file; --log FILE is accepted\n");
+  EXPECT_EQ(log.output, m_file + ":2:1: the step needs the log's file; --log FILE is accepted\n");
   EXPECT_EQ(log.status, 2);
+  EXPECT_EQ(playAlone("mark log\n").output,
+            m_file + ":1:1: the step needs the log's file; --log FILE is accepted\n");
   const CommandResult noLog = playAlone("expect log \"a\"\n", "--log /nowhere/service.log");
   EXPECT_EQ(noLog.output, "/nowhere/service.log: cannot be read: No such file or directory\n");
   EXPECT_EQ(noLog.status, 2);
@@ -210,7 +246,7 @@ TEST_F(Play, RefusesABadFileWithOneLineAndStatus2) {
 TEST_F(Play, TakesTheScenarioFromStandardInput) {
   const CommandResult result = run("echo plug | " BIN "/poectl play -");
   EXPECT_EQ(result.output,
-            "standard input:1:1: unknown step 'plug'; apply, card, console, wait, after and expect "
+            "standard input:1:1: unknown step 'plug'; apply, card, console, wait, after, mark and expect "
             "are accepted\n");
   EXPECT_EQ(result.status, 2);
 }

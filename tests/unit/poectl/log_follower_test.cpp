@@ -46,6 +46,16 @@ TEST_F(LogFollowerTest, DoesNotMoveWhenItOnlyAsks) {
   EXPECT_FALSE(log.has("one"));
 }
 
+TEST_F(LogFollowerTest, GoesOnAfterAMark) {
+  append("one\ntwo\nthr");
+  LogFollower log(m_path);
+  append("ee\nfo");
+  log.mark();
+  EXPECT_FALSE(log.has("three")) << "it was complete when the mark was set";
+  append("ur\n");
+  EXPECT_TRUE(log.find("four"));
+}
+
 TEST_F(LogFollowerTest, WaitsForTheEndOfALine) {
   append("rest");
   LogFollower log(m_path);
@@ -89,9 +99,9 @@ TEST_F(LogFollowerTest, DoesNotWaitForAFifo) {
 
 TEST_F(LogFollowerTest, RefusesToKeepMoreThan16MiB) {
   ASSERT_EQ(truncate(m_path.c_str(), 16L * 1024 * 1024 + 1), 0);
-  EXPECT_EQ(refusalOf(m_path), m_path +
-                                   ": has grown by more than 16777216 bytes after the last expected line, "
-                                   "which is the most accepted");
+  EXPECT_EQ(refusalOf(m_path),
+            m_path + ": has grown by more than 16777216 bytes after the last expected line or mark, "
+                     "which is the most accepted");
   ASSERT_EQ(truncate(m_path.c_str(), 16L * 1024 * 1024), 0);
   EXPECT_EQ(refusalOf(m_path), "accepted");
 }

@@ -20,6 +20,33 @@ TEST(Judge, ComparesAWordOfAPort) {
   EXPECT_EQ(judgement.reason, "port 1 state is SEARCHING; expected is FAULT");
 }
 
+TEST(Judge, HoldsForSeveralPortsIfItHoldsForEachOfThem) {
+  PoeStatus now{};
+  now.port[0].overLoadCounter = 2;
+  now.port[3].overLoadCounter = 2;
+  EXPECT_TRUE(judge(expectation("expect ports 0,3 overLoadCounter +2"), {}, now).holds);
+  const Judgement judgement = judge(expectation("expect ports 0,1,3,2 overLoadCounter 2"), {}, now);
+  EXPECT_FALSE(judgement.holds);
+  EXPECT_EQ(judgement.reason, "port 1 overLoadCounter is 0; port 2 overLoadCounter is 0; expected is 2");
+}
+
+TEST(Judge, NamesTheCountersThatHaveChanged) {
+  const CountersExpectation unchanged{{1, 2}, 4, {}};
+  PoeStatus then{};
+  PoeStatus now{};
+  then.port[1].shortCounter = now.port[1].shortCounter = 7;
+  now.port[0].overLoadCounter = 1; // of another port
+  now.port[2].operStatus = 4;      // no counter
+  EXPECT_TRUE(judge(unchanged, then, now).holds);
+  now.port[1].invalidSignatureCounter = 3;
+  now.port[2].classErrorCounter = 1;
+  const Judgement judgement = judge(unchanged, then, now);
+  EXPECT_FALSE(judgement.holds);
+  EXPECT_EQ(judgement.reason,
+            "port 1 invalidSignatureCounter is 3, was 0; port 2 classErrorCounter is 1, was "
+            "0; expected is no change since line 4");
+}
+
 TEST(Judge, ShowsACodeWithoutAWordAsANumber) {
   PoeStatus now{};
   now.port[0].operStatus = 9;

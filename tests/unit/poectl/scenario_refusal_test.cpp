@@ -33,19 +33,22 @@ TEST_P(ScenarioRefusal, NamesThePlaceAndWhatIsAccepted) {
   EXPECT_EQ(errorOf(GetParam().text), GetParam().error);
 }
 
-const std::string STEPS = "; apply, card, console, wait, after and expect are accepted";
+const std::string STEPS = "; apply, card, console, wait, after, mark and expect are accepted";
 const std::string WORDS = "; words separated by blanks are accepted, and texts between two quotes";
 const std::string APPLY = "; apply FILE or apply again is accepted";
 const std::string CONSOLE = "; console WORDS or console WORDS shows \"TEXT\" is accepted";
 const std::string SECONDS = "; a time from 0.1 to 3600 s is accepted";
 const std::string MESSAGES = "; 1 to 3600 messages are accepted, as in 3 messages";
 const std::string EXPECT =
-    "; expect port, expect chip, expect register, expect log and expect no log are accepted";
+    "; expect port, expect ports, expect chip, expect register, expect log and expect no log are accepted";
 const std::string PORT = "; a port from 0 to 3 is accepted";
+const std::string PORTS = "; ports from 0 to 3 are accepted, each once, as in 0,1";
+const std::string COUNTERS = "; counters unchanged since line N is accepted";
+const std::string LINE = "; the number of an earlier line that has a step is accepted";
 const std::string PORT_FIELDS =
     "; state, class, operStatus, detectionStatus, powerClassification, powerConsumption, "
     "invalidSignatureCounter, powerDeniedCounter, overLoadCounter, underLoadCounter, shortCounter, "
-    "classErrorCounter are accepted";
+    "classErrorCounter, counters are accepted";
 const std::string CHIP_FIELDS = "; mainPower, mainOperStatus, reserved, mainConsumption, deviceTemperature, "
                                 "thermalShutdown, devError are accepted";
 const std::string STATES = "; DISABLED, SEARCHING, DELIVERINGPOWER, FAULT, TEST, OTHERFAULT are accepted";
@@ -98,12 +101,43 @@ const Refusal REFUSALS[] = {
     {"AfterSeconds", "after 3 s", "f.play:1:9: the word messages is missing" + MESSAGES},
     {"AfterMore", "after 3 messages 1", "f.play:1:18: '1' is too much; nothing more is accepted"},
 
+    {"MarkNothing", "mark", "f.play:1:5: the line is not complete; mark log is accepted"},
+    {"MarkUnknown", "mark port", "f.play:1:6: 'port' cannot be marked; mark log is accepted"},
+    {"MarkMore", "mark log x", "f.play:1:10: 'x' is too much; nothing more is accepted"},
+
     {"ExpectNothing", "expect", "f.play:1:7: the line is not complete" + EXPECT},
     {"ExpectUnknown", "expect prot 1", "f.play:1:8: unknown subject 'prot'" + EXPECT},
     {"ExpectNoPort", "expect no port", "f.play:1:11: 'no' is not followed by log" + EXPECT},
     {"PortMissing", "expect port", "f.play:1:12: the line is not complete" + PORT},
     {"PortFour", "expect port 4 state FAULT", "f.play:1:13: '4' is no port" + PORT},
     {"PortAWord", "expect port x state FAULT", "f.play:1:13: 'x' is no port" + PORT},
+    {"PortList", "expect port 0,1 state FAULT", "f.play:1:13: '0,1' is no port" + PORT},
+    {"PortsMissing", "expect ports", "f.play:1:13: the line is not complete" + PORTS},
+    {"PortsEmpty", "expect ports \"\" state FAULT", "f.play:1:14: '' is no list of ports" + PORTS},
+    {"PortsFour", "expect ports 0,4 state FAULT", "f.play:1:14: '0,4' is no list of ports" + PORTS},
+    {"PortsTwice", "expect ports 1,1 state FAULT", "f.play:1:14: '1,1' is no list of ports" + PORTS},
+    {"PortsOpen", "expect ports 0, state FAULT", "f.play:1:14: '0,' is no list of ports" + PORTS},
+    {"PortsGap", "expect ports 0,,1 state FAULT", "f.play:1:14: '0,,1' is no list of ports" + PORTS},
+    {"PortsRange", "expect ports 0-1 state FAULT", "f.play:1:14: '0-1' is no list of ports" + PORTS},
+    {"PortsField", "expect ports 0,1", "f.play:1:17: the line is not complete" + PORT_FIELDS},
+    {"CountersAlone", "expect ports 0,1 counters", "f.play:1:26: the word unchanged is missing" + COUNTERS},
+    {"CountersStay", "expect ports 0,1 counters stays 0",
+     "f.play:1:27: the word unchanged is missing" + COUNTERS},
+    {"CountersSince", "expect ports 0,1 counters unchanged",
+     "f.play:1:36: the word since is missing" + COUNTERS},
+    {"CountersSinceNumber", "expect ports 0,1 counters unchanged since 1",
+     "f.play:1:43: the word line is missing" + COUNTERS},
+    {"CountersLineMissing", "expect ports 0,1 counters unchanged since line",
+     "f.play:1:47: the line is not complete" + LINE},
+    {"CountersOwnLine", "wait 1\nexpect ports 0,1 counters unchanged since line 2",
+     "f.play:2:48: '2' is no line of an earlier step" + LINE},
+    {"CountersLineWithoutAStep", "wait 1\n# x\nexpect ports 0,1 counters unchanged since line 2",
+     "f.play:3:48: '2' is no line of an earlier step" + LINE},
+    {"CountersLineAWord", "wait 1\nexpect ports 0,1 counters unchanged since line one",
+     "f.play:2:48: 'one' is no line of an earlier step" + LINE},
+    {"CountersWithin", "wait 1\nexpect ports 0,1 counters unchanged since line 1 within 3",
+     "f.play:2:50: 'within' is too much" + FOR},
+
     {"PortField", "expect port 1 stat FAULT", "f.play:1:15: unknown field 'stat'" + PORT_FIELDS},
     {"ChipField", "expect chip state FAULT", "f.play:1:13: unknown field 'state'" + CHIP_FIELDS},
     {"StateMissing", "expect port 1 state", "f.play:1:20: the line is not complete" + STATES},

@@ -62,7 +62,7 @@ TEST(Scenario, ReadsWaitsByTimeAndByMessage) {
 TEST(Scenario, ReadsAnExpectationOfAPort) {
   const auto expectation = only<StatusExpectation>("expect port 3 state DELIVERINGPOWER");
   EXPECT_STREQ(expectation.field->name, "state");
-  EXPECT_EQ(expectation.port, 3U);
+  EXPECT_EQ(expectation.ports, std::vector<unsigned>{3});
   EXPECT_EQ(expectation.wanted.kind, WantedValue::Kind::EXACTLY);
   EXPECT_EQ(expectation.wanted.value, 3);
   EXPECT_FALSE(expectation.timing.stays);
@@ -70,10 +70,31 @@ TEST(Scenario, ReadsAnExpectationOfAPort) {
   EXPECT_EQ(expectation.timing.messages, 5U);
 }
 
+TEST(Scenario, ReadsAnExpectationOfSeveralPorts) {
+  const auto expectation = only<StatusExpectation>("expect ports 3,0 state FAULT within 5");
+  EXPECT_EQ(expectation.ports, (std::vector<unsigned>{3, 0}));
+  EXPECT_EQ(expectation.timing.seconds, 5);
+  EXPECT_EQ(only<StatusExpectation>("expect ports 2 class 4").ports, std::vector<unsigned>{2});
+}
+
+TEST(Scenario, ReadsThatCountersAreUnchangedSinceTheStepOfALine) {
+  const Scenario scenario = parse("wait 1\n\nafter 1 message\n"
+                                  "expect ports 1,2 counters unchanged since line 3\n"
+                                  "expect port 0 counters unchanged since line 4 for 2 messages");
+  const auto& now = std::get<CountersExpectation>(scenario.at(2).action);
+  EXPECT_EQ(now.ports, (std::vector<unsigned>{1, 2}));
+  EXPECT_EQ(now.line, 3U);
+  EXPECT_TRUE(now.timing.stays);
+  EXPECT_EQ(now.timing.messages, 0U);
+  const auto& later = std::get<CountersExpectation>(scenario.at(3).action);
+  EXPECT_EQ(later.ports, std::vector<unsigned>{0});
+  EXPECT_EQ(later.timing.messages, 2U);
+}
+
 TEST(Scenario, ReadsAnExpectationOfTheChip) {
   const auto expectation = only<StatusExpectation>("expect chip deviceTemperature -11");
   EXPECT_STREQ(expectation.field->name, "deviceTemperature");
-  EXPECT_FALSE(expectation.port);
+  EXPECT_TRUE(expectation.ports.empty());
   EXPECT_EQ(expectation.wanted.value, -11);
 }
 
@@ -130,6 +151,7 @@ TEST(Scenario, ReadsRegistersInDecimalAndHexadecimal) {
 }
 
 TEST(Scenario, ReadsLinesOfTheLog) {
+  only<MarkLogStep>("mark log");
   const auto present = only<LogExpectation>("expect log \"a line\" within 4 messages");
   EXPECT_EQ(present.text, "a line");
   EXPECT_FALSE(present.absent);

@@ -1,0 +1,75 @@
+// The example of a main process in C, with the real service.
+#include "tests/support/process/main_process.h"
+#include "tests/support/process/service_process.h"
+#include "tests/support/process/wait_until.h"
+#include "tests/system/process/started_command.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <sstream>
+
+namespace {
+
+constexpr uid_t ORDINARY = 54321; // nobody's
+
+class MainProcessInC : public ::testing::Test {
+protected:
+  // A service of the ordinary user, on a card with a PD in port 0. The test keeps the right to go back to
+  // root.
+  void startService() {
+    ASSERT_EQ(setresgid(ORDINARY, ORDINARY, 0), 0);
+    ASSERT_EQ(setresuid(ORDINARY, ORDINARY, 0), 0);
+    service = std::make_unique<ServiceProcess>(ServiceOptions{{"--plug", "0 class=2 watts=6"}, {}});
+    ASSERT_EQ(setresuid(0, 0, 0), 0);
+    ASSERT_EQ(setresgid(0, 0, 0), 0);
+  }
+
+  // Waits for a line after the first occurrence of `start`.
+  bool waitForLineAfter(const std::string& start, const std::string& line) {
+    return waitUntil([&] {
+      const std::string& output = program->output();
+      const std::size_t place = output.find(start);
+      return place != std::string::npos && output.find(line + "\n", place) != std::string::npos;
+    });
+  }
+
+  // What it did with configurations.
+  std::string configurations() {
+    std::istringstream lines(program->output());
+    std::string text;
+    for (std::string line; std::getline(lines, line);) {
+      text += line.rfind("configuration", 0) == 0 ? line + "\n" : "";
+    }
+    return text;
+  }
+
+  std::unique_ptr<StartedCommand> program;
+  std::unique_ptr<ServiceProcess> service;
+};
+
+TEST_F(MainProcessInC, UnderAnyUmaskConfiguresTheServiceOfAnotherUserAndConfiguresItAgainAfterARestart) {
+  const std::string sent = "configuration sent\n";
+  const std::string again = "configuration sent again: the service does not have it\n";
+  if (setresuid(ORDINARY, ORDINARY, 0) != 0) {
+    GTEST_SKIP() << "only root can run the service as another user";
+  }
+  ASSERT_EQ(setresuid(0, 0, 0), 0);
+  program = std::make_unique<StartedCommand>(
+      std::vector<std::string>{"/bin/sh", "-c", "umask 077; exec " MAIN_PROCESS});
+  ASSERT_TRUE(waitUntil([] { return queueExists("/queueToMain"); }));
+
+  startService();
+  EXPECT_TRUE(waitForLineAfter(sent, "port 0: DELIVERINGPOWER")) << program->output();
+  EXPECT_EQ(configurations(), sent);
+
+  EXPECT_EQ(service->interrupt(), 0);
+  startService();
+  EXPECT_TRUE(waitForLineAfter(again, "port 0: DELIVERINGPOWER")) << program->output();
+  EXPECT_EQ(configurations(), sent + again);
+
+  program->send(SIGTERM);
+  EXPECT_EQ(program->wait(), 0) << program->output();
+  EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+} // namespace
