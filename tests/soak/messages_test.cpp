@@ -3,8 +3,6 @@
 #include "tests/support/model/random_card.h"
 #include "tests/support/process/console_connection.h"
 
-#include <cstring>
-#include <random>
 #include <utility>
 
 namespace {
@@ -41,25 +39,6 @@ TEST_F(ConfigurationFlood, EndsWithWhatTheLastOneSays) {
     return isSo;
   });
   EXPECT_TRUE(isTold) << "the status does not tell of the last configuration";
-  expectUnharmed();
-}
-
-// A message is taken as it comes: what it lacks is what the one before it had there.
-TEST_F(ConfigurationFlood, OfWrongSizesIsSurvived) {
-  startPowered();
-  const int count = shortOrLong(100, 10000);
-  RandomCard random(SEED);
-  std::mt19937 sizes(SEED);
-  ConfigSender sender;
-  const auto end = Clock::now() + A_FEW_CYCLES;
-  for (int sent = 0; sent < count || Clock::now() < end; sent++) {
-    char bytes[2000] = {};
-    const PoeConfig config = random.configuration();
-    std::memcpy(bytes + 4, &config, sizeof config);
-    sender.send(bytes, sizes() % (sizeof bytes + 1));
-    takeMessages();
-  }
-  expectPace();
   expectUnharmed();
 }
 
