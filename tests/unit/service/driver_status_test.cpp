@@ -79,6 +79,22 @@ TEST_F(DriverReaders, ConvertToDecivoltsAndMilliampsRoundingHalvesUp) {
   }
 }
 
+TEST_F(DriverReaders, WriteTheCountsOfFourPortsAndNothingBeyondThem) {
+  struct {
+    ChannelCounts counts;
+    PortCounts beyond;
+  } record{{}, {77, 77, 77, 77, 77, 77}};
+  for (unsigned k = 0; k < 6; k++) {
+    registers[0x77 + k] = 0xE4; // port p: p events
+  }
+  EXPECT_TRUE(driver.PoeGetChannelCounts(&record.counts));
+  EXPECT_EQ(record.counts.port[3].invalidSignatureCount, 3U);
+  const PortCounts& beyond = record.beyond;
+  EXPECT_EQ(beyond.invalidSignatureCount + beyond.powerDeniedCount + beyond.overLoadCount +
+                beyond.underLoadCount + beyond.shortCount + beyond.classErrorCount,
+            6 * 77U);
+}
+
 TEST_F(DriverReaders, ReturnTheLowSixBitsOfBothPowerLimits) {
   registers[0x84] = 0xDE;
   registers[0x88] = 0x7F;

@@ -13,21 +13,6 @@ const std::string REST_OF_CYCLE = HEALTHY_CYCLE.substr(std::string("R90 R43 R70 
 
 class ChipCheck : public EngineTest {};
 
-TEST_F(ChipCheck, IsTrueWhateverItFinds) {
-  makeEngine();
-  runCycles({[&] {
-    takeLog();
-    registers[0x90] = 1;
-    EXPECT_TRUE(engine->checkChip());
-    EXPECT_EQ(takeLog(), REINIT_NOTICE);
-    bus.failAll();
-    EXPECT_TRUE(engine->checkChip());
-    bus.failNone();
-    EXPECT_EQ(takeLog(), readFailureReport("90"));
-  }});
-  takeLog();
-}
-
 TEST_F(ChipCheck, RebuildsAChipThatLostItsConfigurationOnce) {
   makeEngine();
   runCycles({[&] {

@@ -93,14 +93,6 @@ TEST_F(EngineStatus, PollsOneOfFourPortsAndRejectsAnyOther) {
   EXPECT_EQ(registersMoved(), "");
 }
 
-// updateOperStatus.
-
-TEST_F(EngineStatus, DerivesTheStatesWithoutATransferAndIsTrue) {
-  makeEngine();
-  EXPECT_TRUE(engine->updateOperStatus());
-  EXPECT_EQ(registersMoved(), "");
-}
-
 // The message.
 
 TEST_F(EngineStatus, SendsTheIdAndTheRecordWithPriorityZeroAndClosesTheQueue) {
