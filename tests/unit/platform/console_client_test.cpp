@@ -64,6 +64,23 @@ protected:
 
 } // namespace
 
+TEST_F(ConsoleClientTest, IsSentItsPromptWithoutAsking) {
+  EXPECT_EQ(read(), "> ");
+}
+
+TEST_F(ConsoleClientTest, WaitsForInputWithoutADeadline) {
+  EXPECT_EQ(m_client.events(), POLLIN);
+  EXPECT_EQ(m_client.deadline(), ConsoleClient::NEVER);
+  EXPECT_FALSE(m_client.isReady());
+}
+
+TEST_F(ConsoleClientTest, IsAnsweredInTheRoundInWhichItsCommandComes) {
+  read();
+  write("Echo one\n");
+  serve(POLLIN);
+  EXPECT_EQ(read(), "[one]\n> ");
+}
+
 TEST_F(ConsoleClientTest, IsReadyWhileItHasMoreCommands) {
   read();
   write("Echo one\nEcho two\n");
@@ -170,6 +187,12 @@ TEST_F(ConsoleClientTest, IsGoneAtTheEndOfItsInput) {
   EXPECT_TRUE(m_client.isGone());
 }
 
+TEST_F(ConsoleClientTest, IsGoneAtAReset) {
+  m_pair.theirs = FileDescriptor(); // with the prompt unread
+  serve(POLLHUP);
+  EXPECT_TRUE(m_client.isGone());
+}
+
 TEST_F(ConsoleClientTest, AnEventWithNothingToReceiveHarmsNothing) {
   serve(POLLIN);
   EXPECT_TRUE(m_client.isServed());
@@ -208,6 +231,14 @@ TEST_F(ConsoleClientTest, IsActiveWhenBytesGoInOrOut) {
   write("E");
   serve(POLLIN);
   EXPECT_EQ(m_client.lastActive(), 100005U);
+}
+
+TEST_F(ConsoleClientTest, IsAnsweredAsIfItHadNotNegotiated) {
+  read();
+  write("\xFF\xFD\x03\xFF\xFB\x18"
+        "Echo \xFF\xFA\x18\n\xFF\xF0one\n");
+  serve(POLLIN);
+  EXPECT_EQ(read(), "[one]\n> ");
 }
 
 TEST_F(ConsoleClientTest, ThatIsDismissedGetsTheReasonAndIsNotServedAnyMore) {

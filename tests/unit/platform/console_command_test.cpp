@@ -42,6 +42,16 @@ public:
 
 } // namespace
 
+TEST(ConsoleCommand, HandsTheWordsAfterTheNameToTheObject) {
+  const Echo echo("Echo");
+  EXPECT_EQ(run("Echo one two"), "[one][two]\n");
+}
+
+TEST(ConsoleCommand, SeparatesWordsAtAnyNumberOfBlanksAndTabs) {
+  const Echo echo("Echo");
+  EXPECT_EQ(run(" \tEcho \t one\t\ttwo  three \t"), "[one][two][three]\n");
+}
+
 TEST(ConsoleCommand, AnObjectMayBeGivenNoWords) {
   Recorder recorder;
   run("Recorder");
@@ -59,6 +69,11 @@ TEST(ConsoleCommand, TheHandlerGetsTheWholeBufferZeroed) {
 TEST(ConsoleCommand, TheReplyEndsAtTheFirstNul) {
   const Talker talker("Talker", [](const auto&) { return std::string("ab\0cd", 5); });
   EXPECT_EQ(run("Talker"), "ab");
+}
+
+TEST(ConsoleCommand, AReplyThatFillsTheBufferNeedsNoNul) {
+  const Talker talker("Talker", [](const auto&) { return std::string(1000, 'x'); });
+  EXPECT_EQ(run("Talker", 64), std::string(64, 'x'));
 }
 
 TEST(ConsoleCommand, AnEmptyBufferGivesAnEmptyReply) {
@@ -83,15 +98,42 @@ TEST(ConsoleCommand, HelpAsksEachObjectForItsLineAndPassesTheCommandToIt) {
   EXPECT_EQ(run("help"), "Echo\n<help>\n");
 }
 
+TEST(ConsoleCommand, HelpListsNothingWhenThereIsNoObject) {
+  EXPECT_EQ(run("help"), "");
+}
+
 TEST(ConsoleCommand, AnObjectNamedHelpGoesBeforeTheList) {
   const Echo echo("help");
   EXPECT_EQ(run("help"), "\n");
+}
+
+TEST(ConsoleCommand, HelpMayHaveFurtherWords) {
+  const Echo echo("Echo");
+  EXPECT_EQ(run("help Echo"), "Echo\n");
 }
 
 TEST(ConsoleCommand, AnUnknownObjectIsNamedAndTheOthersListed) {
   const Echo echo("Echo");
   const Recorder recorder;
   EXPECT_EQ(run("Nobody one two"), "No such object: Nobody\nEcho\n<Nobody><one><two>\n");
+}
+
+TEST(ConsoleCommand, NamesAreMatchedWholeAndInTheirCase) {
+  const Echo echo("Echo");
+  EXPECT_EQ(run("Ech"), "No such object: Ech\nEcho\n");
+  EXPECT_EQ(run("Echoo"), "No such object: Echoo\nEcho\n");
+  EXPECT_EQ(run("echo"), "No such object: echo\nEcho\n");
+}
+
+TEST(ConsoleCommand, ANulMakesAnotherName) {
+  const Echo echo("Echo");
+  EXPECT_EQ(run(std::string("Echo\0 one", 9)), std::string("No such object: Echo\0\nEcho\n", 27));
+}
+
+TEST(ConsoleCommand, OfTwoObjectsWithOneNameTheFirstAnswers) {
+  const Talker first("Same", [](const auto&) { return "first"; });
+  const Talker second("Same", [](const auto&) { return "second"; });
+  EXPECT_EQ(run("Same"), "first");
 }
 
 TEST(ConsoleCommand, OfTwoObjectsWithOneNameTheOtherAnswersWhenTheFirstIsGone) {
@@ -109,4 +151,19 @@ TEST(ConsoleCommand, HasAsManyWordsAsALineCanHold) {
   }
   run(line);
   EXPECT_EQ(recorder.m_argc, 500U);
+}
+
+TEST(ConsoleCommand, BlanksAreNoCommand) {
+  EXPECT_TRUE(ConsoleCommand("").isEmpty());
+  EXPECT_TRUE(ConsoleCommand(" \t ").isEmpty());
+  EXPECT_FALSE(ConsoleCommand(" x ").isEmpty());
+}
+
+TEST(ConsoleCommand, QuitIsTheFirstWord) {
+  EXPECT_TRUE(ConsoleCommand("quit").isQuit());
+  EXPECT_TRUE(ConsoleCommand(" quit\t").isQuit());
+  EXPECT_TRUE(ConsoleCommand("quit now").isQuit());
+  EXPECT_FALSE(ConsoleCommand("Quit").isQuit());
+  EXPECT_FALSE(ConsoleCommand("quitter").isQuit());
+  EXPECT_FALSE(ConsoleCommand("").isQuit());
 }

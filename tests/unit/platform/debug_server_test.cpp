@@ -36,6 +36,19 @@ TEST_P(DebugServerOnBothAddresses, ServesAClient) {
   EXPECT_EQ(client.receiveToEnd(), "");
 }
 
+TEST_F(DebugServerTest, AnswersEachLineWithItsReplyAndAPrompt) {
+  const ConsoleConnection client(m_port.number());
+  client.send("Echo one\r\n\n \t\nhelp\nNobody\nquit\n");
+  EXPECT_EQ(client.receiveToEnd(), "> [one]\n> > > Echo\n> No such object: Nobody\nEcho\n> ");
+}
+
+TEST_F(DebugServerTest, ClosesAtTheEndOfInputAfterTheLastReply) {
+  const ConsoleConnection client(m_port.number());
+  client.send("Echo one\nEcho two\n");
+  client.finish();
+  EXPECT_EQ(client.receiveToEnd(), "> [one]\n> [two]\n> ");
+}
+
 TEST_F(DebugServerTest, WhatComesAfterQuitIsThrownAwayAndSpoilsNothing) {
   const ConsoleConnection client(m_port.number());
   client.receive(2);
@@ -45,6 +58,14 @@ TEST_F(DebugServerTest, WhatComesAfterQuitIsThrownAwayAndSpoilsNothing) {
   }
   client.send("Echo one\nquit\n" + tail);
   EXPECT_EQ(client.receiveToEnd(), "[one]\n> ");
+}
+
+TEST_F(DebugServerTest, RefusesALineOf1025BytesOnceAndGoesOn) {
+  const ConsoleConnection client(m_port.number());
+  client.receive(2);
+  EXPECT_EQ(client.ask("Echo " + std::string(1020, 'x')), "Line too long (at most 1024 bytes)\n");
+  EXPECT_EQ(client.ask("Echo " + std::string(100000, 'x')), "Line too long (at most 1024 bytes)\n");
+  EXPECT_EQ(client.ask("Echo one"), "[one]\n");
 }
 
 TEST_F(DebugServerTest, ListensOnNoOtherAddress) {
