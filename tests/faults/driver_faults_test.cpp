@@ -16,7 +16,7 @@ namespace {
 // the numbers with 77, the flags with `flags`, so that a field that is kept can be told from one that is
 // read.
 struct Operation {
-  const char* name;
+  std::string name;
   std::function<std::string(CPD69104& driver, bool flags)> ofDriver;
   std::function<std::string(DriverModel& model, bool flags)> ofModel;
 };
@@ -30,52 +30,72 @@ std::string text(Values... values) {
 
 #define SETTER(NAME, DRIVER_CALL, MODEL_CALL)                                                                \
   Operation {                                                                                                \
-    NAME, [](CPD69104& driver, bool) { return text(driver.DRIVER_CALL); },                                   \
-        [](DriverModel& model, bool) { return text(model.MODEL_CALL); }                                      \
+    NAME, [=](CPD69104& driver, bool) { return text(driver.DRIVER_CALL); },                                  \
+        [=](DriverModel& model, bool) { return text(model.MODEL_CALL); }                                     \
   }
 
-std::vector<Operation> setters() {
-  return {
+// Port numbers that the setters take, and some that they reject.
+constexpr std::pair<const char*, unsigned> SET_PORTS[] = {
+    {"0", 0},          {"1", 1},          {"2", 2},         {"3", 3}, {"All", 127}, {"BeyondTheLast", 4},
+    {"BelowAll", 126}, {"AboveAll", 128}, {"MinusOne", ~0U}};
+
+std::vector<Operation> portSetters() {
+  std::vector<Operation> all;
+  for (const auto& [name, number] : SET_PORTS) {
+    const std::string port = name;
+    const unsigned c = number;
+    const std::initializer_list<Operation> setters = {
+        SETTER("ModeOf" + port, PoeSetPortMode(c, 2), setMode(c, 2)),
+        SETTER("ModeCutToItsFieldOf" + port, PoeSetPortMode(c, ~2U), setMode(c, ~2U)),
+        SETTER("DetectionOnOf" + port, PoeSetDetectionClassification(c, 3), setDetectionClassification(c, 3)),
+        SETTER("DetectionOffOf" + port, PoeSetDetectionClassification(c, 2),
+               setDetectionClassification(c, 2)),
+        SETTER("DisconnectOnOf" + port, PoeSetPortDisconnect(c, 0xFF), setDisconnect(c, 0xFF)),
+        SETTER("DisconnectOffOf" + port, PoeSetPortDisconnect(c, 0xFE), setDisconnect(c, 0xFE)),
+        SETTER("MidspanOnOf" + port, PoeSetPortMidspan(c, 1), setMidspan(c, 1)),
+        SETTER("MidspanOffOf" + port, PoeSetPortMidspan(c, 0), setMidspan(c, 0)),
+        SETTER("TlimOf" + port, PoeSetPortTlim(c, 9), setTlim(c, 9)),
+        SETTER("PriorityOf" + port, PoeSetPortPriority(c, 3), setPriority(c, 3)),
+        SETTER("PowerLimitOf" + port, PoeSetPortPowerLimit(c, 40000, 999), setPowerLimit(c, 40000, 999)),
+        SETTER("HighPowerOf" + port, PoeSetPortHighPower(c, 1, 1, 0, 375, 1),
+               setHighPower(c, 1, 1, 0, 375, 1)),
+        SETTER("LowPowerOf" + port, PoeSetPortHighPower(c, 2, 0xFE, 3, 2382, 0),
+               setHighPower(c, 2, 0xFE, 3, 2382, 0)),
+        SETTER("PowerInAnIllegalModeOf" + port, PoeSetPortHighPower(c, 0, 0, 0, 1182, 2),
+               setHighPower(c, 0, 0, 0, 1182, 2))};
+    all.insert(all.end(), setters);
+  }
+  return all;
+}
+
+std::vector<Operation> otherSetters() {
+  std::vector<Operation> all = {
       SETTER("Write", PoeWriteReg(0xCE, 0x1FF), write(0xCE, 0x1FF)),
       SETTER("WriteOutOfRange", PoeWriteReg(0xCF, 1), write(0xCF, 1)),
+      SETTER("WriteFarOutOfRange", PoeWriteReg(~0U, 1), write(~0U, 1)),
       SETTER("DefaultConfiguration", PoeSetDefaultConfiguration(), setDefaultConfiguration()),
-      SETTER("Mode", PoeSetPortMode(1, 3), setMode(1, 3)),
-      SETTER("ModeOfAllPorts", PoeSetPortMode(127, 2), setMode(127, 2)),
-      SETTER("ModeOfNoPort", PoeSetPortMode(4, 2), setMode(4, 2)),
-      SETTER("Detection", PoeSetDetectionClassification(3, 1), setDetectionClassification(3, 1)),
-      SETTER("DetectionOfAllPorts", PoeSetDetectionClassification(127, 0),
-             setDetectionClassification(127, 0)),
-      SETTER("DetectionOfNoPort", PoeSetDetectionClassification(126, 0), setDetectionClassification(126, 0)),
-      SETTER("Disconnect", PoeSetPortDisconnect(2, 1), setDisconnect(2, 1)),
-      SETTER("DisconnectOfAllPorts", PoeSetPortDisconnect(127, 3), setDisconnect(127, 3)),
-      SETTER("DisconnectOfNoPort", PoeSetPortDisconnect(5, 1), setDisconnect(5, 1)),
-      SETTER("Midspan", PoeSetPortMidspan(0, 0), setMidspan(0, 0)),
-      SETTER("MidspanOfAllPorts", PoeSetPortMidspan(127, 1), setMidspan(127, 1)),
-      SETTER("MidspanOfNoPort", PoeSetPortMidspan(128, 1), setMidspan(128, 1)),
-      SETTER("Tlim", PoeSetPortTlim(3, 12), setTlim(3, 12)),
-      SETTER("TlimOfAllPorts", PoeSetPortTlim(127, 1000), setTlim(127, 1000)),
-      SETTER("TlimOfNoPort", PoeSetPortTlim(4, 0), setTlim(4, 0)),
-      SETTER("HighPower", PoeSetPortHighPower(1, 1, 1, 0, 375, 1), setHighPower(1, 1, 1, 0, 375, 1)),
-      SETTER("HighPowerOfAllPorts", PoeSetPortHighPower(127, 1, 0, 1, 2382, 0),
-             setHighPower(127, 1, 0, 1, 2382, 0)),
-      SETTER("HighPowerInAnIllegalMode", PoeSetPortHighPower(127, 0, 0, 0, 1182, 2),
-             setHighPower(127, 0, 0, 0, 1182, 2)),
-      SETTER("HighPowerOfNoPort", PoeSetPortHighPower(4, 0, 0, 0, 0, 0), setHighPower(4, 0, 0, 0, 0, 0)),
-      SETTER("Priority", PoeSetPortPriority(2, 3), setPriority(2, 3)),
-      SETTER("PriorityOfAllPorts", PoeSetPortPriority(127, 1), setPriority(127, 1)),
-      SETTER("PriorityOutOfRange", PoeSetPortPriority(2, 4), setPriority(2, 4)),
-      SETTER("PowerLimit", PoeSetPortPowerLimit(0, 40000, 999), setPowerLimit(0, 40000, 999)),
-      SETTER("PowerLimitOfAllPorts", PoeSetPortPowerLimit(127, 15400, 7000), setPowerLimit(127, 15400, 7000)),
-      SETTER("PowerLimitOutOfRange", PoeSetPortPowerLimit(0, 40001, 0), setPowerLimit(0, 40001, 0)),
-      SETTER("BankLimit", PoeSetBankPowerLimit(7, 255), setBankLimit(7, 255)),
-      SETTER("BankLimitOutOfRange", PoeSetBankPowerLimit(0, 256), setBankLimit(0, 256)),
+      SETTER("PriorityZero", PoeSetPortPriority(2, 0), setPriority(2, 0)),
+      SETTER("PriorityOne", PoeSetPortPriority(2, 1), setPriority(2, 1)),
+      SETTER("PriorityFour", PoeSetPortPriority(2, 4), setPriority(2, 4)),
+      SETTER("PriorityMinusOne", PoeSetPortPriority(2, -1), setPriority(2, ~0U)),
+      SETTER("PowerLimitTooHigh", PoeSetPortPowerLimit(0, 40001, 0), setPowerLimit(0, 40001, 0)),
+      SETTER("TemporaryPowerLimit", PoeSetPortPowerLimit(0, 999, 40000), setPowerLimit(0, 999, 40000)),
+      SETTER("TemporaryPowerLimitTooHigh", PoeSetPortPowerLimit(0, 0, 40001), setPowerLimit(0, 0, 40001)),
+      SETTER("BankLimitTooHigh", PoeSetBankPowerLimit(0, 256), setBankLimit(0, 256)),
+      SETTER("LimitOfBankEight", PoeSetBankPowerLimit(8, 0), setBankLimit(8, 0)),
+      SETTER("LimitOfBankMinusOne", PoeSetBankPowerLimit(~0U, ~1U), setBankLimit(~0U, ~1U)),
       SETTER("StaticCalculation", PoeSetPmCalculationStatic(true), setStaticCalculation(true)),
       SETTER("DynamicCalculation", PoeSetPmCalculationStatic(false), setStaticCalculation(false)),
-      SETTER("ResetPorts", PoeResetPorts(0x15), resetPorts(0x15))};
+      SETTER("ResetPorts", PoeResetPorts(0xFFFFFF15), resetPorts(0xFFFFFF15))};
+  for (unsigned bank = 0; bank < 8; bank++) {
+    all.push_back(SETTER("LimitOfBank" + std::to_string(bank), PoeSetBankPowerLimit(bank, 255 - bank),
+                         setBankLimit(bank, 255 - bank)));
+  }
+  return all;
 }
 
 template <bool (CPD69104::*READ)(unsigned, unsigned*), bool (DriverModel::*MODEL_READ)(unsigned, unsigned*)>
-Operation number(const char* name, unsigned argument) {
+Operation number(const std::string& name, unsigned argument) {
   return {name,
           [argument](CPD69104& driver, bool) {
             unsigned value = 77;
@@ -93,8 +113,6 @@ std::vector<Operation> numberReaders() {
   return {number<&CPD69104::PoeReadReg, &DriverModel::read>("Read", 0xCE),
           number<&CPD69104::PoeReadReg16, &DriverModel::read16>("Read16", 0x71),
           number<&CPD69104::PoeReadReg16, &DriverModel::read16>("Read16AtTheLastRegister", 0xCE),
-          number<&CPD69104::PoeGetPortPriority, &DriverModel::getPriority>("PriorityOf", 3),
-          number<&CPD69104::PoeGetPortMode, &DriverModel::getMode>("ModeOf", 2),
           number<&CPD69104::PoeGetBankPowerLimit, &DriverModel::getBankLimit>("LimitOfBank", 6),
           {"ActiveBank",
            [](CPD69104& driver, bool) {
@@ -120,8 +138,8 @@ std::vector<Operation> numberReaders() {
            }}};
 }
 
-Operation channelOf(const char* name, unsigned port) {
-  return {name,
+Operation channelOf(unsigned port) {
+  return {"Channel" + std::to_string(port),
           [port](CPD69104& driver, bool flags) {
             ChannelStatus c{flags, flags, 77, 77, flags, flags, flags, flags, flags};
             const bool good = driver.PoeGetChannelStatus(port, &c);
@@ -164,31 +182,31 @@ Operation counts() {
           }};
 }
 
-Operation measurements() {
-  return {"Measurements",
-          [](CPD69104& driver, bool) {
+Operation measurementsOf(unsigned port) {
+  return {"Measurements" + std::to_string(port),
+          [port](CPD69104& driver, bool) {
             PortMeasurements m{77, 77, 77, 77};
-            const bool good = driver.PoeGetMeasurements(2, &m);
+            const bool good = driver.PoeGetMeasurements(port, &m);
             return text(good, m.main_voltage, m.port_voltage, m.port_current, m.power_consumption);
           },
-          [](DriverModel& model, bool) {
+          [port](DriverModel& model, bool) {
             ModelMeasurements m{77, 77, 77, 77};
-            const bool good = model.getMeasurements(2, &m);
+            const bool good = model.getMeasurements(port, &m);
             return text(good, m.mainVoltage, m.portVoltage, m.current, m.power);
           }};
 }
 
-Operation powerLimits() {
-  return {"PowerLimitsOf",
-          [](CPD69104& driver, bool) {
+Operation powerLimitsOf(unsigned port) {
+  return {"PowerLimits" + std::to_string(port),
+          [port](CPD69104& driver, bool) {
             PortPowerLimits limits{77, 77};
-            const bool good = driver.PoeGetPortPowerLimit(1, &limits);
+            const bool good = driver.PoeGetPortPowerLimit(port, &limits);
             return text(good, limits.pw, limits.tpw);
           },
-          [](DriverModel& model, bool) {
+          [port](DriverModel& model, bool) {
             unsigned pw = 77;
             unsigned tpw = 77;
-            const bool good = model.getPowerLimits(1, &pw, &tpw);
+            const bool good = model.getPowerLimits(port, &pw, &tpw);
             return text(good, pw, tpw);
           }};
 }
@@ -225,14 +243,18 @@ Operation powerStatus() {
 }
 
 std::vector<Operation> operations() {
-  std::vector<Operation> all = setters();
-  for (const Operation& reader : numberReaders()) {
-    all.push_back(reader);
+  std::vector<Operation> all = portSetters();
+  for (const std::vector<Operation>& more : {otherSetters(), numberReaders()}) {
+    all.insert(all.end(), more.begin(), more.end());
   }
-  for (const Operation& reader : {channelOf("ChannelZero", 0), channelOf("ChannelThree", 3), counts(),
-                                  measurements(), powerLimits(), deviceStatus(), powerStatus()}) {
-    all.push_back(reader);
+  for (unsigned port = 0; port < 4; port++) {
+    all.insert(all.end(),
+               {number<&CPD69104::PoeGetPortPriority, &DriverModel::getPriority>(
+                    "Priority" + std::to_string(port), port),
+                number<&CPD69104::PoeGetPortMode, &DriverModel::getMode>("Mode" + std::to_string(port), port),
+                channelOf(port), measurementsOf(port), powerLimitsOf(port)});
   }
+  all.insert(all.end(), {counts(), deviceStatus(), powerStatus()});
   return all;
 }
 

@@ -122,6 +122,9 @@ protected:
       const bool fails = cycle == 0;
       pair.setQueueErrors(fails ? openError : 0, fails ? sendError : 0);
     });
+    pair.setQueueErrors(openError, sendError);
+    pair.sendStatus();
+    EXPECT_EQ(pair.takeDifferences(), "") << "the result of sendStatus";
   }
 };
 

@@ -3,9 +3,7 @@
 #include "tests/support/model/random_card.h"
 #include "tests/support/process/console_connection.h"
 
-#include <cstring>
-#include <random>
-#include <thread>
+#include <utility>
 
 namespace {
 
@@ -44,25 +42,6 @@ TEST_F(ConfigurationFlood, EndsWithWhatTheLastOneSays) {
   expectUnharmed();
 }
 
-// A message is taken as it comes: what it lacks is what the one before it had there.
-TEST_F(ConfigurationFlood, OfWrongSizesIsSurvived) {
-  startPowered();
-  const int count = shortOrLong(100, 10000);
-  RandomCard random(SEED);
-  std::mt19937 sizes(SEED);
-  ConfigSender sender;
-  const auto end = Clock::now() + A_FEW_CYCLES;
-  for (int sent = 0; sent < count || Clock::now() < end; sent++) {
-    char bytes[2000] = {};
-    const PoeConfig config = random.configuration();
-    std::memcpy(bytes + 4, &config, sizeof config);
-    sender.send(bytes, sizes() % (sizeof bytes + 1));
-    takeMessages();
-  }
-  expectPace();
-  expectUnharmed();
-}
-
 TEST_F(ConfigurationFlood, OfUnknownIdsIsReportedLineByLine) {
   startPowered();
   const int count = shortOrLong(3000, 100000);
@@ -77,33 +56,39 @@ TEST_F(ConfigurationFlood, OfUnknownIdsIsReportedLineByLine) {
   EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), count);
 }
 
-using StoppedReader = StressTest;
+class StoppedReader : public StressTest {
+protected:
+  unsigned reportsOfAFullQueue() {
+    const std::string log = outputAfterStart();
+    const std::string report = "msgsnd failure: Connection timed out\n";
+    unsigned reports = 0;
+    for (std::size_t at = log.find(report); at != std::string::npos; at = log.find(report, at + 1)) {
+      reports++;
+    }
+    return reports;
+  }
+};
 
 TEST_F(StoppedReader, CostsMessagesAndASecondOfEachCycleAndGetsAFreshStatusAtOnceWhenItReadsAgain) {
   startPowered();
-  const std::chrono::seconds pause = shortOrLong(std::chrono::seconds(4), std::chrono::seconds(30));
+  const unsigned cycles = shortOrLong(2U, 15U);
   const auto begin = Clock::now();
   status->fill();
   PoeConfig config = onePort();
   config.bankPowerLimit[0] = 55;
   ConfigSender().send(config);
   expectConfigured(config); // nobody waits for the reader
-  const auto end = Clock::now() + pause;
-  unsigned answers = 0;
-  for (; Clock::now() < end; answers++) {
-    EXPECT_NE(askConsole("PD69104Engine info"), "");
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  }
-  EXPECT_GT(answers, pause.count()); // the console is free while the cycle waits
-  const std::string log = outputAfterStart();
-  const std::string report = "msgsnd failure: Connection timed out\n";
   unsigned reports = 0;
-  for (std::size_t at = log.find(report); at != std::string::npos; at = log.find(report, at + 1)) {
-    reports++;
+  while (reports < cycles) {
+    ASSERT_TRUE(waitUntil([&] {
+      EXPECT_NE(askConsole("PD69104Engine info"), ""); // the console is free while the cycle waits
+      const unsigned before = std::exchange(reports, reportsOfAFullQueue());
+      return reports > before;
+    })) << reports
+        << " messages were lost";
   }
-  const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
-  EXPECT_GE(reports, seconds / 4); // one cycle in two seconds
-  EXPECT_LE(reports, seconds / 2 + 2);
+  // One cycle in two seconds, however busy the machine is.
+  EXPECT_LE(reports, std::chrono::duration<double>(Clock::now() - begin).count() / 2 + 2);
 
   while (status->nextBytes().size() != sizeof(PoeStatusMessage)) {
   }

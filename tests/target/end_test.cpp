@@ -38,7 +38,7 @@ void makeReceiveFail(pid_t pid, int descriptor) {
 
 using End = TargetTest;
 
-TEST_F(End, ByAFailedReceiveIsOrderlyAndRemovesTheQueue) {
+TEST_F(End, ByAFailedReceiveIsOrderlyRemovesTheQueueAndAllowsARestart) {
   startService();
   const int descriptor = queueDescriptorOf(service->pid());
   makeReceiveFail(service->pid(), descriptor);
@@ -51,13 +51,6 @@ TEST_F(End, ByAFailedReceiveIsOrderlyAndRemovesTheQueue) {
       static_cast<unsigned>(descriptor));
   EXPECT_EQ(log.take(), START_LOG + failure);
   EXPECT_EQ(service->output(), START_OUTPUT);
-}
-
-TEST_F(End, IsFollowedByARestartThatTakesConfigurations) {
-  startService();
-  makeReceiveFail(service->pid(), queueDescriptorOf(service->pid()));
-  EXPECT_EQ(service->wait(), 0);
-  log.take();
   startService();
   configureScene();
   EXPECT_EQ(chip->read(0x82), 30);

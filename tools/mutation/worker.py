@@ -16,7 +16,8 @@ LIBRARY = "poe_driver"  # without the process entry
 # The test programs in the order of what they cost: processor time in s above which a mutant hangs, and arguments. Of the
 # tests with every fault, those that take 6 s in all; each of the others takes longer than that.
 QUICK_FAULTS = "--gtest_filter=-EveryFault.*:*Cycle*:*Recovery:*ByForce:*HasLost*:*ConsoleReports"
-PROGRAMS = [("poe_main_tests", 2), ("poe_unit_tests", 2), ("poe_reliability_tests", 40, QUICK_FAULTS)]
+PROGRAMS = [("poe_main_tests", 2), ("poe_unit_tests", 2), ("poe_random_run", 5, "--cycles", "2000", "--seed", "1"),
+            ("poe_reliability_tests", 40, QUICK_FAULTS)]
 ENDED_BY_LIMIT = {-signal.SIGXCPU, -signal.SIGKILL}
 # An index beyond its array ends the program, as in the preset asan.
 SETTINGS = ["-DCMAKE_CXX_FLAGS=-O0 -w -fsanitize=bounds -fsanitize-undefined-trap-on-error",
@@ -57,7 +58,7 @@ class Worker:
     # The time for one that waits and does nothing is generous, as the machine may be busy.
     def test(self, program, seconds, arguments):
         command = ["prlimit", f"--cpu={seconds}", os.path.join(self.build_folder, "bin", program),
-                   "--gtest_fail_fast", "--gtest_brief=1", *arguments]
+                   *(arguments if "--cycles" in arguments else ["--gtest_fail_fast", "--gtest_brief=1", *arguments])]
         try:
             status = subprocess.run(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                     stderr=subprocess.DEVNULL, timeout=15 + 2 * seconds).returncode

@@ -22,13 +22,10 @@ TriedEvent tryEvent(const PowerEvent& event) {
 
 } // namespace
 
-std::vector<TriedEvent> tryAll(const std::function<void(std::size_t done, std::size_t all)>& progress) {
-  const std::vector<PowerEvent> events = powerEvents();
+std::vector<TriedEvent> tryAll() {
   std::vector<TriedEvent> tried;
-  for (const PowerEvent& event : events) {
-    progress(tried.size(), events.size());
+  for (const PowerEvent& event : powerEvents()) {
     tried.push_back(tryEvent(event));
   }
-  progress(tried.size(), events.size());
   return tried;
 }

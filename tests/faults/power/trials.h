@@ -3,7 +3,6 @@
 
 #include "tests/faults/power/power_events.h"
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -17,5 +16,4 @@ struct TriedEvent {
   std::vector<Trial> trials;
 };
 
-// `progress` is told before each event how many of how many are tried.
-std::vector<TriedEvent> tryAll(const std::function<void(std::size_t done, std::size_t all)>& progress);
+std::vector<TriedEvent> tryAll();

@@ -118,7 +118,7 @@ void ServicePair::handleConfig(const PoeConfig& config) {
 }
 
 void ServicePair::applyConfig(const PoeConfig& config, bool force) {
-  engine->applyConfig(config, force);
+  note(engine->applyConfig(config, force) ? "" : "applyConfig is false");
   follow([&] { model.applyConfig(config, force); });
 }
 
@@ -128,12 +128,12 @@ void ServicePair::configurePort(unsigned port, const PoePortConfig& config) {
 }
 
 void ServicePair::checkChip() {
-  engine->checkChip();
+  note(engine->checkChip() ? "" : "checkChip is false");
   follow([&] { model.checkChip(); });
 }
 
 void ServicePair::audit() {
-  engine->audit();
+  note(engine->audit() ? "" : "audit is false");
   follow([&] { model.audit(); });
 }
 
@@ -143,7 +143,7 @@ void ServicePair::pollPort(unsigned port) {
 }
 
 void ServicePair::updateOperStatus() {
-  engine->updateOperStatus();
+  note(engine->updateOperStatus() ? "" : "updateOperStatus is false");
   follow([&] { model.updateOperStatus(); });
 }
 

@@ -1,65 +1,36 @@
 #include "tests/support/process/message_scene.h"
 
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
 constexpr std::size_t CONFIG_MESSAGE_SIZE = 1124;
 
-struct Bytes {
-  std::size_t offset;
-  const char* hex;
-};
-
-// clang-format off
-#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-constexpr Bytes CONFIG_BYTES[] = {{20, "00000064"},                             // bank 0
-                                  {28, "00000055"},                             // bank 2
-                                  {40, "000000C8"},                             // bank 5
-                                  {52, "01"},  {56, "00000001" "00003A98"},     // port 0
-                                  {320, "01"}, {324, "00000002" "00007530"},    // port 1
-                                  {588, "00"}, {592, "00000003" "00003A98"},    // port 2
-                                  {856, "01"}, {860, "00000003" "00003A98"}};   // port 3
-constexpr Bytes PORT_1_AT_20_WATTS = {328, "00004E20"};
-constexpr const char STATUS_BYTES[] =
-    "00000011" "00000055" "00000001" "00000000" "00000028"
-    "00000003" "00000004" "00000005" "00000016" "00000001" "00000004" "00000003" "00000000" "00000001" "00000002"
-    "00000002" "00000006" "00000000" "00000000" "00000002" "00000002" "00000000" "00000003" "00000001" "00000003"
-    "00000001" "00000002" "00000001" "00000003" "00000003" "00000000" "00000001" "00000002" "00000001" "00000000"
-    "00000004" "00000001" "00000004" "0000000F" "00000001" "00000006" "00000002" "00000001" "00000000" "00000001"
-    "FFFFFFEE" "00" "00" "0000";
-#else
-constexpr Bytes CONFIG_BYTES[] = {{20, "64000000"},                             // bank 0
-                                  {28, "55000000"},                             // bank 2
-                                  {40, "C8000000"},                             // bank 5
-                                  {52, "01"},  {56, "01000000" "983A0000"},     // port 0
-                                  {320, "01"}, {324, "02000000" "30750000"},    // port 1
-                                  {588, "00"}, {592, "03000000" "983A0000"},    // port 2
-                                  {856, "01"}, {860, "03000000" "983A0000"}};   // port 3
-constexpr Bytes PORT_1_AT_20_WATTS = {328, "204E0000"};
-constexpr const char STATUS_BYTES[] =
-    "11000000" "55000000" "01000000" "00000000" "28000000"
-    "03000000" "04000000" "05000000" "16000000" "01000000" "04000000" "03000000" "00000000" "01000000" "02000000"
-    "02000000" "06000000" "00000000" "00000000" "02000000" "02000000" "00000000" "03000000" "01000000" "03000000"
-    "01000000" "02000000" "01000000" "03000000" "03000000" "00000000" "01000000" "02000000" "01000000" "00000000"
-    "04000000" "01000000" "04000000" "0F000000" "01000000" "06000000" "02000000" "01000000" "00000000" "01000000"
-    "EEFFFFFF" "00" "00" "0000";
-#endif
-// clang-format on
-
-std::vector<std::uint8_t> fromHex(const std::string& hex) {
-  std::vector<std::uint8_t> bytes;
-  for (std::size_t digit = 0; digit < hex.size(); digit += 2) {
-    bytes.push_back(static_cast<std::uint8_t>(std::stoul(hex.substr(digit, 2), nullptr, 16)));
-  }
-  return bytes;
+void put(std::vector<std::uint8_t>& message, std::size_t offset, std::uint32_t word) {
+  std::memcpy(message.data() + offset, &word, sizeof word);
 }
 
-void put(std::vector<std::uint8_t>& message, const Bytes& bytes) {
-  std::size_t offset = bytes.offset;
-  for (const std::uint8_t byte : fromHex(bytes.hex)) {
-    message.at(offset++) = byte;
+struct Port {
+  std::uint8_t isEnabled;
+  std::uint32_t priority;
+  std::uint32_t powerLimit; // mW
+};
+
+std::vector<std::uint8_t> configMessage(std::uint32_t limitOfPort1) {
+  const Port ports[] = {{1, 1, 15000}, {1, 2, limitOfPort1}, {0, 3, 15000}, {1, 3, 15000}};
+  std::vector<std::uint8_t> message(CONFIG_MESSAGE_SIZE);
+  put(message, 20, 100); // bank 0
+  put(message, 28, 85);  // bank 2
+  put(message, 40, 200); // bank 5
+  std::size_t offset = 52;
+  for (const Port& port : ports) {
+    message.at(offset) = port.isEnabled;
+    put(message, offset + 4, port.priority);
+    put(message, offset + 8, port.powerLimit);
+    offset += 268;
   }
+  return message;
 }
 
 } // namespace
@@ -73,21 +44,64 @@ const std::map<std::uint8_t, std::uint8_t> SCENE_REGISTERS = {
     {0x92, 22},   {0x93, 0},    {0x94, 3},    {0x95, 15},   {0x96, 40}};  // W
 
 std::vector<std::uint8_t> sceneConfigMessage() {
-  std::vector<std::uint8_t> message(CONFIG_MESSAGE_SIZE);
-  for (const Bytes& bytes : CONFIG_BYTES) {
-    put(message, bytes);
-  }
-  return message;
+  return configMessage(30000);
 }
 
 std::vector<std::uint8_t> sceneConfigMessageWithPort1At20Watts() {
-  std::vector<std::uint8_t> message = sceneConfigMessage();
-  put(message, PORT_1_AT_20_WATTS);
-  return message;
+  return configMessage(20000);
 }
 
 std::vector<std::uint8_t> sceneStatusMessage() {
-  return fromHex(STATUS_BYTES);
+  const std::uint32_t words[] = {17,
+                                 85,
+                                 1,
+                                 0,
+                                 40, // the id, and the chip as a whole
+                                 3,
+                                 4,
+                                 5,
+                                 22,
+                                 1,
+                                 4,
+                                 3,
+                                 0,
+                                 1,
+                                 2, // port 0
+                                 2,
+                                 6,
+                                 0,
+                                 0,
+                                 2,
+                                 2,
+                                 0,
+                                 3,
+                                 1,
+                                 3, // port 1
+                                 1,
+                                 2,
+                                 1,
+                                 3,
+                                 3,
+                                 0,
+                                 1,
+                                 2,
+                                 1,
+                                 0, // port 2
+                                 4,
+                                 1,
+                                 4,
+                                 15,
+                                 1,
+                                 6,
+                                 2,
+                                 1,
+                                 0,
+                                 1,                               // port 3
+                                 static_cast<std::uint32_t>(-18), // degrees
+                                 0};                              // neither thermal shutdown nor device error
+  std::vector<std::uint8_t> message(sizeof words);
+  std::memcpy(message.data(), words, sizeof words);
+  return message;
 }
 
 std::string wordsOf(const std::vector<std::uint8_t>& bytes) {

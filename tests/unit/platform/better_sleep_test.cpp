@@ -86,31 +86,26 @@ TEST(BetterSleep, GivesUpOnAnyOtherError) {
   EXPECT_EQ(sleep.requests().size(), 1U);
 }
 
-class BetterSleepNotAtAll : public testing::TestWithParam<double> {};
-
-TEST_P(BetterSleepNotAtAll, ReturnsAtOnce) {
-  const ScriptedSleep sleep;
-  BetterSleep(GetParam());
-  EXPECT_EQ(sleep.requests().size(), 0U);
+TEST(BetterSleep, OfNoTimeReturnsAtOnce) {
+  constexpr double INFINITE = std::numeric_limits<double>::infinity();
+  for (const double seconds :
+       {0.0, -0.0, -1.0, -1e300, -INFINITE, std::numeric_limits<double>::quiet_NaN()}) {
+    const ScriptedSleep sleep;
+    BetterSleep(seconds);
+    EXPECT_EQ(sleep.requests().size(), 0U) << seconds;
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(, BetterSleepNotAtAll,
-                         testing::Values(0.0, -0.0, -1.0, -1e300, -std::numeric_limits<double>::infinity(),
-                                         std::numeric_limits<double>::quiet_NaN()));
-
-class BetterSleepVeryLong : public testing::TestWithParam<double> {};
-
-TEST_P(BetterSleepVeryLong, IsCutToATimeThatFitsThirtyTwoBits) {
-  const SteppedClock clock(1000500);
-  const ScriptedSleep sleep;
-  BetterSleep(GetParam());
-  ASSERT_EQ(sleep.requests().size(), 1U);
-  EXPECT_EQ(sleep.requests()[0].time.tv_sec, 1000001000);
-  EXPECT_EQ(sleep.requests()[0].time.tv_nsec, 500000000);
+TEST(BetterSleep, OfAVeryLongTimeIsCutToOneThatFitsThirtyTwoBits) {
+  for (const double seconds : {1.5e9, 1e300, std::numeric_limits<double>::infinity()}) {
+    const SteppedClock clock(1000500);
+    const ScriptedSleep sleep;
+    BetterSleep(seconds);
+    ASSERT_EQ(sleep.requests().size(), 1U) << seconds;
+    EXPECT_EQ(sleep.requests()[0].time.tv_sec, 1000001000);
+    EXPECT_EQ(sleep.requests()[0].time.tv_nsec, 500000000);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(, BetterSleepVeryLong,
-                         testing::Values(1.5e9, 1e300, std::numeric_limits<double>::infinity()));
 
 TEST(BetterSleep, LastsAsLongAsAskedForInSpiteOfSignals) {
   const double begin = monotonicSeconds();

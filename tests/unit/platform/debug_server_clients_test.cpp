@@ -21,8 +21,8 @@
 
 namespace {
 
-// More than the buffers of a connection can take.
-constexpr std::uint32_t HUGE_REPLY = 16 * 1024 * 1024;
+// More than the buffers of a connection take when both are small.
+constexpr std::uint32_t HUGE_REPLY = 1024 * 1024;
 
 const std::string CLOSED = "Closed for a new client: at most 16 are served, this one was idle longest\n";
 
@@ -79,6 +79,7 @@ protected:
     return client;
   }
 
+  const SmallSendBuffers m_small;
   std::atomic<int> m_calls{0};
   const Talker m_huge{"Huge", [this](const auto&) {
                         ++m_calls;

@@ -89,13 +89,6 @@ TEST(Cdebugable, TheBaseHandlerKnowsNoCommandAndWritesNothing) {
   EXPECT_STREQ(out, "kept");
 }
 
-TEST(Cdebugable, FindsItselfByItsName) {
-  Cdebugable object("Name");
-  std::array<char, 16> out{};
-  EXPECT_EQ(object.dbgFind("Name", out.data(), out.size()), 1U);
-  EXPECT_STREQ(out.data(), "Name");
-}
-
 TEST(Cdebugable, FindsItselfByTheEmptyName) {
   Cdebugable object("Name");
   std::array<char, 16> out{};

@@ -9,6 +9,7 @@ namespace {
 
 std::atomic<int> g_acceptError{0};
 std::atomic<int> g_acceptCalls{0};
+std::atomic<bool> g_smallSendBuffers{false};
 std::atomic<int> g_eventfdError{0};
 std::atomic<Gate*> g_eventfdWritten{nullptr};
 std::atomic<int> g_failingFamily{AF_UNSPEC};
@@ -39,7 +40,11 @@ int __real_clock_nanosleep(clockid_t clock, int flags, const timespec* time, tim
 
 int __wrap_accept4(int socket, sockaddr* address, socklen_t* size, int flags) {
   if (g_acceptError == 0) {
-    return __real_accept4(socket, address, size, flags);
+    const int accepted = __real_accept4(socket, address, size, flags);
+    if (const int buffer = 64 * 1024; g_smallSendBuffers) {
+      setsockopt(accepted, SOL_SOCKET, SO_SNDBUF, &buffer, sizeof buffer);
+    }
+    return accepted;
   }
   ++g_acceptCalls;
   errno = g_acceptError;
@@ -91,6 +96,14 @@ FailingAccept::~FailingAccept() {
 
 int FailingAccept::calls() {
   return g_acceptCalls;
+}
+
+SmallSendBuffers::SmallSendBuffers() {
+  g_smallSendBuffers = true;
+}
+
+SmallSendBuffers::~SmallSendBuffers() {
+  g_smallSendBuffers = false;
 }
 
 FailingFamily::FailingFamily(int family, Call call, int error) {

@@ -20,6 +20,16 @@ public:
   static int calls();
 };
 
+// While it exists, what accept4() accepts sends from a buffer of 64 kB: more than a stalled client
+// with a small buffer takes later, so that its connection does not become writable again.
+class SmallSendBuffers {
+public:
+  SmallSendBuffers();
+  SmallSendBuffers(const SmallSendBuffers&) = delete;
+  SmallSendBuffers& operator=(const SmallSendBuffers&) = delete;
+  ~SmallSendBuffers();
+};
+
 // While it exists, socket() fails with `error` for the address family, or bind() if socket() is to succeed.
 class FailingFamily {
 public:

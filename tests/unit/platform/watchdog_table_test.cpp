@@ -75,14 +75,6 @@ TEST_F(WatchdogTableTest, ALateClientIsReportedOnceMoreWhenItIsFedAgain) {
   EXPECT_EQ(reportsAt(2600), Reports());
 }
 
-TEST_F(WatchdogTableTest, AClientIsInTimeFromItsNotificationOn) {
-  m_table.start(m_one, 1000, 0);
-  EXPECT_FALSE(allInTimeAt(1500));
-  m_table.notify(m_one, 1700);
-  EXPECT_FALSE(WatchdogTable::isLate(m_one, 1700));
-  EXPECT_TRUE(allInTimeAt(1700));
-}
-
 TEST_F(WatchdogTableTest, AClientThatIsLateAgainIsReportedAgain) {
   m_table.start(m_one, 1000, 0);
   reportsAt(1500);
@@ -95,13 +87,6 @@ TEST_F(WatchdogTableTest, LatenessThatNoCheckHasSeenIsReportedWhenTheClientIsFed
   reportsAt(50);
   EXPECT_EQ(m_table.notify(m_one, 300),
             (Reports{{Kind::NOT_FED, "One", 300, 100}, {Kind::FED_AGAIN, "One", 300, 100}}));
-}
-
-TEST_F(WatchdogTableTest, ANotificationInTimeIsNoEvent) {
-  m_table.start(m_one, 1000, 0);
-  EXPECT_EQ(m_table.notify(m_one, 1000), Reports());
-  EXPECT_EQ(m_table.notify(m_one, 2000), Reports());
-  EXPECT_EQ(reportsAt(2500), Reports());
 }
 
 TEST_F(WatchdogTableTest, ANotificationBeforeTheStartHasNoEffect) {

@@ -19,23 +19,6 @@ TEST_F(DriverConstruction, OpensTheAdapterAndBindsTheChipAddress) {
   EXPECT_EQ(bus.transferCount(), 0U);
 }
 
-TEST_F(DriverConstruction, RetriesAnInterruptedOpenAndAnInterruptedBind) {
-  bus.openErrors = {EINTR, EINTR};
-  bus.bindErrors = {EINTR, EINTR, EINTR};
-  CPD69104 driver(0, 0x20);
-  EXPECT_EQ(bus.opened.size(), 3U);
-  EXPECT_EQ(bus.bound.size(), 4U);
-  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 0));
-}
-
-TEST_F(DriverConstruction, ReportsAMissingAdapterAndEndsIdleWithTheErrorFlagUp) {
-  bus.openErrors = {ENOENT};
-  CPD69104 driver(0, 0x20);
-  EXPECT_EQ(takeLog(), driverError(294, "Cannot open I2C driver /dev/i2c-0: No such file or directory\n"));
-  EXPECT_TRUE(bus.bound.empty());
-  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1, "-1"));
-}
-
 TEST_F(DriverConstruction, TakesAnyNegativeDescriptorAsAFailedOpen) {
   errno = EACCES;
   bus.openResult = -2;
@@ -53,13 +36,6 @@ TEST_F(DriverConstruction, TakesDescriptorZeroAsAGoodOpen) {
     EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 0, "0"));
   }
   EXPECT_EQ(bus.closed, std::vector<int>{0});
-}
-
-TEST_F(DriverConstruction, ReportsAnAddressThatCannotBeBoundAndKeepsTheDescriptor) {
-  bus.bindErrors = {EINTR, EBUSY};
-  CPD69104 driver(0, 0x20);
-  EXPECT_EQ(takeLog(), driverError(306, "Cannot access I2C driver: Device or resource busy\n"));
-  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1));
 }
 
 TEST_F(DriverConstruction, WithoutAnAdapterTransfersFailSilently) {
@@ -81,11 +57,6 @@ TEST_F(DriverConstruction, CutsALongDevicePathAtNineteenCharacters) {
   EXPECT_EQ(takeLog(), driverError(294, "Cannot open I2C driver /dev/i2c--214748364: No such device\n"));
 }
 
-TEST_F(DriverConstruction, DestructionClosesTheDescriptor) {
-  { CPD69104 driver(0, 0x20); }
-  EXPECT_EQ(bus.closed, std::vector<int>{I2cBus::DESCRIPTOR});
-}
-
 TEST_F(DriverConstruction, DestructionClosesAlsoADescriptorThatNeverWas) {
   bus.openErrors = {ENOENT};
   { CPD69104 driver(0, 0x20); }
@@ -95,78 +66,13 @@ TEST_F(DriverConstruction, DestructionClosesAlsoADescriptorThatNeverWas) {
 
 using PoeWriteReg = DriverTest;
 
-TEST_F(PoeWriteReg, WritesTheLowEightBitsOfTheValue) {
-  EXPECT_TRUE(driver.PoeWriteReg(0x12, 0x1234));
-  EXPECT_EQ(bus.takeTransfers(), Transfers{W(0x12, 0x34)});
-}
-
-TEST_F(PoeWriteReg, RejectsARegisterAboveTheLastEachTime) {
-  makeNormal();
-  EXPECT_FALSE(driver.PoeWriteReg(0xCF, 1));
-  EXPECT_FALSE(driver.PoeWriteReg(0xFFFFFFFF, 1));
-  EXPECT_EQ(takeLog(), driverError(2142, "Range Error [address=0xcf]\n") +
-                           driverError(2142, "Range Error [address=0xffffffff]\n"));
-  EXPECT_EQ(bus.transferCount(), 0U);
-  EXPECT_EQ(infoOf(driver), driverInfo("NORMAL", "FALSE", 0));
-}
-
-TEST_F(PoeWriteReg, ReportsAndCountsTheFirstOfSeveralFailures) {
-  makeNormal();
-  bus.failAll();
-  EXPECT_FALSE(driver.PoeWriteReg(0x9A, 1));
-  EXPECT_FALSE(driver.PoeWriteReg(0x12, 1));
-  EXPECT_EQ(takeLog(), readFailure(2154, "9a"));
-  EXPECT_EQ(bus.takeTransfers().size(), 2U);
-  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1));
-}
-
 TEST_F(PoeWriteReg, TakesAPositiveResultAsSuccess) {
   bus.results[0] = 1;
   EXPECT_TRUE(driver.PoeWriteReg(0x12, 1));
   EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 0));
 }
 
-TEST_F(PoeWriteReg, IsNotRepeatedWhenInterrupted) {
-  bus.results[0] = -1;
-  errno = EINTR;
-  EXPECT_FALSE(driver.PoeWriteReg(0x12, 1));
-  EXPECT_EQ(takeLog(), readFailure(2154, "12"));
-  EXPECT_EQ(bus.takeTransfers().size(), 1U);
-}
-
 using PoeReadReg = DriverTest;
-
-TEST_F(PoeReadReg, ReturnsTheByteZeroExtended) {
-  registers[0x43] = 0xFE;
-  unsigned value = 0xFFFFFFFF;
-  EXPECT_TRUE(driver.PoeReadReg(0x43, &value));
-  EXPECT_EQ(value, 0xFEU);
-  EXPECT_EQ(bus.takeTransfers(), Transfers{R(0x43, 0xFE)});
-}
-
-TEST_F(PoeReadReg, RejectsARegisterAboveTheLastAndANullResultEachTime) {
-  unsigned value = 5;
-  EXPECT_FALSE(driver.PoeReadReg(0xCF, &value));
-  EXPECT_FALSE(driver.PoeReadReg(0x12, nullptr));
-  EXPECT_FALSE(driver.PoeReadReg(0x100, nullptr));
-  EXPECT_EQ(takeLog(), driverError(2203, "Range Error [address=0xcf result=" + bits(&value) + "]\n") +
-                           driverError(2203, "Range Error [address=0x12 result=0x0]\n") +
-                           driverError(2203, "Range Error [address=0x100 result=0x0]\n"));
-  EXPECT_EQ(bus.transferCount(), 0U);
-  EXPECT_EQ(value, 5U);
-  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "FALSE", 0));
-}
-
-TEST_F(PoeReadReg, LeavesTheResultAloneAndDropsToIdleWhenItFails) {
-  makeNormal();
-  bus.failAll();
-  unsigned value = 5;
-  EXPECT_FALSE(driver.PoeReadReg(0x70, &value));
-  EXPECT_FALSE(driver.PoeReadReg(0x71, &value));
-  EXPECT_EQ(value, 5U);
-  EXPECT_EQ(takeLog(), readFailure(2215, "70"));
-  EXPECT_EQ(infoOf(driver), driverInfo("IDLE", "TRUE", 1));
-}
 
 TEST_F(PoeReadReg, TakesAPositiveResultAsAFailure) {
   registers[0x70] = 0x33;
@@ -178,33 +84,6 @@ TEST_F(PoeReadReg, TakesAPositiveResultAsAFailure) {
 }
 
 using PoeReadReg16 = DriverTest;
-
-TEST_F(PoeReadReg16, ReadsTheLowByteFirst) {
-  registers[0x71] = 0x34;
-  registers[0x72] = 0x12;
-  unsigned value = 0xFFFFFFFF;
-  EXPECT_TRUE(driver.PoeReadReg16(0x71, &value));
-  EXPECT_EQ(value, 0x1234U);
-  EXPECT_EQ(bus.takeTransfers(), (Transfers{R(0x71, 0x34), R(0x72, 0x12)}));
-}
-
-TEST_F(PoeReadReg16, ReachesBeyondTheLastRegisterForTheHighByte) {
-  registers[0xCE] = 0xFF;
-  registers[0xCF] = 0xFF;
-  unsigned value = 0;
-  EXPECT_TRUE(driver.PoeReadReg16(0xCE, &value));
-  EXPECT_EQ(value, 0xFFFFU);
-  EXPECT_EQ(bus.takeTransfers(), (Transfers{R(0xCE, 0xFF), R(0xCF, 0xFF)}));
-}
-
-TEST_F(PoeReadReg16, RejectsARegisterAboveTheLastAndANullResultEachTime) {
-  unsigned value = 5;
-  EXPECT_FALSE(driver.PoeReadReg16(0xCF, &value));
-  EXPECT_FALSE(driver.PoeReadReg16(0x71, nullptr));
-  EXPECT_EQ(takeLog(), driverError(2265, "Range Error [address=0xcf result=" + bits(&value) + "]\n") +
-                           driverError(2265, "Range Error [address=0x71 result=0x0]\n"));
-  EXPECT_EQ(bus.transferCount(), 0U);
-}
 
 TEST_F(PoeReadReg16, TakesAPositiveResultOfEitherByteAsAFailure) {
   unsigned value = 5;
@@ -231,11 +110,6 @@ TEST_F(SetPoeError, CountsOnlyTheRisingFlagAndNeverRaisesTheMode) {
 }
 
 using PoeDriverInfo = DriverTest;
-
-TEST_F(PoeDriverInfo, RejectsAMissingBuffer) {
-  EXPECT_FALSE(driver.PoeDriverInfo(nullptr, 4095));
-  EXPECT_EQ(takeLog(), driverError(455, "NULL pointer parameter\n"));
-}
 
 TEST_F(PoeDriverInfo, CutsTheTextAtEverySizeAndTouchesNothingBeyondIt) {
   const std::string whole = driverInfo("IDLE", "FALSE", 0);

@@ -16,25 +16,6 @@ protected:
   }
 };
 
-TEST_F(EngineConfiguration, TheFirstOneWritesEveryBankAndPortThatIsNotZero) {
-  PoeConfig config = fourPorts();
-  config.bankPowerLimit[6] = 161;
-  whileActive([&] {
-    configure(config);
-    EXPECT_EQ(registersMoved(), "W89 W8F " + SWITCH_ON[0] + SWITCH_ON[1] + SWITCH_ON[2] + SWITCH_ON[3]);
-  });
-}
-
-TEST_F(EngineConfiguration, TheFirstOneLeavesOutWhatIsZero) {
-  PoeConfig config{};
-  config.port[2].furtherSettings[7] = 1;
-  config.unused[0] = 1;
-  whileActive([&] {
-    configure(config);
-    EXPECT_EQ(registersMoved(), "");
-  });
-}
-
 TEST_F(EngineConfiguration, SwitchesAPortOnInEightStepsWithTheseValues) {
   PoeConfig config{};
   config.port[1].adminEnable = 0xFF;
@@ -50,58 +31,6 @@ TEST_F(EngineConfiguration, SwitchesAPortOnInEightStepsWithTheseValues) {
                          W(0x86, 0),    R(0x13, 0x00), W(0x13, 0x02), R(0x15, 0xFF), W(0x15, 0xFD),
                          R(0x1E, 0xFF), W(0x1E, 0x0F), R(0x44, 0x00), W(0x44, 0x02), R(0x4B, 0xFF),
                          W(0x4B, 0xFD), W(0x4C, 0xD4), W(0x4D, 0x80), R(0x14, 0x00), W(0x14, 0x22)}));
-  });
-}
-
-TEST_F(EngineConfiguration, SwitchesAPortOffModeFirst) {
-  PoeConfig config = fourPorts();
-  whileActive([&] {
-    configure(config);
-    registersMoved();
-    config.port[3].adminEnable = 0;
-    configure(config);
-    EXPECT_EQ(bus.takeTransfers(), (Transfers{R(0x12, 0xFF), W(0x12, 0x3F), R(0x14, 0xFF), W(0x14, 0x77)}));
-  });
-}
-
-TEST_F(EngineConfiguration, TheSameOneAgainWritesNothing) {
-  whileActive([&] {
-    configure(fourPorts());
-    registersMoved();
-    configure(fourPorts());
-    EXPECT_EQ(registersMoved(), "");
-  });
-}
-
-TEST_F(EngineConfiguration, AChangedFieldRunsTheWholeSequenceOfItsPortOnly) {
-  const std::function<void(PoePortConfig&)> changes[] = {
-      [](PoePortConfig& port) { port.priority = 2; },
-      [](PoePortConfig& port) { port.powerLimit = 15001; },
-      [](PoePortConfig& port) { port.adminEnable = 2; },
-  };
-  for (const auto& change : changes) {
-    whileActive([&] {
-      PoeConfig config = fourPorts();
-      configure(config);
-      registersMoved();
-      change(config.port[2]);
-      configure(config);
-      EXPECT_EQ(registersMoved(), SWITCH_ON[2]);
-    });
-  }
-}
-
-TEST_F(EngineConfiguration, OtherBytesOfAPortRecordAreNotCompared) {
-  whileActive([&] {
-    PoeConfig config = fourPorts();
-    configure(config);
-    registersMoved();
-    config.port[0].furtherSettings[0] = 1;
-    config.port[0].furtherSettings[255] = 1;
-    config.port[0].padding[0] = 1;
-    config.unused[3] = 1;
-    configure(config);
-    EXPECT_EQ(registersMoved(), "");
   });
 }
 
@@ -138,29 +67,6 @@ TEST_F(EngineConfiguration, ProgramsFortyWattsForNoLimitAndForTooHighOnes) {
   });
 }
 
-TEST_F(EngineConfiguration, AnIllegalPriorityIsReportedAndTheOtherSevenStepsAreTaken) {
-  PoeConfig config{};
-  config.port[0].adminEnable = 1;
-  whileActive([&] {
-    config.port[0].priority = 4;
-    configure(config);
-    EXPECT_EQ(takeLog(), softwareError("pd69104", 786, "Range Error [c=4:0 pr=4]\n"));
-    EXPECT_EQ(registersMoved(), "R12 W12 W81 W85 R13 W13 R15 W15 R1E W1E R44 W44 R46 W46 W47 W48 R14 W14 ");
-  });
-}
-
-TEST_F(EngineConfiguration, AFailedItemIsNotWrittenAgainByTheSameConfiguration) {
-  whileActive([&] {
-    bus.failAll();
-    configure(fourPorts());
-    EXPECT_EQ(takeLog(), softwareError("pd69104", 2154, "Failed reading device at address 0x89\n"));
-    registersMoved();
-    bus.failNone();
-    configure(fourPorts());
-    EXPECT_EQ(registersMoved(), "");
-  });
-}
-
 TEST_F(EngineConfiguration, NeedsNoAlignmentOfThePayload) {
   whileActive([&] {
     const PoeConfig config = fourPorts();
@@ -168,18 +74,6 @@ TEST_F(EngineConfiguration, NeedsNoAlignmentOfThePayload) {
     std::memcpy(bytes.data() + 1, &config, sizeof config);
     EXPECT_TRUE(engine->handleConfig(bytes.data() + 1, 0)); // nor does the length matter
     EXPECT_EQ(registersMoved(), "W89 " + SWITCH_ON[0] + SWITCH_ON[1] + SWITCH_ON[2] + SWITCH_ON[3]);
-  });
-}
-
-TEST_F(EngineConfiguration, ForceAppliesEverythingAlsoWhatIsEqualOrZero) {
-  whileActive([&] {
-    PoeConfig config = fourPorts();
-    config.port[1].adminEnable = 0;
-    configure(config);
-    registersMoved();
-    EXPECT_TRUE(engine->applyConfig(config, true));
-    EXPECT_EQ(registersMoved(),
-              "W89 W8A W8B W8C W8D W8E W8F W90 " + SWITCH_ON[0] + SWITCH_OFF + SWITCH_ON[2] + SWITCH_ON[3]);
   });
 }
 

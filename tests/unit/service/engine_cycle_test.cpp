@@ -5,17 +5,6 @@ namespace {
 
 class WorkerCycle : public EngineTest {};
 
-TEST_F(WorkerCycle, MakesSixtyFourTransfersOnAHealthyConfiguredUndisturbedChip) {
-  makeEngine();
-  runCycles({[&] { configure(fourPorts()); }, [&] { registersMoved(); },
-             [&] {
-               const Transfers made = bus.takeTransfers();
-               EXPECT_EQ(made.size(), 64U);
-               EXPECT_EQ(registersOf(made), HEALTHY_CYCLE);
-             }});
-  takeLog();
-}
-
 TEST_F(WorkerCycle, AllocatesNothing) {
   makeEngine();
   std::size_t before = 0;

@@ -118,17 +118,6 @@ TEST_F(EngineStop, JoinsAWorkerThatHasEndedAndDoesNotJoinTwice) {
   EXPECT_THAT(posix.calls, ElementsAre("pthread_create", "pthread_join"));
 }
 
-TEST_F(EngineStop, ReportsAFailedJoinAndTriesAgainTheNextTime) {
-  makeEngine();
-  EXPECT_TRUE(engine->start());
-  posix.joinError = EINVAL;
-  EXPECT_FALSE(engine->stop());
-  EXPECT_EQ(takeLog(), engineError(750, "Failed to join\n"));
-  posix.joinError = 0;
-  EXPECT_TRUE(engine->stop());
-  EXPECT_THAT(posix.calls, ElementsAre("pthread_create", "pthread_join", "pthread_join"));
-}
-
 TEST_F(EngineStop, BeforeTheWorkerRunsLeavesOutTheCycle) {
   makeEngine();
   EXPECT_TRUE(engine->start());
@@ -203,14 +192,6 @@ TEST_F(EngineRun, StartsItsWatchdogAfterTheSetUpAndFeedsItAtTheStartOfEachCycle)
   takeLog();
 }
 
-TEST_F(EngineRun, SetsStaticCalculationInTheSetUp) {
-  registers[0x7F] = 0xFF;
-  makeEngine();
-  runCycles({[] {}});
-  EXPECT_EQ(registers[0x7F], 0xFD);
-  takeLog();
-}
-
 TEST_F(EngineRun, AcceptsConfigurationsOnlyWhileItIsActive) {
   makeEngine();
   const PoeConfig config = fourPorts();
@@ -256,38 +237,6 @@ TEST_F(EngineRun, WithoutAWatchdogClientRunsAllTheSame) {
   EXPECT_TRUE(takeWatchdogEvents().empty());
   EXPECT_EQ(posix.messages.size(), 2U);
   takeLog();
-}
-
-TEST_F(EngineRun, WithoutAnAdapterGoesOnAsActiveAndSendsTheUnchangedValuesWithStatusThreeEveryCycle) {
-  bus.openErrors = {ENOENT};
-  makeEngine();
-  takeLog();
-  PoeStatus expected{};
-  expected.mainOperStatus = 3;
-  expected.devError = 1;
-  const auto expectMessage = [&](std::uint32_t operStatus) {
-    for (PoePortStatus& port : expected.port) {
-      port.operStatus = operStatus;
-    }
-    const PoeStatus sent = status();
-    EXPECT_EQ(std::memcmp(&sent, &expected, sizeof sent), 0);
-  };
-  runCycles({[&] {
-               expectMessage(1);
-               EXPECT_EQ(takeLog(), DEFAULT_CONFIGURATION_NOTICE);
-               EXPECT_NE(consoleInfo().find("m_state                 = ACTIVE\n"), std::string::npos);
-             },
-             [&] {
-               expectMessage(1);
-               configure(fourPorts());
-               EXPECT_EQ(takeLog(), LogLines{});
-             },
-             [&] {
-               expectMessage(6);
-               // The limits exceed a budget of 0 W; but no port is known to be powered.
-               EXPECT_EQ(takeLog(), LogLines{});
-             }});
-  EXPECT_EQ(posix.messages.size(), 3U);
 }
 
 } // namespace

@@ -29,14 +29,6 @@ const std::string ZERO_FIGURES = "main voltage (V)        = 0.0\n"
                                  "  - power_limit[7] = 0\n"
                                  "\n";
 
-TEST_F(Console, InfoOfAFreshEngineShowsZeros) {
-  makeEngine();
-  EXPECT_EQ(reply({"info", "surplus"}), INFO_TITLE +
-                                            "m_state                 = IDLE\n\nstate of PoeEngine\n\n" +
-                                            driverInfo("IDLE", "FALSE", 0) + ZERO_FIGURES);
-  EXPECT_EQ(registersMoved(), "R7F R89 R8A R8B R8C R8D R8E R8F R90 ");
-}
-
 TEST_F(Console, InfoShowsTheFiguresOfTheLastCycleAndTheBanksAsTheyAre) {
   registers[0x71] = 0x26;
   registers[0x72] = 0x24; // 9254: 540 dV
@@ -69,29 +61,6 @@ TEST_F(Console, InfoShowsTheFiguresOfTheLastCycleAndTheBanksAsTheyAre) {
                                        "  - power_limit[7] = 0\n"
                                        "\n");
       });
-}
-
-TEST_F(Console, InfoCarriesABankLimitOverAFailedReadAndTakesAFailedFlagAsFalse) {
-  makeEngine();
-  for (unsigned bank = 0; bank < 8; bank++) {
-    registers[0x89 + bank] = static_cast<std::uint8_t>(10 + bank);
-  }
-  for (std::size_t failing = 0; failing < 9; failing++) {
-    bus.failTransfer(failing);
-    const std::string text = reply({"info"});
-    std::string expected = std::string("PM calculation static   = ") + (failing == 0 ? "FALSE" : "TRUE") +
-                           "\n"
-                           "power_bank              = 0\n"
-                           "power_limit (this bank) = 0\n"
-                           "power_bank settings:\n";
-    for (unsigned bank = 0; bank < 8; bank++) {
-      const unsigned carried = failing == bank + 1 ? (bank == 0 ? 0 : 10 + bank - 1) : 10 + bank;
-      expected += "  - power_limit[" + std::to_string(bank) + "] = " + std::to_string(carried) + "\n";
-    }
-    EXPECT_EQ(text.substr(text.find("PM calculation")), expected + "\n") << "transfer " << failing;
-    EXPECT_EQ(bus.takeTransfers().size(), 9U);
-    EXPECT_EQ(takeLog().size(), 2U);
-  }
 }
 
 TEST_F(Console, InfoCarriesAWatchdogTextThatFillsItsRoomWithoutANul) {
@@ -178,21 +147,6 @@ TEST_F(Console, DeviceShowsWhatTheLastCycleRead) {
       });
 }
 
-TEST_F(Console, DeviceShowsTheErrorFlagOfAnAbsentChip) {
-  afterACycle([&] { bus.failAll(); },
-              [&] {
-                EXPECT_EQ(reply({"device"}), "device status\n"
-                                             "=============\n"
-                                             "  device_id               = 0\n"
-                                             "  device revision         = 0\n"
-                                             "  temperature             = -27\n"
-                                             "  thermal shutdown        = FALSE\n"
-                                             "  dev_error               = TRUE\n"
-                                             "  device errorcount       = 1\n"
-                                             "\n");
-              });
-}
-
 // channel.
 
 TEST_F(Console, ChannelAndPoePortWithoutANumberAreMissingTheirParameters) {
@@ -216,31 +170,6 @@ TEST_F(Console, ChannelAndPoePortWithoutADriverObjectSaySo) {
   makeEngineWithoutDriver();
   EXPECT_EQ(reply({"channel", "0"}), "channel 0\n============\nNo POE device found\n\n");
   EXPECT_EQ(reply({"poeport", "3"}), "channel 3\n============\nNo POE device found\n\n");
-}
-
-TEST_F(Console, ChannelShowsTheLastPolledRecord) {
-  afterACycle(
-      [&] {
-        registers[0x10] = 0x44;
-        registers[0x0E] = 0x24;
-      },
-      [&] {
-        for (const char* number : {"2", "0x2", "02", "2nd"}) {
-          EXPECT_EQ(reply({"channel", number}), "channel 2\n"
-                                                "============\n"
-                                                "  enable                  = TRUE\n"
-                                                "  power_good              = TRUE\n"
-                                                "  det_status              = GOOD\n"
-                                                "  pclass                  = CLASS_2\n"
-                                                "  fet_error               = FALSE\n"
-                                                "  mosfet_overtemperature  = FALSE\n"
-                                                "  in_pm_mode              = FALSE\n"
-                                                "  passed_MSCC_cap_det     = FALSE\n"
-                                                "  det_fail                = FALSE\n"
-                                                "\n");
-        }
-        EXPECT_EQ(registersMoved(), "");
-      });
 }
 
 TEST_F(Console, ChannelThreeMayBeWrittenInEveryBase) {
@@ -308,33 +237,6 @@ TEST(ConsoleReport, DecodesACodeOutsideItsTableAsIllegal) {
 
 // poeport.
 
-const std::string ZERO_COUNTERS = "  invalidSignatureCounter   = 0\n"
-                                  "  powerDeniedCounter        = 0\n"
-                                  "  overLoadCounter           = 0\n"
-                                  "  underLoadCounter          = 0\n"
-                                  "  shortCounter              = 0\n"
-                                  "  classErrorCounter         = 0\n"
-                                  "\n";
-
-TEST_F(Console, PoePortOfAFreshEngineShowsOtherFaultNoClassAndZeroCounters) {
-  makeEngine();
-  EXPECT_EQ(reply({"poeport", "0"}), "channel 0\n"
-                                     "============\n"
-                                     "  admin enable              = FALSE\n"
-                                     "  Oper status               = OTHERFAULT\n"
-                                     "  powerClassification       = NONE\n"
-                                     "  port power limit (W)      = 0\n"
-                                     "  temp port power limit (W) = 0\n"
-                                     "  priority                  = 0\n"
-                                     "  main voltage (dV)         = 0\n"
-                                     "  port_voltage (dV)         = 0\n"
-                                     "  port_current (mA)         = 0\n"
-                                     "  power_consumption (W)     = 0\n"
-                                     "\n" +
-                                         ZERO_COUNTERS + "\n");
-  EXPECT_EQ(registersMoved(), "R81 R85 R80 R71 R72 R32 R33 R30 R31 R92 ");
-}
-
 TEST_F(Console, PoePortShowsConfigurationStateReadingsAndCounters) {
   afterACycle(
       [&] {
@@ -377,49 +279,6 @@ TEST_F(Console, PoePortShowsConfigurationStateReadingsAndCounters) {
                                            "\n"
                                            "\n");
       });
-}
-
-TEST_F(Console, PoePortLeavesOutTheLinesOfEachFailedReading) {
-  makeEngine();
-  const std::string head = "channel 0\n"
-                           "============\n"
-                           "  admin enable              = FALSE\n"
-                           "  Oper status               = OTHERFAULT\n"
-                           "  powerClassification       = NONE\n";
-  const std::string limits = "  port power limit (W)      = 0\n"
-                             "  temp port power limit (W) = 0\n";
-  const std::string priority = "  priority                  = 0\n";
-  const std::string measurements = "  main voltage (dV)         = 0\n"
-                                   "  port_voltage (dV)         = 0\n"
-                                   "  port_current (mA)         = 0\n"
-                                   "  power_consumption (W)     = 0\n";
-  for (std::size_t failing = 0; failing < 10; failing++) {
-    bus.failTransfer(failing);
-    EXPECT_EQ(reply({"poeport", "0"}), head + (failing < 2 ? "" : limits) + (failing == 2 ? "" : priority) +
-                                           (failing > 2 ? "" : measurements) + "\n" + ZERO_COUNTERS + "\n")
-        << "transfer " << failing;
-    EXPECT_EQ(bus.takeTransfers().size(), 10U);
-    EXPECT_EQ(takeLog().size(), 2U);
-  }
-  bus.failAll();
-  EXPECT_EQ(reply({"poeport", "0"}), head + "\n" + ZERO_COUNTERS + "\n");
-  takeLog();
-}
-
-TEST_F(Console, PoePortShowsOneLessThanTheConfiguredPriority) {
-  for (std::uint32_t priority = 1; priority <= 3; priority++) {
-    afterACycle(
-        [&] {
-          PoeConfig config = fourPorts();
-          config.port[2].priority = priority;
-          configure(config);
-        },
-        [&] {
-          const std::string text = reply({"poeport", "2"});
-          EXPECT_NE(text.find("  priority                  = " + std::to_string(priority - 1) + "\n"),
-                    std::string::npos);
-        });
-  }
 }
 
 } // namespace

@@ -20,14 +20,6 @@ protected:
   }
 };
 
-TEST_F(EngineStatus, ReportsEveryPortDisabledBeforeAnyConfigurationThoughTheChipPowersOne) {
-  makeEngine();
-  registers[0x10] = 0xFF;
-  registers[0x0C] = 0x44;
-  runCycles({[&] { EXPECT_EQ(operStates(), "1 1 1 1 "); }});
-  takeLog();
-}
-
 // One row of the rules: what the registers hold for port 0 and what port 0 then reports.
 struct Rule {
   const char* name;
@@ -48,17 +40,6 @@ TEST_P(OperStatusRule, GivesTheStateOfAnEnabledPort) {
                                 }
                               },
                               [&] { EXPECT_EQ(status().port[0].operStatus, GetParam().operStatus); }});
-}
-
-TEST_P(OperStatusRule, GivesDisabledForADisabledPort) {
-  PoeConfig config = fourPorts();
-  config.port[0].adminEnable = 0;
-  runConfigured(config, {[&] {
-                           for (const auto& [reg, value] : GetParam().registers) {
-                             registers[reg] = static_cast<std::uint8_t>(value);
-                           }
-                         },
-                         [&] { EXPECT_EQ(status().port[0].operStatus, 1U); }});
 }
 
 const Rule RULES[] = {
@@ -84,25 +65,6 @@ const Rule RULES[] = {
 INSTANTIATE_TEST_SUITE_P(Engine, OperStatusRule, ::testing::ValuesIn(RULES),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_F(EngineStatus, ThermalShutdownMakesEveryEnabledPortReportOtherFault) {
-  PoeConfig config = fourPorts();
-  config.port[2].adminEnable = 0;
-  runConfigured(config, {[&] { registers[0x42] = 0x80; },
-                         [&] {
-                           EXPECT_EQ(operStates(), "6 6 1 6 ");
-                           EXPECT_EQ(status().thermalShutdown, 1U);
-                         }});
-}
-
-TEST_F(EngineStatus, DerivesAllPortsFromTheirOwnRecords) {
-  runConfigured(fourPorts(), {[&] {
-                                registers[0x10] = 0x05; // ports 0 and 2 powered
-                                registers[0x0D] = 0x03; // port 1: bad signature
-                                registers[0x58] = 0x02; // port 3: FET error
-                              },
-                              [&] { EXPECT_EQ(operStates(), "3 4 3 6 "); }});
-}
-
 TEST_F(EngineStatus, TranslatesEveryClassificationCode) {
   const std::uint32_t expected[8] = {0, 2, 3, 4, 5, 0, 1, 0};
   makeEngine();
@@ -117,143 +79,6 @@ TEST_F(EngineStatus, TranslatesEveryClassificationCode) {
   takeLog();
 }
 
-TEST_F(EngineStatus, CopiesTheRawDetectionStatusAndThePortsPower) {
-  makeEngine();
-  for (unsigned port = 0; port < 4; port++) {
-    registers[0x0C + port] = static_cast<std::uint8_t>(0xF8 + port + 3);
-    registers[0x92 + port] = static_cast<std::uint8_t>(250 + port);
-  }
-  runCycles({[&] {
-    for (unsigned port = 0; port < 4; port++) {
-      EXPECT_EQ(status().port[port].detectionStatus, port + 3);
-      EXPECT_EQ(status().port[port].powerConsumption, 250 + port);
-    }
-  }});
-  takeLog();
-}
-
-TEST_F(EngineStatus, ReportsThePowerOfTheActiveBankTheTotalAndTheTemperature) {
-  makeEngine();
-  registers[0x96] = 77;
-  registers[0x91] = 2 << 3;
-  registers[0x70] = 20;
-  runCycles({[&] { registers[0x8B] = 120; },
-             [&] {
-               EXPECT_EQ(status().mainPower, 120U);
-               EXPECT_EQ(status().mainConsumption, 77U);
-               EXPECT_EQ(status().deviceTemperature, -8);
-               EXPECT_EQ(status().mainOperStatus, 1U);
-               EXPECT_EQ(status().reserved, 0U);
-               EXPECT_EQ(status().devError, 0U);
-               EXPECT_EQ(status().thermalShutdown, 0U);
-             }});
-  takeLog();
-}
-
-// The counters.
-
-constexpr std::uint32_t PoePortStatus::*COUNTERS[] = {&PoePortStatus::invalidSignatureCounter,
-                                                      &PoePortStatus::powerDeniedCounter,
-                                                      &PoePortStatus::overLoadCounter,
-                                                      &PoePortStatus::underLoadCounter,
-                                                      &PoePortStatus::shortCounter,
-                                                      &PoePortStatus::classErrorCounter};
-
-TEST_F(EngineStatus, AddsWhatTheChipCountedBeforeTheServiceStarted) {
-  makeEngine();
-  for (unsigned k = 0; k < 6; k++) {
-    registers[0x77 + k] = 0xE4; // port p: p events
-  }
-  runCycles({[&] {
-    for (unsigned port = 0; port < 4; port++) {
-      for (unsigned k = 0; k < 6; k++) {
-        EXPECT_EQ(status().port[port].*COUNTERS[k], k == 1 ? 2 * port : port)
-            << "port " << port << " counter " << k;
-      }
-    }
-  }});
-  takeLog();
-}
-
-TEST_F(EngineStatus, AdvancesByTheDifferenceModuloFourAndTwiceThatForDenials) {
-  // Raw counts of port 2, cycle by cycle, and the running total.
-  const std::pair<unsigned, unsigned> rows[] = {{1, 1}, {1, 1}, {3, 3}, {1, 5}, {0, 8}, {0, 8}, {2, 10}};
-  makeEngine();
-  const auto setRaw = [&](unsigned raw) {
-    for (unsigned k = 0; k < 6; k++) {
-      registers[0x77 + k] = static_cast<std::uint8_t>(raw << 4);
-    }
-  };
-  setRaw(rows[0].first);
-  std::vector<Step> steps;
-  for (std::size_t row = 0; row < std::size(rows); row++) {
-    steps.push_back([&, row] {
-      for (unsigned k = 0; k < 6; k++) {
-        const unsigned total = rows[row].second;
-        EXPECT_EQ(status().port[2].*COUNTERS[k], k == 1 ? 2 * total : total)
-            << "cycle " << row << " counter " << k;
-        EXPECT_EQ(status().port[1].*COUNTERS[k], 0U);
-      }
-      setRaw(row + 1 < std::size(rows) ? rows[row + 1].first : 0);
-    });
-  }
-  runCycles(steps);
-  takeLog();
-}
-
-// Failed reads.
-
-TEST_F(EngineStatus, RepeatsTheLastKnownValuesWhileTheChipIsGone) {
-  registers[0x96] = 30;
-  registers[0x70] = 60;
-  registers[0x10] = 0x11;
-  registers[0x0C] = 0x44;
-  registers[0x92] = 12;
-  PoeStatus before{};
-  runConfigured(fourPorts(), {[&] {
-                                before = status();
-                                EXPECT_EQ(before.port[0].operStatus, 3U);
-                                EXPECT_EQ(before.port[0].powerConsumption, 12U);
-                                takeLog();
-                                registers[0x96] = 99;
-                                registers[0x70] = 99;
-                                registers[0x0C] = 0x11;
-                                registers[0x92] = 99;
-                                bus.failAll();
-                              },
-                              [&] {
-                                PoeStatus expected = before;
-                                expected.mainOperStatus = 3;
-                                expected.devError = 1;
-                                for (PoePortStatus& port : expected.port) {
-                                  port.operStatus = 6;
-                                }
-                                const PoeStatus now = status();
-                                EXPECT_EQ(std::memcmp(&now, &expected, sizeof now), 0);
-                                EXPECT_EQ(takeLog(), readFailureReport("90"));
-                              }});
-}
-
-TEST_F(EngineStatus, KeepsThePortsRecordWhenItsStatusCannotBeReadButTakesItsPower) {
-  runConfigured(fourPorts(), {[&] {
-                                registers[0x10] = 0x01;
-                                registers[0x0C] = 0x44;
-                                registers[0x92] = 5;
-                              },
-                              [&] {
-                                registers[0x0C] = 0x11;
-                                registers[0x92] = 6;
-                                bus.failWhen([](std::size_t, const Transfer& t) { return t.reg == 0x49; });
-                              },
-                              [&] {
-                                EXPECT_EQ(status().port[0].operStatus, 3U);
-                                EXPECT_EQ(status().port[0].detectionStatus, 4U);
-                                EXPECT_EQ(status().port[0].powerClassification, 5U);
-                                EXPECT_EQ(status().port[0].powerConsumption, 6U);
-                                EXPECT_EQ(takeLog(), readFailureReport("49"));
-                              }});
-}
-
 // pollPort.
 
 TEST_F(EngineStatus, PollsOneOfFourPortsAndRejectsAnyOther) {
@@ -265,14 +90,6 @@ TEST_F(EngineStatus, PollsOneOfFourPortsAndRejectsAnyOther) {
   EXPECT_FALSE(engine->pollPort(4));
   EXPECT_FALSE(engine->pollPort(0xFFFFFFFF));
   EXPECT_EQ(takeLog(), engineError(827, "Illegal portnr [4]\n") + engineError(827, "Illegal portnr [-1]\n"));
-  EXPECT_EQ(registersMoved(), "");
-}
-
-// updateOperStatus.
-
-TEST_F(EngineStatus, DerivesTheStatesWithoutATransferAndIsTrue) {
-  makeEngine();
-  EXPECT_TRUE(engine->updateOperStatus());
   EXPECT_EQ(registersMoved(), "");
 }
 
@@ -297,22 +114,6 @@ TEST_F(EngineStatus, SendsAcrossTheDatesAtWhich32BitsOfSecondsEnd) {
     EXPECT_TRUE(engine->sendStatus());
   }
   EXPECT_EQ(posix.messages.size(), 2U);
-}
-
-TEST_F(EngineStatus, ReportsAQueueThatCannotBeOpenedOncePerCycleAndGoesOn) {
-  makeEngine();
-  posix.openError = ENOENT;
-  const LogLines report = engineError(925, "mq_open /queueToMain: No such file or directory\n");
-  runCycles({[&] { EXPECT_EQ(takeLog(), DEFAULT_CONFIGURATION_NOTICE + report); },
-             [&] {
-               EXPECT_EQ(takeLog(), report);
-               posix.openError = 0;
-             },
-             [&] { EXPECT_EQ(posix.messages.size(), 1U); }});
-  EXPECT_EQ(posix.calls,
-            (std::vector<std::string>{"pthread_create", "mq_open /queueToMain O_WRONLY",
-                                      "mq_open /queueToMain O_WRONLY", "mq_open /queueToMain O_WRONLY",
-                                      "mq_timedsend 188", "mq_close", "pthread_join"}));
 }
 
 } // namespace

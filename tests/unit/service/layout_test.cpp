@@ -199,27 +199,4 @@ TEST_F(Layout, PoePortDecodesEveryStoredStateAndClass) {
   }
 }
 
-TEST_F(Layout, ChannelDecodesCodesOutsideItsTablesAsIllegal) {
-  makeEngine();
-  for (const std::uint32_t code : {8U, 9U, 0xFFFFFFFFU}) {
-    poke(offsetof(EngineLayout, channel[1].det_status), code);
-    poke(offsetof(EngineLayout, channel[1].pclass), code);
-    EXPECT_EQ(valueIn(*engine, "channel", "  det_status              = "), "ILLEGAL");
-    EXPECT_EQ(valueIn(*engine, "channel", "  pclass                  = "), "ILLEGAL");
-  }
-}
-
-TEST_F(Layout, InfoPrintsExtremeFigures) {
-  makeEngine();
-  const std::pair<std::uint32_t, const char*> rows[] = {{0, "0.0"}, {7, "0.7"}, {4294967295U, "429496729.5"}};
-  for (const auto& [deciVolts, text] : rows) {
-    poke(offsetof(EngineLayout, power.main_voltage), deciVolts);
-    poke(offsetof(EngineLayout, power.min_shutdown_voltage), deciVolts);
-    poke(offsetof(EngineLayout, power.power_limit), deciVolts);
-    EXPECT_EQ(valueIn(*engine, "info", "main voltage (V)        = "), text);
-    EXPECT_EQ(valueIn(*engine, "info", "min_shutdown_voltage    = "), text);
-    EXPECT_EQ(valueIn(*engine, "info", "power_limit (this bank) = "), std::to_string(deciVolts));
-  }
-}
-
 } // namespace

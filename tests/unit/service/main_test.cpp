@@ -214,16 +214,6 @@ TEST_F(Main, WaitsAcrossTheDatesAtWhich32BitsOfSecondsEnd) {
   EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
 }
 
-TEST_F(Main, EndsOnAnyOtherErrorWithItsTextAndStatusZero) {
-  doubles.receives = {{{}, EBADF}, {{}, ETIMEDOUT}};
-  EXPECT_EQ(run(), 0);
-  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(1)));
-  EXPECT_EQ(
-      takeLog(),
-      (LogLines{READY,
-                {2, "[CRITICAL] main:126 (main) - msg receive failed mqd=1f - Bad file descriptor\n"}}));
-}
-
 TEST_F(Main, UsesATraceObjectThatIsThereAndDeletesIt) {
   g_traceObject = new TraceObject("Test", 7);
   EXPECT_EQ(run(), 0);
@@ -268,25 +258,6 @@ TEST_F(Main, CompletesAShortMessageFromTheOneBefore) {
                                  {3, "[ERROR] main:138 (main) - Unkown msgid " + std::to_string(completed) +
                                          " received\n"},
                                  INTERRUPTED}));
-}
-
-TEST_F(Main, TakesAMessageOfOneByteForOneWithTheRestOfTheMessageBefore) {
-  doubles.receives = {{bytes(0x01020304, 4), 0}, {{9}, 0}};
-  EXPECT_EQ(run(), 0);
-  const std::uint32_t completed = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 0x09020304 : 0x01020309;
-  EXPECT_EQ(takeLog(), (LogLines{READY,
-                                 {3, "[ERROR] main:138 (main) - Unkown msgid 16909060 received\n"},
-                                 {3, "[ERROR] main:138 (main) - Unkown msgid " + std::to_string(completed) +
-                                         " received\n"},
-                                 INTERRUPTED}));
-}
-
-// Without a worker the engine is IDLE and drops the configuration.
-TEST_F(Main, HandsAConfigurationToTheEngineWhichDropsItWhileIdle) {
-  doubles.receives = {{configuration(), 0}};
-  EXPECT_EQ(run(), 0);
-  EXPECT_EQ(bus.transferCount(), 0U);
-  EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
 }
 
 // With its worker in the pause between two cycles, the engine takes it.

@@ -54,11 +54,26 @@ TEST(PowerBudget, GivesTheBudgetToALaterPortThatFits) {
   EXPECT_EQ(decidePower(config, 15, {{{4, false}, {4, true}, {4, true}, {4, true}}}), expected);
 }
 
+TEST(PowerBudget, NeedsTheSumOfMilliwattsInWholeWattsOnOrOffWrappedAt32Bits) {
+  const std::pair<std::array<std::uint32_t, 4>, std::uint32_t> rows[] = {{{20600, 20400, 0, 0}, 41},
+                                                                         {{20000, 20999, 0, 0}, 40},
+                                                                         {{0, 0, 0, 0}, 0},
+                                                                         {{1U << 31, 1U << 31, 1000, 0}, 1}};
+  for (const auto& [limits, watts] : rows) {
+    PoeConfig config{};
+    for (unsigned port = 0; port < 4; port++) {
+      config.port[port].adminEnable = static_cast<std::uint8_t>(port % 2);
+      config.port[port].powerLimit = limits.at(port);
+    }
+    EXPECT_EQ(neededPowerW(config), watts);
+  }
+}
+
 TEST(PowerBudget, RestartsOnlyPoweredPortsThatDoNotFitAndPortsOfNoKnownPriority) {
-  EXPECT_FALSE(isRestarted(PowerVerdict::OFF));
-  EXPECT_FALSE(isRestarted(PowerVerdict::NOT_DETECTED));
-  EXPECT_FALSE(isRestarted(PowerVerdict::FITS));
-  EXPECT_FALSE(isRestarted(PowerVerdict::UNPOWERED));
+  for (const PowerVerdict kept :
+       {PowerVerdict::OFF, PowerVerdict::NOT_DETECTED, PowerVerdict::FITS, PowerVerdict::UNPOWERED}) {
+    EXPECT_FALSE(isRestarted(kept));
+  }
   EXPECT_TRUE(isRestarted(PowerVerdict::RESTARTED));
   EXPECT_TRUE(isRestarted(PowerVerdict::UNKNOWN_PRIORITY));
 }

@@ -2,7 +2,8 @@
 #include "simulator/chip/chip_model.h"
 
 #include <gtest/gtest.h>
-#include <ostream>
+#include <iterator>
+#include <string>
 
 namespace {
 
@@ -111,42 +112,27 @@ TEST(ChipPresence, AnAbsentChipAcknowledgesNothingAndLosesNothing) {
   EXPECT_EQ(read(chip, 0x81), 0x1E);
 }
 
-struct SignatureRow {
-  const char* name;
-  Signature signature;
-  unsigned code;
-};
-
-void PrintTo(const SignatureRow& row, std::ostream* stream) {
-  *stream << row.name;
-}
-
-class ChipBadSignature : public testing::TestWithParam<SignatureRow> {};
-
-TEST_P(ChipBadSignature, IsShownCountedAndNeverPowered) {
-  for (unsigned port = 0; port < 4; ++port) {
-    ChipModel chip;
-    chip.plug(port, {GetParam().signature, 0, 5.0});
-    switchOn(chip);
-    chip.advance(LONG_ENOUGH);
-    EXPECT_EQ(read(chip, static_cast<std::uint8_t>(0x0C + port)), GetParam().code);
-    EXPECT_EQ(read(chip, static_cast<std::uint8_t>(0x75 + port / 2)), 0x08U << (4 * (port % 2)));
-    EXPECT_EQ(read(chip, static_cast<std::uint8_t>(0x75 + (port / 2 + 1) % 2)), 0);
-    EXPECT_EQ(read(chip, 0x77), 1U << (2 * port));
-    chip.advance(60.0);
-    EXPECT_EQ(read(chip, 0x10), 0);
+TEST(ChipPort, WithABadSignatureIsShownCountedAndNeverPowered) {
+  const std::pair<Signature, unsigned> rows[] = {{Signature::Short, 1},
+                                                 {Signature::CapacitanceTooHigh, 2},
+                                                 {Signature::ResistanceTooLow, 3},
+                                                 {Signature::ResistanceTooHigh, 5}};
+  for (const auto& [signature, code] : rows) {
+    for (unsigned port = 0; port < 4; ++port) {
+      SCOPED_TRACE("code " + std::to_string(code) + " in port " + std::to_string(port));
+      ChipModel chip;
+      chip.plug(port, {signature, 0, 5.0});
+      switchOn(chip);
+      chip.advance(LONG_ENOUGH);
+      EXPECT_EQ(read(chip, static_cast<std::uint8_t>(0x0C + port)), code);
+      EXPECT_EQ(read(chip, static_cast<std::uint8_t>(0x75 + port / 2)), 0x08U << (4 * (port % 2)));
+      EXPECT_EQ(read(chip, static_cast<std::uint8_t>(0x75 + (port / 2 + 1) % 2)), 0);
+      EXPECT_EQ(read(chip, 0x77), 1U << (2 * port));
+      chip.advance(60.0);
+      EXPECT_EQ(read(chip, 0x10), 0);
+    }
   }
 }
-
-const SignatureRow BAD_SIGNATURES[] = {
-    {"Short", Signature::Short, 1},
-    {"CapacitanceTooHigh", Signature::CapacitanceTooHigh, 2},
-    {"ResistanceTooLow", Signature::ResistanceTooLow, 3},
-    {"ResistanceTooHigh", Signature::ResistanceTooHigh, 5},
-};
-
-INSTANTIATE_TEST_SUITE_P(Rows, ChipBadSignature, testing::ValuesIn(BAD_SIGNATURES),
-                         [](const auto& row) { return row.param.name; });
 
 TEST(ChipPort, OfNothingIsAnOpenCircuitAndNothingIsCounted) {
   ChipModel chip;
@@ -197,72 +183,52 @@ TEST(ChipPort, DoesNothingWithoutTime) {
   EXPECT_EQ(read(chip, 0x10), 0);
 }
 
-struct ClassRow {
-  unsigned pdClass;
-  unsigned code;
-};
-
-void PrintTo(const ClassRow& row, std::ostream* stream) {
-  *stream << "class " << row.pdClass;
+TEST(ChipPort, ShowsTheCodeOfEachClass) {
+  const unsigned codes[] = {6, 1, 2, 3, 4};
+  for (unsigned pdClass = 0; pdClass < std::size(codes); ++pdClass) {
+    ChipModel chip;
+    chip.plug(0, {Signature::Good, pdClass, 2.0});
+    switchOn(chip);
+    chip.advance(LONG_ENOUGH);
+    EXPECT_EQ(read(chip, 0x0C) >> 4, codes[pdClass]) << "class " << pdClass;
+  }
 }
 
-class ChipClass : public testing::TestWithParam<ClassRow> {};
+TEST(ChipPort, LackingAnEnableIsOffAndGoesOffWhenPowered) {
+  struct Row {
+    const char* lacks;
+    std::uint8_t mode;
+    std::uint8_t enables;
+  };
+  const Row rows[] = {{"mode 3, in mode 0", 0xF3, 0xFF},
+                      {"mode 3, in mode 1", 0xF7, 0xFF},
+                      {"mode 3, in mode 2", 0xFB, 0xFF},
+                      {"detection", 0xFF, 0xFD},
+                      {"classification", 0xFF, 0xDF}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.lacks);
+    ChipModel chip;
+    chip.plug(1, {});
+    chip.write(0x12, row.mode);
+    chip.write(0x14, row.enables);
+    chip.advance(10.0);
+    EXPECT_EQ(read(chip, 0x0D), 0);
+    EXPECT_EQ(read(chip, 0x10), 0);
 
-TEST_P(ChipClass, HasItsCode) {
-  ChipModel chip;
-  chip.plug(0, {Signature::Good, GetParam().pdClass, 2.0});
-  switchOn(chip);
-  chip.advance(LONG_ENOUGH);
-  EXPECT_EQ(read(chip, 0x0C) >> 4, GetParam().code);
+    switchOn(chip);
+    chip.advance(LONG_ENOUGH);
+    ASSERT_EQ(read(chip, 0x10), 0x22);
+    chip.write(0x12, row.mode);
+    chip.write(0x14, row.enables);
+    EXPECT_EQ(read(chip, 0x0D), 0);
+    EXPECT_EQ(read(chip, 0x10), 0);
+    EXPECT_EQ(readWord(chip, 0x34), 0U);
+    EXPECT_EQ(readWord(chip, 0x36), 0U);
+    EXPECT_EQ(read(chip, 0x93), 0);
+    EXPECT_EQ(read(chip, 0x96), 0);
+    EXPECT_EQ(read(chip, 0x7A), 0) << "switching off is no under-load";
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Rows, ChipClass,
-                         testing::Values(ClassRow{0, 6}, ClassRow{1, 1}, ClassRow{2, 2}, ClassRow{3, 3},
-                                         ClassRow{4, 4}),
-                         [](const auto& row) { return "Class" + std::to_string(row.param.pdClass); });
-
-struct EnableRow {
-  const char* name;
-  std::uint8_t mode;
-  std::uint8_t enables;
-};
-
-void PrintTo(const EnableRow& row, std::ostream* stream) {
-  *stream << row.name;
-}
-
-class ChipPortLackingAnEnable : public testing::TestWithParam<EnableRow> {};
-
-TEST_P(ChipPortLackingAnEnable, IsOffAndGoesOffWhenPowered) {
-  ChipModel chip;
-  chip.plug(1, {});
-  chip.write(0x12, GetParam().mode);
-  chip.write(0x14, GetParam().enables);
-  chip.advance(10.0);
-  EXPECT_EQ(read(chip, 0x0D), 0);
-  EXPECT_EQ(read(chip, 0x10), 0);
-
-  switchOn(chip);
-  chip.advance(LONG_ENOUGH);
-  ASSERT_EQ(read(chip, 0x10), 0x22);
-  chip.write(0x12, GetParam().mode);
-  chip.write(0x14, GetParam().enables);
-  EXPECT_EQ(read(chip, 0x0D), 0);
-  EXPECT_EQ(read(chip, 0x10), 0);
-  EXPECT_EQ(readWord(chip, 0x34), 0U);
-  EXPECT_EQ(readWord(chip, 0x36), 0U);
-  EXPECT_EQ(read(chip, 0x93), 0);
-  EXPECT_EQ(read(chip, 0x96), 0);
-  EXPECT_EQ(read(chip, 0x7A), 0) << "switching off is no under-load";
-}
-
-const EnableRow LACKING[] = {
-    {"Mode0", 0xF3, 0xFF},     {"Mode1", 0xF7, 0xFF},          {"Mode2", 0xFB, 0xFF},
-    {"Detection", 0xFF, 0xFD}, {"Classification", 0xFF, 0xDF},
-};
-
-INSTANTIATE_TEST_SUITE_P(Rows, ChipPortLackingAnEnable, testing::ValuesIn(LACKING),
-                         [](const auto& row) { return row.param.name; });
 
 TEST(ChipPort, UnpluggedWhilePoweredCountsUnderLoadAndIsOpen) {
   ChipModel chip;

@@ -2,7 +2,8 @@
 #include "simulator/card/register_dump.h"
 
 #include <gtest/gtest.h>
-#include <ostream>
+#include <string>
+#include <utility>
 
 namespace {
 
@@ -65,66 +66,33 @@ TEST(RegisterDump, MayHaveRowsAndRegistersLeftOut) {
   EXPECT_EQ(image, expected);
 }
 
-struct WrongDump {
-  const char* name;
-  const char* text;
-  const char* message;
+const std::string IN_ORDER = ", each once and rising";
+const std::string DIGITS = "; accepted are two digits 0 to 9 and a to f, XX or blanks, and a blank";
+const std::string FIRST = "; accepted is '     0  1  2  3  4  5  6  7  8  9  a  b  c  d  e  f'";
+
+const std::pair<const char*, std::string> WRONG_DUMPS[] = {
+    {"", "line 1: '' is not the heading" + FIRST},
+    {"00: 00\n", "line 1: '00: 00' is not the heading" + FIRST},
+    {HEADING, "line 2: there is no row; accepted are '00: ' to 'f0: '"},
+    {HEADING "hello\n", "line 2: 'hell' is no row; accepted are '00: ' to 'f0: '" + IN_ORDER},
+    {HEADING "\n", "line 2: '' is no row; accepted are '00: ' to 'f0: '" + IN_ORDER},
+    {HEADING "08: 00\n", "line 2: '08: ' is no row; accepted are '00: ' to 'f0: '" + IN_ORDER},
+    {HEADING "A0: 00\n", "line 2: 'A0: ' is no row; accepted are '00: ' to 'f0: '" + IN_ORDER},
+    {HEADING "10: 00\n10: 00\n", "line 3: '10: ' is no row; accepted are '20: ' to 'f0: '" + IN_ORDER},
+    {HEADING "20: 00\n10: 00\n", "line 3: '10: ' is no row; accepted are '30: ' to 'f0: '" + IN_ORDER},
+    {HEADING "f0: XX\nf0: XX\n", "line 3: 'f0: ' is no row; accepted is the end"},
+    {HEADING "10: 00 0g\n", "line 2: '0g ' is no value of register 11" + DIGITS},
+    {HEADING "10: AB\n", "line 2: 'AB ' is no value of register 10" + DIGITS},
+    {HEADING "10: 123\n", "line 2: '123' is no value of register 10" + DIGITS},
+    {HEADING "10: 1\n", "line 2: '1  ' is no value of register 10" + DIGITS},
+    {HEADING "10: X \n", "line 2: 'X  ' is no value of register 10" + DIGITS},
+    {HEADING "d0: 00\n", "line 2: there is no register d0; accepted is XX or blanks above register ce"},
 };
 
-void PrintTo(const WrongDump& row, std::ostream* stream) {
-  *stream << row.name;
+TEST(RegisterDump, ThatIsWrongSaysWhereWhatIsWrongAndWhatIsAccepted) {
+  for (const auto& [text, message] : WRONG_DUMPS) {
+    EXPECT_EQ(errorOf(text), message) << text;
+  }
 }
-
-class RegisterDumpThatIsWrong : public testing::TestWithParam<WrongDump> {};
-
-TEST_P(RegisterDumpThatIsWrong, SaysWhereWhatIsWrongAndWhatIsAccepted) {
-  EXPECT_EQ(errorOf(GetParam().text), GetParam().message);
-}
-
-const WrongDump WRONG_DUMPS[] = {
-    {"Empty", "",
-     "line 1: '' is not the heading; accepted is '     0  1  2  3  4  5  6  7  8  9  a  b  c  d  e  f'"},
-    {"NoHeading", "00: 00\n",
-     "line 1: '00: 00' is not the heading; accepted is '     0  1  2  3  4  5  6  7  8  9  a  b  c  d  e  "
-     "f'"},
-    {"NoRow", HEADING, "line 2: there is no row; accepted are '00: ' to 'f0: '"},
-    {"NoRowAddress", HEADING "hello\n",
-     "line 2: 'hell' is no row; accepted are '00: ' to 'f0: ', each once and rising"},
-    {"BlankLine", HEADING "\n", "line 2: '' is no row; accepted are '00: ' to 'f0: ', each once and rising"},
-    {"RowBetween", HEADING "08: 00\n",
-     "line 2: '08: ' is no row; accepted are '00: ' to 'f0: ', each once and rising"},
-    {"UpperCaseRow", HEADING "A0: 00\n",
-     "line 2: 'A0: ' is no row; accepted are '00: ' to 'f0: ', each once and rising"},
-    {"RowTwice", HEADING "10: 00\n10: 00\n",
-     "line 3: '10: ' is no row; accepted are '20: ' to 'f0: ', each once and rising"},
-    {"RowsFalling", HEADING "20: 00\n10: 00\n",
-     "line 3: '10: ' is no row; accepted are '30: ' to 'f0: ', each once and rising"},
-    {"RowBehindTheLast", HEADING "f0: XX\nf0: XX\n", "line 3: 'f0: ' is no row; accepted is the end"},
-    {"NoHexadecimal", HEADING "10: 00 0g\n",
-     "line 2: '0g ' is no value of register 11; accepted are two digits 0 to 9 and a to f, XX or blanks, and "
-     "a "
-     "blank"},
-    {"UpperCase", HEADING "10: AB\n",
-     "line 2: 'AB ' is no value of register 10; accepted are two digits 0 to 9 and a to f, XX or blanks, and "
-     "a "
-     "blank"},
-    {"ThreeDigits", HEADING "10: 123\n",
-     "line 2: '123' is no value of register 10; accepted are two digits 0 to 9 and a to f, XX or blanks, and "
-     "a "
-     "blank"},
-    {"OneDigit", HEADING "10: 1\n",
-     "line 2: '1  ' is no value of register 10; accepted are two digits 0 to 9 and a to f, XX or blanks, and "
-     "a "
-     "blank"},
-    {"HalfAnX", HEADING "10: X \n",
-     "line 2: 'X  ' is no value of register 10; accepted are two digits 0 to 9 and a to f, XX or blanks, and "
-     "a "
-     "blank"},
-    {"AboveTheLastRegister", HEADING "d0: 00\n",
-     "line 2: there is no register d0; accepted is XX or blanks above register ce"},
-};
-
-INSTANTIATE_TEST_SUITE_P(Rows, RegisterDumpThatIsWrong, testing::ValuesIn(WRONG_DUMPS),
-                         [](const auto& row) { return row.param.name; });
 
 } // namespace

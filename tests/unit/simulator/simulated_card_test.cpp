@@ -2,6 +2,7 @@
 #include "simulator/card/simulated_card.h"
 
 #include "tests/support/process/temporary_directory.h"
+#include "tests/support/process/wait_until.h"
 
 #include <gtest/gtest.h>
 #include <thread>
@@ -85,7 +86,7 @@ TEST_F(SteppedCard, DoesNotAgeOtherwise) {
   card.answer("plug 0");
   card.write(0x12, 0x03);
   card.write(0x14, 0x11);
-  std::this_thread::sleep_for(std::chrono::milliseconds(400));
+  std::this_thread::sleep_for(std::chrono::milliseconds(200)); // detection takes 150 ms
   EXPECT_NE(card.answer("show").find("phase=detecting"), std::string::npos);
 }
 
@@ -94,8 +95,7 @@ TEST(RealTimeCard, AgesByItself) {
   card.answer("plug 0");
   card.write(0x12, 0x03);
   card.write(0x14, 0x11);
-  std::this_thread::sleep_for(std::chrono::milliseconds(310));
-  EXPECT_EQ(card.answer("reg 0x10"), "0x10 0x11\n");
+  EXPECT_TRUE(waitUntil([&] { return card.answer("reg 0x10") == "0x10 0x11\n"; }));
 }
 
 TEST_F(SteppedCard, RunsCommandsThatAreDueAtOnceAndTheOthersByTheirTimes) {
