@@ -30,13 +30,14 @@ public:
     for (const RecordedEvent& recorded : m_events.record(record.snapshot)) {
       const std::string time = isoTime(recorded.time);
       const StatusEvent& event = recorded.event;
-      const std::string text = eventText(event, record.snapshot.source);
+      const std::string line = time + " " + eventText(event, record.snapshot.source) + "\n";
       if (m_options.events) {
         put(m_options.json
                 ? eventJsonLine(time, numberOf(event, record.snapshot), event, record.snapshot.source)
-                : time + " " + text + "\n");
+                : line);
       } else if (event.kind == EventKind::STALE || event.kind == EventKind::RESUMED) {
-        put(time + " " + text + "\n\n");
+        put(line);
+        put("\n");
       }
     }
     if (!m_options.events) {

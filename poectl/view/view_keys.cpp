@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t SCROLL_STEP = 5; // events
 constexpr std::size_t MAX_PROMPT = 70;
 constexpr double MAX_WATTS = 100;
-constexpr char CARD_KEYS[] = "pu+-sfontbc:";
+constexpr char LIVE_KEYS[] = "erpu+-sfontbc:"; // all but e and r are for the simulated card
 constexpr char NO_KEY[] = "this key does nothing; ? lists those that do";
 
 struct PluggedDevice {
@@ -144,7 +144,7 @@ KeyEffect ViewKeys::command(char key, ViewState& state) {
     state.help = !state.help;
   } else if (key >= '0' && key < static_cast<char>('0' + POE_PORTS)) {
     state.port = static_cast<unsigned>(key - '0');
-  } else if (state.replay) {
+  } else if (state.replay || std::string(LIVE_KEYS).find(key) == std::string::npos) {
     state.note = NO_KEY;
   } else if (key == 'e') {
     effect.sendExample = true;
@@ -153,8 +153,6 @@ KeyEffect ViewKeys::command(char key, ViewState& state) {
     effect.readSettings = true;
     state.note =
         text::formatted("port %u: its limit and priority are being read over the chip's bus", state.port);
-  } else if (std::string(CARD_KEYS).find(key) == std::string::npos) {
-    state.note = NO_KEY;
   } else if (!state.card) {
     state.note = "no simulated card answers; this key is for one";
   } else {
