@@ -77,20 +77,21 @@ TEST_F(Play, ShowsWhyAnExpectationFailedAndGoesOn) {
                                     "expect port 2 state FAULT within 2 messages\n"
                                     "expect port 2 state SEARCHING\n");
   const std::string counters = "       0       0         0          0      0         0\n";
-  EXPECT_EQ(result.output,
-            "TAP version 13\n"
-            "1..5\n"
-            "ok 1 - line 1: apply four_ports.toml\n"
-            "ok 2 - line 2: after 2 messages\n"
-            "ok 3 - line 3: expect ports 2 counters unchanged since line 1 for 2 messages\n"
-            "not ok 4 - line 4: expect port 2 state FAULT within 2 messages\n"
-            "# port 2 state is SEARCHING; expected is FAULT\n"
-            "# message 7 from the queue: chip running, bank limit 100 W, consumption 0 W, temperature 40 C\n" +
-                HEADING + "#    0  on     SEARCHING            -     0       15 " + counters +
-                "#    1  on     SEARCHING            -     0       30 " + counters +
-                "#    2  on     SEARCHING            -     0       15 " + counters +
-                "#    3  on     SEARCHING            -     0       15 " + counters +
-                "ok 5 - line 5: expect port 2 state SEARCHING\n");
+  EXPECT_EQ(
+      result.output,
+      "TAP version 13\n"
+      "1..5\n"
+      "ok 1 - line 1: apply four_ports.toml\n"
+      "ok 2 - line 2: after 2 messages\n"
+      "ok 3 - line 3: expect ports 2 counters unchanged since line 1 for 2 messages\n"
+      "not ok 4 - line 4: expect port 2 state FAULT within 2 messages\n"
+      "# port 2 state is SEARCHING; expected is FAULT\n"
+      "# message 7 from the queue: chip running, bank limit 100 W, consumption 0 W, temperature 40 C\n" +
+          HEADING + "#    0  on     SEARCHING            -     0       15 " + counters +
+          "#    1  on     SEARCHING            -     0       30 " + counters +
+          "#    2  on     SEARCHING            -     0       15 " + counters +
+          "#    3  on     SEARCHING            -     0       15 " + counters +
+          "ok 5 - line 5: expect port 2 state SEARCHING\n");
   EXPECT_EQ(result.status, 1);
 }
 
