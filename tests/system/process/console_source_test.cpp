@@ -149,8 +149,9 @@ TEST_F(BesideMainProcess, EachOutputComesFromTheConsoleAndSaysSo) {
   const std::vector<std::string> lines = linesOf(poectl("watch --every 0.2 --count 3 --json").output);
   ASSERT_EQ(lines.size(), 3U);
   for (std::size_t line = 0; line < lines.size(); line++) {
-    const std::string head = "^\\{\"version\":1,\"time\":\"[^\"]*\",\"message\":" + std::to_string(line + 1) +
-                             ",\"source\":\"console\",\"transfers\":49,\"span_ms\":[0-9]+,\"mainPower\":100,";
+    const std::string head =
+        "^\\{\"version\":1,\"time\":\"[^\"]*\",\"message\":" + std::to_string(line + 1) +
+        ",\"source\":\"console\",\"transfers\":49,\"span_ms\":[0-9]+,\"period_ms\":200,\"mainPower\":100,";
     EXPECT_TRUE(containsPattern(lines[line], head)) << lines[line];
     EXPECT_NE(lines[line].find("\"enabled\":true,\"limit_w\":15,\"priority\":1,\"voltage_dv\":540,"
                                "\"current_ma\":111,\"powered\":true,\"faults\":\"\"}"),

@@ -48,10 +48,10 @@ TEST_F(PoectlWatch, PrintsAJsonObjectOnALineForEachMessage) {
   const std::vector<std::string> lines = linesOf(result.output);
   ASSERT_EQ(lines.size(), 3U) << result.output;
   for (std::size_t line = 0; line < lines.size(); line++) {
-    const std::string head("\\{\"version\":1,\"time\":\"" + TIME +
-                           "\",\"message\":" + std::to_string(line + 1) +
-                           ",\"source\":\"queue\",\"transfers\":0,\"span_ms\":0,\"mainPower\":[0-9]+,"
-                           "\"mainOperStatus\":1,.*\\}");
+    const std::string head(
+        "\\{\"version\":1,\"time\":\"" + TIME + "\",\"message\":" + std::to_string(line + 1) +
+        ",\"source\":\"queue\",\"transfers\":0,\"span_ms\":0,\"period_ms\":1000,\"mainPower\":[0-9]+,"
+        "\"mainOperStatus\":1,.*\\}");
     EXPECT_TRUE(matchesPattern(lines[line], head)) << lines[line];
   }
   EXPECT_NE(lines[2].find("\"mainPower\":100,"), std::string::npos)
