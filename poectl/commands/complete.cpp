@@ -58,13 +58,36 @@ Position positionAfter(const Words& words, const std::vector<CommandOption>& opt
   return position;
 }
 
+Words valuesOf(const CommandOption& option) {
+  if (std::string("--from") == option.name) {
+    return {"queue", "console"};
+  }
+  return option.takesFile() ? Words{ANY_FILE} : Words{};
+}
+
+// The words that may follow the arguments of a command that has words of its own.
+Words wordsAfter(const Command& command, const Position& position) {
+  const std::size_t count = position.arguments.size();
+  if (command.declare == portCommand) {
+    return count == 0   ? Words(CONSOLE_CHANNELS.begin(), CONSOLE_CHANNELS.end())
+           : count == 1 ? Words(PORT_VERBS.begin(), PORT_VERBS.end())
+                        : Words{};
+  }
+  if (!command.takesWords()) {
+    return {};
+  }
+  if (command.declare == consoleCommand) {
+    return consoleCandidates(position.arguments);
+  }
+  return count == 0 ? cardWords(position.control) : Words{};
+}
+
 // What may follow the words of a command.
 Words candidatesAfter(const Command& command, const Words& words) {
   const std::vector<CommandOption> options = command.options();
   const Position position = positionAfter(words, options);
   if (position.valueOf != nullptr) {
-    const bool isSource = std::string("--from") == position.valueOf->name;
-    return isSource ? Words{"queue", "console"} : position.valueOf->takesFile() ? Words{ANY_FILE} : Words{};
+    return valuesOf(*position.valueOf);
   }
   Words candidates;
   if (!command.takesWords() || position.arguments.empty()) {
@@ -73,21 +96,11 @@ Words candidatesAfter(const Command& command, const Words& words) {
     }
     candidates.emplace_back("--help");
   }
-  if (command.declare == portCommand) {
-    const Words more = position.arguments.empty() ? Words(CONSOLE_CHANNELS.begin(), CONSOLE_CHANNELS.end())
-                       : position.arguments.size() == 1 ? Words(PORT_VERBS.begin(), PORT_VERBS.end())
-                                                        : Words{};
-    candidates.insert(candidates.end(), more.begin(), more.end());
-  }
   if (command.takesFile()) {
     candidates.emplace_back(ANY_FILE);
   }
-  if (command.takesWords()) {
-    const Words more = command.declare == consoleCommand ? consoleCandidates(position.arguments)
-                       : position.arguments.empty()      ? cardWords(position.control)
-                                                         : Words{};
-    candidates.insert(candidates.end(), more.begin(), more.end());
-  }
+  const Words more = wordsAfter(command, position);
+  candidates.insert(candidates.end(), more.begin(), more.end());
   return candidates;
 }
 

@@ -104,7 +104,7 @@ private:
   }
 
   static ValuePlace placeOf(const toml::table& port, const Key& key) {
-    const toml::source_region& region = port.get(key.name)->source();
+    const toml::source_region& region = port.at(key.name).source(); // value() has found it
     return {region.begin.line, region.begin.column, region.end.column};
   }
 

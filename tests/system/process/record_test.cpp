@@ -29,7 +29,9 @@ protected:
         {"bus dead", R"("event":"chipLost")"},
         {"bus ok", R"("event":"chipRecovered")"},
     };
-    for (const auto& [command, event] : steps) {
+    for (const auto& step : steps) {
+      const std::string& command = step.first;
+      const std::string& event = step.second; // a lambda cannot capture a structured binding
       ASSERT_EQ(run(std::string(POECTL) + " card --control " + socket + " " + command).status, 0) << command;
       ASSERT_TRUE(waitUntil([&] { return watch.output().find(event) != std::string::npos; }))
           << command << "\n"

@@ -177,8 +177,8 @@ TEST_F(RecordFile, IsPlayedForwardFromAnyRecord) {
     ASSERT_TRUE(player.forward());
     EXPECT_EQ(player.number(), number);
     EXPECT_EQ(player.snapshot().status.port[1].shortCounter, number);
-    while (player.number() < 40 && player.forward()) {
-      continue;
+    for (bool more = true; more && player.number() < 40;) {
+      more = player.forward();
     }
   }
 }
@@ -191,8 +191,8 @@ TEST_F(RecordFile, IsIndexedInBoundedMemory) {
             std::to_string(number) + R"(,"span_ms":0,"port":[{},{},{},{}]})" + "\n";
   }
   RecordPlayer player(made(text), {});
-  while (player.forward()) {
-    continue;
+  for (bool more = true; more;) {
+    more = player.forward();
   }
   for (const unsigned number : {RECORDS, RECORDS - 1, RECORDS / 2, 3U, 1U}) {
     player.rewindTo(number);
