@@ -33,23 +33,40 @@ std::optional<std::uint32_t> codeOf(const char* const (&words)[size], std::strin
                                   : std::make_optional(static_cast<std::uint32_t>(found - std::begin(words)));
 }
 
-// A report's lines "label = value" and "label : value". It refers to the reply.
+using Line = std::pair<std::string_view, std::string_view>; // label and value
+
+// Label and value of a line "label = value" or "label : value"; both empty for another line.
+Line splitLine(std::string_view line) {
+  const std::size_t separator = std::min(line.find(" = "), line.find(" : "));
+  return separator == std::string_view::npos
+             ? Line()
+             : Line(trimmed(line.substr(0, separator)), line.substr(separator + 3));
+}
+
+template <typename Visit>
+void forEachLine(std::string_view reply, Visit visit) {
+  while (!reply.empty()) {
+    const std::string_view line = reply.substr(0, reply.find('\n'));
+    reply.remove_prefix(std::min(line.size() + 1, reply.size()));
+    visit(line);
+  }
+}
+
+// The lines of a report. It refers to the reply.
 class Lines {
 public:
   Lines(const std::string& command, const std::string& reply, std::string_view title)
       : m_name("the console's report '" + command + "'") {
     std::string_view first; // that is no frame of a title
-    for (std::string_view rest = reply; !rest.empty();) {
-      const std::string_view line = rest.substr(0, rest.find('\n'));
-      rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+    forEachLine(reply, [&](std::string_view line) {
       if (first.empty() && line.find_first_not_of('=') != std::string_view::npos) {
         first = line;
       }
       if (line == NO_CHIP) {
         throw ConsoleError(m_name + " is '" + std::string(NO_CHIP) + "': the service has no driver");
       }
-      add(line);
-    }
+      m_lines.push_back(splitLine(line));
+    });
     if (first != title) {
       throw ConsoleError(m_name + " begins with " + text::quoted(first) + " and not with " +
                          text::quoted(title));
@@ -101,15 +118,6 @@ public:
   }
 
 private:
-  using Line = std::pair<std::string_view, std::string_view>;
-
-  void add(std::string_view line) {
-    const std::size_t separator = std::min(line.find(" = "), line.find(" : "));
-    if (separator != std::string_view::npos) {
-      m_lines.emplace_back(trimmed(line.substr(0, separator)), line.substr(separator + 3));
-    }
-  }
-
   std::vector<Line>::const_iterator find(std::string_view label) const {
     return std::find_if(m_lines.begin(), m_lines.end(),
                         [&](const Line& line) { return line.first == label; });
@@ -133,28 +141,34 @@ std::optional<PoePortReport::Measurements> measurementsOf(const Lines& lines) {
   if (!lines.has(FIRST)) {
     return std::nullopt;
   }
-  return PoePortReport::Measurements{
-      lines.number<std::uint32_t>(FIRST), lines.number<std::uint32_t>("port_voltage (dV)"),
-      lines.number<std::uint32_t>("port_current (mA)"), lines.number<std::uint32_t>("power_consumption (W)")};
+  return PoePortReport::Measurements{lines.number<std::uint32_t>(FIRST),
+                                     lines.number<std::uint32_t>("port_voltage (dV)"),
+                                     lines.number<std::uint32_t>("port_current (mA)"),
+                                     lines.number<std::uint32_t>(PoePortLine::CONSUMPTION)};
 }
 
 } // namespace
 
+std::string InfoLine::bankRegister(unsigned bank) {
+  return "- power_limit[" + std::to_string(bank) + "]";
+}
+
 InfoReport parseInfo(const std::string& reply) {
   const Lines lines("info", reply, "pd69104 Engine");
   InfoReport info{};
-  info.state = lines.value("m_state");
+  info.state = lines.value(InfoLine::STATE);
+  info.watchdog = lines.has(InfoLine::WATCHDOG) ? lines.value(InfoLine::WATCHDOG) : "";
   info.driverMode = lines.value("m_HwOperationMode");
   info.busError = lines.flag("m_poeError");
   info.busErrors = lines.number<std::uint32_t>("m_poeErrorCount");
-  info.mainVoltage = lines.volts("main voltage (V)");
+  info.mainVoltage = lines.volts(InfoLine::MAIN_VOLTAGE);
   info.consumption = lines.number<std::uint32_t>("power_consumption");
-  info.minShutdownVoltage = lines.volts("min_shutdown_voltage");
+  info.minShutdownVoltage = lines.volts(InfoLine::MIN_SHUTDOWN_VOLTAGE);
   info.isStatic = lines.flag("PM calculation static");
-  info.bank = lines.number<std::uint32_t>("power_bank");
-  info.bankLimit = lines.number<std::uint32_t>("power_limit (this bank)");
+  info.bank = lines.number<std::uint32_t>(InfoLine::BANK);
+  info.bankLimit = lines.number<std::uint32_t>(InfoLine::BANK_LIMIT);
   for (unsigned bank = 0; bank < POE_BANKS; bank++) {
-    info.bankRegisters[bank] = lines.number<std::uint32_t>(text::formatted("- power_limit[%u]", bank));
+    info.bankRegisters[bank] = lines.number<std::uint32_t>(InfoLine::bankRegister(bank));
   }
   return info;
 }
@@ -163,39 +177,41 @@ DeviceReport parseDevice(const std::string& reply) {
   const Lines lines("device", reply, "device status");
   return {lines.number<std::uint32_t>("device_id"),
           lines.number<std::uint32_t>("device revision"),
-          lines.number<std::int32_t>("temperature"),
-          lines.flag("thermal shutdown"),
-          lines.flag("dev_error"),
-          lines.number<std::uint32_t>("device errorcount")};
+          lines.number<std::int32_t>(DeviceLine::TEMPERATURE),
+          lines.flag(DeviceLine::THERMAL_SHUTDOWN),
+          lines.flag(DeviceLine::DEV_ERROR),
+          lines.number<std::uint32_t>(DeviceLine::BUS_ERRORS)};
 }
 
 ChannelReport parseChannel(const std::string& reply, unsigned port) {
   const Lines lines(withPort("channel", port), reply, withPort("channel", port));
-  const std::string_view detection = lines.value("det_status");
-  const std::uint32_t chipClass = lines.known("pclass", codeOf(CHIP_CLASS_WORDS, lines.value("pclass")));
+  const std::string_view detection = lines.value(ChannelLine::DETECTION);
+  const std::uint32_t chipClass = lines.known(
+      ChannelLine::CLASSIFICATION, codeOf(CHIP_CLASS_WORDS, lines.value(ChannelLine::CLASSIFICATION)));
   constexpr std::uint32_t UNDEFINED = std::size(DETECTION_WORDS); // the one code without a word of its own
-  return {lines.flag("enable"),
+  return {lines.flag(ChannelLine::ENABLE),
           lines.flag("power_good"),
           detection == ILLEGAL_CODE ? UNDEFINED
-                                    : lines.known("det_status", codeOf(DETECTION_WORDS, detection)),
+                                    : lines.known(ChannelLine::DETECTION, codeOf(DETECTION_WORDS, detection)),
           CLASS_OF_CHIP_CODE[chipClass],
-          lines.flag("fet_error"),
-          lines.flag("mosfet_overtemperature"),
+          lines.flag(ChannelLine::FET_ERROR),
+          lines.flag(ChannelLine::HOT_MOSFET),
           lines.flag("in_pm_mode"),
           lines.flag("passed_MSCC_cap_det"),
-          lines.flag("det_fail")};
+          lines.flag(ChannelLine::DETECTION_FAILED)};
 }
 
 PoePortReport parsePoePort(const std::string& reply, unsigned port) {
   const Lines lines(withPort("poeport", port), reply, withPort("channel", port)); // it calls itself so
   PoePortReport report{};
-  report.enabled = lines.flag("admin enable");
-  report.operStatus = lines.known("Oper status", codeOf(OPER_STATUS_WORDS, lines.value("Oper status")));
-  report.classification =
-      lines.known("powerClassification", codeOf(CLASSIFICATION_WORDS, lines.value("powerClassification")));
-  if (lines.has("port power limit (W)")) {
-    report.limit = lines.number<std::uint32_t>("port power limit (W)");
-    lines.number<std::uint32_t>("temp port power limit (W)"); // the service writes both or none
+  report.enabled = lines.flag(PoePortLine::ENABLE);
+  report.operStatus =
+      lines.known(PoePortLine::OPER_STATUS, codeOf(OPER_STATUS_WORDS, lines.value(PoePortLine::OPER_STATUS)));
+  report.classification = lines.known(PoePortLine::CLASSIFICATION,
+                                      codeOf(CLASSIFICATION_WORDS, lines.value(PoePortLine::CLASSIFICATION)));
+  if (lines.has(PoePortLine::LIMIT)) {
+    report.limit = lines.number<std::uint32_t>(PoePortLine::LIMIT);
+    report.temporaryLimit = lines.number<std::uint32_t>(PoePortLine::TEMPORARY_LIMIT);
   }
   if (lines.has("priority")) {
     report.priority = lines.number<std::uint32_t>("priority") + 1;
@@ -205,6 +221,15 @@ PoePortReport parsePoePort(const std::string& reply, unsigned port) {
     report.counters[counter] = lines.number<std::uint32_t>(STATUS_COUNTER[counter].name);
   }
   return report;
+}
+
+std::string shownValue(const std::string& reply, std::string_view label) {
+  std::string_view shown;
+  forEachLine(reply, [&](std::string_view line) {
+    const auto [name, value] = splitLine(line);
+    shown = name == label && shown.empty() ? value : shown;
+  });
+  return std::string(shown);
 }
 
 std::string faultsOf(const ChannelReport& channel) {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"
-#include "poectl/diagnose/report_lines.h"
+#include "poectl/diagnose/seen_report.h"
 #include "poectl/diagnose/service_log.h"
 #include "poectl/service/queue_state.h"
 
@@ -14,23 +14,28 @@
 
 // The reports that the service answers from its memory.
 struct FreeReports {
-  ReportLines device;
-  std::array<ReportLines, POE_PORTS> channel;
+  SeenReport<DeviceReport> device;
+  std::array<SeenReport<ChannelReport>, POE_PORTS> channel;
 };
 
 // The reports that make transfers on the chip's bus.
 struct BusReports {
-  ReportLines info;
-  std::array<ReportLines, POE_PORTS> first; // "poeport"
-  std::array<ReportLines, POE_PORTS> later; // the same some seconds later, for the ports where it matters
-  std::optional<std::uint32_t> mode;        // register 0x12, two bits for each port
-  std::optional<std::uint32_t> detection;   // register 0x14: bit `port`, and bit `port` + 4
+  using PoePorts = std::array<SeenReport<PoePortReport>, POE_PORTS>;
 
-  std::optional<std::uint32_t>
-      marker; // register 0x90, bank 7; only asked for when "info" shows a limit there
+  // Whether "info" shows a limit of bank 7, which the service considers a reset of the chip.
+  bool showsMarker() const { return info.values && info.values->bankRegisters[POE_BANKS - 1] != 0; }
+
+  SeenReport<InfoReport> info;
+  PoePorts first;
+  PoePorts later;                         // some seconds later, for the ports where it matters
+  std::optional<std::uint32_t> mode;      // register 0x12, two bits for each port
+  std::optional<std::uint32_t> detection; // register 0x14: bit `port`, and bit `port` + 4
+  std::optional<std::uint32_t> marker;    // register 0x90, bank 7; only asked for when showsMarker()
 
   // What is known last of a port.
-  const ReportLines& port(unsigned port) const { return later[port].empty() ? first[port] : later[port]; }
+  const SeenReport<PoePortReport>& port(unsigned port) const {
+    return later[port].values ? later[port] : first[port];
+  }
 };
 
 enum class ConsoleState {

@@ -1,5 +1,6 @@
 #include "poectl/diagnose/diagnosis_text.h"
 
+#include "poectl/diagnose/card_facts.h"
 #include "poectl/diagnose/verdicts.h"
 #include "text/text.h"
 
@@ -18,8 +19,26 @@ std::string verdictText(std::size_t number, const Verdict& verdict) {
          text::wrapped("evidence: " + verdict.evidence, 3) + text::wrapped("remedy: " + verdict.remedy, 3);
 }
 
-std::string gapsText(const CardLooks& looks) {
+// The reports that are not understood.
+std::string doubtfulReportsText(const CardLooks& looks) {
   std::string text;
+  const auto add = [&](const auto& report) {
+    text += report.problem.empty() ? "" : text::wrapped("- " + report.problem);
+  };
+  for (unsigned port = 0; !looks.free.empty() && !hasNoDriver(looks) && port < POE_PORTS; port++) {
+    add(lastChannel(looks, port));
+  }
+  if (looks.bus) {
+    add(looks.bus->info);
+    for (unsigned port = 0; port < POE_PORTS; port++) {
+      add(looks.bus->port(port));
+    }
+  }
+  return text;
+}
+
+std::string gapsText(const CardLooks& looks) {
+  std::string text = doubtfulReportsText(looks);
   if (!looks.whyNoBus.empty()) {
     text += text::wrapped(
         "- the reports 'info' and 'poeport', and so supply, limits, counters, engine and watchdog: " +

@@ -81,16 +81,19 @@ private:
     m_looks.whyNoBus = m_looks.bus ? "" : "the console gives no reports";
   }
 
-  ReportLines report(const std::string& command) const {
-    return ReportLines(command, askConsole(consoleLine(command), REPLY_WAIT));
+  template <typename Report, typename... Port>
+  static SeenReport<Report> report(const char* name, Report (*parse)(const std::string&, Port...),
+                                   Port... port) {
+    const std::string command = (std::string(name) + ... + (" " + std::to_string(port)));
+    return seenReport(command, askConsole(consoleLine(command), REPLY_WAIT), parse, port...);
   }
 
   FreeReports freeReports() const {
     FreeReports reports;
-    reports.device = report("device");
-    parseDevice(reports.device.reply()); // a program that is not the service is refused
+    reports.device = report("device", parseDevice);
+    reports.device.understood(); // a program that is not the service is refused
     for (unsigned port = 0; port < POE_PORTS; port++) {
-      reports.channel[port] = report("channel " + std::to_string(port));
+      reports.channel[port] = report("channel", parseChannel, port);
     }
     return reports;
   }
@@ -99,7 +102,7 @@ private:
     if (m_options.bus == BusUse::NEVER) {
       return "--no-bus was given";
     }
-    if (m_looks.free.back().channel[0].empty()) {
+    if (hasNoDriver(m_looks)) {
       return "the service has no driver";
     }
     const bool isForbidden = m_options.bus == BusUse::UNLESS_FAILING && isBusFailing(m_looks);
@@ -118,9 +121,9 @@ private:
           " transfers; one that fails costs every port its power for a moment (--no-bus avoids it)");
     m_looks.bus.emplace();
     BusReports& bus = *m_looks.bus;
-    bus.info = busReport("info", INFO_TRANSFERS);
+    bus.info = busReport(INFO_TRANSFERS, "info", parseInfo);
     for (unsigned port = 0; port < POE_PORTS; port++) {
-      bus.first[port] = busReport("poeport " + std::to_string(port), POEPORT_TRANSFERS);
+      bus.first[port] = busReport(POEPORT_TRANSFERS, "poeport", parsePoePort, port);
     }
     bus.mode = readRegister("0x12");
     bus.detection = readRegister("0x14");
@@ -129,41 +132,37 @@ private:
 
   // Some seconds later, what may have changed.
   void askAgain(BusReports& bus) {
-    const bool hasMarker = bus.info.number("- power_limit[7]").value_or(0) != 0;
     std::vector<unsigned> ports;
     for (unsigned port = 0; port < POE_PORTS; port++) {
       if (needsSecondReading(port)) {
         ports.push_back(port);
       }
     }
-    if (hasMarker || !ports.empty()) {
+    if (bus.showsMarker() || !ports.empty()) {
       std::this_thread::sleep_for(m_options.growth);
     }
-    if (hasMarker) {
+    if (bus.showsMarker()) {
       bus.marker = readRegister("0x90");
     }
     for (const unsigned port : ports) {
-      bus.later[port] = busReport("poeport " + std::to_string(port), POEPORT_TRANSFERS);
+      bus.later[port] = busReport(POEPORT_TRANSFERS, "poeport", parsePoePort, port);
     }
   }
 
   // An enabled port with a device that has had no power in a look, or one that has counted an event.
   bool needsSecondReading(unsigned port) const {
-    const ReportLines& first = m_looks.bus->first[port];
-    if (!first.isTrue("admin enable")) {
+    const std::optional<PoePortReport>& first = m_looks.bus->first[port].values;
+    if (!first || !first->enabled) {
       return false;
     }
-    if (channelOnce(m_looks, port, "enable", "FALSE") &&
-        !channelAlways(m_looks, port, "det_status", "OPEN_CIRCUIT")) {
+    if (channelOnce(m_looks, port, ChannelLine::ENABLE, false) &&
+        !channelAlways(m_looks, port, ChannelLine::DETECTION, DetectionStatus::OPEN_CIRCUIT)) {
       return true;
     }
-    for (const char* counter :
-         {"powerDeniedCounter", "overLoadCounter", "underLoadCounter", "shortCounter", "classErrorCounter"}) {
-      if (first.number(counter).value_or(0) != 0) {
-        return true;
-      }
-    }
-    return false;
+    return std::any_of(STATUS_COUNTER.begin(), STATUS_COUNTER.end(), [&](const StatusField& counter) {
+      return counter.member != &PoePortStatus::invalidSignatureCounter &&
+             counterOf(*first, counter.member) != 0;
+    });
   }
 
   // Before each report, the transfer-free one shows whether the bus is still good.
@@ -176,12 +175,14 @@ private:
     return true;
   }
 
-  ReportLines busReport(const std::string& command, unsigned transfers) {
+  template <typename Report, typename... Port>
+  SeenReport<Report> busReport(unsigned transfers, const char* name,
+                               Report (*parse)(const std::string&, Port...), Port... port) {
     if (!mayGoOn()) {
       return {};
     }
     m_looks.transfers += transfers;
-    return report(command);
+    return report(name, parse, port...);
   }
 
   // "PD69104Engine: value read 0x12:0xff"

@@ -4,30 +4,37 @@
 #include "poectl/diagnose/card_facts.h"
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 
 namespace {
 
-constexpr const char* BANK_LIMIT = "power_limit (this bank)";
-constexpr const char* PORT_LIMIT = "port power limit (W)";
+// W by the code of a class: IEEE 802.3 clause 33, at the port.
+constexpr std::uint32_t CLASS_WATTS[] = {0, 15, 4, 7, 15, 30};
+static_assert(PowerClassification::NONE == 0 && PowerClassification::CLASS4 + 1 == std::size(CLASS_WATTS));
 
-struct ClassPower {
-  const char* word;
-  std::uint32_t watts;
-};
+std::uint32_t bankLimitOf(const CardLooks& looks) {
+  return looks.bus->info.values ? looks.bus->info.values->bankLimit : 0;
+}
 
-// IEEE 802.3 clause 33, at the port.
-constexpr std::array<ClassPower, 5> CLASS_POWERS = {
-    {{"CLASS0", 15}, {"CLASS1", 4}, {"CLASS2", 7}, {"CLASS3", 15}, {"CLASS4", 30}}};
+std::uint32_t portLimitOf(const SeenReport<PoePortReport>& port) {
+  return port.values ? port.values->limit.value_or(0) : 0;
+}
+
+template <typename Report, typename Line>
+std::optional<PowerClass> classIn(const SeenReport<Report>& report, const Line& line) {
+  return !report.values || report.is(line, PowerClassification::NONE)
+             ? std::nullopt
+             : std::make_optional(PowerClass{report.text(line), CLASS_WATTS[(*report.values).*line.value]});
+}
 
 PoeConfig shownConfiguration(const BusReports& bus, bool maximumCounts) {
   PoeConfig config{};
   for (unsigned port = 0; port < POE_PORTS; port++) {
-    const ReportLines& report = bus.port(port);
-    const std::uint32_t limitMw = 1000 * report.number(PORT_LIMIT).value_or(0);
-    config.port[port].adminEnable = report.isTrue("admin enable") ? 1 : 0;
+    const SeenReport<PoePortReport>& report = bus.port(port);
+    const std::uint32_t limitMw = 1000 * portLimitOf(report);
+    config.port[port].adminEnable = report.is(PoePortLine::ENABLE, true) ? 1 : 0;
     config.port[port].powerLimit = !maximumCounts && limitMw == MAX_PORT_LIMIT_MW ? 0 : limitMw;
-    config.port[port].priority = report.number("priority").value_or(0) + 1;
+    config.port[port].priority = report.values ? report.values->priority.value_or(1) : 1;
   }
   return config;
 }
@@ -35,15 +42,15 @@ PoeConfig shownConfiguration(const BusReports& bus, bool maximumCounts) {
 // By the service's own rule. A port that it restarts is without power in every second cycle, so one look in
 // which the port had power counts.
 bool isRestarted(const CardLooks& looks, unsigned port, const PoeConfig& config) {
-  const std::uint32_t bankLimit = looks.bus->info.number(BANK_LIMIT).value_or(0);
+  const std::uint32_t bankLimit = bankLimitOf(looks);
   if (neededPowerW(config) <= bankLimit) {
     return false;
   }
   PortPowerStates states{};
   for (unsigned other = 0; other < POE_PORTS; other++) {
-    const bool good = channelOnce(looks, other, "det_status", "GOOD");
+    const bool good = channelOnce(looks, other, ChannelLine::DETECTION, DetectionStatus::GOOD);
     states[other] = {good ? DetectionStatus::GOOD : DetectionStatus::UNKNOWN,
-                     channelOnce(looks, other, "enable", "TRUE")};
+                     channelOnce(looks, other, ChannelLine::ENABLE, true)};
   }
   const PowerDecisions decisions = decidePower(config, bankLimit, states);
   return std::any_of(decisions.begin(), decisions.end(), [&](const PowerDecision& decision) {
@@ -53,48 +60,40 @@ bool isRestarted(const CardLooks& looks, unsigned port, const PoeConfig& config)
 
 } // namespace
 
-std::optional<std::uint32_t> classWatts(const std::string& word) {
-  std::string bare = word;
-  bare.erase(std::remove(bare.begin(), bare.end(), '_'), bare.end());
-  const auto found = std::find_if(CLASS_POWERS.begin(), CLASS_POWERS.end(),
-                                  [&](const ClassPower& row) { return bare == row.word; });
-  return found == CLASS_POWERS.end() ? std::nullopt : std::make_optional(found->watts);
-}
-
-std::string classOf(const CardLooks& looks, unsigned port) {
+std::optional<PowerClass> classOf(const CardLooks& looks, unsigned port) {
   for (auto look = looks.free.rbegin(); look != looks.free.rend(); ++look) {
-    std::string word = look->channel[port].text("pclass");
-    if (classWatts(word)) {
-      return word;
+    if (auto seen = classIn(look->channel[port], ChannelLine::CLASSIFICATION)) {
+      return seen;
     }
   }
-  return looks.bus ? looks.bus->port(port).text("powerClassification") : "";
+  return looks.bus ? classIn(looks.bus->port(port), PoePortLine::CLASSIFICATION) : std::nullopt;
 }
 
 std::uint32_t leftByOthers(const CardLooks& looks, unsigned port) {
-  const std::uint32_t limit = looks.bus->info.number(BANK_LIMIT).value_or(0);
   std::uint32_t drawn = 0;
   for (unsigned other = 0; other < POE_PORTS; other++) {
-    drawn += other == port ? 0 : looks.bus->port(other).number("power_consumption (W)").value_or(0);
+    const std::optional<PoePortReport>& report = looks.bus->port(other).values;
+    drawn += other != port && report && report->measurements ? report->measurements->consumption : 0;
   }
+  const std::uint32_t limit = bankLimitOf(looks);
   return limit - std::min(limit, drawn);
 }
 
 Denial denialOf(const CardLooks& looks, unsigned port) {
-  const auto watts = classWatts(classOf(looks, port));
-  if (grown(looks, port, "powerDeniedCounter") == 0 || !watts) {
+  const std::optional<PowerClass> seen = classOf(looks, port);
+  if (!seen || !hasGrown(looks, port, &PoePortStatus::powerDeniedCounter)) {
     return Denial::NONE;
   }
-  const std::uint32_t limit = looks.bus->port(port).number(PORT_LIMIT).value_or(0);
+  const std::uint32_t limit = portLimitOf(looks.bus->port(port));
   const std::uint32_t left = leftByOthers(looks, port);
-  if (std::min(limit, left) >= *watts) {
+  if (std::min(limit, left) >= seen->watts) {
     return Denial::DEVICE;
   }
   return limit <= left ? Denial::PORT_LIMIT : Denial::BANK_LIMIT;
 }
 
 bool isRestartedByLimits(const CardLooks& looks, unsigned port) {
-  if (!looks.bus || !looks.bus->info.has(BANK_LIMIT)) {
+  if (!looks.bus || !looks.bus->info.values) {
     return false;
   }
   return isRestarted(looks, port, shownConfiguration(*looks.bus, false)) ||

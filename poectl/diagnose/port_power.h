@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 enum class Denial {
   NONE,       // the chip did not deny power between the looks, or nothing is known of it
@@ -16,11 +17,12 @@ enum class Denial {
 
 Denial denialOf(const CardLooks& looks, unsigned port);
 
-// W that a device of this class may draw, rounded down; nothing for a word that is no class. "CLASS_4" of
-// "channel" and "CLASS4" of "poeport" are the same.
-std::optional<std::uint32_t> classWatts(const std::string& word);
-// The class that was seen last; empty when none was.
-std::string classOf(const CardLooks& looks, unsigned port);
+struct PowerClass {
+  std::string word; // as the report shows it: "CLASS_4" of "channel" and "CLASS4" of "poeport" are the same
+  std::uint32_t watts; // that a device of this class may draw, rounded down
+};
+// The class that was seen last; nothing when none was.
+std::optional<PowerClass> classOf(const CardLooks& looks, unsigned port);
 
 // W of the active bank's limit that the other ports leave.
 std::uint32_t leftByOthers(const CardLooks& looks, unsigned port);

@@ -58,16 +58,16 @@ std::vector<std::string> verdictNames() {
 
 std::vector<std::string> notesOn(const CardLooks& looks) {
   std::vector<std::string> notes;
-  const auto errors = lastDevice(looks).number("device errorcount").value_or(0);
+  const std::uint32_t errors = busErrors(looks);
   if (errors != 0 && errors < MANY_EPISODES && !isBusFailing(looks)) {
-    notes.push_back(lastDevice(looks).quote("device errorcount") +
+    notes.push_back(lastDevice(looks).quote(DeviceLine::BUS_ERRORS) +
                     ": transfers failed since the service started, but not while we looked");
   }
   for (unsigned port = 0; chipAnswers(looks) && port < POE_PORTS; port++) {
     const std::string name = "port " + std::to_string(port);
     if (!isEnabled(looks, port).value_or(true)) {
       notes.push_back(name + " is switched off by the configuration");
-    } else if (looks.free.back().channel[port].is("det_status", "OPEN_CIRCUIT")) {
+    } else if (lastChannel(looks, port).is(ChannelLine::DETECTION, DetectionStatus::OPEN_CIRCUIT)) {
       notes.push_back(name +
                       " sees no device: nothing is plugged in, the cable is broken, or the device knows no "
                       "Power over Ethernet");
@@ -80,30 +80,32 @@ std::string chipLine(const CardLooks& looks) {
   if (looks.free.empty()) {
     return "chip: not known";
   }
-  std::string line = "chip: " + lastDevice(looks).text("temperature") + " degrees Celsius";
-  if (!looks.bus) {
+  std::string line = "chip: " + lastDevice(looks).text(DeviceLine::TEMPERATURE) + " degrees Celsius";
+  if (!looks.bus || !looks.bus->info.values) {
     return line;
   }
-  const ReportLines& info = looks.bus->info;
-  return line + ", supply " + info.text("main voltage (V)") + " V, at least " +
-         info.text("min_shutdown_voltage") + " V, bank " + info.text("power_bank") + " with " +
-         info.text("power_limit (this bank)") + " W";
+  const SeenReport<InfoReport>& info = looks.bus->info;
+  return line + ", supply " + info.text(InfoLine::MAIN_VOLTAGE) + " V, at least " +
+         info.text(InfoLine::MIN_SHUTDOWN_VOLTAGE) + " V, bank " + info.text(InfoLine::BANK) + " with " +
+         info.text(InfoLine::BANK_LIMIT) + " W";
 }
 
 std::string portLine(const CardLooks& looks, unsigned port) {
   std::string line = "port " + std::to_string(port) + ": ";
-  if (looks.free.empty()) {
+  if (looks.free.empty() || !lastChannel(looks, port).values) {
     return line + "not known";
   }
-  const ReportLines& channel = looks.free.back().channel[port];
-  if (!looks.bus) {
-    return line + (channel.isTrue("enable") ? "on" : "no power") + ", detection " +
-           channel.text("det_status") + ", " + channel.text("pclass") +
+  const SeenReport<ChannelReport>& channel = lastChannel(looks, port);
+  const std::string device = ", detection " + channel.text(ChannelLine::DETECTION) + ", " +
+                             channel.text(ChannelLine::CLASSIFICATION);
+  if (!looks.bus || !looks.bus->port(port).values) {
+    return line + (channel.values->enabled ? "on" : "no power") + device +
            "; state, limit, draw and counters need the bus";
   }
-  const ReportLines& report = looks.bus->port(port);
-  return line + report.text("Oper status") + ", detection " + channel.text("det_status") + ", " +
-         channel.text("pclass") + ", " + report.text("power_consumption (W)") + " W of " +
-         report.text("port power limit (W)") + " W, denied " + report.text("powerDeniedCounter") +
-         ", overloads " + report.text("overLoadCounter") + ", shorts " + report.text("shortCounter");
+  const SeenReport<PoePortReport>& report = looks.bus->port(port);
+  const auto counter = [&](Counter wanted) { return std::to_string(counterOf(*report.values, wanted)); };
+  return line + report.text(PoePortLine::OPER_STATUS) + device + ", " +
+         report.text(PoePortLine::CONSUMPTION) + " W of " + report.text(PoePortLine::LIMIT) + " W, denied " +
+         counter(&PoePortStatus::powerDeniedCounter) + ", overloads " +
+         counter(&PoePortStatus::overLoadCounter) + ", shorts " + counter(&PoePortStatus::shortCounter);
 }

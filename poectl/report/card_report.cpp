@@ -68,16 +68,17 @@ void addChild(Writer& writer, const std::string& what, const std::vector<std::st
   }
 }
 
-void addReport(Writer& writer, const ReportLines& report) {
-  if (!report.reply().empty()) {
-    writer.add("> " + report.command() + "\n" + report.reply());
+template <typename Report>
+void addReport(Writer& writer, const SeenReport<Report>& report) {
+  if (!report.reply.empty()) {
+    writer.add("> " + report.command + "\n" + report.reply);
   }
 }
 
 void addConsole(Writer& writer, const CardLooks& looks) {
   if (!looks.free.empty()) {
     addReport(writer, looks.free.back().device);
-    for (const ReportLines& channel : looks.free.back().channel) {
+    for (const SeenReport<ChannelReport>& channel : looks.free.back().channel) {
       addReport(writer, channel);
     }
   }
@@ -98,15 +99,15 @@ void addConsole(Writer& writer, const CardLooks& looks) {
 
 // The status as `poectl status --json` has it, from the replies that are there already.
 Snapshot snapshotOf(const CardLooks& looks) {
-  ConsoleReplies replies{parseDevice(looks.free.back().device.reply()), {}, {}, {}};
+  ConsoleReplies replies{looks.free.back().device.understood(), {}, {}, {}};
   for (unsigned port = 0; port < POE_PORTS; port++) {
-    replies.channels[port] = parseChannel(looks.free.back().channel[port].reply(), port);
+    replies.channels[port] = looks.free.back().channel[port].understood();
   }
-  if (looks.bus && !looks.bus->port(POE_PORTS - 1).empty()) {
-    replies.info = parseInfo(looks.bus->info.reply());
+  if (looks.bus && !looks.bus->port(POE_PORTS - 1).reply.empty()) {
+    replies.info = looks.bus->info.understood();
     replies.ports.emplace();
     for (unsigned port = 0; port < POE_PORTS; port++) {
-      (*replies.ports)[port] = parsePoePort(looks.bus->port(port).reply(), port);
+      (*replies.ports)[port] = looks.bus->port(port).understood();
     }
   }
   Snapshot snapshot = snapshotOf(replies);

@@ -1,5 +1,7 @@
 // The verdicts of `poectl diagnose` on reports as the console prints them, and on lines of the log.
+#include "poectl/diagnose/diagnosis_text.h"
 #include "poectl/diagnose/verdicts.h"
+#include "tests/unit/poectl/console_sample.h"
 
 #include <algorithm>
 #include <fstream>
@@ -9,48 +11,7 @@
 
 namespace {
 
-const std::string DEVICE = "device status\n=============\n"
-                           "  device_id               = 2\n"
-                           "  device revision         = 1\n"
-                           "  temperature             = 40\n"
-                           "  thermal shutdown        = FALSE\n"
-                           "  dev_error               = FALSE\n"
-                           "  device errorcount       = 0\n\n";
-const std::string CHANNEL = "channel 0\n============\n"
-                            "  enable                  = TRUE\n"
-                            "  power_good              = TRUE\n"
-                            "  det_status              = GOOD\n"
-                            "  pclass                  = CLASS_3\n"
-                            "  fet_error               = FALSE\n"
-                            "  mosfet_overtemperature  = FALSE\n"
-                            "  in_pm_mode              = FALSE\n"
-                            "  passed_MSCC_cap_det     = FALSE\n"
-                            "  det_fail                = FALSE\n\n";
-const std::string INFO = "m_state                 = ACTIVE\n\n"
-                         "watchdog client         : PoeEngine\n"
-                         "time-out (ms)           : 60000\n"
-                         "last fed (ms ago)       : 716\n"
-                         "state                   : IN TIME\n\n"
-                         "m_poeError              : FALSE\n"
-                         "main voltage (V)        = 54.0\n"
-                         "min_shutdown_voltage    = 44.1\n"
-                         "power_bank              = 0\n"
-                         "power_limit (this bank) = 100\n"
-                         "  - power_limit[0] = 100\n"
-                         "  - power_limit[7] = 0\n";
-const std::string POEPORT = "channel 0\n============\n"
-                            "  admin enable              = TRUE\n"
-                            "  Oper status               = DELIVERINGPOWER\n"
-                            "  powerClassification       = CLASS3\n"
-                            "  port power limit (W)      = 15\n"
-                            "  temp port power limit (W) = 0\n"
-                            "  priority                  = 0\n"
-                            "  power_consumption (W)     = 12\n\n"
-                            "  powerDeniedCounter        = 0\n"
-                            "  overLoadCounter           = 0\n"
-                            "  underLoadCounter          = 0\n"
-                            "  shortCounter              = 0\n"
-                            "  classErrorCounter         = 0\n";
+using console_sample::INFO;
 
 // A report in which the line of this label has another value.
 std::string with(const std::string& report, const std::string& label, const std::string& value) {
@@ -60,21 +21,49 @@ std::string with(const std::string& report, const std::string& label, const std:
   return report.substr(0, start) + value + report.substr(report.find('\n', start));
 }
 
-std::string placed(const char* report, unsigned port) {
-  return report + (" " + std::to_string(port));
+const std::string DEVICE = with(with(console_sample::DEVICE, "dev_error", "FALSE"), "device errorcount", "0");
+const std::string CHANNEL =
+    with(with(console_sample::CHANNEL, "mosfet_overtemperature", "FALSE"), "det_fail", "FALSE");
+const std::string NO_POWER = with(CHANNEL, "enable", "FALSE");
+
+std::string poePort() {
+  std::string report = with(console_sample::POEPORT, "port power limit (W)", "15");
+  report = with(report, "temp port power limit (W)", "0");
+  for (const StatusField& counter : STATUS_COUNTER) {
+    report = with(report, counter.name, "0");
+  }
+  return report;
+}
+const std::string POEPORT = poePort();
+
+// The samples are of port 1.
+std::string placed(std::string report, unsigned port) {
+  return report.replace(report.find('1'), 1, std::to_string(port));
+}
+
+SeenReport<InfoReport> seenInfo(const std::string& reply) {
+  return seenReport("info", reply, parseInfo);
+}
+
+SeenReport<ChannelReport> seenChannel(const std::string& reply, unsigned port) {
+  return seenReport(placed("channel 1", port), placed(reply, port), parseChannel, port);
+}
+
+SeenReport<PoePortReport> seenPoePort(const std::string& reply, unsigned port) {
+  return seenReport(placed("poeport 1", port), placed(reply, port), parsePoePort, port);
 }
 
 CardLooks healthyCard() {
   CardLooks looks;
   looks.bus.emplace();
-  looks.bus->info = ReportLines("info", INFO);
+  looks.bus->info = seenInfo(INFO);
   looks.bus->mode = 0xFF;
   looks.bus->detection = 0xFF;
   FreeReports look;
-  look.device = ReportLines("device", DEVICE);
+  look.device = seenReport("device", DEVICE, parseDevice);
   for (unsigned port = 0; port < POE_PORTS; port++) {
-    look.channel[port] = ReportLines(placed("channel", port), CHANNEL);
-    looks.bus->first[port] = ReportLines(placed("poeport", port), POEPORT);
+    look.channel[port] = seenChannel(CHANNEL, port);
+    looks.bus->first[port] = seenPoePort(POEPORT, port);
     looks.bus->later[port] = looks.bus->first[port];
   }
   looks.free = {look, look};
@@ -87,21 +76,19 @@ CardLooks healthyCard() {
 
 void setDevice(CardLooks& looks, const std::string& label, const std::string& value) {
   for (FreeReports& look : looks.free) {
-    look.device = ReportLines("device", with(DEVICE, label, value));
+    look.device = seenReport("device", with(DEVICE, label, value), parseDevice);
   }
 }
 
 void setChannel(CardLooks& looks, const std::string& report) {
   for (FreeReports& look : looks.free) {
-    look.channel[2] = ReportLines("channel 2", report);
+    look.channel[2] = seenChannel(report, 2);
   }
 }
 
 void grow(CardLooks& looks, const std::string& counter) {
-  looks.bus->later[2] = ReportLines("poeport 2", with(POEPORT, counter, "3"));
+  looks.bus->later[2] = seenPoePort(with(POEPORT, counter, "3"), 2);
 }
-
-const std::string NO_POWER = with(CHANNEL, "enable", "FALSE");
 
 struct Case {
   const char* name;
@@ -152,7 +139,7 @@ const Case CASES[] = {
      ""},
     {"PowerOnValueOfBank7",
      [](CardLooks& looks) {
-       looks.bus->info = ReportLines("info", with(INFO, "- power_limit[7]", "144"));
+       looks.bus->info = seenInfo(with(INFO, "- power_limit[7]", "144"));
        looks.bus->marker = 0;
      },
      {"set-up-again"},
@@ -161,17 +148,17 @@ const Case CASES[] = {
      [](CardLooks& looks) {
        looks.bus.reset();
        for (FreeReports& look : looks.free) {
-         look.channel.fill(ReportLines("channel", "No POE device found\n"));
+         look.channel.fill(seenChannel("channel 1\n============\nNo POE device found\n\n", 0));
        }
      },
      {"no-driver"},
      "channel 0: no line 'enable'"},
     {"IdleEngine",
-     [](CardLooks& looks) { looks.bus->info = ReportLines("info", with(INFO, "m_state", "IDLE")); },
+     [](CardLooks& looks) { looks.bus->info = seenInfo(with(INFO, "m_state", "IDLE")); },
      {"engine-idle"},
      "info: m_state = IDLE"},
     {"LateWatchdog",
-     [](CardLooks& looks) { looks.bus->info = ReportLines("info", with(INFO, "\nstate", "LATE")); },
+     [](CardLooks& looks) { looks.bus->info = seenInfo(with(INFO, "\nstate", "LATE")); },
      {"watchdog-late"},
      "info: state = LATE, last fed (ms ago) = 716"},
     {"StatusQueueLeftOver",
@@ -214,7 +201,7 @@ const Case CASES[] = {
      "poeport 2: admin enable = TRUE, but register 0x14 = 0xBF switches its detection off"},
     {"TemporaryLimit",
      [](CardLooks& looks) {
-       looks.bus->later[2] = ReportLines("poeport 2", with(POEPORT, "temp port power limit (W)", "5"));
+       looks.bus->later[2] = seenPoePort(with(POEPORT, "temp port power limit (W)", "5"), 2);
      },
      {"foreign-program, port 2"},
      "poeport 2: temp port power limit (W) = 5, which the service never sets"},
@@ -223,11 +210,11 @@ const Case CASES[] = {
      {"unexplained, port 2"},
      "channel 2: det_status = GOOD, channel 2: enable = FALSE in every look"},
     {"PowerThatGoes",
-     [](CardLooks& looks) { looks.free.back().channel[2] = ReportLines("channel 2", NO_POWER); },
+     [](CardLooks& looks) { looks.free.back().channel[2] = seenChannel(NO_POWER, 2); },
      {"unexplained, port 2"},
      "channel 2: enable = FALSE in some looks and not in others"},
     {"PowerThatComes",
-     [](CardLooks& looks) { looks.free.front().channel[2] = ReportLines("channel 2", NO_POWER); },
+     [](CardLooks& looks) { looks.free.front().channel[2] = seenChannel(NO_POWER, 2); },
      {},
      ""},
     {"WrongPriority",
@@ -260,6 +247,22 @@ TEST_P(Verdicts, AreThoseOfTheReports) {
 
 INSTANTIATE_TEST_SUITE_P(, Verdicts, ::testing::ValuesIn(CASES),
                          [](const auto& test) { return std::string(test.param.name); });
+
+TEST(DiagnosisText, NamesTheReportsThatAreNotUnderstoodAndShowsNothingOfThem) {
+  CardLooks looks = healthyCard();
+  setChannel(looks, with(CHANNEL, "enable", "PERHAPS"));
+  looks.bus->info = seenInfo("");
+  looks.bus->first[3] = looks.bus->later[3] = seenPoePort(with(POEPORT, "Oper status", "HAPPY"), 3);
+  const std::string text = diagnosisText(looks);
+  for (const std::string part :
+       {"\nchip: -5 degrees Celsius\n", "\nport 2: not known\n",
+        "\nport 3: on, detection GOOD, CLASS_4; state, limit, draw and counters need the bus\n",
+        "\nNothing found.\n", "\n- the console's report 'channel 2' has 'PERHAPS' for 'enable', which",
+        "\n- the console's report 'info' begins with '' and not with",
+        "\n- the console's report 'poeport 3' has 'HAPPY' for 'Oper status', which"}) {
+    EXPECT_NE(text.find(part), std::string::npos) << part << " in\n" << text;
+  }
+}
 
 TEST(VerdictNames, AllHaveARowInTheTroubleshootingPage) {
   std::ostringstream page;
