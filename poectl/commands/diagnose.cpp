@@ -1,5 +1,6 @@
 #include "poectl/command_line.h"
 #include "poectl/config/input_file.h"
+#include "poectl/config/port_names.h"
 #include "poectl/diagnose/diagnosis_text.h"
 #include "poectl/diagnose/look_at_card.h"
 #include "poectl/diagnose/verdicts.h"
@@ -11,6 +12,7 @@ namespace {
 
 struct DiagnoseOptions {
   std::string log;
+  std::string file;
   bool bus = false;
   bool noBus = false;
 };
@@ -27,6 +29,7 @@ void requireLog(const std::string& path) {
 int diagnose(const DiagnoseOptions& options) {
   LookOptions look;
   look.log = options.log;
+  look.names = portNames(options.file);
   if (!options.log.empty()) {
     requireLog(options.log);
   }
@@ -42,6 +45,7 @@ int diagnose(const DiagnoseOptions& options) {
 Action diagnoseCommand(CommandSyntax& syntax) {
   const auto options = std::make_shared<DiagnoseOptions>();
   syntax.text("--log", options->log);
+  syntax.text("--file", options->file);
   syntax.flag("--bus", options->bus);
   syntax.flag("--no-bus", options->noBus);
   syntax.exclude("--bus", "--no-bus");

@@ -1,4 +1,5 @@
 #include "poectl/command_line.h"
+#include "poectl/config/port_names.h"
 #include "poectl/report/card_report.h"
 #include "poectl/report/new_file.h"
 
@@ -11,6 +12,7 @@ namespace {
 struct ReportOptions {
   std::string out;
   std::string log;
+  std::string file;
   bool noBus = false;
 };
 
@@ -21,6 +23,7 @@ void say(const std::string& line) {
 int report(const ReportOptions& options) {
   LookOptions look;
   look.log = options.log;
+  look.names = portNames(options.file);
   look.bus = options.noBus ? BusUse::NEVER : BusUse::UNLESS_FAILING;
   if (!options.out.empty()) {
     requireNewFile(options.out); // before anything is asked
@@ -43,6 +46,7 @@ Action reportCommand(CommandSyntax& syntax) {
   const auto options = std::make_shared<ReportOptions>();
   syntax.text("--out", options->out);
   syntax.text("--log", options->log);
+  syntax.text("--file", options->file);
   syntax.flag("--no-bus", options->noBus);
   return [options] { return report(*options); };
 }

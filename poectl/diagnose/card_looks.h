@@ -5,8 +5,10 @@
 #include "poectl/diagnose/seen_report.h"
 #include "poectl/diagnose/service_log.h"
 #include "poectl/service/queue_state.h"
+#include "poectl/status/port_label.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -46,6 +48,9 @@ enum class ConsoleState {
 };
 
 struct CardLooks {
+  PortNames names;
+  std::chrono::system_clock::time_point begin; // of the first report, by currentTime()
+  std::chrono::system_clock::time_point end;   // of the last one
   ConsoleState console = ConsoleState::REPORTS;
   std::string consoleProblem;    // one line; empty for REPORTS
   std::vector<FreeReports> free; // some tenths of a second apart, the oldest first; empty without a console

@@ -61,9 +61,9 @@ Evidence busErrorsGrow(const CardLooks& looks) {
          logged(looks, LogEvent::BUS_ERROR, &LogCount::recent);
 }
 
-Evidence busErrorsAreMany(const CardLooks& looks) {
-  const bool many = busErrors(looks) >= MANY_EPISODES;
-  return many && !isBusFailing(looks) ? lastDevice(looks).quote(DeviceLine::BUS_ERRORS) : "";
+// Each of them made the service set up the chip.
+bool hadManyBusErrors(const CardLooks& looks) {
+  return busErrors(looks) >= MANY_EPISODES && !isBusFailing(looks);
 }
 
 // Followed by the limit of bank 7 that was read later.
@@ -81,7 +81,7 @@ Evidence chipIsSetUpAgain(const CardLooks& looks) {
   if (isBusFailing(looks) || !bank7HasALimit(looks).empty()) {
     return "";
   }
-  if (count.recent != 0 || (count.total >= MANY_EPISODES && busErrorsAreMany(looks).empty())) {
+  if (count.recent != 0 || (count.total >= MANY_EPISODES && !hadManyBusErrors(looks))) {
     return looks.log.quote(LogEvent::SET_UP_AGAIN);
   }
   const bool hadPowerOnValue = looks.bus && looks.bus->marker == std::optional<std::uint32_t>(0);
@@ -187,10 +187,6 @@ constexpr CardRule CARD_RULES[] = {
      busErrorsGrow,
      "Make no transfers: no 'info', 'poeport', 'i2cget'. Check the bus: other programs on the adapter, the "
      "kernel's log, plugs and supply of the chip. A restart of the service does not help."},
-    {"bus-errors-earlier", "Transfers have failed again and again since the service started.",
-     busErrorsAreMany,
-     "Each episode cost every port its power for a moment. Look for the times in the log ('Failed reading "
-     "device') and for what else used the bus then."},
     {"bank-7",
      "Bank 7 has a limit, so the service sets up the chip in every cycle and all ports go off and on.",
      bank7HasALimit,

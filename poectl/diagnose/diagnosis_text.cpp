@@ -13,8 +13,13 @@ std::string sourceText(const CardLooks& looks) {
   return text + ".\n";
 }
 
-std::string verdictText(std::size_t number, const Verdict& verdict) {
-  const std::string place = verdict.port ? ", port " + std::to_string(*verdict.port) : "";
+// One item of a list.
+std::string item(const std::string& words) {
+  return "- " + text::wrapped(words, 2).substr(2);
+}
+
+std::string verdictText(std::size_t number, const Verdict& verdict, const PortNames& names) {
+  const std::string place = verdict.port ? ", " + portLabel(*verdict.port, names) : "";
   return std::to_string(number) + ". " + verdict.name + place + ": " + verdict.words + "\n" +
          text::wrapped("evidence: " + verdict.evidence, 3) + text::wrapped("remedy: " + verdict.remedy, 3);
 }
@@ -22,9 +27,7 @@ std::string verdictText(std::size_t number, const Verdict& verdict) {
 // The reports that are not understood.
 std::string doubtfulReportsText(const CardLooks& looks) {
   std::string text;
-  const auto add = [&](const auto& report) {
-    text += report.problem.empty() ? "" : text::wrapped("- " + report.problem);
-  };
+  const auto add = [&](const auto& report) { text += report.problem.empty() ? "" : item(report.problem); };
   for (unsigned port = 0; !looks.free.empty() && !hasNoDriver(looks) && port < POE_PORTS; port++) {
     add(lastChannel(looks, port));
   }
@@ -40,15 +43,14 @@ std::string doubtfulReportsText(const CardLooks& looks) {
 std::string gapsText(const CardLooks& looks) {
   std::string text = doubtfulReportsText(looks);
   if (!looks.whyNoBus.empty()) {
-    text += text::wrapped(
-        "- the reports 'info' and 'poeport', and so supply, limits, counters, engine and watchdog: " +
-        looks.whyNoBus);
+    text += item("the reports 'info' and 'poeport', and so supply, limits, counters, engine and watchdog: " +
+                 looks.whyNoBus);
   }
   if (!looks.logProblem.empty()) {
-    text += text::wrapped("- the log: " + looks.logProblem + " (--log FILE names another)");
+    text += item("the log: " + looks.logProblem + " (--log FILE names another)");
   }
   if (!looks.status.problem.empty()) {
-    text += text::wrapped("- the queue /queueToMain: " + looks.status.problem);
+    text += item("the queue /queueToMain: " + looks.status.problem);
   }
   return text;
 }
@@ -63,12 +65,12 @@ std::string diagnosisText(const CardLooks& looks) {
   const std::vector<Verdict> verdicts = verdictsOn(looks);
   text += verdicts.empty() ? "\nNothing found.\n" : "\nFound:\n";
   for (std::size_t number = 0; number < verdicts.size(); number++) {
-    text += verdictText(number + 1, verdicts[number]);
+    text += verdictText(number + 1, verdicts[number], looks.names);
   }
   const std::vector<std::string> notes = notesOn(looks);
   text += notes.empty() ? "" : "\nNo fault, but worth knowing:\n";
   for (const std::string& note : notes) {
-    text += text::wrapped("- " + note);
+    text += item(note);
   }
   const std::string gaps = gapsText(looks);
   return text + (gaps.empty() ? "" : "\nNot known:\n" + gaps);

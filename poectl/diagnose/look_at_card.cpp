@@ -4,6 +4,7 @@
 #include "poectl/console/console_report.h"
 #include "poectl/diagnose/card_facts.h"
 #include "poectl/diagnose/log_source.h"
+#include "poectl/status/timestamp.h"
 #include "text/number.h"
 
 #include <memory>
@@ -22,8 +23,11 @@ public:
 
   CardLooks look() {
     openServiceLog();
+    m_looks.names = m_options.names;
     m_looks.statusFirst = queueState(QUEUE_TO_MAIN);
+    m_looks.begin = currentTime();
     askConsoleReports();
+    m_looks.end = currentTime();
     m_looks.status = queueState(QUEUE_TO_MAIN);
     m_looks.configuration = queueState(QUEUE_TO_POE);
     followLog();

@@ -14,6 +14,7 @@ enum class BusUse {
 };
 
 struct LookOptions {
+  PortNames names; // for the outputs
   BusUse bus = BusUse::UNLESS_FAILING;
   std::string log;                         // a file; empty: the system's log, where it can be read
   std::chrono::milliseconds interval{700}; // between two transfer-free looks; no multiple of a cycle

@@ -161,4 +161,5 @@ std::vector<PortRule> portRules() {
 const PortRule UNEXPLAINED = {
     "unexplained", "The port has no power or loses it, and what has been seen does not explain why.",
     nothingExplains,
-    "If the bus was not used, allow it. Otherwise 'poectl report' collects what support needs."};
+    "If --no-bus was given, diagnose again without it. If it was not, 'poectl report' collects what support "
+    "needs."};

@@ -2,6 +2,7 @@
 
 #include "poectl/diagnose/card_facts.h"
 #include "poectl/diagnose/rules.h"
+#include "poectl/status/status_text.h"
 
 #include <algorithm>
 
@@ -59,12 +60,14 @@ std::vector<std::string> verdictNames() {
 std::vector<std::string> notesOn(const CardLooks& looks) {
   std::vector<std::string> notes;
   const std::uint32_t errors = busErrors(looks);
-  if (errors != 0 && errors < MANY_EPISODES && !isBusFailing(looks)) {
-    notes.push_back(lastDevice(looks).quote(DeviceLine::BUS_ERRORS) +
-                    ": transfers failed since the service started, but not while we looked");
+  if (errors != 0 && !isBusFailing(looks)) {
+    notes.push_back(
+        lastDevice(looks).quote(DeviceLine::BUS_ERRORS) +
+        ": transfers have failed since the service started, but not while we looked. Each time cost "
+        "every port its power for a moment. The log has the times ('Failed reading device')");
   }
   for (unsigned port = 0; chipAnswers(looks) && port < POE_PORTS; port++) {
-    const std::string name = "port " + std::to_string(port);
+    const std::string name = portLabel(port, looks.names);
     if (!isEnabled(looks, port).value_or(true)) {
       notes.push_back(name + " is switched off by the configuration");
     } else if (lastChannel(looks, port).is(ChannelLine::DETECTION, DetectionStatus::OPEN_CIRCUIT)) {
@@ -91,13 +94,13 @@ std::string chipLine(const CardLooks& looks) {
 }
 
 std::string portLine(const CardLooks& looks, unsigned port) {
-  std::string line = "port " + std::to_string(port) + ": ";
+  std::string line = portLabel(port, looks.names) + ": ";
   if (looks.free.empty() || !lastChannel(looks, port).values) {
     return line + "not known";
   }
   const SeenReport<ChannelReport>& channel = lastChannel(looks, port);
-  const std::string device = ", detection " + channel.text(ChannelLine::DETECTION) + ", " +
-                             channel.text(ChannelLine::CLASSIFICATION);
+  const std::string device = std::string(", detection ") + detectionWord(channel.values->detection) +
+                             ", class " + classWord(channel.values->classification);
   if (!looks.bus || !looks.bus->port(port).values) {
     return line + (channel.values->enabled ? "on" : "no power") + device +
            "; state, limit, draw and counters need the bus";

@@ -111,7 +111,9 @@ Snapshot snapshotOf(const CardLooks& looks) {
     }
   }
   Snapshot snapshot = snapshotOf(replies);
-  snapshot.begin = snapshot.end = currentTime();
+  snapshot.begin = looks.begin;
+  snapshot.end = looks.end;
+  snapshot.names = looks.names;
   return snapshot;
 }
 

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -36,7 +37,8 @@ void requireNewFile(const std::string& path) {
   if (lstat(path.c_str(), &status) == 0) {
     throw InputError(text::quoted(path) + " exists already; the name of a new file is accepted");
   }
-  if (errno != ENOENT) {
+  const std::string folder = std::filesystem::path(path).parent_path().string();
+  if (errno != ENOENT || access(folder.empty() ? "." : folder.c_str(), W_OK) != 0) {
     fail(path);
   }
 }

@@ -33,7 +33,7 @@ std::string QueueState::text() const {
       problem.empty() ? std::to_string(messages) + " of " + std::to_string(maxMessages) + " messages wait"
                       : "cannot be looked at: " + problem;
   if (isServed()) {
-    return filling + ", " + describe(readers.found.front()) + " reads it";
+    return filling + ", " + describe(readers.found.front()) + " has it open for reading";
   }
   return filling + (readers.doubt.empty() ? ", nobody reads it"
                                           : ", it cannot be known who reads it: " + readers.doubt);
