@@ -17,11 +17,19 @@ void applyConfig(const PoeConfig& config, const SendWait& wait) {
   sendConfig(config, wait);
 }
 
-void printMainProcessNote() {
+bool printMainProcessNote() {
   const std::string note = mainProcessNote();
   if (!note.empty()) {
-    std::fprintf(stderr, "poectl: %s\n", note.c_str());
+    std::fprintf(stderr, "poectl: %s; it may come within about 1 s: change the setting there\n",
+                 note.c_str());
   }
+  return !note.empty();
+}
+
+std::string mainProcess() {
+  const QueueReaders readers = readersOf(QUEUE_TO_MAIN);
+  return readers.found.empty() ? "the main process"
+                               : "the main process, " + describe(readers.found.front()) + ",";
 }
 
 Action applyCommand(CommandSyntax& syntax) {

@@ -3,20 +3,27 @@
 #include "components/PoeDriver/power_limits.h"
 #include "poectl/command_line.h"
 #include "poectl/commands/apply.h"
+#include "poectl/commands/off_watch.h"
 #include "poectl/commands/port_cycle.h"
 #include "poectl/config/config_edit.h"
 #include "poectl/config/file_replacement.h"
 #include "poectl/service/end_signals.h"
+#include "poectl/service/peer_connection.h"
 #include "text/number.h"
 #include "text/text.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 
 namespace {
+
+// The main process of a card sees the change about 1 s later, and the port needs about 1 s for its power.
+constexpr std::chrono::milliseconds STAYS_OFF{3000};
+constexpr std::chrono::milliseconds MAX_OFF{4000};
 
 struct PortOptions {
   std::string port;
@@ -33,18 +40,38 @@ unsigned portOf(const std::string& word) {
   return *port;
 }
 
-// Whole W, as the chip takes them, or exactly what the file holds.
+// A number with one to three decimals after the point, or without one, as thousandths.
+std::optional<std::uint32_t> thousandthsOf(std::string_view word, std::uint32_t mostWhole) {
+  constexpr std::size_t MOST_DECIMALS = 3;
+  const std::size_t point = word.find('.');
+  const auto whole = text::numberFrom<std::uint32_t>(word.substr(0, point));
+  if (!whole || *whole > mostWhole) {
+    return std::nullopt;
+  }
+  if (point == std::string_view::npos) {
+    return *whole * 1000;
+  }
+  std::string decimals(word.substr(point + 1));
+  if (decimals.empty() || decimals.size() > MOST_DECIMALS) {
+    return std::nullopt;
+  }
+  decimals.resize(MOST_DECIMALS, '0');
+  const auto part = text::numberFrom<std::uint32_t>(decimals);
+  return part ? std::optional<std::uint32_t>(*whole * 1000 + *part) : std::nullopt;
+}
+
+// W, or exactly what the file holds. In mW.
 std::uint32_t limitOf(const std::string& word) {
   const std::string unit = "mW";
   const bool isMilliwatts = word.size() > unit.size() && word.substr(word.size() - unit.size()) == unit;
-  const auto number =
-      text::numberFrom<std::uint32_t>(isMilliwatts ? word.substr(0, word.size() - unit.size()) : word);
-  const std::uint32_t most = isMilliwatts ? MAX_PORT_LIMIT_MW : MAX_PORT_LIMIT_MW / 1000;
-  if (!number || *number > most) {
+  const auto limit = isMilliwatts ? text::numberFrom<std::uint32_t>(word.substr(0, word.size() - unit.size()))
+                                  : thousandthsOf(word, MAX_PORT_LIMIT_MW / 1000);
+  if (!limit || *limit > MAX_PORT_LIMIT_MW) {
     throw UsageError(text::quoted(word) +
-                     " is no limit; 0 to 40 (W; 0 means 40) or 0mW to 40000mW is accepted");
+                     " is no limit; 0 to 40 with up to 3 decimals (W; 0 means 40) or 0mW "
+                     "to 40000mW is accepted");
   }
-  return isMilliwatts ? *number : *number * 1000;
+  return *limit;
 }
 
 std::uint32_t priorityOf(const std::string& word) {
@@ -98,6 +125,23 @@ std::string shown(const ConfigEdit& edit, const std::string& path, unsigned port
                                       : head + "\n-" + edit.oldLine + "\n+" + edit.newLine + "\n";
 }
 
+// Watches, beside a main process, whether a port stays off. Returns the exit status.
+int watchSwitchedOff(unsigned port, const std::string& label, std::chrono::steady_clock::time_point since) {
+  const OffWatch watch = watchOff(port, since, {STAYS_OFF, MAX_OFF, true, PeerConnection::NO_STOP});
+  switch (watch.end) {
+  case OffWatch::End::BACK:
+    std::fprintf(stderr, "poectl: undone already: %s was off, and %s has switched it on again\n",
+                 label.c_str(), mainProcess().c_str());
+    return 1;
+  case OffWatch::End::UNKNOWN:
+    std::fprintf(stderr, "poectl: %s was not seen to be off: %s\n", label.c_str(), watch.doubt.c_str());
+    return 1;
+  case OffWatch::End::OFF:
+    break;
+  }
+  return 0;
+}
+
 // The new file is complete beside the old one before the service gets the change, and takes its place
 // afterwards: when the sending fails, the old one is untouched.
 int change(const PortChange& change, const std::string& path) {
@@ -118,9 +162,15 @@ int change(const PortChange& change, const std::string& path) {
       }
     }
   }
+  const auto since = std::chrono::steady_clock::now();
+  const bool hasMainProcess = printMainProcessNote();
   std::fputs(shown(edit, path, change.port).c_str(), stdout);
-  printMainProcessNote();
-  return 0;
+  std::fflush(stdout);
+  const bool isSwitchedOff =
+      change.place == &PortPlaces::enable && edit.file.config.port[change.port].adminEnable == 0;
+  return hasMainProcess && isSwitchedOff
+             ? watchSwitchedOff(change.port, portLabel(change.port, edit.file.names), since)
+             : 0;
 }
 
 int port(const PortOptions& options) {

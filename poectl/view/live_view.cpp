@@ -30,6 +30,7 @@ public:
     m_feed->endSignals().beforeForcedEnd(m_screen.abandonment());
     m_state.source = m_feed->source();
     m_state.origin = m_feed->origin();
+    m_state.mayUseBus = !options.source.noBus;
     m_state.staleAfter = m_feed->staleAfter();
   }
 

@@ -221,7 +221,7 @@ private:
     } else if (settings.priority) {
       text += "priority " + std::to_string(*settings.priority);
     } else {
-      text += m_state.replay ? "limit not known" : "limit not known (r reads it over the bus)";
+      text += invitesToRead() ? "limit not known (r reads it over the bus)" : "limit not known";
     }
     if (const std::string& faults = m_state.faults[m_state.port]; !faults.empty()) {
       text += ", " + faults;
@@ -230,6 +230,12 @@ private:
       text += "; " + m_state.card->port[m_state.port].device;
     }
     m_canvas.text(CHOSEN_ROW, 0, text);
+  }
+
+  // A transfer that fails costs the ports their power.
+  bool invitesToRead() const {
+    const bool isBusWell = !m_state.snapshot || m_state.snapshot->status.devError == 0;
+    return !m_state.replay && m_state.mayUseBus && isBusWell;
   }
 
   void drawPlot() {
@@ -264,9 +270,21 @@ private:
     if (m_state.prompt) {
       m_canvas.text(row, 0, "card: " + *m_state.prompt + "_", BOLD);
     } else {
-      m_canvas.text(row, 0, m_state.replay ? replayText() : m_state.note, BOLD);
+      drawNote(row, m_state.replay ? replayText() : m_state.note);
     }
     m_canvas.text(row + 1, 0, keyLine(), FAINT);
+  }
+
+  // One that is too long for its row also takes the row above.
+  void drawNote(std::size_t row, const std::string& note) {
+    std::size_t rest = 0;
+    if (note.size() > m_canvas.columns()) {
+      const std::size_t blank = note.rfind(' ', m_canvas.columns());
+      rest = blank == std::string::npos ? m_canvas.columns() : blank + 1;
+      m_canvas.clearRow(row - 1, PLAIN);
+      m_canvas.text(row - 1, 0, note.substr(0, rest), BOLD);
+    }
+    m_canvas.text(row, 0, note.substr(rest), BOLD);
   }
 
   const char* keyLine() const {
@@ -300,9 +318,9 @@ constexpr const char* HELP[] = {
     "0 to 3, up, down  choose a port",
     "Enter             show or leave the page of the port",
     "PgUp, PgDn        scroll the events",
-    "e                 send the example configuration",
+    "e                 send the example; not beside a main process",
     "r                 read the port's limit and priority from the chip:",
-    "                  10 transfers on the bus that the view spares else",
+    "                  costs 10 transfers on the bus",
     "? or Esc          close this list",
     "q or Ctrl-C       quit",
     "",

@@ -149,6 +149,8 @@ KeyEffect ViewKeys::command(char key, ViewState& state) {
   } else if (key == 'e') {
     effect.sendExample = true;
     state.note = "the example configuration is sent";
+  } else if (key == 'r' && !state.mayUseBus) {
+    state.note = "r makes 10 transfers, and --no-bus was given";
   } else if (key == 'r') {
     effect.readSettings = true;
     state.note =

@@ -37,6 +37,7 @@ struct ViewState {
 
   Snapshot::Source source = Snapshot::Source::QUEUE;
   std::string origin = "queue";     // the source and what it costs, a few words
+  bool mayUseBus = true;            // false: no key makes transfers
   std::optional<Snapshot> snapshot; // nothing before the first one
   std::chrono::milliseconds age{0}; // of the snapshot
   std::chrono::milliseconds staleAfter = STALE_AFTER;

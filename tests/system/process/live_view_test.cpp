@@ -212,6 +212,13 @@ TEST_F(PoectlLiveView, MakesNoTransferOnTheBusUnlessAKeyAsksForIt) {
   EXPECT_TRUE(terminal->shows("port 0: limit 15 W, priority 1, as the chip has them"));
   EXPECT_EQ(readsOfPortLimits(record), configured + 1);
   expectEnd("q");
+
+  terminal.emplace(UNICODE + POECTL + " watch --no-bus");
+  EXPECT_TRUE(terminal->shows("console: no transfers"));
+  terminal->press("r");
+  EXPECT_TRUE(terminal->shows("r makes 10 transfers, and --no-bus was given"));
+  EXPECT_EQ(readsOfPortLimits(record), configured + 1);
+  expectEnd("q");
 }
 
 TEST_F(PoectlLiveView, ShowsWhatItHasNotSentAsNotKnownUntilItIsRead) {

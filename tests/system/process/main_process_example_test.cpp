@@ -1,12 +1,17 @@
 // The example of a main process in C, with the real service.
 #include "tests/support/process/main_process.h"
 #include "tests/support/process/service_process.h"
+#include "tests/support/process/temporary_directory.h"
 #include "tests/support/process/wait_until.h"
+#include "tests/system/process/command.h"
+#include "tests/system/process/pattern.h"
 #include "tests/system/process/started_command.h"
 
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -70,6 +75,43 @@ TEST_F(MainProcessInC, UnderAnyUmaskConfiguresTheServiceOfAnotherUserAndConfigur
   program->send(SIGTERM);
   EXPECT_EQ(program->wait(), 0) << program->output();
   EXPECT_FALSE(queueExists("/queueToMain"));
+}
+
+TEST_F(MainProcessInC, SwitchesAPortOnAgainAndPoectlPortSaysSo) {
+  const TemporaryDirectory folder;
+  setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1);
+  const std::string file =
+      folder.write("card.toml", run(POECTL " example | sed 's/enable = false/enable = true/'").output);
+  program = std::make_unique<StartedCommand>(std::vector<std::string>{MAIN_PROCESS});
+  ASSERT_TRUE(waitUntil([] { return queueExists("/queueToMain"); }));
+  service = std::make_unique<ServiceProcess>(ServiceOptions{{"--plug", "0 class=2 watts=6"}, {}});
+  ASSERT_TRUE(waitForLineAfter("configuration sent\n", "port 0: DELIVERINGPOWER")) << program->output();
+  const std::string name = "process " + std::to_string(program->pid()) + " \\(main_process\\)";
+  const std::string note = "poectl: " + name +
+                           " is the main process: its next configuration undoes this one; it may come within "
+                           "about 1 s: change the setting there\n";
+
+  // It does not send twice in 3 s.
+  const auto untilItMaySend = [] { std::this_thread::sleep_for(std::chrono::milliseconds(3100)); };
+  untilItMaySend();
+  const CommandResult cycle = poectl("port 0 cycle --file " + file);
+  EXPECT_EQ(cycle.status, 0);
+  EXPECT_TRUE(matchesPattern(cycle.output, note +
+                                               "port 0: off for at least 2 s\n"
+                                               "port 0: it was off; the main process, " +
+                                               name + ", has switched it on again after [0-9]\\.[0-9] s\n"))
+      << cycle.output;
+
+  untilItMaySend();
+  const CommandResult off = poectl("port 0 off --file " + file);
+  EXPECT_EQ(off.status, 1);
+  EXPECT_TRUE(
+      matchesPattern(off.output, note + file +
+                                     ":[0-9]+: port 0\n-enable = true\n\\+enable = false\n"
+                                     "poectl: undone already: port 0 was off, and the main process, " +
+                                     name + ", has switched it on again\n"))
+      << off.output;
+  unsetenv("XDG_RUNTIME_DIR");
 }
 
 } // namespace

@@ -178,6 +178,12 @@ TEST(LiveView, GivesTheBarOfAnUnknownLimitTheHighestOne) {
             " 1 DELIVERINGPOWER  4   22/?   #########---------   12 9999  10k 999k   1M   4G");
   EXPECT_EQ(rowOf(state, 7),
             "port 0: good, limit not known (r reads it over the bus); device=good class=2 wat");
+  const std::string noHint = "port 0: good, limit not known; device=good class=2 watts=6 fault=none";
+  state.mayUseBus = false;
+  EXPECT_EQ(rowOf(state, 7), noHint);
+  state.mayUseBus = true;
+  state.snapshot->status.devError = 1;
+  EXPECT_EQ(rowOf(state, 7), noHint) << "a transfer that fails costs the ports their power";
 }
 
 TEST(LiveView, SaysThatThePortIsSwitchedOff) {
@@ -337,10 +343,28 @@ TEST(LiveView, ShowsThePromptInPlaceOfTheNote) {
   EXPECT_EQ(rowOf(state, 22), "card: plug 1_");
 }
 
+TEST(LiveView, GivesALongNoteTheRowAboveToo) {
+  ViewState state = viewSample();
+  state.note =
+      "port 0: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is the service running?";
+  EXPECT_EQ(rowOf(state, 21),
+            "port 0: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is");
+  EXPECT_EQ(rowOf(state, 22), "the service running?");
+  state.note = std::string(80, 'x');
+  EXPECT_EQ(rowOf(state, 21), "07:08:08 port 2 invalidSignatureCounter +1, now 8");
+  EXPECT_EQ(rowOf(state, 22), state.note);
+  state.note += "yz";
+  EXPECT_EQ(rowOf(state, 22), "yz");
+}
+
 TEST(LiveView, CoversItsMiddleWithTheKeys) {
   ViewState state = viewSample();
   state.help = true;
   EXPECT_EQ(rowOf(state, 3), ">0 DELI  0 to 3, up, down  choose a port" + std::string(33, ' ') + "0    0");
+  EXPECT_EQ(rowOf(state, 6).substr(7, 66),
+            "  e                 send the example; not beside a main process" + std::string(3, ' '));
+  EXPECT_EQ(rowOf(state, 8).substr(7, 66),
+            "                    costs 10 transfers on the bus" + std::string(17, ' '));
   EXPECT_EQ(rowOf(state, 21).substr(7, 66),
             "  :                 any command of the card, as 'help' lists them");
 }

@@ -68,6 +68,9 @@ TEST_F(LiveViewKeys, OnlyRReadsThePortsSettingsOverTheBus) {
   }
   type("2r");
   EXPECT_EQ(state.note, "port 2: its limit and priority are being read over the chip's bus");
+  state.mayUseBus = false;
+  EXPECT_FALSE(type("r").readSettings);
+  EXPECT_EQ(state.note, "r makes 10 transfers, and --no-bus was given");
 }
 
 TEST_F(LiveViewKeys, PlugGoesThroughTheDevicesPortByPort) {
