@@ -2,9 +2,9 @@
 
 #include "poectl/command_line.h"
 #include "poectl/config/config_file.h"
+#include "poectl/note.h"
 #include "poectl/service/queue_readers.h"
 
-#include <cstdio>
 #include <memory>
 
 void applyConfig(const PoeConfig& config, const SendWait& wait) {
@@ -20,7 +20,7 @@ void applyConfig(const PoeConfig& config, const SendWait& wait) {
 void printMainProcessNote() {
   const std::string note = mainProcessNote();
   if (!note.empty()) {
-    std::fprintf(stderr, "poectl: %s\n", note.c_str());
+    printNote(note);
   }
 }
 
