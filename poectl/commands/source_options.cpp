@@ -23,6 +23,10 @@ std::chrono::milliseconds periodOf(const SourceOptions& options) {
   return every < MAX_PERIOD ? std::chrono::ceil<std::chrono::milliseconds>(every) : MAX_PERIOD;
 }
 
+bool needsConsole(const SourceOptions& options) {
+  return options.every != 0 || options.noBus;
+}
+
 bool isServed(const char* queue) {
   const QueueReaders readers = readersOf(queue);
   return !readers.found.empty() || !readers.doubt.empty();
@@ -42,15 +46,14 @@ Snapshot::Source chooseSource(const SourceOptions& options, const SnapshotFeed::
     throw UsageError("--from: there is no source " + text::quoted(options.from) +
                      "; queue and console are accepted");
   }
-  const bool needsConsole = options.every != 0 || options.noBus;
-  if (options.from == "queue" && needsConsole) {
+  if (options.from == "queue" && needsConsole(options)) {
     throw UsageError(std::string(options.noBus ? "--no-bus" : "--every") +
                      " is for snapshots from the console; --from queue excludes it");
   }
   if (options.from == "queue") {
     return Snapshot::Source::QUEUE;
   }
-  if (needsConsole || options.from == "console" || isServed(QUEUE_TO_MAIN)) {
+  if (needsConsole(options) || options.from == "console" || isServed(QUEUE_TO_MAIN)) {
     return Snapshot::Source::CONSOLE;
   }
   if (!queueExists(QUEUE_TO_MAIN)) {
@@ -63,8 +66,12 @@ Snapshot::Source chooseSource(const SourceOptions& options, const SnapshotFeed::
 std::unique_ptr<SnapshotFeed> openFeed(const SourceOptions& options, bool sendExample,
                                        SnapshotFeed::Warn warn) {
   const PortNames names = portNames(options.file); // a wrong file is refused before anything is taken
+  SourceOptions wanted = options;
+  if (sendExample && options.from.empty() && !needsConsole(options) && !isServed(QUEUE_TO_MAIN)) {
+    wanted.from = "queue"; // which a left-over queue refuses
+  }
   std::unique_ptr<SnapshotFeed> feed;
-  if (chooseSource(options, warn) == Snapshot::Source::QUEUE) {
+  if (chooseSource(wanted, warn) == Snapshot::Source::QUEUE) {
     feed = std::make_unique<QueueFeed>(sendExample, std::move(warn));
   } else if (sendExample) {
     throw UsageError(std::string("--example is for snapshots from the queue: ") + ConsoleFeed::SENDS_NOTHING);
