@@ -1,12 +1,32 @@
 #include "poectl/command_line.h"
 
+#include "poectl/note.h"
 #include "text/text.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
+
+namespace {
+
+// A check that a value is a number in a range; `what` names the number. A nan is no number.
+template <typename Number>
+auto inRange(const char* what, Number min, Number max, const std::string& accepted) {
+  return [=](const std::string& text) {
+    Number number = 0;
+    const bool isNumber =
+        CLI::detail::lexical_cast(text, number) && std::isfinite(static_cast<double>(number));
+    return isNumber && number >= min && number <= max
+               ? std::string()
+               : text::quoted(text) + (isNumber ? " is out of range" : std::string(" is no ") + what) + "; " +
+                     accepted + " is accepted";
+  };
+}
+
+} // namespace
 
 CommandSyntax::CommandSyntax(const Command& command, CLI::App& parser, std::vector<std::string> words)
     : m_parser(parser), m_words(std::move(words)) {
@@ -44,18 +64,17 @@ void CommandSyntax::texts(const char* name, std::vector<std::string>& values) {
 
 void CommandSyntax::number(const char* name, std::optional<unsigned long>& value, unsigned long min,
                            unsigned long max) {
-  m_parser.add_option(name, value)->type_name(place(name))->check(CLI::Range(min, max));
+  m_parser.add_option(name, value)
+      ->type_name(place(name))
+      ->check(inRange("whole number", min, max, std::to_string(min) + " to " + std::to_string(max)));
 }
 
 void CommandSyntax::seconds(const char* name, double& value) {
   constexpr double MIN = 0.1;
   constexpr double MAX = 1e9;
-  // CLI::Range would take a nan, which is neither below nor above.
-  m_parser.add_option(name, value)->type_name(place(name))->check([](const std::string& text) {
-    double number = 0;
-    const bool inRange = CLI::detail::lexical_cast(text, number) && number >= MIN && number <= MAX;
-    return inRange ? std::string() : "Value " + text + " not in range 0.100000 to 1000000000.000000";
-  });
+  m_parser.add_option(name, value)
+      ->type_name(place(name))
+      ->check(inRange("number of seconds", MIN, MAX, text::formatted("%g to %.0f", MIN, MAX)));
 }
 
 void CommandSyntax::exclude(const char* one, const char* other) {
@@ -77,7 +96,7 @@ int deliverOutput() {
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
     return 0;
   }
-  std::fprintf(stderr, "poectl: cannot write to standard output: %s\n", std::strerror(errno));
+  printNote(std::string("cannot write to standard output: ") + std::strerror(errno));
   return 1;
 }
 
@@ -117,18 +136,42 @@ std::vector<std::string> cutWords(const Command& command, std::vector<std::strin
   return words;
 }
 
+std::string superfluous(const std::string& word) {
+  const bool isOption = word.size() > 1 && word.front() == '-' && word != "--";
+  return isOption ? "there is no option " + text::quoted(word.substr(0, word.find('=')))
+                  : text::quoted(word) + " is too much";
+}
+
+// `error` begins with the name of the option whose values are too few or too many.
+std::string mismatch(const CLI::App& parser, const Command& command, const std::string& error) {
+  for (const CommandOption& option : command.options()) {
+    if (error.rfind(std::string(option.name) + ":", 0) == 0) {
+      const bool isRepeated = parser.get_option(option.name)->count() > 1;
+      return option.name + (isRepeated
+                                ? std::string(" is accepted only once")
+                                : " needs a " + std::string(option.value, std::strcspn(option.value, ".")));
+    }
+  }
+  return error;
+}
+
 int runCommand(const Command& command, std::vector<std::string> arguments) {
   CLI::App parser("", std::string("poectl ") + command.name);
   CommandSyntax syntax(command, parser, cutWords(command, arguments));
   const Action action = command.declare(syntax);
   syntax.expectAllPlaced();
+  const std::string help = "; '" + parser.get_name() + " --help' lists what is accepted";
   try {
     std::reverse(arguments.begin(), arguments.end()); // the parser takes them from the back
     parser.parse(arguments);
   } catch (const CLI::CallForHelp&) {
     return print(helpText(command));
+  } catch (const CLI::ExtrasError&) {
+    throw UsageError(superfluous(parser.remaining().front()) + help);
+  } catch (const CLI::ArgumentMismatch& error) {
+    throw UsageError(mismatch(parser, command, error.what()) + help);
   } catch (const CLI::ParseError& error) {
-    throw UsageError(error.what() + ("; '" + parser.get_name()) + " --help' lists what is accepted");
+    throw UsageError(error.what() + help);
   }
   const int status = action();
   return status == 0 && !syntax.reportsWriteErrors() ? deliverOutput() : status;

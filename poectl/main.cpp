@@ -8,8 +8,8 @@
 #include "poectl/config/audit_text.h"
 #include "poectl/config/input_file.h"
 #include "poectl/console/console_client.h"
+#include "poectl/note.h"
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -19,7 +19,7 @@ constexpr int FAILED = 1;
 constexpr int BAD_INPUT = 2;
 
 int fail(const std::exception& error, int status) {
-  std::fprintf(stderr, "poectl: %s\n", error.what());
+  printNote(error.what());
   return status;
 }
 
@@ -31,9 +31,8 @@ int main(int argc, char** argv) {
     return words.size() > 2 && words[0] == COMPLETE && words[1] == "--" // for the shell, and in no help
                ? complete({words.begin() + 2, words.end()})
                : runCommandLine(words);
-  } catch (const InputError& error) { // begins with the file's name
-    std::fprintf(stderr, "%s\n", error.what());
-    return BAD_INPUT;
+  } catch (const InputError& error) {
+    return fail(error, BAD_INPUT);
   } catch (const UsageError& error) {
     return fail(error, BAD_INPUT);
   } catch (const PortStateError& error) {

@@ -2,9 +2,9 @@
 
 #include "poectl/command_line.h"
 #include "poectl/config/config_file.h"
+#include "poectl/note.h"
 #include "poectl/service/queue_readers.h"
 
-#include <cstdio>
 #include <memory>
 
 void applyConfig(const PoeConfig& config, const SendWait& wait) {
@@ -20,8 +20,7 @@ void applyConfig(const PoeConfig& config, const SendWait& wait) {
 bool printMainProcessNote() {
   const std::string note = mainProcessNote();
   if (!note.empty()) {
-    std::fprintf(stderr, "poectl: %s; it may come within about 1 s: change the setting there\n",
-                 note.c_str());
+    printNote(note + "; it may come within about 1 s: change the setting there");
   }
   return !note.empty();
 }

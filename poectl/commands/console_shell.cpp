@@ -2,6 +2,7 @@
 
 #include "poectl/console/console_client.h"
 #include "poectl/console/console_vocabulary.h"
+#include "poectl/note.h"
 #include "poectl/service/end_signals.h"
 
 #include <algorithm>
@@ -167,7 +168,7 @@ void answer(const std::string& line) {
     std::fputs(askConsole(consoleLine(line), {REPLY_LIMIT, input->stopDescriptor()}).c_str(), stdout);
   } catch (const ConsoleError& error) {
     input->takeInterrupt();
-    std::fprintf(stderr, "poectl: %s\n", error.what()); // the service may be back for the next command
+    printNote(error.what()); // the service may be back for the next command
   }
 }
 

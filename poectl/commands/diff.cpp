@@ -1,6 +1,7 @@
 #include "poectl/command_line.h"
 #include "poectl/console/ask_settings.h"
 #include "poectl/console/console_client.h"
+#include "poectl/note.h"
 
 #include <cstdio>
 #include <memory>
@@ -13,16 +14,13 @@ constexpr int TROUBLE = 2; // not 1, which would say that there are differences
 
 int diff(const std::string& path) {
   const ConfigFile file = readConfigFile(path);
-  std::printf(
-      "reads the service's settings with %u transfers on the chip's bus; limits are compared in whole W\n",
-      SETTINGS_TRANSFERS);
-  std::fflush(stdout);
+  printNote(transferNote("the service's settings", SETTINGS_TRANSFERS) + "; limits are compared in whole W");
   try {
     const std::string text = differences(file, askServiceSettings());
     std::fputs(text.empty() ? "same\n" : text.c_str(), stdout);
     return text.empty() ? SAME : DIFFERENT;
   } catch (const ConsoleError& error) {
-    std::fprintf(stderr, "poectl: %s\n", error.what());
+    printNote(error.what());
     return TROUBLE;
   }
 }

@@ -3,6 +3,7 @@
 #include "poectl/config/audit_text.h"
 #include "poectl/config/config_file.h"
 #include "poectl/console/audit_input.h"
+#include "poectl/note.h"
 
 #include <cstdio>
 #include <memory>
@@ -31,6 +32,7 @@ int explain(const ExplainOptions& options) {
   const ConfigFile file = readConfigFile(options.file);
   AuditInput input{effectiveBankLimitW(file.config.bankPowerLimit[0]), ports};
   if (options.status) {
+    printNote(transferNote("the bank limit", AUDIT_TRANSFERS));
     input = askAuditInput();
     setPortStates(options.ports, input.ports);
   }

@@ -1,4 +1,5 @@
 #include "poectl/command_line.h"
+#include "poectl/note.h"
 #include "poectl/record/gnuplot.h"
 #include "poectl/record/plot_data.h"
 #include "poectl/record/plot_script.h"
@@ -49,7 +50,7 @@ int plot(const PlotOptions& options) {
   }
   RecordReader reader(options.file,
                       options.skipDamaged
-                          ? [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); }
+                          ? printNote
                           : RecordReader::Warn());
   PlotData data;
   std::string damage;

@@ -1,6 +1,7 @@
 #include "poectl/commands/replay.h"
 
 #include "poectl/command_line.h"
+#include "poectl/note.h"
 #include "poectl/record/record_events.h"
 #include "poectl/record/record_reader.h"
 #include "poectl/status/event_json.h"
@@ -41,7 +42,7 @@ public:
       }
     }
     if (!m_options.events) {
-      put(isoTime(record.snapshot.end) + " " + snapshotText(record.snapshot) + "\n");
+      put(snapshotBlock(record.snapshot));
     }
     m_lastNumber = record.snapshot.number;
   }
@@ -63,7 +64,7 @@ RecordReader::Warn warnOf(const ReplayOptions& options) {
   if (!options.skipDamaged) {
     return {};
   }
-  return [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
+  return printNote;
 }
 
 int printRecords(const ReplayOptions& options) {

@@ -1,6 +1,7 @@
 #include "poectl/command_line.h"
 #include "poectl/console/ask_settings.h"
 #include "poectl/console/console_client.h"
+#include "poectl/note.h"
 #include "poectl/status/timestamp.h"
 
 #include <cstdio>
@@ -10,6 +11,7 @@ namespace {
 
 int save(const std::string& file) {
   const PortNames names = portNames(file);
+  printNote(transferNote("the service's settings", SETTINGS_TRANSFERS));
   const ServiceSettings settings = askServiceSettings();
   try {
     std::fputs(configFileOf(settings, names, isoTime(currentTime())).c_str(), stdout);

@@ -1,5 +1,6 @@
 #include "poectl/commands/source_options.h"
 #include "poectl/config/port_names.h"
+#include "poectl/note.h"
 #include "poectl/service/queue_feed.h"
 #include "poectl/status/status_export.h"
 #include "poectl/status/status_text.h"
@@ -18,17 +19,24 @@ struct StatusOptions {
 };
 
 void print(const Snapshot& snapshot, const StatusOptions& options) {
-  const std::string text = options.json         ? snapshotJson(snapshot)
-                           : options.prometheus ? snapshotPrometheus(snapshot)
-                                                : snapshotText(snapshot);
+  const std::string text = options.json                ? snapshotJson(snapshot)
+                           : options.prometheus        ? snapshotPrometheus(snapshot)
+                           : options.source.every != 0 ? snapshotBlock(snapshot)
+                                                       : snapshotText(snapshot);
   std::fputs(text.c_str(), stdout);
+}
+
+void noteTransfers(const SourceOptions& source, const char* what) {
+  if (!source.noBus) {
+    printNote(transferNote(what, SNAPSHOT_TRANSFERS));
+  }
 }
 
 int printMessage(const StatusOptions& options, const PortNames& names) {
   StatusReceiver receiver([](const std::string& /*a message of another kind is no status*/) {});
   PoeStatus status{};
   if (receiver.next(MESSAGE_LIMIT, status) != StatusReceiver::Event::MESSAGE) {
-    std::fprintf(stderr, "poectl: %s\n", noMessageCame().c_str());
+    printNote(noMessageCame());
     return 1;
   }
   Snapshot snapshot = snapshotOfMessage(1, status);
@@ -39,9 +47,8 @@ int printMessage(const StatusOptions& options, const PortNames& names) {
 
 // One after the other, until a signal ends it.
 int printAgainAndAgain(const StatusOptions& options) {
-  const auto feed = openFeed(options.source, false, [](const std::string& line) {
-    std::fprintf(stderr, "poectl: %s\n", line.c_str());
-  });
+  noteTransfers(options.source, "each snapshot");
+  const auto feed = openFeed(options.source, false, printNote);
   for (;;) {
     switch (feed->next(feed->period()).event) {
     case SnapshotFeed::Event::SNAPSHOT:
@@ -61,9 +68,10 @@ int printStatus(const StatusOptions& options) {
     return printAgainAndAgain(options);
   }
   const PortNames names = portNames(options.source.file);
-  if (chooseSource(options.source) == Snapshot::Source::QUEUE) {
+  if (chooseSource(options.source, printNote) == Snapshot::Source::QUEUE) {
     return printMessage(options, names);
   }
+  noteTransfers(options.source, "a snapshot");
   Snapshot snapshot = takeSnapshot(options.source.reports());
   snapshot.number = 1;
   snapshot.names = names;

@@ -1,6 +1,7 @@
 #include "poectl/commands/watch_stream.h"
 
 #include "poectl/commands/time_limit.h"
+#include "poectl/note.h"
 #include "poectl/record/record_writer.h"
 #include "poectl/status/event_json.h"
 #include "poectl/status/status_export.h"
@@ -45,19 +46,15 @@ private:
   int m_writeError = 0;
 };
 
-void warn(const std::string& line) {
-  std::fprintf(stderr, "poectl: %s\n", line.c_str());
-}
-
 class Stream {
 public:
   explicit Stream(const WatchOptions& options)
-      : m_options(options), m_limit(options.seconds), m_record(openRecord(options.record, warn)),
-        m_feed(openFeed(options.source, options.sendExample, warn)) {}
+      : m_options(options), m_limit(options.seconds), m_record(openRecord(options.record, printNote)),
+        m_feed(openFeed(options.source, options.sendExample, printNote)) {}
 
   int run() {
     if (m_options.events && m_feed->source() == Snapshot::Source::CONSOLE) {
-      warn("from the " + m_feed->origin()); // the lines of events do not say it
+      printNote("from the " + m_feed->origin()); // the lines of events do not say it
     }
     std::signal(SIGPIPE, SIG_IGN); // a reader that has seen enough ends us without leaving the queue behind
     while (!m_limit.isOver() && !isCountReached() && m_display.writeError() == 0) {
@@ -107,7 +104,7 @@ private:
       }
     }
     if (update.event == SnapshotFeed::Event::SNAPSHOT) {
-      m_display.append(time + " " + table() + "\n");
+      m_display.append(snapshotBlock(*m_feed->last()));
     }
   }
 
@@ -134,11 +131,11 @@ private:
 
   int exitStatus() const {
     if (m_display.writeError() != 0 && m_display.writeError() != EPIPE) {
-      warn(std::string("cannot write to standard output: ") + std::strerror(m_display.writeError()));
+      printNote(std::string("cannot write to standard output: ") + std::strerror(m_display.writeError()));
       return 1;
     }
     if (m_feed->count() == 0) {
-      warn(m_feed->nothingCame());
+      printNote(m_feed->nothingCame());
       return 1;
     }
     return m_record && !m_record->isComplete() ? 1 : 0;

@@ -42,7 +42,11 @@ bool isPortName(const std::string& text) {
 
 PortNames portNames(const std::string& option) {
   const std::string path = configPath(option);
-  return path.empty() ? PortNames{} : readConfigFile(path).names;
+  try {
+    return path.empty() ? PortNames{} : readConfigFile(path).names;
+  } catch (const InputError& error) {
+    throw option.empty() ? InputError(std::string("POECTL_FILE names ") + error.what()) : error;
+  }
 }
 
 std::string configPath(const std::string& option) {

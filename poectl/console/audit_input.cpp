@@ -1,7 +1,6 @@
 #include "poectl/console/audit_input.h"
 
 #include "poectl/console/console_client.h"
-#include "poectl/console/console_report.h"
 
 AuditInput askAuditInput() {
   AuditInput input{parseInfo(askConsole(consoleLine("info"))).bankLimit, {}};

@@ -58,8 +58,8 @@ void sendConfig(const PoeConfig& config, const SendWait& wait) {
   const PoeConfigMessage message{MSGID_CONFIG, config};
   const mqd_t queue = mq_open(QUEUE_TO_POE, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
   if (queue == NONE) {
-    throw QueueError(std::string("cannot open ") + QUEUE_TO_POE + ": " + reason() +
-                     "; is the service running?");
+    const char* const hint = errno == EACCES ? "; root or the service's user is accepted" : "; is the service running?";
+    throw QueueError(std::string("cannot open ") + QUEUE_TO_POE + ": " + reason() + hint);
   }
   pollfd ready[] = {{queue, POLLOUT, 0}, {wait.stop, POLLIN, 0}};
   poll(ready, 2, static_cast<int>(wait.limit.count())); // a queue without room is seen below

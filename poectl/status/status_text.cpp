@@ -1,7 +1,9 @@
 #include "poectl/status/status_text.h"
 
 #include "components/PoeDriver/poe_words.h"
+#include "poectl/console/console_snapshot.h"
 #include "poectl/status/snapshot.h"
+#include "poectl/status/timestamp.h"
 #include "text/text.h"
 #include "text/utf8.h"
 
@@ -129,16 +131,55 @@ std::string tableText(const Snapshot& snapshot) {
   return table.text();
 }
 
+// Names what the table and the line above it lack, in their words. A detail counts when no port has it.
+class MissingNames {
+public:
+  explicit MissingNames(const Snapshot& snapshot) : m_snapshot(snapshot) {}
+
+  void field(const StatusField& field, const char* heading) { add(!m_snapshot.knows(field), heading); }
+
+  template <typename Value>
+  void detail(std::optional<Value> PortDetails::*value, const char* heading) {
+    const auto& details = m_snapshot.details;
+    add(std::none_of(details.begin(), details.end(),
+                     [&](const PortDetails& port) { return (port.*value).has_value(); }),
+        heading);
+  }
+
+  const std::string& text() const { return m_text; }
+
+private:
+  void add(bool isMissing, const char* heading) {
+    m_text += isMissing ? (m_text.empty() ? "" : ", ") + std::string(heading) : "";
+  }
+
+  const Snapshot& m_snapshot;
+  std::string m_text;
+};
+
 std::string missingText(const Snapshot& snapshot) {
   if (snapshot.missing.empty()) {
     return "";
   }
-  std::string names;
-  for (const std::string& name : snapshot.missing) {
-    names += (names.empty() ? "" : ", ") + name;
+  MissingNames names(snapshot);
+  names.field(*chipField("mainOperStatus"), "chip");
+  names.field(*chipField("mainPower"), "bank limit");
+  names.field(*chipField("mainConsumption"), "consumption");
+  names.detail(&PortDetails::enabled, "admin");
+  names.field(*portField("operStatus"), "state");
+  names.field(*portField("powerConsumption"), "W");
+  names.detail(&PortDetails::limitW, "limit W");
+  names.detail(&PortDetails::priority, "prio");
+  names.detail(&PortDetails::voltageDv, "V");
+  names.detail(&PortDetails::currentMa, "mA");
+  for (const StatusField& counter : STATUS_COUNTER) {
+    names.field(counter, counter.heading);
   }
-  return text::wrapped((snapshot.transfers == 0 ? "missing without transfers: " : "could not be read: ") +
-                       names);
+  return text::wrapped(
+      snapshot.transfers == 0
+          ? "missing without transfers: " + names.text() +
+                text::formatted("; ask without --no-bus (%u transfers)", SNAPSHOT_TRANSFERS)
+          : "could not be read: " + names.text());
 }
 
 } // namespace
@@ -197,4 +238,8 @@ std::string voltageText(const std::optional<std::uint32_t>& deciVolts) {
 std::string snapshotText(const Snapshot& snapshot) {
   const char* const separator = snapshot.source == Snapshot::Source::QUEUE ? ": " : "\n";
   return originText(snapshot) + separator + chipText(snapshot) + tableText(snapshot) + missingText(snapshot);
+}
+
+std::string snapshotBlock(const Snapshot& snapshot) {
+  return isoTime(snapshot.end) + " " + snapshotText(snapshot) + "\n";
 }

@@ -36,6 +36,9 @@ std::string stateText(const Snapshot& snapshot, unsigned port);
 // Volts with one decimal; "-" for none.
 std::string voltageText(const std::optional<std::uint32_t>& deciVolts);
 
+// The time of a snapshot and its lines, and a blank line: one of several.
+std::string snapshotBlock(const Snapshot& snapshot);
+
 // A snapshot as lines: its origin, the whole chip, a table with a line for each port, and what is missing.
 // The administrator's settings are not part of a status message; they come from the snapshot's details.
 std::string snapshotText(const Snapshot& snapshot);

@@ -30,12 +30,12 @@ protected:
   }
 };
 
-const std::string LEFT_OVER = ", but nobody serves it: its process was killed; 'poectl clean' removes it\n";
+const std::string LEFT_OVER = ", but nobody serves it: its process was killed; 'poectl clean' removes it";
 
 TEST_F(PoectlClean, RemovesTheQueuesThatNobodyServesAndNamesThem) {
   leave("/queueToPoe");
   leave("/queueToMain");
-  EXPECT_EQ(poectl("preflight").output, "queue /queueToPoe exists" + LEFT_OVER);
+  EXPECT_EQ(poectl("preflight").output, "queue /queueToPoe exists" + LEFT_OVER + "\n");
   const CommandResult result = poectl("clean");
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.output, "removed queue /queueToPoe\nremoved queue /queueToMain\n");
@@ -63,10 +63,20 @@ TEST_F(PoectlClean, RemovesWhatAKilledWatchLeftUnderARunningService) {
     watch.send(SIGKILL);
     watch.wait();
   }
-  const CommandResult next = poectl("watch --seconds 1");
-  EXPECT_EQ(next.status, 1);
-  EXPECT_EQ(next.output, "poectl: queue /queueToMain exists" + LEFT_OVER);
-  ASSERT_TRUE(waitUntil([] { return queueExists("/queueToPoe"); }));
+  ASSERT_TRUE(waitUntil([] { return queueExists("/queueToPoe") && poectl("console help").status == 0; }));
+  const std::string refusal = "poectl: queue /queueToMain exists" + LEFT_OVER;
+  for (const char* const fromQueue :
+       {"status --from queue", "watch --from queue --seconds 1", "watch --example --seconds 1"}) {
+    const CommandResult refused = poectl(fromQueue);
+    EXPECT_EQ(refused.status, 1) << fromQueue;
+    EXPECT_EQ(refused.output, refusal + "\n") << fromQueue;
+  }
+  for (const char* const chosen : {"status", "watch --count 1"}) {
+    const CommandResult fallback = poectl(chosen);
+    EXPECT_EQ(fallback.status, 0) << fallback.output;
+    EXPECT_EQ(fallback.output.rfind(refusal + "; the console is asked instead\n", 0), 0U) << fallback.output;
+    EXPECT_NE(fallback.output.find("snapshot 1 from the console, "), std::string::npos) << fallback.output;
+  }
   const CommandResult result = poectl("clean");
   EXPECT_EQ(result.status, 1);
   EXPECT_NE(result.output.find("removed queue /queueToMain\n"), std::string::npos) << result.output;

@@ -139,7 +139,8 @@ TEST_F(BesideMainProcess, EachOutputComesFromTheConsoleAndSaysSo) {
   startConfigured();
   const std::string origin = " from the console, 49 transfers a snapshot, taken within [0-9]+ ms\n";
   const std::string text = poectl("status").output;
-  EXPECT_TRUE(containsPattern(text, "^snapshot 1" + origin)) << text;
+  const std::string note = "^poectl: reads a snapshot with 49 transfers on the chip's bus\n";
+  EXPECT_TRUE(containsPattern(text, note + "snapshot 1" + origin)) << text;
   EXPECT_TRUE(
       containsPattern(text, "\n   0  on     DELIVERINGPOWER      2     6       15     1  54\\.0   111 "))
       << text;
@@ -160,7 +161,11 @@ TEST_F(BesideMainProcess, EachOutputComesFromTheConsoleAndSaysSo) {
   }
   const std::string noBus = poectl("status --no-bus").output;
   EXPECT_TRUE(containsPattern(noBus, "^snapshot 1 from the console, no transfers, taken within [0-9]+ ms\n"));
-  EXPECT_NE(noBus.find("\nmissing without transfers: classErrorCounter, "), std::string::npos) << noBus;
+  EXPECT_NE(noBus.find("\nmissing without transfers: chip, bank limit, consumption, admin, state, W,\n"
+                       "limit W, prio, V, mA, invalid, denied, overload, underload, short, classerr;\n"
+                       "ask without --no-bus (49 transfers)\n"),
+            std::string::npos)
+      << noBus;
 }
 
 TEST_F(BesideMainProcess, ASnapshotMakesTheTransfersThatItSays) {
@@ -171,6 +176,7 @@ TEST_F(BesideMainProcess, ASnapshotMakesTheTransfersThatItSays) {
       {"status --prometheus", 49},
       {"watch --every 0.2 --count 3 --json", 3 * 49},
       {"status --no-bus", 0},
+      {"explain --status " SCENARIOS "/all_off.toml", 9},
       {"status --no-bus --json", 0},
       {"watch --no-bus --every 0.2 --count 3 --events", 0},
   };
@@ -245,6 +251,7 @@ TEST_F(BesideMainProcess, RefusesWhatOnlyTheQueueCanDo) {
   const CommandResult nobody = poectl("status");
   EXPECT_EQ(nobody.status, 1);
   EXPECT_EQ(nobody.output,
+            "poectl: reads a snapshot with 49 transfers on the chip's bus\n"
             "poectl: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is the "
             "service running?\n");
 }

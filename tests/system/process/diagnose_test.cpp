@@ -344,7 +344,7 @@ TEST_F(Diagnose, RefusesALogThatIsMissing) {
   const CommandResult result = poectl("diagnose --log " + folder.file("none"));
   EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.output,
-            "the log '" + folder.file("none") + "' cannot be read: No such file or directory\n");
+            "poectl: the log '" + folder.file("none") + "' cannot be read: No such file or directory\n");
 }
 
 } // namespace

@@ -88,6 +88,7 @@ TEST_F(PoectlNeighbours, EscapeSequencesDoNotReachTheTerminal) {
   EXPECT_EQ(poectl("console info").output, "poectl: the console refuses: \\x1B[2Jbusy\n");
   said = "> \033[2J\n> ";
   EXPECT_EQ(run(std::string(POECTL) + " example | " + POECTL + " explain - --status").output,
+            "poectl: reads the bank limit with 9 transfers on the chip's bus\n"
             "poectl: the console's report 'info' begins with '\\x1B[2J' and not with 'pd69104 Engine'\n");
 }
 

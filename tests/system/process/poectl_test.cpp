@@ -175,30 +175,43 @@ TEST_F(Poectl, ExplainStartsFromTheRunningServiceWhileAnotherHasItsMessages) {
   ASSERT_EQ(run(std::string(POECTL) + " example | " + POECTL + " apply -").status, 0);
   ASSERT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
   const std::string explain = std::string(POECTL) + " example | " + POECTL + " explain - --status";
-  EXPECT_EQ(run(explain).output, "the limits add up to 60 W, the bank allows 100 W: nothing is done\n"
-                                 "restarted in every cycle: none\n");
+  const std::string note = "poectl: reads the bank limit with 9 transfers on the chip's bus\n";
+  EXPECT_EQ(run(explain).output, note + "the limits add up to 60 W, the bank allows 100 W: nothing is done\n"
+                                        "restarted in every cycle: none\n");
   EXPECT_EQ(
       run(explain + " --bank-limit 20").output,
-      "the limits add up to 60 W, the bank allows 20 W: the ports are served by priority\n"
-      "priority 1, port 0: takes 15 W of 20 W, 5 W left\n"
-      "priority 2, port 1: needs 30 W of 5 W: does not fit and is powered: is restarted in every cycle\n"
-      "priority 3, port 2: detects open_circuit, not good: takes nothing, is left as it is\n"
-      "priority 3, port 3: is switched off: takes nothing, is left as it is\n"
-      "restarted in every cycle: 1\n");
+      note +
+          "the limits add up to 60 W, the bank allows 20 W: the ports are served by priority\n"
+          "priority 1, port 0: takes 15 W of 20 W, 5 W left\n"
+          "priority 2, port 1: needs 30 W of 5 W: does not fit and is powered: is restarted in every cycle\n"
+          "priority 3, port 2: detects open_circuit, not good: takes nothing, is left as it is\n"
+          "priority 3, port 3: is switched off: takes nothing, is left as it is\n"
+          "restarted in every cycle: 1\n");
   EXPECT_EQ(run(explain + " --bank-limit 20 --port '1 powered=no'").output,
-            "the limits add up to 60 W, the bank allows 20 W: the ports are served by priority\n"
-            "priority 1, port 0: takes 15 W of 20 W, 5 W left\n"
-            "priority 2, port 1: needs 30 W of 5 W: does not fit, but has no power: is left as it is\n"
-            "priority 3, port 2: detects open_circuit, not good: takes nothing, is left as it is\n"
-            "priority 3, port 3: is switched off: takes nothing, is left as it is\n"
-            "restarted in every cycle: none\n");
+            note + "the limits add up to 60 W, the bank allows 20 W: the ports are served by priority\n"
+                   "priority 1, port 0: takes 15 W of 20 W, 5 W left\n"
+                   "priority 2, port 1: needs 30 W of 5 W: does not fit, but has no power: is left as it is\n"
+                   "priority 3, port 2: detects open_circuit, not good: takes nothing, is left as it is\n"
+                   "priority 3, port 3: is switched off: takes nothing, is left as it is\n"
+                   "restarted in every cycle: none\n");
 }
 
 TEST_F(Poectl, ExplainOfTheRunningServiceWithoutAServiceSaysSo) {
   const CommandResult result = run(std::string(POECTL) + " example | " + POECTL + " explain - --status");
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "poectl: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is "
+  EXPECT_EQ(result.output, "poectl: reads the bank limit with 9 transfers on the chip's bus\n"
+                           "poectl: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is "
                            "the service running?\n");
+}
+
+TEST_F(Poectl, ApplyOfAnotherUserSaysWhoIsAccepted) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can become another user";
+  }
+  startService();
+  EXPECT_EQ(run(std::string(POECTL) + " example | setpriv --reuid 4711 --clear-groups " + POECTL + " apply -")
+                .output,
+            "poectl: cannot open /queueToPoe: Permission denied; root or the service's user is accepted\n");
 }
 
 TEST_F(Poectl, ApplyWithoutAServiceSaysSo) {
@@ -211,7 +224,8 @@ TEST_F(Poectl, ApplyWithoutAServiceSaysSo) {
 TEST_F(Poectl, ApplyAndCheckRefuseABadFileAndSendNothing) {
   const mqd_t queue = mq_open("/queueToPoe", O_CREAT | O_RDONLY, 0600, nullptr);
   ASSERT_NE(queue, -1);
-  const std::string error = "standard input:4:10: 'enable' is of the wrong type; true or false is accepted\n";
+  const std::string error =
+      "poectl: standard input:4:10: 'enable' is of the wrong type; true or false is accepted\n";
   const CommandResult applied = apply(configOf("7"));
   EXPECT_EQ(applied.status, 2);
   EXPECT_EQ(applied.output, error);

@@ -137,11 +137,13 @@ TEST_F(PoectlPort, SendsNothingAndLeavesTheFileWhenSomethingIsWrong) {
       {"0 off",
        "poectl: no configuration file is named; --file FILE or the environment variable POECTL_FILE is "
        "accepted\n"},
-      {"0 off --file -", "./-: cannot be read: No such file or directory\n"},
-      {"0 off --file " + folder.path().string(), folder.path().string() + ": a regular file is accepted\n"},
+      {"0 off --file -", "poectl: ./-: cannot be read: No such file or directory\n"},
+      {"0 off --file " + folder.path().string(),
+       "poectl: " + folder.path().string() + ": a regular file is accepted\n"},
       {"0 off --file " + bad,
-       bad + ":12:9: 'limit' is out of range: 30001000; a whole number from 0 to 40000 (mW; 0 "
-             "means 40000) is accepted\n"},
+       "poectl: " + bad +
+           ":12:9: 'limit' is out of range: 30001000; a whole number from 0 to 40000 (mW; 0 "
+           "means 40000) is accepted\n"},
       {"3 cycle --file " + file, "poectl: port 3 is off in " + file + "; a port that is on is accepted\n"},
   };
   for (const auto& [words, error] : rows) {
@@ -225,8 +227,8 @@ TEST_F(PoectlPort, SaysThatTheMainProcessUndoesTheChange) {
 
 TEST_F(PoectlPort, DiffAndSaveShowWhatTheServiceHas) {
   start();
-  const std::string head =
-      "reads the service's settings with 49 transfers on the chip's bus; limits are compared in whole W\n";
+  const std::string head = "poectl: reads the service's settings with 49 transfers on the chip's bus; limits "
+                           "are compared in whole W\n";
   const CommandResult same = poectl("diff " + file);
   EXPECT_EQ(same.status, 0);
   EXPECT_EQ(same.output, head + "same\n");
@@ -235,7 +237,8 @@ TEST_F(PoectlPort, DiffAndSaveShowWhatTheServiceHas) {
   EXPECT_EQ(different.status, 1);
   EXPECT_EQ(different.output, head + "port 0 (camera), limit: 14 W in the file, 15 W in the service\n");
   const std::string saved = folder.file("saved.toml");
-  EXPECT_EQ(run("POECTL_FILE=" + file + " " + POECTL + " save >" + saved).output, "");
+  EXPECT_EQ(run("POECTL_FILE=" + file + " " + POECTL + " save >" + saved).output,
+            "poectl: reads the service's settings with 49 transfers on the chip's bus\n");
   EXPECT_EQ(poectl("diff " + saved).output, head + "same\n");
   EXPECT_NE(poectl("check " + saved).output.find("port 0 (camera): on, priority 1, 15 W\n"),
             std::string::npos);
@@ -262,7 +265,10 @@ TEST_F(PoectlPort, NamesOfTheFileAreInEveryOutputOfTheStatus) {
   events.wait();
   const CommandResult refused = poectl("watch --count 1 --file " + folder.file("nothing"));
   EXPECT_EQ(refused.status, 2);
-  EXPECT_EQ(refused.output, folder.file("nothing") + ": cannot be read: No such file or directory\n");
+  const std::string reason = ": cannot be read: No such file or directory\n";
+  EXPECT_EQ(refused.output, "poectl: " + folder.file("nothing") + reason);
+  EXPECT_EQ(run("POECTL_FILE=" + folder.file("nothing") + " " + POECTL + " status").output,
+            "poectl: POECTL_FILE names " + folder.file("nothing") + reason);
 }
 
 TEST_F(PoectlPort, DiffWithoutAServiceIsTroubleAndNoDifference) {

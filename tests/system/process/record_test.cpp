@@ -83,8 +83,8 @@ TEST_F(PoectlRecord, ThatIsRefusedKeepsWatchFromStarting) {
   ASSERT_EQ(mkfifo(record.c_str(), 0600), 0);
   const CommandResult result = poectl("watch --count 1 --record " + record);
   EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.output,
-            record + ": is no regular file; accepted is a regular file, or a name that is free\n");
+  EXPECT_EQ(result.output, "poectl: " + record +
+                               ": is no regular file; accepted is a regular file, or a name that is free\n");
 }
 
 // A limit of the shell stands for a full disk.
@@ -101,14 +101,14 @@ TEST_F(PoectlRecord, ThatIsDamagedIsShownUpToTheDamage) {
   ASSERT_EQ(poectl("watch --events --count 2 --record " + record).status, 0);
   const std::string whole = folder.read("r");
   folder.write("r", whole.substr(0, whole.size() - 10));
-  const std::string error = record + ":2: the line is cut; shown is the 1 record before it\n";
+  const std::string error = "poectl: " + record + ":2: the line is cut; shown is the 1 record before it\n";
   const std::string first = whole.substr(0, whole.find('\n') + 1);
   const CommandResult json = poectl("replay --json " + record);
   EXPECT_EQ(json.status, 2);
   EXPECT_EQ(json.output, first + error);
   const CommandResult skipped = poectl("replay --json --skip-damaged " + record);
   EXPECT_EQ(skipped.status, 0);
-  EXPECT_EQ(skipped.output, record + ":2: the line is cut; passed over\n" + first);
+  EXPECT_EQ(skipped.output, "poectl: " + record + ":2: the line is cut; passed over\n" + first);
   const CommandResult plot = poectl("plot " + record + " --out " + folder.file("p.svg"));
   EXPECT_EQ(plot.status, 2);
   EXPECT_EQ(plot.output, error);

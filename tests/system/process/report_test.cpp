@@ -88,19 +88,20 @@ TEST_F(Report, IsWrittenToANewFileOrNotAtAll) {
   const std::string earlier = folder.write("earlier", "an earlier report");
   const CommandResult existing = poectl("report --out " + earlier);
   EXPECT_EQ(existing.status, 2);
-  EXPECT_EQ(existing.output, "'" + earlier + "' exists already; the name of a new file is accepted\n");
+  EXPECT_EQ(existing.output,
+            "poectl: '" + earlier + "' exists already; the name of a new file is accepted\n");
   EXPECT_EQ(folder.read("earlier"), "an earlier report");
   const CommandResult nowhere = poectl("report --out " + folder.file("missing/report"));
   EXPECT_EQ(nowhere.status, 2);
   EXPECT_EQ(nowhere.output,
-            "'" + folder.file("missing/report") + "' cannot be written: No such file or directory\n");
+            "poectl: '" + folder.file("missing/report") + "' cannot be written: No such file or directory\n");
 }
 
 TEST_F(Report, LeavesNoPartOfAFileThatDoesNotFit) {
   const CommandResult result =
       run("ulimit -f 1; trap '' XFSZ; " + std::string(POECTL) + " report --no-bus --out " + out);
   EXPECT_EQ(result.status, 2) << result.output;
-  EXPECT_EQ(result.output, "'" + out + "' cannot be written: File too large\n");
+  EXPECT_EQ(result.output, "poectl: '" + out + "' cannot be written: File too large\n");
   EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 

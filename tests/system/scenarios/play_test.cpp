@@ -227,20 +227,22 @@ TEST_F(Play, BailsOutAtASignalAndRemovesItsQueue) {
 TEST_F(Play, RefusesABadFileWithOneLineAndStatus2) {
   const CommandResult unknown = playAlone("wait 1\nplug 0\n");
   EXPECT_EQ(unknown.output,
-            m_file + ":2:1: unknown step 'plug'; apply, card, console, wait, after, mark and expect "
-                     "are accepted\n");
+            "poectl: " + m_file +
+                ":2:1: unknown step 'plug'; apply, card, console, wait, after, mark and expect "
+                "are accepted\n");
   EXPECT_EQ(unknown.status, 2);
   const CommandResult configuration = playAlone("apply none.toml\n");
-  EXPECT_EQ(configuration.output, m_file + ":1:7: apply: " + m_folder.file("none.toml") +
+  EXPECT_EQ(configuration.output, "poectl: " + m_file + ":1:7: apply: " + m_folder.file("none.toml") +
                                       ": cannot be read: No such file or directory\n");
   EXPECT_EQ(configuration.status, 2);
   const CommandResult log = playAlone("wait 1\nexpect log \"a\"\n");
-  EXPECT_EQ(log.output, m_file + ":2:1: the step needs the log's file; --log FILE is accepted\n");
+  EXPECT_EQ(log.output,
+            "poectl: " + m_file + ":2:1: the step needs the log's file; --log FILE is accepted\n");
   EXPECT_EQ(log.status, 2);
   EXPECT_EQ(playAlone("mark log\n").output,
-            m_file + ":1:1: the step needs the log's file; --log FILE is accepted\n");
+            "poectl: " + m_file + ":1:1: the step needs the log's file; --log FILE is accepted\n");
   const CommandResult noLog = playAlone("expect log \"a\"\n", "--log /nowhere/service.log");
-  EXPECT_EQ(noLog.output, "/nowhere/service.log: cannot be read: No such file or directory\n");
+  EXPECT_EQ(noLog.output, "poectl: /nowhere/service.log: cannot be read: No such file or directory\n");
   EXPECT_EQ(noLog.status, 2);
 }
 
