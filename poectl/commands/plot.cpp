@@ -48,10 +48,7 @@ int plot(const PlotOptions& options) {
   if (isSameFile(options.file, options.out)) {
     throw UsageError("--out names the record itself; accepted is another file");
   }
-  RecordReader reader(options.file,
-                      options.skipDamaged
-                          ? printNote
-                          : RecordReader::Warn());
+  RecordReader reader(options.file, options.skipDamaged ? printNote : RecordReader::Warn());
   PlotData data;
   std::string damage;
   try {
