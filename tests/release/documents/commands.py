@@ -71,7 +71,7 @@ def commands(document, text):
             elif line.startswith("$ "):
                 output = []
                 run.append(Command(where, line[2:], output))
-            elif re.match(r"(poectl|poe_card)\b", line) and output is None:
+            elif re.match(r"(poectl|poe_card)( |$)", line) and output is None:
                 run.append(Command(where, line, None))
             elif output is not None:
                 output.append(line)

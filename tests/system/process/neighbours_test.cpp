@@ -71,7 +71,8 @@ TEST_F(PoectlNeighbours, ASnapshotOfASlowConsoleEndsAtOneDeadlineForAllReports) 
   const auto start = std::chrono::steady_clock::now();
   const CommandResult result = poectl("status --from console");
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "poectl: the console does not reply in time\n");
+  EXPECT_EQ(result.output, "poectl: reads a snapshot with 49 transfers on the chip's bus\n"
+                           "poectl: the console does not reply in time\n");
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(11500));
   EXPECT_EQ(console.connections(), 2U);
 }
@@ -146,7 +147,8 @@ TEST_F(PoectlNeighbours, WatchEndsBySignalsWhileNobodyReadsItsOutput) {
 TEST_F(PoectlNeighbours, ACommandLineWithoutEndIsRefused) {
   const CommandResult result =
       run("head -c 100000 /dev/zero | timeout 20 " + std::string(POECTL) + " console");
-  EXPECT_EQ(result.output, "standard input: a command is too long; at most 4096 bytes are accepted\n");
+  EXPECT_EQ(result.output,
+            "poectl: standard input: a command is too long; at most 4096 bytes are accepted\n");
   EXPECT_EQ(result.status, 2);
 }
 

@@ -248,9 +248,10 @@ TEST_F(Play, RefusesABadFileWithOneLineAndStatus2) {
 
 TEST_F(Play, TakesTheScenarioFromStandardInput) {
   const CommandResult result = run("echo plug | " BIN "/poectl play -");
-  EXPECT_EQ(result.output,
-            "standard input:1:1: unknown step 'plug'; apply, card, console, wait, after, mark and expect "
-            "are accepted\n");
+  EXPECT_EQ(
+      result.output,
+      "poectl: standard input:1:1: unknown step 'plug'; apply, card, console, wait, after, mark and expect "
+      "are accepted\n");
   EXPECT_EQ(result.status, 2);
 }
 
