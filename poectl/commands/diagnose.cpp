@@ -4,6 +4,7 @@
 #include "poectl/diagnose/diagnosis_text.h"
 #include "poectl/diagnose/look_at_card.h"
 #include "poectl/diagnose/verdicts.h"
+#include "poectl/note.h"
 
 #include <cstdio>
 #include <memory>
@@ -34,8 +35,7 @@ int diagnose(const DiagnoseOptions& options) {
     requireLog(options.log);
   }
   look.bus = options.bus ? BusUse::ALWAYS : options.noBus ? BusUse::NEVER : BusUse::UNLESS_FAILING;
-  const CardLooks looks =
-      lookAtCard(look, [](const std::string& line) { std::fprintf(stderr, "poectl: %s\n", line.c_str()); });
+  const CardLooks looks = lookAtCard(look, printNote);
   std::fputs(diagnosisText(looks).c_str(), stdout);
   return verdictsOn(looks).empty() ? 0 : 1;
 }

@@ -7,6 +7,7 @@
 #include "poectl/commands/port_cycle.h"
 #include "poectl/config/config_edit.h"
 #include "poectl/config/file_replacement.h"
+#include "poectl/note.h"
 #include "poectl/service/end_signals.h"
 #include "poectl/service/peer_connection.h"
 #include "text/number.h"
@@ -130,11 +131,10 @@ int watchSwitchedOff(unsigned port, const std::string& label, std::chrono::stead
   const OffWatch watch = watchOff(port, since, {STAYS_OFF, MAX_OFF, true, PeerConnection::NO_STOP});
   switch (watch.end) {
   case OffWatch::End::BACK:
-    std::fprintf(stderr, "poectl: undone already: %s was off, and %s has switched it on again\n",
-                 label.c_str(), mainProcess().c_str());
+    printNote("undone already: " + label + " was off, and " + mainProcess() + " has switched it on again");
     return 1;
   case OffWatch::End::UNKNOWN:
-    std::fprintf(stderr, "poectl: %s was not seen to be off: %s\n", label.c_str(), watch.doubt.c_str());
+    printNote(label + " was not seen to be off: " + watch.doubt);
     return 1;
   case OffWatch::End::OFF:
     break;

@@ -3,6 +3,7 @@
 #include "poectl/command_line.h"
 #include "poectl/commands/apply.h"
 #include "poectl/commands/off_watch.h"
+#include "poectl/note.h"
 #include "poectl/service/cycle_lock.h"
 #include "poectl/service/end_signals.h"
 
@@ -62,8 +63,7 @@ int cyclePort(const ConfigFile& file, unsigned port, const std::string& path) {
   }
   switchOn(file.config, label, path);
   if (watch.end == OffWatch::End::UNKNOWN) {
-    std::fprintf(stderr, "poectl: %s is on again, but was not seen to be off for 2 s: %s\n", label.c_str(),
-                 watch.doubt.c_str());
+    printNote(label + " is on again, but was not seen to be off for 2 s: " + watch.doubt);
     return 1;
   }
   std::printf("%s: on again after %.1f s\n", label.c_str(), secondsSince(start));

@@ -1,5 +1,6 @@
 #include "poectl/command_line.h"
 #include "poectl/config/port_names.h"
+#include "poectl/note.h"
 #include "poectl/report/card_report.h"
 #include "poectl/report/new_file.h"
 
@@ -16,10 +17,6 @@ struct ReportOptions {
   bool noBus = false;
 };
 
-void say(const std::string& line) {
-  std::fprintf(stderr, "poectl: %s\n", line.c_str());
-}
-
 int report(const ReportOptions& options) {
   LookOptions look;
   look.log = options.log;
@@ -28,7 +25,7 @@ int report(const ReportOptions& options) {
   if (!options.out.empty()) {
     requireNewFile(options.out); // before anything is asked
   }
-  const CardReport report = makeCardReport(look, say);
+  const CardReport report = makeCardReport(look, printNote);
   if (options.out.empty()) {
     std::fputs(report.text.c_str(), stdout);
     return 0;

@@ -67,18 +67,22 @@ void FileReplacement::write(const std::string& contents) {
   if (!keepsOwner || fchmod(file.get(), status.st_mode & 07777U) != 0) {
     fail("cannot be changed: its owner or its mode would be another");
   }
-  for (std::size_t done = 0; done < contents.size();) {
-    const ssize_t length = ::write(file.get(), contents.data() + done, contents.size() - done);
-    if (length < 0 && errno != EINTR) {
-      fail("cannot be changed");
-    }
-    done += length > 0 ? static_cast<std::size_t>(length) : 0;
-  }
-  if (fsync(file.get()) != 0) { // or a power failure could leave an empty file after the renaming
+  if (!writeAndSync(file.get(), contents)) {
     fail("cannot be changed");
   }
 }
 
 void FileReplacement::fail(const std::string& what) const {
   throw InputError(m_path + ": " + what + ": " + std::strerror(errno));
+}
+
+bool writeAndSync(int file, const std::string& contents) {
+  for (std::size_t done = 0; done < contents.size();) {
+    const ssize_t length = write(file, contents.data() + done, contents.size() - done);
+    if (length < 0 && errno != EINTR) {
+      return false;
+    }
+    done += length > 0 ? static_cast<std::size_t>(length) : 0;
+  }
+  return fsync(file) == 0; // or a power failure could leave an empty file after it was renamed
 }

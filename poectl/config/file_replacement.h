@@ -26,3 +26,6 @@ private:
   std::string m_target;    // without symbolic links
   std::string m_temporary; // empty: there is none
 };
+
+// Writes everything to a descriptor and waits until the disk has it. False: errno says why not.
+bool writeAndSync(int file, const std::string& contents);

@@ -32,7 +32,7 @@ public:
   std::string added() override { return m_cursor.empty() ? "" : ask({"--after-cursor=" + m_cursor}); }
 
 private:
-  // The entries without the cursor at their end, which the next call begins behind.
+  // The entries without the cursor at their end, after which the next call begins.
   std::string ask(const std::vector<std::string>& range) {
     std::vector<std::string> words = {"journalctl",  "-q", "--no-pager", "-u",
                                       "poe-service", "-o", "short-iso",  "--show-cursor"};
@@ -54,7 +54,7 @@ private:
   std::string m_text;
 };
 
-// "<6> text", also behind the time that poe_card --log-times writes.
+// "<6> text", also after the time that poe_card --log-times writes.
 bool isCapturedLine(const std::string& line) {
   const std::size_t mark = line.find('<');
   const bool atStart = mark == 0 || (mark != std::string::npos && mark == line.find(' ') + 1);

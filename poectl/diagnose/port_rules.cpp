@@ -118,8 +118,7 @@ constexpr PortRule PORT_RULES[] = {
     {"mosfet-hot", "The port's MOSFET is too hot.", mosfetIsHot,
      "Unplug the device, cool the card, and look for an overload. The port comes back by itself; other ports "
      "are not affected."},
-    {"foreign-program", "Another program has changed the port's registers behind the service's back.",
-     registersDiffer,
+    {"foreign-program", "Another program has changed the port's registers, not the service.", registersDiffer,
      "Find the program that uses /dev/i2c-0 ('fuser -v /dev/i2c-0') or the console's writeReg, and end it. "
      "Then let the main process send another setting of this port and the right one again; that costs this "
      "port its power for a moment. A restart of the service helps too, but costs all ports."},

@@ -1,6 +1,7 @@
 #include "poectl/report/new_file.h"
 
 #include "platform/host/file_descriptor.h"
+#include "poectl/config/file_replacement.h"
 #include "poectl/config/input_file.h"
 #include "text/text.h"
 
@@ -16,18 +17,6 @@ namespace {
 
 [[noreturn]] void fail(const std::string& path) {
   throw InputError(text::quoted(path) + " cannot be written: " + std::strerror(errno));
-}
-
-// Everything, or errno says why not.
-bool writeAll(int file, const std::string& text) {
-  for (std::size_t done = 0; done < text.size();) {
-    const ssize_t length = write(file, text.data() + done, text.size() - done);
-    if (length < 0 && errno != EINTR) {
-      return false;
-    }
-    done += length > 0 ? static_cast<std::size_t>(length) : 0;
-  }
-  return fsync(file) == 0;
 }
 
 } // namespace
@@ -50,7 +39,7 @@ void writeNewFile(const std::string& path, const std::string& text) {
   if (file.get() < 0) {
     fail(path);
   }
-  if (!writeAll(file.get(), text) || std::rename(temporary.c_str(), path.c_str()) != 0) {
+  if (!writeAndSync(file.get(), text) || std::rename(temporary.c_str(), path.c_str()) != 0) {
     const int error = errno;
     unlink(temporary.c_str());
     errno = error;

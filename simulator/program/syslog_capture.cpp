@@ -1,6 +1,6 @@
 // Preloaded into the command of poe_card --log: what the command gives to
 // syslog(3) is appended to the file that POE_CARD_SYSLOG names, one line
-// "<PRIORITY> text" a call, in one write, behind the time of day if
+// "<PRIORITY> text" a call, in one write, after the time of day if
 // POE_CARD_LOG_TIMES is set. A line that the file does not take is
 // reported to the datagram socket that POE_CARD_LOG_LOSS names: the error's number.
 //

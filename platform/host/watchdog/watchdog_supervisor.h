@@ -1,7 +1,7 @@
 // The process's watchdog supervisor: one thread, there only while a client is started. It sleeps until the
 // earliest deadline of a client or until the service manager's keep-alive is due, reports late clients at
 // LOG_CRIT and sends the keep-alive while none is late. The thread that feeds a late client reports that it
-// is fed again, and so waits for the log; it holds no lock meanwhile.
+// is fed again, and so waits for the log; it holds no lock of the watchdog meanwhile.
 //
 // All operations may be called from any thread.
 #pragma once
