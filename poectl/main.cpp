@@ -1,4 +1,5 @@
-// poectl: configures, watches and diagnoses the service, and plays the main process, for a person or a script.
+// poectl: configures, watches and diagnoses the service, and plays the main process, for a person or a
+// script.
 //
 // Exit status: 0 when the command did its work, 1 when it could not (one line on standard error says why), 2
 // for a command line or a file that is not understood.

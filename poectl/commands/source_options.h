@@ -21,8 +21,8 @@ struct SourceOptions {
 void placeSourceOptions(CommandSyntax& syntax, SourceOptions& options);
 
 // The source that the options name, else the queue, unless somebody else may be serving it. A queue
-// that is left over is nobody's: `warn` gets a line that says so, and the console is asked. Throws UsageError for
-// options that exclude each other.
+// that is left over is nobody's: `warn` gets a line that says so, and the console is asked. Throws UsageError
+// for options that exclude each other.
 Snapshot::Source chooseSource(const SourceOptions& options, const SnapshotFeed::Warn& warn);
 
 // A feed from that source. `sendExample` is refused for the console, by UsageError. Throws QueueError, and

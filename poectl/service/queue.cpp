@@ -58,7 +58,8 @@ void sendConfig(const PoeConfig& config, const SendWait& wait) {
   const PoeConfigMessage message{MSGID_CONFIG, config};
   const mqd_t queue = mq_open(QUEUE_TO_POE, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
   if (queue == NONE) {
-    const char* const hint = errno == EACCES ? "; root or the service's user is accepted" : "; is the service running?";
+    const char* const hint =
+        errno == EACCES ? "; root or the service's user is accepted" : "; is the service running?";
     throw QueueError(std::string("cannot open ") + QUEUE_TO_POE + ": " + reason() + hint);
   }
   pollfd ready[] = {{queue, POLLOUT, 0}, {wait.stop, POLLIN, 0}};

@@ -175,11 +175,10 @@ std::string missingText(const Snapshot& snapshot) {
   for (const StatusField& counter : STATUS_COUNTER) {
     names.field(counter, counter.heading);
   }
-  return text::wrapped(
-      snapshot.transfers == 0
-          ? "missing without transfers: " + names.text() +
-                text::formatted("; ask without --no-bus (%u transfers)", SNAPSHOT_TRANSFERS)
-          : "could not be read: " + names.text());
+  return text::wrapped(snapshot.transfers == 0
+                           ? "missing without transfers: " + names.text() +
+                                 text::formatted("; ask without --no-bus (%u transfers)", SNAPSHOT_TRANSFERS)
+                           : "could not be read: " + names.text());
 }
 
 } // namespace
