@@ -1,6 +1,6 @@
 #include "poectl/command_line.h"
 
-#include "poectl/note.h"
+#include "poectl/host/note.h"
 #include "text/text.h"
 
 #include <CLI/CLI.hpp>

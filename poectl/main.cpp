@@ -5,11 +5,11 @@
 // for a command line or a file that is not understood.
 #include "poectl/card/card_client.h"
 #include "poectl/command_line.h"
-#include "poectl/commands/complete.h"
+#include "poectl/complete.h"
 #include "poectl/config/audit_text.h"
 #include "poectl/config/input_file.h"
 #include "poectl/console/console_client.h"
-#include "poectl/note.h"
+#include "poectl/host/note.h"
 
 #include <string>
 #include <vector>

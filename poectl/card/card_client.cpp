@@ -1,6 +1,6 @@
 #include "poectl/card/card_client.h"
 
-#include "poectl/service/visible_text.h"
+#include "poectl/host/visible_text.h"
 
 #include <cstdio>
 #include <cstring>

@@ -1,7 +1,7 @@
 // The control socket of the simulated card.
 #pragma once
 
-#include "poectl/service/peer_connection.h"
+#include "poectl/host/peer_connection.h"
 
 #include <memory>
 #include <stdexcept>

@@ -3,7 +3,7 @@
 
 #include "poectl/card/card_client.h"
 #include "poectl/card/card_state.h"
-#include "poectl/service/periodic_worker.h"
+#include "poectl/host/periodic_worker.h"
 
 #include <memory>
 #include <mutex>

@@ -1,7 +1,7 @@
 #include "poectl/card/control_path.h"
 
 #include "poectl/card/card_client.h"
-#include "poectl/service/user_directory.h"
+#include "poectl/host/user_directory.h"
 
 #include <cstdlib>
 

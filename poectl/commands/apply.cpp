@@ -2,7 +2,7 @@
 
 #include "poectl/command_line.h"
 #include "poectl/config/config_file.h"
-#include "poectl/note.h"
+#include "poectl/host/note.h"
 #include "poectl/service/queue_readers.h"
 
 #include <memory>

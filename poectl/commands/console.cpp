@@ -2,7 +2,7 @@
 #include "poectl/commands/command_lines.h"
 #include "poectl/console/console_client.h"
 #ifdef POECTL_HAS_SHELL
-#include "poectl/commands/console_shell.h"
+#include "poectl/console/console_shell.h"
 #endif
 #include "text/text.h"
 

@@ -4,7 +4,7 @@
 #include "poectl/diagnose/diagnosis_text.h"
 #include "poectl/diagnose/look_at_card.h"
 #include "poectl/diagnose/verdicts.h"
-#include "poectl/note.h"
+#include "poectl/host/note.h"
 
 #include <cstdio>
 #include <memory>

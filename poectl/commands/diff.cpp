@@ -1,7 +1,7 @@
 #include "poectl/command_line.h"
 #include "poectl/console/ask_settings.h"
 #include "poectl/console/console_client.h"
-#include "poectl/note.h"
+#include "poectl/host/note.h"
 
 #include <cstdio>
 #include <memory>

@@ -3,7 +3,7 @@
 #include "poectl/config/audit_text.h"
 #include "poectl/config/config_file.h"
 #include "poectl/console/audit_input.h"
-#include "poectl/note.h"
+#include "poectl/host/note.h"
 
 #include <cstdio>
 #include <memory>

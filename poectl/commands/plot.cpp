@@ -1,5 +1,5 @@
 #include "poectl/command_line.h"
-#include "poectl/note.h"
+#include "poectl/host/note.h"
 #include "poectl/record/gnuplot.h"
 #include "poectl/record/plot_data.h"
 #include "poectl/record/plot_script.h"

@@ -2,10 +2,10 @@
 
 #include "poectl/command_line.h"
 #include "poectl/commands/apply.h"
-#include "poectl/commands/off_watch.h"
-#include "poectl/note.h"
+#include "poectl/console/off_watch.h"
+#include "poectl/host/end_signals.h"
+#include "poectl/host/note.h"
 #include "poectl/service/cycle_lock.h"
-#include "poectl/service/end_signals.h"
 
 #include <csignal>
 #include <cstdio>

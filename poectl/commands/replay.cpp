@@ -1,7 +1,7 @@
-#include "poectl/commands/replay.h"
+#include "poectl/view/replay_options.h"
 
 #include "poectl/command_line.h"
-#include "poectl/note.h"
+#include "poectl/host/note.h"
 #include "poectl/record/record_events.h"
 #include "poectl/record/record_reader.h"
 #include "poectl/status/event_json.h"

@@ -1,6 +1,6 @@
 #include "poectl/command_line.h"
 #include "poectl/config/port_names.h"
-#include "poectl/note.h"
+#include "poectl/host/note.h"
 #include "poectl/report/card_report.h"
 #include "poectl/report/new_file.h"
 

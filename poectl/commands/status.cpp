@@ -1,7 +1,7 @@
-#include "poectl/commands/source_options.h"
 #include "poectl/config/port_names.h"
-#include "poectl/note.h"
-#include "poectl/service/queue_feed.h"
+#include "poectl/feed/queue_feed.h"
+#include "poectl/feed/source_options.h"
+#include "poectl/host/note.h"
 #include "poectl/status/status_export.h"
 #include "poectl/status/status_text.h"
 

@@ -1,7 +1,7 @@
-#include "poectl/commands/watch.h"
+#include "poectl/feed/watch_options.h"
 
 #include "poectl/command_line.h"
-#include "poectl/commands/watch_stream.h"
+#include "poectl/feed/watch_stream.h"
 #ifdef POECTL_HAS_VIEW
 #include "poectl/view/live_view.h"
 #endif

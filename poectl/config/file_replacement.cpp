@@ -1,7 +1,7 @@
 #include "poectl/config/file_replacement.h"
 
-#include "platform/host/file_descriptor.h"
 #include "poectl/config/input_file.h"
+#include "posix/file_descriptor.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -2,7 +2,7 @@
 
 #include "components/PoeDriver/poe_messages.h"
 #include "poectl/console/console_vocabulary.h"
-#include "poectl/service/visible_text.h"
+#include "poectl/host/visible_text.h"
 
 #include <algorithm>
 #include <arpa/inet.h>

@@ -1,7 +1,7 @@
 // The debug console of the service, one command at a time.
 #pragma once
 
-#include "poectl/service/peer_connection.h"
+#include "poectl/host/peer_connection.h"
 
 #include <chrono>
 #include <cstdint>

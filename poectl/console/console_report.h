@@ -14,11 +14,6 @@
 #include <string>
 #include <string_view>
 
-// What the reports cost in transfers on the chip's bus, also when one of them fails. "device" and "channel"
-// make none.
-constexpr unsigned INFO_TRANSFERS = 9;
-constexpr unsigned POEPORT_TRANSFERS = 10;
-
 struct InfoReport {
   std::string state;                // of the engine: ACTIVE, IDLE or UNKNOWN
   std::string watchdog;             // IN TIME or LATE; empty: the service has no watchdog

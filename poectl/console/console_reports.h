@@ -1,7 +1,7 @@
 // The service's console beside the live view.
 #pragma once
 
-#include "poectl/service/periodic_worker.h"
+#include "poectl/host/periodic_worker.h"
 #include "poectl/status/snapshot.h"
 
 #include <array>

@@ -5,9 +5,6 @@
 #include "poectl/console/console_report.h"
 #include "poectl/status/snapshot.h"
 
-// What a snapshot with the reports of the bus costs.
-constexpr unsigned SNAPSHOT_TRANSFERS = INFO_TRANSFERS + POE_PORTS * POEPORT_TRANSFERS;
-
 enum class SnapshotReports {
   ALL,           // SNAPSHOT_TRANSFERS on the chip's bus
   TRANSFER_FREE, // "device" and "channel" only

@@ -1,6 +1,6 @@
 #include "poectl/diagnose/log_source.h"
 
-#include "poectl/service/child_output.h"
+#include "poectl/host/child_output.h"
 
 #include <array>
 #include <sstream>

@@ -1,6 +1,6 @@
 #include "poectl/diagnose/service_log.h"
 
-#include "poectl/service/visible_text.h"
+#include "poectl/host/visible_text.h"
 #include "text/text.h"
 
 #include <algorithm>

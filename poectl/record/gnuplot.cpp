@@ -1,6 +1,6 @@
 #include "poectl/record/gnuplot.h"
 
-#include "poectl/service/visible_text.h"
+#include "poectl/host/visible_text.h"
 
 #include <algorithm>
 #include <array>

@@ -3,8 +3,8 @@
 #include "poectl/console/console_client.h"
 #include "poectl/console/console_snapshot.h"
 #include "poectl/diagnose/diagnosis_text.h"
-#include "poectl/service/child_output.h"
-#include "poectl/service/visible_text.h"
+#include "poectl/host/child_output.h"
+#include "poectl/host/visible_text.h"
 #include "poectl/status/status_export.h"
 #include "poectl/status/timestamp.h"
 

@@ -1,8 +1,8 @@
 #include "poectl/report/new_file.h"
 
-#include "platform/host/file_descriptor.h"
 #include "poectl/config/file_replacement.h"
 #include "poectl/config/input_file.h"
+#include "posix/file_descriptor.h"
 #include "text/text.h"
 
 #include <cerrno>

@@ -1,7 +1,7 @@
 #include "poectl/scenario/log_follower.h"
 
 #include "poectl/config/input_file.h"
-#include "poectl/service/visible_text.h"
+#include "poectl/host/visible_text.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "poectl/service/cycle_lock.h"
 
-#include "poectl/service/user_directory.h"
+#include "poectl/host/user_directory.h"
 #include "text/number.h"
 #include "text/text.h"
 

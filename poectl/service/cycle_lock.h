@@ -1,7 +1,7 @@
 // How often poectl may cycle the power of a port.
 #pragma once
 
-#include "platform/host/file_descriptor.h"
+#include "posix/file_descriptor.h"
 
 #include <chrono>
 #include <stdexcept>

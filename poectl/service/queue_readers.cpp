@@ -2,8 +2,8 @@
 
 #include "components/PoeDriver/poe_messages.h"
 #include "poectl/console/console_client.h"
+#include "poectl/host/visible_text.h"
 #include "poectl/service/queue.h"
-#include "poectl/service/visible_text.h"
 
 #include <algorithm>
 #include <array>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"
-#include "poectl/service/end_signals.h"
+#include "poectl/host/end_signals.h"
 #include "poectl/service/queue.h"
 
 #include <chrono>

@@ -23,6 +23,13 @@ struct PortDetails {
   std::optional<std::string> faults;      // that the chip reports, in words; empty: none
 };
 
+// What the console's reports cost in transfers on the chip's bus, also when one of them fails. "device" and
+// "channel" make none.
+constexpr unsigned INFO_TRANSFERS = 9;
+constexpr unsigned POEPORT_TRANSFERS = 10;
+// A snapshot from the console with all reports.
+constexpr unsigned SNAPSHOT_TRANSFERS = INFO_TRANSFERS + POE_PORTS * POEPORT_TRANSFERS;
+
 // A plain value; for use from any thread that owns it.
 struct Snapshot {
   enum class Source {

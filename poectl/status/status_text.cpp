@@ -1,7 +1,6 @@
 #include "poectl/status/status_text.h"
 
 #include "components/PoeDriver/poe_words.h"
-#include "poectl/console/console_snapshot.h"
 #include "poectl/status/snapshot.h"
 #include "poectl/status/timestamp.h"
 #include "text/text.h"

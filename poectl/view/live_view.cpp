@@ -2,8 +2,8 @@
 
 #include "poectl/card/card_link.h"
 #include "poectl/card/control_path.h"
-#include "poectl/commands/time_limit.h"
 #include "poectl/console/console_reports.h"
+#include "poectl/host/time_limit.h"
 #include "poectl/record/record_writer.h"
 #include "poectl/status/timestamp.h"
 #include "text/text.h"

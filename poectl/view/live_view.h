@@ -1,7 +1,7 @@
 // The live view of "watch".
 #pragma once
 
-#include "poectl/commands/watch.h"
+#include "poectl/feed/watch_options.h"
 #include "poectl/view/view_screen.h"
 
 // Goes on through restarts of the service and of the simulated card until 'q', an end signal or the end of

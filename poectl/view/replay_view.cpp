@@ -1,6 +1,6 @@
 #include "poectl/view/replay_view.h"
 
-#include "poectl/service/end_signals.h"
+#include "poectl/host/end_signals.h"
 #include "poectl/view/replay.h"
 #include "poectl/view/view_screen.h"
 

@@ -10,7 +10,7 @@
 
 #include "platform/host/console/console_session.h"
 #include "platform/host/console/telnet_filter.h"
-#include "platform/host/file_descriptor.h"
+#include "posix/file_descriptor.h"
 
 namespace Zorvan {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/host/file_descriptor.h"
+#include "posix/file_descriptor.h"
 
 namespace Zorvan {
 

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/host/file_descriptor.h"
+#include "posix/file_descriptor.h"
 
 // A TCP port that is kept from all other programs while it exists, though this program can still listen on
 // it.

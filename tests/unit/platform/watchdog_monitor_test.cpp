@@ -18,8 +18,8 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include "platform/host/file_descriptor.h"
 #include "platform/host/watchdog/service_manager.h"
+#include "posix/file_descriptor.h"
 #include "stepped_clock.h"
 #include "tests/support/doubles/log_capture.h"
 

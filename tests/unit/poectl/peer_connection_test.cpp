@@ -1,5 +1,5 @@
 // A conversation with a process that floods, drips, is silent or does not accept.
-#include "poectl/service/peer_connection.h"
+#include "poectl/host/peer_connection.h"
 
 #include "tests/support/process/hostile_peer.h"
 #include "tests/support/process/listeners.h"

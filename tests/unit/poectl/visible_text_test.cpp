@@ -1,5 +1,5 @@
 // What is printed of a text that another process has made.
-#include "poectl/service/visible_text.h"
+#include "poectl/host/visible_text.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "poectl/note.h"
+#include "poectl/host/note.h"
 
 #include <cstdio>
 

@@ -1,4 +1,4 @@
-#include "poectl/service/console_feed.h"
+#include "poectl/feed/console_feed.h"
 
 #include "text/text.h"
 

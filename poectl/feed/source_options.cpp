@@ -1,10 +1,10 @@
-#include "poectl/commands/source_options.h"
+#include "poectl/feed/source_options.h"
 
 #include "components/PoeDriver/poe_messages.h"
 #include "poectl/config/port_names.h"
-#include "poectl/service/console_feed.h"
+#include "poectl/feed/console_feed.h"
+#include "poectl/feed/queue_feed.h"
 #include "poectl/service/queue.h"
-#include "poectl/service/queue_feed.h"
 #include "poectl/service/queue_readers.h"
 #include "text/text.h"
 

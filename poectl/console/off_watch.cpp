@@ -1,4 +1,4 @@
-#include "poectl/commands/off_watch.h"
+#include "poectl/console/off_watch.h"
 
 #include "poectl/console/console_client.h"
 #include "poectl/console/console_report.h"

@@ -1,4 +1,4 @@
-#include "poectl/service/queue_feed.h"
+#include "poectl/feed/queue_feed.h"
 
 #include "poectl/config/example_config.h"
 

@@ -1,4 +1,4 @@
-#include "poectl/service/periodic_worker.h"
+#include "poectl/host/periodic_worker.h"
 
 #include <csignal>
 #include <sys/eventfd.h>

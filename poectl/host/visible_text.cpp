@@ -1,4 +1,4 @@
-#include "poectl/service/visible_text.h"
+#include "poectl/host/visible_text.h"
 
 namespace {
 

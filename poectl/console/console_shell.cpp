@@ -1,9 +1,9 @@
-#include "poectl/commands/console_shell.h"
+#include "poectl/console/console_shell.h"
 
 #include "poectl/console/console_client.h"
 #include "poectl/console/console_vocabulary.h"
-#include "poectl/note.h"
-#include "poectl/service/end_signals.h"
+#include "poectl/host/end_signals.h"
+#include "poectl/host/note.h"
 
 #include <algorithm>
 #include <csignal>

@@ -1,7 +1,7 @@
-#include "poectl/commands/watch_stream.h"
+#include "poectl/feed/watch_stream.h"
 
-#include "poectl/commands/time_limit.h"
-#include "poectl/note.h"
+#include "poectl/host/note.h"
+#include "poectl/host/time_limit.h"
 #include "poectl/record/record_writer.h"
 #include "poectl/status/event_json.h"
 #include "poectl/status/status_export.h"

@@ -1,4 +1,4 @@
-#include "poectl/service/snapshot_feed.h"
+#include "poectl/feed/snapshot_feed.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 
 #include "poectl/command_line.h"
 #include "poectl/console/console_snapshot.h"
-#include "poectl/service/snapshot_feed.h"
+#include "poectl/feed/snapshot_feed.h"
 
 #include <memory>
 #include <string>

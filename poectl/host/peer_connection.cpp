@@ -1,4 +1,4 @@
-#include "poectl/service/peer_connection.h"
+#include "poectl/host/peer_connection.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,7 +1,7 @@
 // The snapshots that "watch" shows one after the other.
 #pragma once
 
-#include "poectl/service/end_signals.h"
+#include "poectl/host/end_signals.h"
 #include "poectl/status/snapshot.h"
 #include "poectl/status/status_events.h"
 

@@ -1,4 +1,4 @@
-#include "poectl/service/user_directory.h"
+#include "poectl/host/user_directory.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "poectl/service/end_signals.h"
+#include "poectl/host/end_signals.h"
 
 #include <cerrno>
 #include <csignal>

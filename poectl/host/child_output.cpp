@@ -1,6 +1,6 @@
-#include "poectl/service/child_output.h"
+#include "poectl/host/child_output.h"
 
-#include "poectl/service/visible_text.h"
+#include "poectl/host/visible_text.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,7 +1,7 @@
 // Snapshots from the status messages.
 #pragma once
 
-#include "poectl/service/snapshot_feed.h"
+#include "poectl/feed/snapshot_feed.h"
 #include "poectl/service/status_receiver.h"
 
 // Receives the status messages as the card's main process, and sends the example configuration when asked to:

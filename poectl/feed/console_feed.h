@@ -2,8 +2,8 @@
 #pragma once
 
 #include "poectl/console/console_snapshot.h"
-#include "poectl/service/periodic_worker.h"
-#include "poectl/service/snapshot_feed.h"
+#include "poectl/feed/snapshot_feed.h"
+#include "poectl/host/periodic_worker.h"
 
 #include <mutex>
 

@@ -1,7 +1,7 @@
 // The options of the command "watch".
 #pragma once
 
-#include "poectl/commands/source_options.h"
+#include "poectl/feed/source_options.h"
 
 #include <optional>
 #include <string>

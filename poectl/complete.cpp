@@ -1,4 +1,4 @@
-#include "poectl/commands/complete.h"
+#include "poectl/complete.h"
 
 #include "poectl/card/card_client.h"
 #include "poectl/card/control_path.h"
