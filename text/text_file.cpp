@@ -1,5 +1,6 @@
 #include "text/text_file.h"
 
+#include "posix/file_descriptor.h"
 #include "text/text.h"
 
 #include <array>
@@ -13,22 +14,6 @@
 
 namespace {
 
-class Descriptor {
-public:
-  explicit Descriptor(int fd) : m_fd(fd) {}
-  ~Descriptor() {
-    if (m_fd >= 0) {
-      close(m_fd);
-    }
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return m_fd; }
-
-private:
-  int m_fd;
-};
-
 [[noreturn]] void failErrno(const std::string& path) {
   const int error = errno;
   throw std::runtime_error("cannot read " + text::quoted(path) + ": " +
@@ -39,7 +24,7 @@ private:
 
 std::string readTextFile(const std::string& path, std::size_t most) {
   // A pipe, which is refused below, must not be waited for.
-  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   if (file.get() < 0 || fstat(file.get(), &status) != 0) {
     failErrno(path);
@@ -75,7 +60,7 @@ void requireWritableFile(const std::string& path) {
   if (stat(path.c_str(), &status) == 0 && isPipe(status)) {
     refuse("it is a pipe or a socket");
   }
-  const Descriptor file(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666));
+  const FileDescriptor file(open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666));
   const int error = errno;
   if (file.get() < 0) {
     refuse(std::generic_category().message(error));

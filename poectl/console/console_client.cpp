@@ -3,6 +3,7 @@
 #include "components/PoeDriver/poe_messages.h"
 #include "poectl/console/console_vocabulary.h"
 #include "poectl/host/visible_text.h"
+#include "posix/file_descriptor.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -108,12 +109,10 @@ std::string consoleLine(const std::string& words) {
 }
 
 bool consolePortIsTaken() {
-  const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const FileDescriptor probe(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
   const int on = 1;
-  setsockopt(probe, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on); // as the console does
+  setsockopt(probe.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on); // as the console does
   const sockaddr_in address = consoleAddress();
-  const int result = bind(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-  const bool taken = result != 0 && errno == EADDRINUSE;
-  close(probe);
-  return taken;
+  const int result = bind(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  return result != 0 && errno == EADDRINUSE;
 }

@@ -4,6 +4,7 @@
 #include "poectl/console/console_vocabulary.h"
 #include "poectl/host/end_signals.h"
 #include "poectl/host/note.h"
+#include "posix/file_descriptor.h"
 
 #include <algorithm>
 #include <csignal>
@@ -36,25 +37,21 @@ constexpr int KILL_LINE = 'U' & 0x1F; // Ctrl-U
 class ShellInput {
 public:
   ShellInput() : m_ends({SIGTERM, SIGQUIT, SIGHUP}), m_interrupt(interruptSignal()) {
-    for (const int descriptor : {m_ends.descriptor(), m_interrupt}) {
+    for (const int descriptor : {m_ends.descriptor(), m_interrupt.get()}) {
       epoll_event event{};
       event.events = EPOLLIN;
-      epoll_ctl(m_stop, EPOLL_CTL_ADD, descriptor, &event);
+      epoll_ctl(m_stop.get(), EPOLL_CTL_ADD, descriptor, &event);
     }
   }
   ShellInput(const ShellInput&) = delete;
   ShellInput& operator=(const ShellInput&) = delete;
-  ~ShellInput() {
-    close(m_stop);
-    close(m_interrupt);
-  }
 
   // Readable while a signal has not been taken note of.
-  int stopDescriptor() const { return m_stop; }
+  int stopDescriptor() const { return m_stop.get(); }
 
   // For the library: the next byte, or EOF.
   int nextKey() {
-    pollfd ready[] = {{STDIN_FILENO, POLLIN, 0}, {m_stop, POLLIN, 0}};
+    pollfd ready[] = {{STDIN_FILENO, POLLIN, 0}, {m_stop.get(), POLLIN, 0}};
     while (poll(ready, 2, -1) < 0) {
     }
     if (ready[1].revents != 0) {
@@ -67,7 +64,7 @@ public:
   // True when Ctrl-C was pressed, which is then over.
   bool takeInterrupt() {
     signalfd_siginfo signal{};
-    return read(m_interrupt, &signal, sizeof signal) > 0;
+    return read(m_interrupt.get(), &signal, sizeof signal) > 0;
   }
 
 private:
@@ -80,8 +77,8 @@ private:
   }
 
   EndSignals m_ends;
-  const int m_interrupt; // a signalfd
-  const int m_stop = epoll_create1(EPOLL_CLOEXEC);
+  const FileDescriptor m_interrupt; // a signalfd
+  const FileDescriptor m_stop{epoll_create1(EPOLL_CLOEXEC)};
 };
 
 ShellInput* input = nullptr; // the library's functions have no argument for it

@@ -1,6 +1,7 @@
 #include "poectl/diagnose/service_log.h"
 
 #include "poectl/host/visible_text.h"
+#include "posix/file_descriptor.h"
 #include "text/text.h"
 
 #include <algorithm>
@@ -38,19 +39,6 @@ constexpr EventWords EVENT_WORDS[] = {
 static_assert(std::size(EVENT_WORDS) == LOG_EVENTS);
 
 constexpr std::size_t MAX_QUOTED_LINE = 200; // bytes
-
-class File {
-public:
-  explicit File(const std::string& path)
-      : m_descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {}
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
-  ~File() { close(m_descriptor); }
-  int descriptor() const { return m_descriptor; }
-
-private:
-  const int m_descriptor;
-};
 
 [[noreturn]] void refuse(const std::string& path, const std::string& why) {
   throw LogError("the log " + text::quoted(path) + " cannot be read: " + why);
@@ -98,9 +86,9 @@ std::string LogTail::added() {
 
 // A negative offset: the end of the file.
 std::string LogTail::readFrom(long long offset) {
-  const File file(m_path);
+  const FileDescriptor file(open(m_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   struct stat status {};
-  if (file.descriptor() < 0 || fstat(file.descriptor(), &status) != 0) {
+  if (!file.isOpen() || fstat(file.get(), &status) != 0) {
     refuse(m_path, std::strerror(errno));
   }
   if (!S_ISREG(status.st_mode)) {
@@ -112,7 +100,7 @@ std::string LogTail::readFrom(long long offset) {
   std::string text(static_cast<std::size_t>(size - start), '\0');
   std::size_t length = 0;
   while (length < text.size()) {
-    const ssize_t part = pread(file.descriptor(), &text[length], text.size() - length,
+    const ssize_t part = pread(file.get(), &text[length], text.size() - length,
                                static_cast<off_t>(start) + static_cast<off_t>(length));
     if (part < 0) {
       refuse(m_path, std::strerror(errno));

@@ -6,18 +6,12 @@
 #include <csignal>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <unistd.h>
 #include <utility>
-
-ConsoleFeed::EventDescriptor::EventDescriptor() : number(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
-
-ConsoleFeed::EventDescriptor::~EventDescriptor() {
-  close(number);
-}
 
 ConsoleFeed::ConsoleFeed(SnapshotReports reports, std::chrono::milliseconds period, Warn warn)
     : SnapshotFeed(period, staleAfterPeriod(period)), m_reports(reports), m_warn(std::move(warn)),
-      m_signals({SIGINT, SIGTERM, SIGQUIT, SIGHUP}), m_worker([this] { work(); }, period) {}
+      m_arrived(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), m_signals({SIGINT, SIGTERM, SIGQUIT, SIGHUP}),
+      m_worker([this] { work(); }, period) {}
 
 void ConsoleFeed::work() {
   std::optional<Snapshot> snapshot;
@@ -34,14 +28,14 @@ void ConsoleFeed::work() {
   if (snapshot) {
     m_taken = std::move(snapshot);
   }
-  eventfd_write(m_arrived.number, 1);
+  eventfd_write(m_arrived.get(), 1);
 }
 
 SnapshotFeed::Event ConsoleFeed::receive(std::chrono::milliseconds limit, Snapshot& snapshot) {
   const Clock::time_point end = Clock::now() + limit;
   for (;;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-    pollfd ready[] = {{m_arrived.number, POLLIN, 0}, {m_signals.descriptor(), POLLIN, 0}};
+    pollfd ready[] = {{m_arrived.get(), POLLIN, 0}, {m_signals.descriptor(), POLLIN, 0}};
     poll(ready, 2, static_cast<int>(std::max(left.count(), std::int64_t{0})));
     if (ready[1].revents != 0) {
       return Event::INTERRUPTED; // the signal stays pending
@@ -58,7 +52,7 @@ SnapshotFeed::Event ConsoleFeed::receive(std::chrono::milliseconds limit, Snapsh
 // What the worker has left. False when that is no snapshot but a failure.
 bool ConsoleFeed::take(Snapshot& snapshot) {
   eventfd_t count = 0;
-  eventfd_read(m_arrived.number, &count);
+  eventfd_read(m_arrived.get(), &count);
   std::optional<Snapshot> taken;
   std::string error;
   {

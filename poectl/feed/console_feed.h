@@ -4,6 +4,7 @@
 #include "poectl/console/console_snapshot.h"
 #include "poectl/feed/snapshot_feed.h"
 #include "poectl/host/periodic_worker.h"
+#include "posix/file_descriptor.h"
 
 #include <mutex>
 
@@ -19,21 +20,12 @@ public:
 
   Snapshot::Source source() const override { return Snapshot::Source::CONSOLE; }
   std::string origin() const override;
-  int descriptor() const override { return m_arrived.number; }
+  int descriptor() const override { return m_arrived.get(); }
   EndSignals& endSignals() override { return m_signals; }
   std::string sendExample() override;
   std::string nothingCame() const override;
 
 private:
-  struct EventDescriptor {
-    EventDescriptor();
-    EventDescriptor(const EventDescriptor&) = delete;
-    EventDescriptor& operator=(const EventDescriptor&) = delete;
-    ~EventDescriptor();
-
-    const int number;
-  };
-
   Event receive(std::chrono::milliseconds limit, Snapshot& snapshot) override;
   bool complete(Snapshot& snapshot, const std::vector<StatusEvent>& events) override;
   bool take(Snapshot& snapshot);
@@ -41,7 +33,7 @@ private:
 
   const SnapshotReports m_reports;
   const Warn m_warn;
-  const EventDescriptor m_arrived;
+  const FileDescriptor m_arrived; // an eventfd
   EndSignals m_signals;
   std::string m_warned; // what `warn` got last
 

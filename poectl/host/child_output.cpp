@@ -1,6 +1,7 @@
 #include "poectl/host/child_output.h"
 
 #include "poectl/host/visible_text.h"
+#include "posix/file_descriptor.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -18,7 +19,7 @@ using Clock = std::chrono::steady_clock;
 
 struct Child {
   pid_t pid = -1;
-  int output = -1;
+  FileDescriptor output;
   std::string problem;
 };
 
@@ -29,10 +30,12 @@ Child start(const std::vector<std::string>& words) {
     child.problem = std::strerror(errno);
     return child;
   }
+  child.output = FileDescriptor(ends[0]);
+  const FileDescriptor outputEnd(ends[1]);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, outputEnd.get(), STDOUT_FILENO);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
   // A group of its own, so that the children of the child end with it.
   posix_spawnattr_t attributes;
@@ -48,8 +51,6 @@ Child start(const std::vector<std::string>& words) {
   const int error = posix_spawnp(&child.pid, arguments[0], &actions, &attributes, arguments.data(), environ);
   posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
-  close(ends[1]);
-  child.output = ends[0];
   if (error != 0) {
     child.pid = -1;
     child.problem = "cannot run " + words.front() + ": " + std::strerror(error);
@@ -104,15 +105,13 @@ ChildOutput runChild(const std::vector<std::string>& words, const ChildLimits& l
   ChildOutput result;
   if (child.pid < 0) {
     result.problem = child.problem;
-    close(child.output);
     return result;
   }
-  const std::string brokenOff = collect(child.output, limits, result.text);
+  const std::string brokenOff = collect(child.output.get(), limits, result.text);
   if (!brokenOff.empty()) {
     kill(-child.pid, SIGKILL);
   }
   const int status = waitFor(child.pid, deadline);
-  close(child.output);
   result.text = visibleText(result.text);
   if (!brokenOff.empty()) {
     result.problem = words.front() + " " + brokenOff;

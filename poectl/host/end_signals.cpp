@@ -65,10 +65,8 @@ EndSignals::EndSignals(std::initializer_list<int> signals)
 }
 
 EndSignals::~EndSignals() {
-  eventfd_write(m_done, 1);
+  eventfd_write(m_done.get(), 1);
   m_thread.join();
-  close(m_done);
-  close(m_signals);
 }
 
 void EndSignals::beforeForcedEnd(std::function<void()> cleanUp) {
@@ -77,14 +75,14 @@ void EndSignals::beforeForcedEnd(std::function<void()> cleanUp) {
 }
 
 void EndSignals::watch() {
-  pollfd ready[] = {{m_signals, POLLIN, 0}, {m_done, POLLIN, 0}};
+  pollfd ready[] = {{m_signals.get(), POLLIN, 0}, {m_done.get(), POLLIN, 0}};
   while (poll(ready, 2, FOR_EVER) < 0) {
   }
-  if (ready[1].revents != 0 || becomesReadable(m_done, HALF_OF_THE_TIME)) {
+  if (ready[1].revents != 0 || becomesReadable(m_done.get(), HALF_OF_THE_TIME)) {
     return;
   }
   undoControlS();
-  if (!becomesReadable(m_done, HALF_OF_THE_TIME)) {
+  if (!becomesReadable(m_done.get(), HALF_OF_THE_TIME)) {
     forceEnd();
   }
 }

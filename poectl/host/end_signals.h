@@ -1,6 +1,8 @@
 // The signals that end poectl.
 #pragma once
 
+#include "posix/file_descriptor.h"
+
 #include <functional>
 #include <initializer_list>
 #include <mutex>
@@ -20,7 +22,7 @@ public:
   ~EndSignals();
 
   // Readable when one of the signals has come, and from then on.
-  int descriptor() const { return m_signals; }
+  int descriptor() const { return m_signals.get(); }
 
   // `cleanUp` runs on the other thread while the one that has made this object may be anywhere: it takes no
   // locks, does not wait, and must stay callable as long as this object exists.
@@ -30,8 +32,8 @@ private:
   void watch();
   [[noreturn]] void forceEnd();
 
-  const int m_signals;
-  const int m_done; // an eventfd
+  const FileDescriptor m_signals;
+  const FileDescriptor m_done; // an eventfd
   termios m_settings{};
   const bool m_terminal;
   std::mutex m_mutex; // guards m_cleanUps

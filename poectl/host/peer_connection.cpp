@@ -26,22 +26,13 @@ int millisecondsUntil(PeerConnection::Clock::time_point end) {
 PeerConnection::PeerConnection(const sockaddr* address, socklen_t length, Clock::time_point deadline,
                                int stop)
     : m_socket(socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)), m_stop(stop) {
-  try {
-    connectBy(address, length, deadline);
-  } catch (const PeerError&) {
-    close(m_socket);
-    throw;
-  }
-}
-
-PeerConnection::~PeerConnection() {
-  close(m_socket);
+  connectBy(address, length, deadline);
 }
 
 uid_t PeerConnection::peerUser() const {
   ucred peer{};
   socklen_t size = sizeof peer;
-  if (getsockopt(m_socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+  if (getsockopt(m_socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
     fail(Kind::UNREACHABLE, errno);
   }
   return peer.uid;
@@ -50,7 +41,7 @@ uid_t PeerConnection::peerUser() const {
 void PeerConnection::send(const std::string& text, Clock::time_point deadline) {
   for (std::size_t sent = 0; sent < text.size();) {
     await(POLLOUT, deadline);
-    const ssize_t part = ::send(m_socket, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
+    const ssize_t part = ::send(m_socket.get(), text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
     if (part >= 0) {
       sent += static_cast<std::size_t>(part);
     } else if (errno != EAGAIN && errno != EINTR) {
@@ -65,7 +56,7 @@ std::string PeerConnection::receive(Clock::time_point deadline,
   char block[4096];
   while (!isComplete(text)) {
     await(POLLIN, deadline);
-    const ssize_t length = recv(m_socket, block, sizeof block, 0);
+    const ssize_t length = recv(m_socket.get(), block, sizeof block, 0);
     if (length == 0) {
       break;
     }
@@ -83,12 +74,12 @@ std::string PeerConnection::receive(Clock::time_point deadline,
 
 void PeerConnection::connectBy(const sockaddr* address, socklen_t length, Clock::time_point deadline) {
   // A Unix socket whose listener does not accept says EAGAIN as soon as its backlog is full.
-  while (connect(m_socket, address, length) != 0) {
+  while (connect(m_socket.get(), address, length) != 0) {
     if (errno == EINPROGRESS) {
       await(POLLOUT, deadline);
       int error = 0;
       socklen_t size = sizeof error;
-      getsockopt(m_socket, SOL_SOCKET, SO_ERROR, &error, &size);
+      getsockopt(m_socket.get(), SOL_SOCKET, SO_ERROR, &error, &size);
       if (error != 0) {
         fail(Kind::UNREACHABLE, error);
       }
@@ -110,7 +101,7 @@ void PeerConnection::connectBy(const sockaddr* address, socklen_t length, Clock:
 // Waits until the socket is ready. The deadline holds even when the socket is always ready.
 void PeerConnection::await(short events, Clock::time_point deadline) const {
   for (;;) {
-    pollfd ready[] = {{m_socket, events, 0}, {m_stop, POLLIN, 0}}; // poll passes over NO_STOP
+    pollfd ready[] = {{m_socket.get(), events, 0}, {m_stop, POLLIN, 0}}; // poll passes over NO_STOP
     const int count = poll(ready, 2, millisecondsUntil(deadline));
     if (count > 0 && ready[1].revents != 0) {
       fail(Kind::INTERRUPTED, EINTR);

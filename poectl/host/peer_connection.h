@@ -1,6 +1,8 @@
 // A connection to another process that poectl does not trust.
 #pragma once
 
+#include "posix/file_descriptor.h"
+
 #include <chrono>
 #include <functional>
 #include <stdexcept>
@@ -38,7 +40,6 @@ public:
   PeerConnection(const sockaddr* address, socklen_t length, Clock::time_point deadline, int stop);
   PeerConnection(const PeerConnection&) = delete;
   PeerConnection& operator=(const PeerConnection&) = delete;
-  ~PeerConnection();
 
   // The user that has opened the other end. Unix sockets only.
   uid_t peerUser() const;
@@ -52,6 +53,6 @@ private:
   void connectBy(const sockaddr* address, socklen_t length, Clock::time_point deadline);
   void await(short events, Clock::time_point deadline) const;
 
-  const int m_socket;
+  const FileDescriptor m_socket;
   const int m_stop;
 };

@@ -2,7 +2,6 @@
 
 #include <csignal>
 #include <sys/eventfd.h>
-#include <unistd.h>
 #include <utility>
 
 PeriodicWorker::PeriodicWorker(std::function<void()> work, std::chrono::milliseconds period)
@@ -20,10 +19,9 @@ PeriodicWorker::~PeriodicWorker() {
     const std::lock_guard lock(m_mutex);
     m_stop = true;
   }
-  eventfd_write(m_stopped, 1);
+  eventfd_write(m_stopped.get(), 1);
   m_woken.notify_one();
   m_thread.join();
-  close(m_stopped);
 }
 
 void PeriodicWorker::wake() {

@@ -1,6 +1,8 @@
 // Work that may block, beside a thread that must not.
 #pragma once
 
+#include "posix/file_descriptor.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -18,14 +20,14 @@ public:
 
   void wake();
   // For `work`, to end a wait early: readable from the begin of destruction on. Any thread.
-  int stopDescriptor() const { return m_stopped; }
+  int stopDescriptor() const { return m_stopped.get(); }
 
 private:
   void run();
 
   const std::function<void()> m_work;
   const std::chrono::milliseconds m_period;
-  const int m_stopped; // an eventfd
+  const FileDescriptor m_stopped; // an eventfd
   std::mutex m_mutex;
   std::condition_variable m_woken;
   bool m_wake = false;

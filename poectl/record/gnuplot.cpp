@@ -1,6 +1,7 @@
 #include "poectl/record/gnuplot.h"
 
 #include "poectl/host/visible_text.h"
+#include "posix/file_descriptor.h"
 
 #include <algorithm>
 #include <array>
@@ -24,44 +25,31 @@ constexpr std::size_t MAX_OUTPUT = 64UL * 1024 * 1024; // bytes
   throw GnuplotError("gnuplot: " + what + ": " + std::strerror(error));
 }
 
-class Descriptor {
-public:
-  explicit Descriptor(int number) : m_number(number) {
-    if (number < 0) {
-      fail("cannot be started", errno);
-    }
+// Throws when the system has no descriptor left.
+FileDescriptor opened(int descriptor) {
+  FileDescriptor owner(descriptor);
+  if (!owner.isOpen()) {
+    fail("cannot be started", errno);
   }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() { close(); }
+  return owner;
+}
 
-  int number() const { return m_number; }
-  void close() {
-    if (m_number >= 0) {
-      ::close(std::exchange(m_number, -1));
-    }
-  }
-
-private:
-  int m_number;
-};
-
-void writeAll(const Descriptor& file, const std::string& text) {
+void writeAll(const FileDescriptor& file, const std::string& text) {
   for (std::size_t done = 0; done < text.size();) {
-    const ssize_t written = write(file.number(), text.data() + done, text.size() - done);
+    const ssize_t written = write(file.get(), text.data() + done, text.size() - done);
     if (written < 0) {
       fail("cannot be started", errno);
     }
     done += static_cast<std::size_t>(written);
   }
-  lseek(file.number(), 0, SEEK_SET);
+  lseek(file.get(), 0, SEEK_SET);
 }
 
-std::string readAll(const Descriptor& file) {
-  lseek(file.number(), 0, SEEK_SET);
+std::string readAll(const FileDescriptor& file) {
+  lseek(file.get(), 0, SEEK_SET);
   std::string text;
   std::array<char, 65536> part{};
-  for (ssize_t length = 0; (length = read(file.number(), part.data(), part.size())) > 0;) {
+  for (ssize_t length = 0; (length = read(file.get(), part.data(), part.size())) > 0;) {
     text.append(part.data(), static_cast<std::size_t>(length));
     if (text.size() > MAX_OUTPUT) {
       throw GnuplotError("gnuplot: its picture is larger than " + std::to_string(MAX_OUTPUT) + " bytes");
@@ -113,18 +101,18 @@ private:
 };
 
 // What comes until the other end is closed: gnuplot does that when it ends.
-std::string errorsUntilEnd(const Descriptor& pipe, std::chrono::milliseconds limit) {
+std::string errorsUntilEnd(const FileDescriptor& pipe, std::chrono::milliseconds limit) {
   const auto end = std::chrono::steady_clock::now() + limit;
   std::string errors;
   std::array<char, 1024> part{};
   while (true) {
     const auto left =
         std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()).count();
-    pollfd ready{pipe.number(), POLLIN, 0};
+    pollfd ready{pipe.get(), POLLIN, 0};
     if (left <= 0 || poll(&ready, 1, static_cast<int>(left)) == 0) {
       throw GnuplotError("gnuplot: has not ended after " + std::to_string(limit.count() / 1000) + " s");
     }
-    const ssize_t length = read(pipe.number(), part.data(), part.size());
+    const ssize_t length = read(pipe.get(), part.data(), part.size());
     if (length == 0) {
       return errors;
     }
@@ -143,17 +131,17 @@ std::string lastLine(std::string text) {
 } // namespace
 
 std::string runGnuplot(const std::string& script, std::chrono::milliseconds limit) {
-  const Descriptor input(memfd_create("gnuplot script", MFD_CLOEXEC));
-  const Descriptor output(memfd_create("gnuplot picture", MFD_CLOEXEC));
+  const FileDescriptor input = opened(memfd_create("gnuplot script", MFD_CLOEXEC));
+  const FileDescriptor output = opened(memfd_create("gnuplot picture", MFD_CLOEXEC));
   writeAll(input, script);
   int ends[2] = {-1, -1};
   if (pipe2(ends, O_CLOEXEC) != 0) {
     fail("cannot be started", errno);
   }
-  const Descriptor errors(ends[0]);
-  Descriptor errorsEnd(ends[1]);
-  Child gnuplot(input.number(), output.number(), errorsEnd.number());
-  errorsEnd.close();
+  const FileDescriptor errors(ends[0]);
+  FileDescriptor errorsEnd(ends[1]);
+  Child gnuplot(input.get(), output.get(), errorsEnd.get());
+  errorsEnd = FileDescriptor();
   const std::string said = errorsUntilEnd(errors, limit);
   const int status = gnuplot.wait();
   if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {

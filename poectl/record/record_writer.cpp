@@ -11,19 +11,6 @@
 #include <unistd.h>
 #include <utility>
 
-namespace {
-
-struct OpenFile {
-  ~OpenFile() {
-    if (descriptor >= 0) {
-      close(descriptor);
-    }
-  }
-  int descriptor;
-};
-
-} // namespace
-
 RecordWriter::RecordWriter(const std::string& path, Warn warn) : m_path(path), m_warn(std::move(warn)) {
   struct stat status {};
   const bool isThere = stat(path.c_str(), &status) == 0;
@@ -31,22 +18,16 @@ RecordWriter::RecordWriter(const std::string& path, Warn warn) : m_path(path), m
     throw InputError(path + ": is no regular file; accepted is a regular file, or a name that is free");
   }
   // Should a FIFO have come into its place, nobody is waited for.
-  OpenFile file{open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666)};
-  if (file.descriptor < 0) {
+  m_file = FileDescriptor(
+      open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666));
+  if (!m_file.isOpen()) {
     throw InputError(path + ": cannot be written: " + std::strerror(errno));
   }
-  if (flock(file.descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+  if (flock(m_file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
     throw InputError(path + ": another program records into it; accepted is another file");
   }
   requireRecords();
-  m_file = std::exchange(file.descriptor, -1);
   endLastLine();
-}
-
-RecordWriter::~RecordWriter() {
-  if (m_file >= 0) {
-    close(m_file);
-  }
 }
 
 // The first line decides: a file is made by one version.
@@ -61,8 +42,9 @@ void RecordWriter::requireRecords() const {
 void RecordWriter::endLastLine() const {
   struct stat status {};
   char last = '\n';
-  if (fstat(m_file, &status) == 0 && status.st_size > 0 && pread(m_file, &last, 1, status.st_size - 1) == 1 &&
-      last != '\n' && ::write(m_file, "\n", 1) != 1) {
+  if (fstat(m_file.get(), &status) == 0 && status.st_size > 0 &&
+      pread(m_file.get(), &last, 1, status.st_size - 1) == 1 && last != '\n' &&
+      ::write(m_file.get(), "\n", 1) != 1) {
     throw InputError(m_path + ": cannot be written: " + std::strerror(errno));
   }
 }
@@ -70,11 +52,11 @@ void RecordWriter::endLastLine() const {
 void RecordWriter::write(const Snapshot& snapshot) {
   const std::string line = snapshotJsonLine(snapshot);
   struct stat before {};
-  const bool hasSize = fstat(m_file, &before) == 0;
-  const ssize_t written = ::write(m_file, line.data(), line.size());
+  const bool hasSize = fstat(m_file.get(), &before) == 0;
+  const ssize_t written = ::write(m_file.get(), line.data(), line.size());
   const int error = written < 0 ? errno : ENOSPC;
   const bool isWhole = written == static_cast<ssize_t>(line.size());
-  if (!isWhole && written > 0 && hasSize && ftruncate(m_file, before.st_size) != 0) {
+  if (!isWhole && written > 0 && hasSize && ftruncate(m_file.get(), before.st_size) != 0) {
     m_warn(m_path + ": the record is cut, and its first part cannot be removed: " + std::strerror(errno));
   }
   report(isWhole, error);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "poectl/status/snapshot.h"
+#include "posix/file_descriptor.h"
 
 #include <functional>
 #include <memory>
@@ -19,7 +20,6 @@ public:
   RecordWriter(const std::string& path, Warn warn);
   RecordWriter(const RecordWriter&) = delete;
   RecordWriter& operator=(const RecordWriter&) = delete;
-  ~RecordWriter();
 
   // Appends one line with one write. A record that the file does not take as a whole is not in it.
   void write(const Snapshot& snapshot);
@@ -34,7 +34,7 @@ private:
 
   const std::string m_path;
   const Warn m_warn;
-  int m_file = -1;
+  FileDescriptor m_file;
   bool m_isFailing = false;
   bool m_isComplete = true;
 };

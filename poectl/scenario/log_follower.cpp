@@ -2,6 +2,7 @@
 
 #include "poectl/config/input_file.h"
 #include "poectl/host/visible_text.h"
+#include "posix/file_descriptor.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,20 +16,6 @@ namespace {
 constexpr std::size_t SHOWN_LINES = 5;
 constexpr std::size_t MAX_KEPT = 16UL * 1024 * 1024; // bytes
 constexpr std::size_t LINE_COST = sizeof(std::string);
-
-class Descriptor {
-public:
-  explicit Descriptor(const std::string& path)
-      : m_descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
-  } // a FIFO must not be waited for
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() { close(m_descriptor); }
-  int get() const { return m_descriptor; }
-
-private:
-  const int m_descriptor;
-};
 
 } // namespace
 
@@ -76,7 +63,8 @@ std::size_t LogFollower::indexOf(const std::string& text) {
 
 // Reads what the file has now, and not what is appended meanwhile.
 void LogFollower::readOn() {
-  const Descriptor file(m_path);
+  // A FIFO must not be waited for.
+  const FileDescriptor file(open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
   if (file.get() < 0 || fstat(file.get(), &status) != 0) {
     throw InputError(m_path + ": cannot be read: " + std::strerror(errno));

@@ -90,14 +90,10 @@ ChildProcess::ChildProcess() {
   if (prctl(PR_SET_CHILD_SUBREAPER, 1) != 0) {
     throwErrno("prctl");
   }
-  m_signalFd = signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK);
-  if (m_signalFd < 0) {
+  m_signalFd = FileDescriptor(signalfd(-1, &handled, SFD_CLOEXEC | SFD_NONBLOCK));
+  if (!m_signalFd.isOpen()) {
     throwErrno("signalfd");
   }
-}
-
-ChildProcess::~ChildProcess() {
-  close(m_signalFd);
 }
 
 void ChildProcess::start(const std::vector<std::string>& argv, const Environment& environment) {
@@ -136,7 +132,7 @@ void ChildProcess::become(char* const* argv, char* const* environment, const std
 
 bool ChildProcess::handleSignal() {
   signalfd_siginfo info{};
-  if (read(m_signalFd, &info, sizeof info) != static_cast<ssize_t>(sizeof info)) {
+  if (read(m_signalFd.get(), &info, sizeof info) != static_cast<ssize_t>(sizeof info)) {
     return false;
   }
   if (info.ssi_signo == SIGCHLD) {

@@ -1,6 +1,8 @@
 // The command that runs on the simulated card: started, signalled, waited for.
 #pragma once
 
+#include "posix/file_descriptor.h"
+
 #include <csignal>
 #include <string>
 #include <utility>
@@ -17,7 +19,6 @@ public:
   // library changes how signals are handled: the command starts with what was set
   // until now. Throws std::system_error.
   ChildProcess();
-  ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
@@ -27,7 +28,7 @@ public:
   void start(const std::vector<std::string>& argv, const Environment& environment);
 
   // Readable when handleSignal() has something to do.
-  int signalFd() const { return m_signalFd; }
+  int signalFd() const { return m_signalFd.get(); }
   // Passes a signal on, or takes note of the command's end. True: the command has
   // ended, and what it left running has been killed.
   bool handleSignal();
@@ -43,7 +44,7 @@ private:
 
   sigset_t m_originalMask{};
   struct sigaction m_originalPipe {};
-  int m_signalFd = -1;
+  FileDescriptor m_signalFd;
   pid_t m_pid = -1;
   int m_exitStatus = 0;
   int m_endSignal = 0;

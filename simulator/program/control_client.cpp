@@ -5,7 +5,6 @@
 #include <utility>
 
 #include <sys/socket.h>
-#include <unistd.h>
 
 ControlClient::ControlClient(int fd, Answer answer) : m_fd(fd), m_answer(std::move(answer)) {
   watch(G_IO_IN);
@@ -13,7 +12,6 @@ ControlClient::ControlClient(int fd, Answer answer) : m_fd(fd), m_answer(std::mo
 
 ControlClient::~ControlClient() {
   g_source_remove(m_watch);
-  close(m_fd);
 }
 
 gboolean ControlClient::onReady(gint /*fd*/, GIOCondition /*condition*/, gpointer data) {
@@ -33,7 +31,7 @@ void ControlClient::watch(GIOCondition condition) {
     g_source_remove(m_watch);
   }
   m_awaited = condition;
-  m_watch = g_unix_fd_add(m_fd, condition, onReady, this);
+  m_watch = g_unix_fd_add(m_fd.get(), condition, onReady, this);
 }
 
 // One step of the conversation. False: it is over.
@@ -75,7 +73,7 @@ bool ControlClient::takeLine() {
 
 bool ControlClient::receive() {
   std::array<char, MAX_LINE> part{};
-  const ssize_t got = recv(m_fd, part.data(), part.size(), 0);
+  const ssize_t got = recv(m_fd.get(), part.data(), part.size(), 0);
   if (got > 0) {
     m_received.append(part.data(), static_cast<std::size_t>(got));
     return true;
@@ -84,7 +82,7 @@ bool ControlClient::receive() {
 }
 
 bool ControlClient::send() {
-  const ssize_t sent = ::send(m_fd, m_reply.data(), m_reply.size(), MSG_NOSIGNAL);
+  const ssize_t sent = ::send(m_fd.get(), m_reply.data(), m_reply.size(), MSG_NOSIGNAL);
   if (sent >= 0) {
     m_reply.erase(0, static_cast<std::size_t>(sent));
     return true;

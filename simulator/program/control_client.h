@@ -5,6 +5,8 @@
 // Lives on the thread that iterates GLib's default main context.
 #pragma once
 
+#include "posix/file_descriptor.h"
+
 #include <glib-unix.h>
 
 #include <functional>
@@ -35,7 +37,7 @@ private:
   bool receive();
   bool send();
 
-  int m_fd;
+  const FileDescriptor m_fd;
   guint m_watch = 0;
   GIOCondition m_awaited{};
   bool m_last = false; // nothing is answered any more; ends when the reply is sent

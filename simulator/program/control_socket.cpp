@@ -34,10 +34,8 @@ const sockaddr* generic(const sockaddr_un* address) {
 }
 
 bool somebodyListens(const sockaddr_un& address) {
-  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  const bool refused = connect(fd, generic(&address), sizeof address) != 0 && errno == ECONNREFUSED;
-  close(fd);
-  return !refused;
+  const FileDescriptor probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  return connect(probe.get(), generic(&address), sizeof address) == 0 || errno != ECONNREFUSED;
 }
 
 // Makes way for a new socket.
@@ -55,24 +53,21 @@ void removeStale(const std::string& path, const sockaddr_un& address) {
 } // namespace
 
 ControlSocket::ControlSocket(const std::string& path, ControlClient::Answer answer)
-    : m_path(std::filesystem::absolute(path).string()), m_answer(std::move(answer)) {
+    : m_path(std::filesystem::absolute(path).string()), m_answer(std::move(answer)),
+      m_fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
   const sockaddr_un address = addressOf(m_path);
   removeStale(m_path, address);
-  m_fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   // Before bind(), so that the file never has any other mode.
-  if (m_fd < 0 || fchmod(m_fd, S_IRUSR | S_IWUSR) != 0 ||
-      bind(m_fd, generic(&address), sizeof address) != 0 || listen(m_fd, SOMAXCONN) != 0) {
-    const int error = errno;
-    close(m_fd);
-    throw ControlSocketError("cannot make " + m_path + ": " + std::generic_category().message(error) +
+  if (!m_fd.isOpen() || fchmod(m_fd.get(), S_IRUSR | S_IWUSR) != 0 ||
+      bind(m_fd.get(), generic(&address), sizeof address) != 0 || listen(m_fd.get(), SOMAXCONN) != 0) {
+    throw ControlSocketError("cannot make " + m_path + ": " + std::generic_category().message(errno) +
                              "; accepted is a path in a directory that can be written");
   }
-  m_watch = g_unix_fd_add(m_fd, G_IO_IN, onConnection, this);
+  m_watch = g_unix_fd_add(m_fd.get(), G_IO_IN, onConnection, this);
 }
 
 ControlSocket::~ControlSocket() {
   g_source_remove(m_watch);
-  close(m_fd);
   unlink(m_path.c_str());
 }
 
@@ -82,7 +77,7 @@ gboolean ControlSocket::onConnection(gint /*fd*/, GIOCondition /*condition*/, gp
 
 gboolean ControlSocket::onRetry(gpointer data) {
   auto* self = static_cast<ControlSocket*>(data);
-  self->m_watch = g_unix_fd_add(self->m_fd, G_IO_IN, onConnection, self);
+  self->m_watch = g_unix_fd_add(self->m_fd.get(), G_IO_IN, onConnection, self);
   return G_SOURCE_REMOVE;
 }
 
@@ -100,7 +95,7 @@ bool isOfOurUser(int fd) {
 
 // False: a client waits for what the system lacks; the next try is in a while.
 bool ControlSocket::accept() {
-  const int fd = accept4(m_fd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+  const int fd = accept4(m_fd.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
   if (fd < 0 && (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)) {
     m_watch = g_timeout_add(RETRY_MS, onRetry, this);
     return false;

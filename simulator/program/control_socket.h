@@ -4,6 +4,7 @@
 // Lives on the thread that iterates GLib's default main context.
 #pragma once
 
+#include "posix/file_descriptor.h"
 #include "simulator/program/control_client.h"
 
 #include <list>
@@ -39,7 +40,7 @@ private:
 
   std::string m_path;
   ControlClient::Answer m_answer;
-  int m_fd;
+  const FileDescriptor m_fd;
   guint m_watch;
   std::list<ControlClient> m_clients;
 };

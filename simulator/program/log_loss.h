@@ -4,6 +4,8 @@
 // Lives on the thread that iterates GLib's default main context.
 #pragma once
 
+#include "posix/file_descriptor.h"
+
 #include <glib-unix.h>
 
 #include <string>
@@ -24,7 +26,7 @@ private:
   static gboolean onReport(gint fd, GIOCondition condition, gpointer self);
 
   const std::string m_logFile;
-  int m_fd = -1;
+  const FileDescriptor m_fd;
   guint m_watch = 0;
   bool m_any = false;
 };

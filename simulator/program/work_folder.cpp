@@ -42,20 +42,16 @@ std::string parentFolder() {
                            "; accepted is a TMPDIR that can be written and has room");
 }
 
-// A file of this user that is not locked; this process then holds the lock. -1: it is locked or of another
-// user.
-int lockOfTheDead(const fs::path& folder) {
+// A file of this user that is not locked; this process then holds the lock. Not open: it is locked or of
+// another user.
+FileDescriptor lockOfTheDead(const fs::path& folder) {
   struct stat status {};
   if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != geteuid() ||
       (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-    return -1;
+    return FileDescriptor();
   }
-  const int fd = open((folder / LOCK).c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-  if (fd >= 0 && flock(fd, LOCK_EX | LOCK_NB) != 0) {
-    close(fd);
-    return -1;
-  }
-  return fd;
+  FileDescriptor lock(open((folder / LOCK).c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  return lock.isOpen() && flock(lock.get(), LOCK_EX | LOCK_NB) == 0 ? std::move(lock) : FileDescriptor();
 }
 
 void removeFoldersOfTheDead(const std::string& parent) {
@@ -66,11 +62,10 @@ void removeFoldersOfTheDead(const std::string& parent) {
     if (name.size() != PREFIX.size() + UNIQUE.size() || name.compare(0, PREFIX.size(), PREFIX) != 0) {
       continue;
     }
-    const int lock = lockOfTheDead(entry->path());
-    if (lock >= 0) {
+    const FileDescriptor lock = lockOfTheDead(entry->path());
+    if (lock.isOpen()) {
       std::error_code stays;
       fs::remove_all(entry->path(), stays);
-      close(lock);
     }
   }
 }
@@ -110,15 +105,16 @@ bool WorkFolder::tryToMake(const std::string& parent) {
   if (mkdtemp(m_path.data()) == nullptr) {
     fail(parent, errno);
   }
-  m_lock = open((m_path + "/" + LOCK).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  m_lock = FileDescriptor(
+      open((m_path + "/" + LOCK).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
   struct stat status {};
   errno = 0;
-  if (m_lock >= 0 && hasRoom(m_lock) && flock(m_lock, LOCK_EX | LOCK_NB) == 0 &&
-      fstat(m_lock, &status) == 0 && status.st_nlink > 0) {
+  if (m_lock.isOpen() && hasRoom(m_lock.get()) && flock(m_lock.get(), LOCK_EX | LOCK_NB) == 0 &&
+      fstat(m_lock.get(), &status) == 0 && status.st_nlink > 0) {
     return true;
   }
   const int error = errno;
-  close(m_lock);
+  m_lock = FileDescriptor();
   remove();
   if (error != 0 && error != EWOULDBLOCK) {
     fail(parent, error);
@@ -128,7 +124,6 @@ bool WorkFolder::tryToMake(const std::string& parent) {
 
 WorkFolder::~WorkFolder() {
   remove();
-  close(m_lock);
 }
 
 void WorkFolder::remove() const noexcept {

@@ -2,6 +2,8 @@
 // it says that its process is alive.
 #pragma once
 
+#include "posix/file_descriptor.h"
+
 #include <string>
 
 class WorkFolder {
@@ -23,5 +25,5 @@ private:
   bool tryToMake(const std::string& parent);
 
   std::string m_path;
-  int m_lock = -1;
+  FileDescriptor m_lock;
 };
