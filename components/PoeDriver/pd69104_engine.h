@@ -27,8 +27,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <pthread.h>
-#include <sstream>
-#include <string>
+
+class Reply;
 
 // Values of the engine's state; the console prints any other as UNKNOWN.
 namespace EngineState {
@@ -114,12 +114,14 @@ private:
   void updatePortOperStatus(unsigned port) POE_REQUIRES(m_mutex);
   unsigned portsToRestart() const POE_REQUIRES(m_mutex);
   void restartPorts(unsigned restartMask) POE_REQUIRES(m_mutex);
-  std::string engineText();
-  std::string powerText() POE_REQUIRES(m_mutex);
+  bool readRegister(std::uint32_t address, unsigned* value);
+  bool writeRegister(std::uint32_t address, std::uint32_t value);
+  void addEngineLines(Reply& reply);
+  void addPowerLines(Reply& reply) POE_REQUIRES(m_mutex);
   void reportPort(std::uint32_t argc, const char* const* argv, char* out, std::uint32_t outLen,
-                  void (CPD69104Engine::*writeLines)(std::ostringstream& report, unsigned port));
-  void writeChannelLines(std::ostringstream& report, unsigned port) POE_REQUIRES(m_mutex);
-  void writePoePortLines(std::ostringstream& report, unsigned port) POE_REQUIRES(m_mutex);
+                  void (CPD69104Engine::*addLines)(Reply& reply, unsigned port));
+  void addChannelLines(Reply& reply, unsigned port) POE_REQUIRES(m_mutex);
+  void addPoePortLines(Reply& reply, unsigned port) POE_REQUIRES(m_mutex);
 
   std::atomic<std::int32_t> m_state;                  // EngineState
   CPD69104* m_driver POE_POINTEE_GUARDED_BY(m_mutex); // owned; null when it could not be created

@@ -2,8 +2,10 @@
 // commands.
 #include "pd69104_engine_console.h"
 
-#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 static const CommandEntry commandTable[] = {
     {"help", &CPD69104Engine::cmdHelp},       {"info", &CPD69104Engine::cmdInfo},
@@ -28,13 +30,8 @@ constexpr char HELP_TEXT[] =
 static_assert(sizeof HELP_TEXT - 1 == 571);
 
 // The line of a register command: what happened to which register, and the value when it went well.
-void writeRegister(std::ostringstream& report, const char* event, std::uint32_t address, bool ok,
-                   std::uint32_t value) {
-  report << event << std::hex << address;
-  if (ok) {
-    report << ":0x" << std::hex << value;
-  }
-  report << "\n";
+void addRegister(Reply& reply, const char* event, std::uint32_t address, bool ok, std::uint32_t value) {
+  reply.print(ok ? "%s%x:0x%x\n" : "%s%x\n", event, address, value);
 }
 
 } // namespace
@@ -43,30 +40,45 @@ std::uint32_t numberArgument(const char* text) {
   return static_cast<std::uint32_t>(std::strtoul(text, nullptr, 0));
 }
 
-void copyReply(const std::string& reply, char* out, std::uint32_t outLen) {
-  const std::size_t length = std::min<std::size_t>(reply.size(), outLen);
-  std::copy_n(reply.data(), length, out);
-  std::fill_n(out + length, outLen - length, '\0');
+Reply::~Reply() {
+  if (m_left > 0) {
+    std::memset(m_out, 0, m_left);
+  }
 }
 
-void writeNumber(std::ostringstream& report, const char* label, std::uint32_t number) {
-  report << label << std::dec << number << "\n";
+void Reply::add(const char* text) {
+  for (; *text != '\0' && m_left > 0; m_left--) {
+    *m_out++ = *text++;
+  }
 }
 
-void writeSigned(std::ostringstream& report, const char* label, std::int32_t number) {
-  report << label << std::dec << number << "\n";
+void Reply::print(const char* format, ...) {
+  char text[128];
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(text, sizeof text, format, arguments);
+  va_end(arguments);
+  add(text);
 }
 
-void writeFlag(std::ostringstream& report, const char* label, bool flag) {
-  report << label << (flag ? "TRUE" : "FALSE") << "\n";
+void Reply::addNumber(const char* label, std::uint32_t number) {
+  print("%s%u\n", label, number);
 }
 
-void writeWord(std::ostringstream& report, const char* label, const char* word) {
-  report << label << word << "\n";
+void Reply::addSigned(const char* label, std::int32_t number) {
+  print("%s%d\n", label, number);
 }
 
-void writeVolts(std::ostringstream& report, const char* label, std::uint32_t deciVolts) {
-  report << label << std::dec << deciVolts / 10 << "." << deciVolts % 10 << "\n";
+void Reply::addFlag(const char* label, bool flag) {
+  addWord(label, flag ? "TRUE" : "FALSE");
+}
+
+void Reply::addWord(const char* label, const char* word) {
+  print("%s%s\n", label, word);
+}
+
+void Reply::addVolts(const char* label, std::uint32_t deciVolts) {
+  print("%s%u.%u\n", label, deciVolts / 10, deciVolts % 10);
 }
 
 std::uint32_t CPD69104Engine::dbgCommand(std::uint32_t argc, const char* const* argv, char* out,
@@ -85,38 +97,46 @@ std::uint32_t CPD69104Engine::dbgCommand(std::uint32_t argc, const char* const* 
 
 void CPD69104Engine::cmdHelp(std::uint32_t /*argc*/, const char* const* /*argv*/, char* out,
                              std::uint32_t outLen) {
-  copyReply(HELP_TEXT, out, outLen);
+  Reply(out, outLen).add(HELP_TEXT);
+}
+
+bool CPD69104Engine::readRegister(std::uint32_t address, unsigned* value) {
+  const Guard guard(&m_mutex);
+  return m_driver != nullptr && m_driver->PoeReadReg(address, value);
+}
+
+bool CPD69104Engine::writeRegister(std::uint32_t address, std::uint32_t value) {
+  const Guard guard(&m_mutex);
+  return m_driver != nullptr && m_driver->PoeWriteReg(address, value);
 }
 
 void CPD69104Engine::cmdReadReg(std::uint32_t argc, const char* const* argv, char* out,
                                 std::uint32_t outLen) {
-  std::ostringstream report;
+  Reply reply(out, outLen);
   if (argc < 2) {
-    report << "MISSING PARAMETERS for command readReg \n";
+    reply.add("MISSING PARAMETERS for command readReg \n");
   } else {
     const std::uint32_t address = numberArgument(argv[1]);
     unsigned value = 0;
-    const Guard guard(&m_mutex);
-    const bool ok = m_driver != nullptr && m_driver->PoeReadReg(address, &value);
-    writeRegister(report, ok ? "PD69104Engine: value read 0x" : "ERROR in reading register: 0x", address, ok,
-                  value);
+    const bool ok = readRegister(address, &value);
+    addRegister(reply, ok ? "PD69104Engine: value read 0x" : "ERROR in reading register: 0x", address, ok,
+                value);
   }
-  copyReply(report.str() + "\n", out, outLen);
+  reply.add("\n");
 }
 
 // Kept: the whole value is reported, although the register takes its low 8 bits.
 void CPD69104Engine::cmdWriteReg(std::uint32_t argc, const char* const* argv, char* out,
                                  std::uint32_t outLen) {
-  std::ostringstream report;
+  Reply reply(out, outLen);
   if (argc < 3) {
-    report << "MISSING PARAMETERS for command writeReg \n";
+    reply.add("MISSING PARAMETERS for command writeReg \n");
   } else {
     const std::uint32_t address = numberArgument(argv[1]);
     const std::uint32_t value = numberArgument(argv[2]);
-    const Guard guard(&m_mutex);
-    const bool ok = m_driver != nullptr && m_driver->PoeWriteReg(address, value);
-    writeRegister(report, ok ? "PD69104Engine: value written ok 0x" : "ERROR in writing register: 0x",
-                  address, ok, value);
+    const bool ok = writeRegister(address, value);
+    addRegister(reply, ok ? "PD69104Engine: value written ok 0x" : "ERROR in writing register: 0x", address,
+                ok, value);
   }
-  copyReply(report.str() + "\n", out, outLen);
+  reply.add("\n");
 }

@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <sstream>
 #include <string>
 
 // A command of the console; an empty name ends the table.
@@ -23,19 +22,35 @@ struct CommandEntry {
 // 2^32 on is 4294967295 where unsigned long has 32 bits, and loses its high bits where it has 64.
 std::uint32_t numberArgument(const char* text);
 
-// Copies a reply into the console's buffer: never more than outLen bytes, filled up with NUL, not ended by
-// NUL when the reply fills the buffer.
-void copyReply(const std::string& reply, char* out, std::uint32_t outLen);
+// A reply on its way into the console's buffer: never more than its size is written, and what the reply
+// leaves of it is filled with NUL at the end. A reply that fills the buffer is not ended by NUL. Belongs to
+// one thread; allocates nothing.
+class Reply {
+public:
+  Reply(char* out, std::uint32_t size) : m_out(out), m_left(size) {}
+  Reply(const Reply&) = delete;
+  Reply& operator=(const Reply&) = delete;
+  ~Reply();
+
+  void add(const char* text);
+
+  // One line of a report: the label and the value.
+  void addNumber(const char* label, std::uint32_t number);
+  void addSigned(const char* label, std::int32_t number);
+  void addFlag(const char* label, bool flag);
+  void addWord(const char* label, const char* word);
+  void addVolts(const char* label, std::uint32_t deciVolts); // with one decimal
+
+  // At most 127 characters.
+  [[gnu::format(__printf__, 2, 3)]] void print(const char* format, ...);
+
+private:
+  char* m_out;
+  std::size_t m_left;
+};
 
 // The word for a code; a code outside the table is illegal.
 template <std::size_t size>
 const char* decode(const char* const (&words)[size], std::uint32_t code) {
   return code < size ? words[code] : ILLEGAL_CODE;
 }
-
-// One line of a report: the label and the value.
-void writeNumber(std::ostringstream& report, const char* label, std::uint32_t number);
-void writeSigned(std::ostringstream& report, const char* label, std::int32_t number);
-void writeFlag(std::ostringstream& report, const char* label, bool flag);
-void writeWord(std::ostringstream& report, const char* label, const char* word);
-void writeVolts(std::ostringstream& report, const char* label, std::uint32_t deciVolts); // with one decimal

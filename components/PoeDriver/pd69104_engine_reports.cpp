@@ -18,53 +18,51 @@ const char* stateLine(std::int32_t state) {
 
 // The port that the first argument names. Without one, or with one that does not exist, an error line is
 // written and there is none. Kept: both commands name themselves "<channel>" here.
-bool portArgument(std::uint32_t argc, const char* const* argv, std::ostringstream& report,
-                  std::uint32_t* port) {
+bool portArgument(std::uint32_t argc, const char* const* argv, Reply& reply, std::uint32_t* port) {
   if (argc <= 1) {
-    report << "MISSING PARAMETERS for command <channel> \n";
+    reply.add("MISSING PARAMETERS for command <channel> \n");
     return false;
   }
   *port = numberArgument(argv[1]);
   if (*port >= POE_PORTS) {
-    report << "RANGE ERROR for command <channel> [" << std::dec << *port << "]\n";
+    reply.print("RANGE ERROR for command <channel> [%u]\n", *port);
     return false;
   }
   return true;
 }
 
-void writePortState(std::ostringstream& report, const PoePortConfig& config, const PoePortStatus& status) {
-  writeFlag(report, "  admin enable              = ", config.adminEnable != 0);
-  writeWord(report, "  Oper status               = ", decode(OPER_STATUS_WORDS, status.operStatus));
-  writeWord(report,
-            "  powerClassification       = ", decode(CLASSIFICATION_WORDS, status.powerClassification));
+void addPortState(Reply& reply, const PoePortConfig& config, const PoePortStatus& status) {
+  reply.addFlag("  admin enable              = ", config.adminEnable != 0);
+  reply.addWord("  Oper status               = ", decode(OPER_STATUS_WORDS, status.operStatus));
+  reply.addWord("  powerClassification       = ", decode(CLASSIFICATION_WORDS, status.powerClassification));
 }
 
 // The lines of a reading that fails are left out.
-void writePortReadings(std::ostringstream& report, CPD69104& chip, std::uint32_t port) {
+void addPortReadings(Reply& reply, CPD69104& chip, std::uint32_t port) {
   PortPowerLimits limits{};
   if (chip.PoeGetPortPowerLimit(port, &limits)) {
-    writeNumber(report, "  port power limit (W)      = ", limits.pw);
-    writeNumber(report, "  temp port power limit (W) = ", limits.tpw);
+    reply.addNumber("  port power limit (W)      = ", limits.pw);
+    reply.addNumber("  temp port power limit (W) = ", limits.tpw);
   }
   unsigned priority = 0;
   if (chip.PoeGetPortPriority(port, &priority)) {
-    writeNumber(report, "  priority                  = ", priority); // kept: one less than was configured
+    reply.addNumber("  priority                  = ", priority); // kept: one less than was configured
   }
   PortMeasurements measurements{};
   if (chip.PoeGetMeasurements(port, &measurements)) {
-    writeNumber(report, "  main voltage (dV)         = ", measurements.main_voltage);
-    writeNumber(report, "  port_voltage (dV)         = ", measurements.port_voltage);
-    writeNumber(report, "  port_current (mA)         = ", measurements.port_current);
-    writeNumber(report, "  power_consumption (W)     = ", measurements.power_consumption);
+    reply.addNumber("  main voltage (dV)         = ", measurements.main_voltage);
+    reply.addNumber("  port_voltage (dV)         = ", measurements.port_voltage);
+    reply.addNumber("  port_current (mA)         = ", measurements.port_current);
+    reply.addNumber("  power_consumption (W)     = ", measurements.power_consumption);
   }
-  report << "\n";
+  reply.add("\n");
 }
 
-void writePortCounters(std::ostringstream& report, const PoePortStatus& status) {
+void addPortCounters(Reply& reply, const PoePortStatus& status) {
   for (const EventCounter& counter : EVENT_COUNTERS) {
-    writeNumber(report, counter.reportLabel, status.*counter.total);
+    reply.addNumber(counter.reportLabel, status.*counter.total);
   }
-  report << "\n";
+  reply.add("\n");
 }
 
 } // namespace
@@ -72,117 +70,114 @@ void writePortCounters(std::ostringstream& report, const PoePortStatus& status) 
 void CPD69104Engine::cmdInfo(std::uint32_t /*argc*/, const char* const* /*argv*/, char* out,
                              std::uint32_t outLen) {
   const Guard guard(&m_mutex);
-  std::string reply = engineText();
+  Reply reply(out, outLen);
+  addEngineLines(reply);
   if (m_driver == nullptr) {
-    reply += "No POE device found\n";
+    reply.add("No POE device found\n");
   } else {
-    reply += powerText();
+    addPowerLines(reply);
   }
-  copyReply(reply, out, outLen);
 }
 
 // The engine's own part of "info": its state and the watchdog client's.
-std::string CPD69104Engine::engineText() {
-  std::string text = "\n"
-                     "==============\n"
-                     "pd69104 Engine\n"
-                     "==============\n"
-                     "\n";
-  text += stateLine(m_state);
-  text += "\n";
+void CPD69104Engine::addEngineLines(Reply& reply) {
+  reply.add("\n"
+            "==============\n"
+            "pd69104 Engine\n"
+            "==============\n"
+            "\n");
+  reply.add(stateLine(m_state));
+  reply.add("\n");
   if (m_watchdog != nullptr) {
     char state[STATE_TEXT_SIZE + 1] = {};
     m_watchdog->wdm_dbg(state, STATE_TEXT_SIZE);
-    text += state;
+    reply.add(state);
   } else {
-    text += "No watchdog device found\n";
+    reply.add("No watchdog device found\n");
   }
-  text += "\n";
-  return text;
+  reply.add("\n");
 }
 
 // The driver's part of "info": its state and the figures of the power management.
-std::string CPD69104Engine::powerText() {
+void CPD69104Engine::addPowerLines(Reply& reply) {
   char state[STATE_TEXT_SIZE + 1] = {};
   m_driver->PoeDriverInfo(state, STATE_TEXT_SIZE);
-
-  std::ostringstream report;
-  writeVolts(report, "main voltage (V)        = ", m_power.main_voltage);
-  writeNumber(report, "power_consumption       = ", m_power.power_consumption);
-  writeVolts(report, "min_shutdown_voltage    = ", m_power.min_shutdown_voltage);
+  reply.add(state);
+  reply.addVolts("main voltage (V)        = ", m_power.main_voltage);
+  reply.addNumber("power_consumption       = ", m_power.power_consumption);
+  reply.addVolts("min_shutdown_voltage    = ", m_power.min_shutdown_voltage);
   bool isStatic = false;
   m_driver->PoeGetPmCalculationStatic(&isStatic);
-  writeFlag(report, "PM calculation static   = ", isStatic);
-  writeNumber(report, "power_bank              = ", m_power.power_bank);
-  writeNumber(report, "power_limit (this bank) = ", m_power.power_limit);
-  report << "power_bank settings:\n";
+  reply.addFlag("PM calculation static   = ", isStatic);
+  reply.addNumber("power_bank              = ", m_power.power_bank);
+  reply.addNumber("power_limit (this bank) = ", m_power.power_limit);
+  reply.add("power_bank settings:\n");
   unsigned limit = 0; // kept: a bank that cannot be read shows the limit of the one before
   for (unsigned bank = 0; bank < POE_BANKS; bank++) {
     m_driver->PoeGetBankPowerLimit(bank, &limit);
-    report << "  - power_limit[" << std::dec << bank << "] = " << std::dec << limit << "\n";
+    reply.print("  - power_limit[%u] = %u\n", bank, limit);
   }
-  return state + report.str() + "\n";
+  reply.add("\n");
 }
 
 void CPD69104Engine::cmdDevice(std::uint32_t /*argc*/, const char* const* /*argv*/, char* out,
                                std::uint32_t outLen) {
   const Guard guard(&m_mutex);
-  std::ostringstream report;
-  report << "device status\n"
-         << "=============\n";
-  writeNumber(report, "  device_id               = ", m_device.device_id);
-  writeNumber(report, "  device revision         = ", m_device.device_revision);
-  writeSigned(report, "  temperature             = ", m_device.temperature);
-  writeFlag(report, "  thermal shutdown        = ", m_device.thermal_shutdown);
-  writeFlag(report, "  dev_error               = ", m_device.dev_error);
-  writeNumber(report, "  device errorcount       = ", m_device.device_errorcount);
-  report << "\n";
-  copyReply(report.str(), out, outLen);
+  Reply reply(out, outLen);
+  reply.add("device status\n"
+            "=============\n");
+  reply.addNumber("  device_id               = ", m_device.device_id);
+  reply.addNumber("  device revision         = ", m_device.device_revision);
+  reply.addSigned("  temperature             = ", m_device.temperature);
+  reply.addFlag("  thermal shutdown        = ", m_device.thermal_shutdown);
+  reply.addFlag("  dev_error               = ", m_device.dev_error);
+  reply.addNumber("  device errorcount       = ", m_device.device_errorcount);
+  reply.add("\n");
 }
 
 // What the two port reports have in common: everything around their lines.
 void CPD69104Engine::reportPort(std::uint32_t argc, const char* const* argv, char* out, std::uint32_t outLen,
-                                void (CPD69104Engine::*writeLines)(std::ostringstream&, unsigned)) {
-  std::ostringstream report;
+                                void (CPD69104Engine::*addLines)(Reply&, unsigned)) {
+  Reply reply(out, outLen);
   std::uint32_t port = 0;
-  if (portArgument(argc, argv, report, &port)) {
+  if (portArgument(argc, argv, reply, &port)) {
     const Guard guard(&m_mutex);
-    report << "channel " << std::dec << port << "\n"
-           << "============\n";
+    reply.addNumber("channel ", port);
+    reply.add("============\n");
     if (m_driver == nullptr) {
-      report << "No POE device found\n";
+      reply.add("No POE device found\n");
     } else {
-      (this->*writeLines)(report, port);
+      (this->*addLines)(reply, port);
     }
   }
-  copyReply(report.str() + "\n", out, outLen);
+  reply.add("\n");
 }
 
 void CPD69104Engine::cmdChannel(std::uint32_t argc, const char* const* argv, char* out,
                                 std::uint32_t outLen) {
-  reportPort(argc, argv, out, outLen, &CPD69104Engine::writeChannelLines);
+  reportPort(argc, argv, out, outLen, &CPD69104Engine::addChannelLines);
 }
 
-void CPD69104Engine::writeChannelLines(std::ostringstream& report, unsigned port) {
+void CPD69104Engine::addChannelLines(Reply& reply, unsigned port) {
   const ChannelStatus& channel = m_channel[port];
-  writeFlag(report, "  enable                  = ", channel.enable);
-  writeFlag(report, "  power_good              = ", channel.power_good);
-  writeWord(report, "  det_status              = ", decode(DETECTION_WORDS, channel.det_status));
-  writeWord(report, "  pclass                  = ", decode(CHIP_CLASS_WORDS, channel.pclass));
-  writeFlag(report, "  fet_error               = ", channel.fet_error);
-  writeFlag(report, "  mosfet_overtemperature  = ", channel.mosfet_overtemperature);
-  writeFlag(report, "  in_pm_mode              = ", channel.in_pm_mode);
-  writeFlag(report, "  passed_MSCC_cap_det     = ", channel.passed_MSCC_cap_det);
-  writeFlag(report, "  det_fail                = ", channel.det_fail);
+  reply.addFlag("  enable                  = ", channel.enable);
+  reply.addFlag("  power_good              = ", channel.power_good);
+  reply.addWord("  det_status              = ", decode(DETECTION_WORDS, channel.det_status));
+  reply.addWord("  pclass                  = ", decode(CHIP_CLASS_WORDS, channel.pclass));
+  reply.addFlag("  fet_error               = ", channel.fet_error);
+  reply.addFlag("  mosfet_overtemperature  = ", channel.mosfet_overtemperature);
+  reply.addFlag("  in_pm_mode              = ", channel.in_pm_mode);
+  reply.addFlag("  passed_MSCC_cap_det     = ", channel.passed_MSCC_cap_det);
+  reply.addFlag("  det_fail                = ", channel.det_fail);
 }
 
 void CPD69104Engine::cmdPoePort(std::uint32_t argc, const char* const* argv, char* out,
                                 std::uint32_t outLen) {
-  reportPort(argc, argv, out, outLen, &CPD69104Engine::writePoePortLines);
+  reportPort(argc, argv, out, outLen, &CPD69104Engine::addPoePortLines);
 }
 
-void CPD69104Engine::writePoePortLines(std::ostringstream& report, unsigned port) {
-  writePortState(report, m_config.port[port], m_status.port[port]);
-  writePortReadings(report, *m_driver, port);
-  writePortCounters(report, m_status.port[port]);
+void CPD69104Engine::addPoePortLines(Reply& reply, unsigned port) {
+  addPortState(reply, m_config.port[port], m_status.port[port]);
+  addPortReadings(reply, *m_driver, port);
+  addPortCounters(reply, m_status.port[port]);
 }

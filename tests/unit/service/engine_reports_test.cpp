@@ -91,20 +91,20 @@ TEST(ConsoleReport, WritesTenthsOfVoltsWithOneDecimal) {
   const std::pair<std::uint32_t, const char*> rows[] = {
       {0, "V 0.0\n"}, {7, "V 0.7\n"}, {480, "V 48.0\n"}, {485, "V 48.5\n"}, {4294967295U, "V 429496729.5\n"}};
   for (const auto& [deciVolts, text] : rows) {
-    std::ostringstream report;
-    report << std::hex; // whatever the stream was switched to before
-    writeVolts(report, "V ", deciVolts);
-    EXPECT_EQ(report.str(), text);
+    char out[100];
+    Reply(out, sizeof out).addVolts("V ", deciVolts);
+    EXPECT_STREQ(out, text);
   }
 }
 
 TEST(ConsoleReport, WritesSignedAndUnsignedNumbersInDecimal) {
-  std::ostringstream report;
-  report << std::hex;
-  writeNumber(report, "a = ", 4294967295U);
-  report << std::hex;
-  writeSigned(report, "b = ", -5);
-  EXPECT_EQ(report.str(), "a = 4294967295\nb = -5\n");
+  char out[100];
+  {
+    Reply reply(out, sizeof out);
+    reply.addNumber("a = ", 4294967295U);
+    reply.addSigned("b = ", -5);
+  }
+  EXPECT_STREQ(out, "a = 4294967295\nb = -5\n");
 }
 
 // device.
