@@ -21,7 +21,6 @@ set(POE_OPTIONAL_THINGS
   "PkgConfig::POE_SYSTEMD|libsystemd|libsystemd-dev"
   "PkgConfig::UMOCKDEV|umockdev|libumockdev-dev umockdev"
   "PYTHON3|Python 3|python3"
-  "STRACE|strace|strace"
   "SYSTEMD_ANALYZE|systemd-analyze|systemd"
   "TMUX|tmux|tmux"
   "tomlplusplus::tomlplusplus|toml++|libtomlplusplus-dev")

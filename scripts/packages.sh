@@ -25,7 +25,6 @@ i2c-tools      programs that know nothing of the simulated card
 systemd        the check of the unit
 groff-base     the check of the manual pages
 tmux           a terminal for the tests of poectl on a terminal
-strace         faults injected into the real process
 iproute2       another machine beside that of the real process
 python3        the tests of the documents
 python3-jsonschema the schema of the records
