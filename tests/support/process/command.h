@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdio>
+#include <sstream>
 #include <string>
 #include <sys/wait.h>
+#include <vector>
 
 struct CommandResult {
   int status;         // -1: ended by a signal
@@ -19,4 +21,13 @@ inline CommandResult run(const std::string& command) {
   }
   const int status = pclose(pipe);
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+}
+
+inline std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream all(text);
+  for (std::string line; std::getline(all, line);) {
+    lines.push_back(line);
+  }
+  return lines;
 }

@@ -57,15 +57,6 @@ std::string asText(const Values& values) {
   return text;
 }
 
-std::vector<std::string> linesOf(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream all(text);
-  for (std::string line; std::getline(all, line);) {
-    lines.push_back(line);
-  }
-  return lines;
-}
-
 class BesideMainProcess : public ServiceTest {
 protected:
   void start(std::vector<std::string> options = {}) {

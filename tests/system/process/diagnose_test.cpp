@@ -1,45 +1,14 @@
 // `poectl diagnose` on cards with one fault each, on healthy ones, and what it costs the bus.
 #include "tests/support/process/listeners.h"
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/reading_main_process.h"
 #include "tests/support/process/temporary_directory.h"
-#include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 
-#include <atomic>
 #include <sstream>
 #include <thread>
 
 namespace {
-
-// A main process that reads its queue.
-class ReadingMainProcess {
-public:
-  ReadingMainProcess() : m_thread([this] { read(); }) {}
-  ~ReadingMainProcess() {
-    m_stop = true;
-    m_thread.join();
-  }
-  ReadingMainProcess(const ReadingMainProcess&) = delete;
-  ReadingMainProcess& operator=(const ReadingMainProcess&) = delete;
-
-  void awaitMessages(unsigned number) const {
-    const unsigned before = m_messages;
-    EXPECT_TRUE(waitUntil([&] { return m_messages >= before + number; })) << "no status messages";
-  }
-
-private:
-  void read() {
-    while (!m_stop) {
-      m_messages += static_cast<unsigned>(m_queue.waiting().size());
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-  }
-
-  MainProcessQueue m_queue;
-  std::atomic<unsigned> m_messages{0};
-  std::atomic<bool> m_stop{false};
-  std::thread m_thread;
-};
 
 std::string configuration(const std::string& banks, const std::string& port0, const std::string& port1,
                           const std::string& others) {
@@ -185,17 +154,17 @@ protected:
     options.card.insert(options.card.end(), {"--control", control, "--record", record});
     service = std::make_unique<ServiceProcess>(options);
     mainProcess.emplace();
-    mainProcess->awaitMessages(1);
+    mainProcess->await(1);
     if (!card.configuration.empty()) {
       const CommandResult result = poectl("apply " + folder.write("card.toml", card.configuration));
       ASSERT_EQ(result.status, 0) << result.output;
-      mainProcess->awaitMessages(3);
+      mainProcess->await(3);
     }
     for (const std::string& command : card.commands) {
       const CommandResult result = poectl("card --control " + control + " " + command);
       ASSERT_EQ(result.status, 0) << result.output;
     }
-    mainProcess->awaitMessages(3);
+    mainProcess->await(3);
   }
 
   CommandResult diagnose(const std::string& options = "") const {

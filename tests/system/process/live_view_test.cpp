@@ -93,16 +93,6 @@ TEST_F(PoectlLiveView, ShowsWithinTwoMessagesWhatUnpluggingByKeyDoes) {
   EXPECT_EQ(terminal->row(22), "card: unplug 0");
 }
 
-TEST_F(PoectlLiveView, PlugsADeviceIn) {
-  startCard();
-  open();
-  EXPECT_TRUE(terminal->shows("p plug"));
-  terminal->press("1 p");
-  EXPECT_TRUE(terminal->shows(">1 DELIVERINGPOWER  2    6/30"));
-  terminal->press("- -");
-  EXPECT_TRUE(terminal->shows(">1 DELIVERINGPOWER  2    4/30")) << "counted from what the device draws";
-}
-
 TEST_F(PoectlLiveView, ShowsWhatTheCardSaysToATypedCommand) {
   startCard();
   open();

@@ -31,13 +31,6 @@ const std::string DISABLED_CHANNEL = "channel 2\n"
 
 using PoectlConsole = ServiceTest;
 
-TEST_F(PoectlConsole, SendsItsWordsAndPrintsTheReplyByteForByte) {
-  startService();
-  const CommandResult result = poectl("console PD69104Engine channel 2");
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, DISABLED_CHANNEL);
-}
-
 TEST_F(PoectlConsole, PutsTheEngineInFrontOfABareCommand) {
   startService();
   EXPECT_EQ(poectl("console channel 2").output, DISABLED_CHANNEL);
@@ -111,65 +104,6 @@ TEST_F(Poectl, SaysWhatIsWrongWithACommandLineAndWhatIsAccepted) {
   }
 }
 
-TEST_F(Poectl, WatchRefusesAQueueThatExistsAndLeavesItAlone) {
-  const MainProcessQueue other;
-  const CommandResult result = poectl("watch --from queue --seconds 1");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "poectl: queue /queueToMain exists: process " + std::to_string(getpid()) +
-                               " (poe_process_tes) serves it, and there can be only one\n");
-  EXPECT_TRUE(queueExists("/queueToMain"));
-}
-
-TEST_F(Poectl, WatchWithoutAServiceSaysThatNothingCame) {
-  const CommandResult result = poectl("watch --seconds 0.2");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "poectl: no status message came on /queueToMain: is the service running?\n");
-  EXPECT_FALSE(queueExists("/queueToMain"));
-}
-
-TEST_F(Poectl, WatchConfiguresAndShowsTheService) {
-  service = std::make_unique<ServiceProcess>(ServiceOptions{{"--plug", "0 class=2 watts=6"}, {}});
-  const CommandResult result = poectl("watch --example --count 6");
-  EXPECT_EQ(result.status, 0);
-  EXPECT_NE(result.output.find(
-                "   0  on     DELIVERINGPOWER      2     6       15        0       0         0          0 "
-                "     0         0\n"
-                "   1  on     SEARCHING"),
-            std::string::npos)
-      << result.output;
-  EXPECT_FALSE(queueExists("/queueToMain"));
-}
-
-std::string configOf(const std::string& enable) {
-  std::string text = "[banks]\nbank0 = 100\n";
-  for (const char* port : {"0", "1", "2", "3"}) {
-    text += std::string("[port.") + port + "]\nenable = " + enable + "\npriority = 1\nlimit = 15000\n";
-  }
-  return text;
-}
-
-CommandResult apply(const std::string& config) {
-  return run("printf '" + config + "' | " + POECTL + " apply -");
-}
-
-TEST_F(Poectl, ApplyConfiguresTheService) {
-  startService({{"--plug", "0 class=2 watts=6"}, {}});
-  const CommandResult result = apply(configOf("true"));
-  EXPECT_EQ(result.status, 0);
-  EXPECT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
-}
-
-TEST_F(Poectl, ApplyTakesTheExampleFromAFile) {
-  startService({{"--plug", "0 class=2 watts=6"}, {}});
-  std::string file = ::testing::TempDir() + "poectl_example_XXXXXX";
-  close(mkstemp(file.data()));
-  const std::string program = POECTL;
-  const CommandResult result = run(program + " example >" + file + " && " + program + " apply " + file);
-  EXPECT_EQ(result.status, 0);
-  EXPECT_TRUE(waitForPort0(3)); // DELIVERINGPOWER
-  unlink(file.c_str());
-}
-
 TEST_F(Poectl, ExplainStartsFromTheRunningServiceWhileAnotherHasItsMessages) {
   startService({{"--plug", "0 class=2 watts=6", "--plug", "1 class=4 watts=22"}, {}});
   ASSERT_EQ(run(std::string(POECTL) + " example | " + POECTL + " apply -").status, 0);
@@ -196,14 +130,6 @@ TEST_F(Poectl, ExplainStartsFromTheRunningServiceWhileAnotherHasItsMessages) {
                    "restarted in every cycle: none\n");
 }
 
-TEST_F(Poectl, ExplainOfTheRunningServiceWithoutAServiceSaysSo) {
-  const CommandResult result = run(std::string(POECTL) + " example | " + POECTL + " explain - --status");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "poectl: reads the bank limit with 9 transfers on the chip's bus\n"
-                           "poectl: cannot reach the console on 127.0.0.1 port 10001: Connection refused; is "
-                           "the service running?\n");
-}
-
 TEST_F(Poectl, ApplyOfAnotherUserSaysWhoIsAccepted) {
   if (geteuid() != 0) {
     GTEST_SKIP() << "only root can become another user";
@@ -215,7 +141,7 @@ TEST_F(Poectl, ApplyOfAnotherUserSaysWhoIsAccepted) {
 }
 
 TEST_F(Poectl, ApplyWithoutAServiceSaysSo) {
-  const CommandResult result = apply(configOf("true"));
+  const CommandResult result = run(std::string(POECTL) + " example | " + POECTL + " apply -");
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output,
             "poectl: cannot open /queueToPoe: No such file or directory; is the service running?\n");
@@ -226,12 +152,12 @@ TEST_F(Poectl, ApplyAndCheckRefuseABadFileAndSendNothing) {
   ASSERT_NE(queue, -1);
   const std::string error =
       "poectl: standard input:4:10: 'enable' is of the wrong type; true or false is accepted\n";
-  const CommandResult applied = apply(configOf("7"));
-  EXPECT_EQ(applied.status, 2);
-  EXPECT_EQ(applied.output, error);
-  const CommandResult checked = run("printf '" + configOf("7") + "' | " + POECTL + " check -");
-  EXPECT_EQ(checked.status, 2);
-  EXPECT_EQ(checked.output, error);
+  for (const char* command : {"apply", "check"}) {
+    const CommandResult result = run("printf '[banks]\nbank0 = 100\n[port.0]\nenable = 7\n' | " +
+                                     std::string(POECTL) + " " + command + " -");
+    EXPECT_EQ(result.status, 2) << command;
+    EXPECT_EQ(result.output, error);
+  }
   mq_attr attributes{};
   EXPECT_EQ(mq_getattr(queue, &attributes), 0);
   EXPECT_EQ(attributes.mq_curmsgs, 0);
@@ -268,11 +194,13 @@ TEST_F(Poectl, StatusShowsOneMessageOfTheService) {
   EXPECT_FALSE(queueExists("/queueToMain"));
 }
 
-TEST_F(Poectl, StatusWithoutAServiceSaysThatNothingCame) {
-  const CommandResult result = poectl("status");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "poectl: no status message came on /queueToMain: is the service running?\n");
-  EXPECT_FALSE(queueExists("/queueToMain"));
+TEST_F(Poectl, StatusAndWatchWithoutAServiceSayThatNothingCame) {
+  for (const char* command : {"status", "watch --seconds 0.2"}) {
+    const CommandResult result = poectl(command);
+    EXPECT_EQ(result.status, 1) << command;
+    EXPECT_EQ(result.output, "poectl: no status message came on /queueToMain: is the service running?\n");
+    EXPECT_FALSE(queueExists("/queueToMain")) << command;
+  }
 }
 
 TEST_F(Poectl, StatusLetsAServiceOfAnotherUserWriteWhateverTheUmaskSays) {

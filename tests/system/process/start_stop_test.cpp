@@ -1,55 +1,14 @@
 // Start and end of the real process: the order of the steps, and each step failing.
+#include "posix/file_descriptor.h"
+#include "tests/support/process/listeners.h"
 #include "tests/support/process/process_fixture.h"
 
-#include <arpa/inet.h>
-#include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <map>
-#include <netinet/in.h>
 #include <optional>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
-
-// A socket that connects to, or listens on, the console's port.
-class ConsolePort {
-public:
-  ConsolePort() : m_socket(socket(AF_INET, SOCK_STREAM, 0)) {
-    m_address.sin_family = AF_INET;
-    m_address.sin_port = htons(10001);
-    m_address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  }
-  ConsolePort(const ConsolePort&) = delete;
-  ConsolePort& operator=(const ConsolePort&) = delete;
-  ~ConsolePort() { close(m_socket); }
-
-  bool connect() { return ::connect(m_socket, address(), sizeof m_address) == 0; }
-
-  bool listen() {
-    const int on = 1;
-    setsockopt(m_socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    return bind(m_socket, address(), sizeof m_address) == 0 && ::listen(m_socket, 1) == 0;
-  }
-
-  std::string read(std::size_t length) {
-    std::string text(length, '\0');
-    const ssize_t received = recv(m_socket, text.data(), length, MSG_WAITALL);
-    text.resize(received > 0 ? static_cast<std::size_t>(received) : 0);
-    return text;
-  }
-
-  void write(const std::string& text) {
-    EXPECT_EQ(send(m_socket, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
-  }
-
-private:
-  const sockaddr* address() const { return reinterpret_cast<const sockaddr*>(&m_address); }
-
-  int m_socket;
-  sockaddr_in m_address{};
-};
 
 using StartUp = ServiceTest;
 
@@ -67,18 +26,8 @@ TEST_F(StartUp, CreatesTheInboundQueueForTenMessagesOf2000Bytes) {
   EXPECT_EQ(sender.permissions(), 0644U);
 }
 
-TEST_F(StartUp, ServesTheConsoleOnPort10001WithTheEngineRegistered) {
-  startService();
-  ConsolePort console;
-  ASSERT_TRUE(console.connect());
-  EXPECT_EQ(console.read(2), "> ");
-  console.write("help\n");
-  EXPECT_EQ(console.read(16), "PD69104Engine\n> ");
-}
-
 TEST_F(StartUp, GoesOnWithoutItsConsoleWhenThePortIsTaken) {
-  ConsolePort taken;
-  ASSERT_TRUE(taken.listen());
+  const FileDescriptor taken(listenOnPort(10001));
   startService();
   EXPECT_NE(service->output().find(
                 "<3> debug console: cannot listen on 127.0.0.1 port 10001: Address already in use"),
@@ -101,8 +50,7 @@ std::map<int, std::filesystem::path> descriptorsOf(pid_t process) {
 TEST_F(StartUp, WithClosedStandardDescriptorsWritesNothingToTheBus) {
   std::optional<std::uintmax_t> untouched; // size of the file that stands for the adapter
   for (const char* closed : {"", "<&-", ">&-", "<&- >&-", ">&- 2>&-", "<&- >&- 2>&-"}) {
-    ConsolePort taken;
-    ASSERT_TRUE(taken.listen());
+    const FileDescriptor taken(listenOnPort(10001));
     startService({{}, {}, std::string("exec ") + closed + "; "});
     const std::map<int, std::filesystem::path> descriptors = descriptorsOf(service->pid());
     std::filesystem::path bus;
@@ -152,15 +100,6 @@ TEST_F(End, AReceiveThatFailsOtherwiseEndsTheServiceInOrderTooAndTheQueueGoesWit
   EXPECT_EQ(service->waitForEnd(), 0);
   EXPECT_NE(service->output().find(" - Message too long\n"), std::string::npos);
   EXPECT_FALSE(queueExists("/queueToPoe"));
-}
-
-TEST_F(End, AllowsAnotherStart) {
-  startService();
-  EXPECT_EQ(service->interrupt(), 0);
-  service.reset();
-  status.reset();
-  startService();
-  EXPECT_EQ(outputAfterStart(), "");
 }
 
 } // namespace

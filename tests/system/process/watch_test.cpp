@@ -22,25 +22,6 @@ protected:
   ~PoectlWatch() override { EXPECT_FALSE(queueExists("/queueToMain")); }
 };
 
-std::vector<std::string> linesOf(const std::string& text) {
-  std::vector<std::string> lines;
-  std::size_t start = 0;
-  for (std::size_t end = 0; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
-    lines.push_back(text.substr(start, end - start));
-  }
-  return lines;
-}
-
-TEST_F(PoectlWatch, EndsAfterTheCountedMessages) {
-  startConfigurable();
-  const CommandResult result = poectl("watch --count 2");
-  EXPECT_EQ(result.status, 0);
-  EXPECT_TRUE(containsPattern(result.output, "^" + TIME + " message 1 from the queue: chip running, "))
-      << result.output;
-  EXPECT_NE(result.output.find("Z message 2 from the queue: chip running, "), std::string::npos);
-  EXPECT_EQ(result.output.find("message 3"), std::string::npos);
-}
-
 TEST_F(PoectlWatch, PrintsAJsonObjectOnALineForEachMessage) {
   startConfigurable();
   const CommandResult result = poectl("watch --example --json --count 3");
@@ -70,33 +51,6 @@ TEST_F(PoectlWatch, PrintsNothingButEvents) {
   EXPECT_EQ(behindTimes, "port 0 DISABLED -> DELIVERINGPOWER\n"
                          "port 1 DISABLED -> SEARCHING\n"
                          "port 2 DISABLED -> SEARCHING\n");
-}
-
-TEST_F(PoectlWatch, PrintsEventsAsJson) {
-  startConfigurable();
-  const CommandResult result = poectl("watch --example --events --json --count 3");
-  EXPECT_EQ(result.status, 0);
-  const std::vector<std::string> lines = linesOf(result.output);
-  ASSERT_EQ(lines.size(), 3U) << result.output;
-  EXPECT_TRUE(matchesPattern(lines[0], "\\{\"time\":\"" + TIME +
-                                           "\",\"message\":[23],\"event\":\"state\",\"port\":0,"
-                                           "\"from\":\"DISABLED\",\"to\":\"DELIVERINGPOWER\"\\}"))
-      << lines[0];
-}
-
-TEST_F(PoectlWatch, SaysThatTheStatusIsStaleWhenTheServiceEnds) {
-  startConfigurable();
-  std::string file = ::testing::TempDir() + "poectl_watch_XXXXXX";
-  close(mkstemp(file.data()));
-  FILE* watch =
-      popen((std::string(POECTL) + " watch --example --events --seconds 12 >" + file + " 2>&1").c_str(), "r");
-  const auto written = [&] { return run("cat " + file).output; };
-  EXPECT_TRUE(waitUntil([&] { return written().find("-> DELIVERINGPOWER") != std::string::npos; }));
-  service->interrupt();
-  EXPECT_EQ(pclose(watch), 0);
-  EXPECT_TRUE(matchesPattern(linesOf(written()).back(), TIME + " STALE: no message for [0-9]+\\.[0-9] s"))
-      << written();
-  unlink(file.c_str());
 }
 
 TEST_F(PoectlWatch, EndsQuietlyWhenItsReaderHasSeenEnough) {
