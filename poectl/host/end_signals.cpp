@@ -1,5 +1,7 @@
 #include "poectl/host/end_signals.h"
 
+#include "poectl/host/periodic_worker.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -56,12 +58,7 @@ void undoControlS() {
 EndSignals::EndSignals(std::initializer_list<int> signals)
     : m_signals(blockedSignals(signals)), m_done(eventfd(0, EFD_CLOEXEC)),
       m_terminal(tcgetattr(STDIN_FILENO, &m_settings) == 0) {
-  sigset_t all;
-  sigset_t before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_BLOCK, &all, &before); // the thread inherits it
-  m_thread = std::thread([this] { watch(); });
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  m_thread = threadWithoutSignals([this] { watch(); });
 }
 
 EndSignals::~EndSignals() {

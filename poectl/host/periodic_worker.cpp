@@ -4,14 +4,19 @@
 #include <sys/eventfd.h>
 #include <utility>
 
-PeriodicWorker::PeriodicWorker(std::function<void()> work, std::chrono::milliseconds period)
-    : m_work(std::move(work)), m_period(period), m_stopped(eventfd(0, EFD_CLOEXEC)) {
+std::thread threadWithoutSignals(std::function<void()> work) {
   sigset_t all;
   sigset_t before;
   sigfillset(&all);
   pthread_sigmask(SIG_BLOCK, &all, &before); // the thread inherits it
-  m_thread = std::thread([this] { run(); });
+  std::thread thread(std::move(work));
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  return thread;
+}
+
+PeriodicWorker::PeriodicWorker(std::function<void()> work, std::chrono::milliseconds period)
+    : m_work(std::move(work)), m_period(period), m_stopped(eventfd(0, EFD_CLOEXEC)) {
+  m_thread = threadWithoutSignals([this] { run(); });
 }
 
 PeriodicWorker::~PeriodicWorker() {

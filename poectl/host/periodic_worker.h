@@ -9,6 +9,9 @@
 #include <mutex>
 #include <thread>
 
+// Starts a thread that takes no signals.
+std::thread threadWithoutSignals(std::function<void()> work);
+
 // Calls `work` at once, then a period after each return and whenever it is woken, on a thread of its own that
 // takes no signals. The destructor waits for the call in progress.
 class PeriodicWorker {
