@@ -147,10 +147,10 @@ public:
   // Current-limit timer in ms: rounded to steps of 1.71 ms, at most 15 steps.
   bool PoeSetPortTlim(unsigned c, unsigned tlim);
 
-  // High-power settings: bit 0 of hpEnable, hpModeBit0 and hpModeBit1; `icut` in mA, rounded to steps
-  // of 18.75 mA up to 1181 mA and of 37.5 mA above, at most 63 steps (a greater value is reported and cut);
-  // `limMode` 0 or 1, any other is reported for each port and fails after the other settings have been
-  // written.
+  // High-power settings: bit 0 of hpEnable, hpModeBit0 and hpModeBit1. `icut` is in mA; it is rounded to
+  // steps of 18.75 mA up to 1181 mA and of 37.5 mA above. More than 63 steps are reported and cut to 63.
+  // `limMode` is 0 or 1; any other value is reported for each port, and the call fails after it has written
+  // the other settings.
   bool PoeSetPortHighPower(unsigned c, unsigned hpEnable, unsigned hpModeBit0, unsigned hpModeBit1,
                            unsigned icut, unsigned limMode);
 

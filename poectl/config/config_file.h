@@ -1,8 +1,8 @@
 // Configurations as TOML files.
 //
-// [banks] holds bank0 to bank7 in W; bank0 must be there, the others are 0 when they are not. [port.0] to
-// [port.3] must all be there, each with enable (true or false), priority (1 to 3) and limit (0 to 40000 mW),
-// and where wanted with a name (1 to 24 printable characters). Nothing else is accepted.
+// [banks] holds bank0 to bank7 in W. bank0 is required; another bank that is left out is 0. [port.0] to
+// [port.3] are required. Each needs enable (true or false), priority (1 to 3) and limit (0 to 40000 mW), and
+// may have a name (1 to 24 printable characters). Nothing else is accepted.
 #pragma once
 
 #include "components/PoeDriver/poe_messages.h"

@@ -25,6 +25,6 @@ struct LookOptions {
 // registers.
 constexpr unsigned MAX_LOOK_TRANSFERS = 92;
 
-// Takes 3 s, 6 s when a port needs a second reading, each with replies of at most 5 s. `say` is told, in one
-// line, before the bus is used. Throws nothing for what it cannot get: that is noted in the result.
+// Takes 3 s, or 6 s when a port needs a second reading; each reply may take 5 s more. Calls `say` with one
+// line before it uses the bus. Does not throw for what it cannot get: the result notes that.
 CardLooks lookAtCard(const LookOptions& options, const std::function<void(const std::string&)>& say);

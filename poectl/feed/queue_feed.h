@@ -4,9 +4,10 @@
 #include "poectl/feed/snapshot_feed.h"
 #include "poectl/service/status_receiver.h"
 
-// Receives the status messages as the card's main process, and sends the example configuration when asked to:
-// with the first message, which shows that the service runs, and again after a restart of the service, which
-// forgets its configuration. Owns "/queueToMain". One thread.
+// Receives the status messages as the card's main process. Owns "/queueToMain". One thread.
+//
+// On request it also sends the example configuration: when the first message shows that the service runs, and
+// after each restart of the service, which forgets its configuration.
 class QueueFeed : public SnapshotFeed {
 public:
   // `warn` gets one line for each message that is not understood and for a configuration that cannot

@@ -10,10 +10,12 @@
 #include <thread>
 #include <vector>
 
-// Turns signals into something to poll, from construction on, so that they end a wait and not the process. A
-// SIGHUP that the process ignores stays ignored. When the object still exists 0.8 s after a signal, because
-// nobody takes the process's output for instance, a thread of its own ends the process with status 1; the
-// terminal then has its settings from before, and the functions of beforeForcedEnd() have been called.
+// Turns signals into a descriptor to poll. From construction on, they end a wait and not the process. A
+// SIGHUP that the process ignores stays ignored.
+//
+// The process may hang, for instance because nobody reads its output. If the object still exists 0.8 s after
+// a signal, a thread of its own calls the functions of beforeForcedEnd(), restores the terminal's settings
+// and ends the process with status 1.
 class EndSignals {
 public:
   explicit EndSignals(std::initializer_list<int> signals);
@@ -24,8 +26,8 @@ public:
   // Readable when one of the signals has come, and from then on.
   int descriptor() const { return m_signals.get(); }
 
-  // `cleanUp` runs on the other thread while the one that has made this object may be anywhere: it takes no
-  // locks, does not wait, and must stay callable as long as this object exists.
+  // `cleanUp` runs on the object's thread at a moment when any other thread may hold any lock. It must take
+  // no lock, must not wait, and must stay callable as long as this object exists.
   void beforeForcedEnd(std::function<void()> cleanUp);
 
 private:

@@ -14,10 +14,9 @@
 
 // Borrows all it is given. One thread.
 //
-// An expectation is judged on status messages that came after the last step that did something (apply, card,
-// console): on the last one, when it came after that step, and on each that comes until the time is up. An
-// increase is counted from the last message before that step. Registers and the log are also looked at before
-// the first message.
+// An expectation looks only at status messages that arrive after the last apply, card or console step: first
+// at the latest one, then at each that arrives until the time is up. An increase is counted from the last
+// message before that step. Expectations on registers and on the log do not wait for a message.
 class ScenarioPlayer {
 public:
   // `card` and `log` must be there when the scenario needs them.

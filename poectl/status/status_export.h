@@ -7,12 +7,13 @@
 
 constexpr int SNAPSHOT_VERSION = 1; // of the form of snapshotJsonLine() and snapshotJson()
 
-// A snapshot on one line: the version of this form, the time of its end, its number if it has one
-// ("message"), its source, its transfers on the bus, the span from its begin to its end in ms, the time until
-// another one usually comes in ms if it is known ("period_ms"), the fields of the record that its source
-// knows, with the decoded word beside each code, and in each port's record also its name and details as far
-// as they are known ("name", "enabled", "limit_w", "priority", "voltage_dv", "current_ma", "powered",
-// "faults").
+// A snapshot as a JSON object on one line. A value that the source does not know is left out. The keys are:
+// - "version" of this form, "time" of the snapshot's end, "message" (its number), "source";
+// - "transfers" on the bus; "span_ms" from its begin to its end; "period_ms" until the next one usually
+// comes;
+// - the fields of the status, each code with its word beside it;
+// - in each port's record also "name", "enabled", "limit_w", "priority", "voltage_dv", "current_ma",
+//   "powered" and "faults".
 std::string snapshotJsonLine(const Snapshot& snapshot);
 
 // The same indented.

@@ -1,10 +1,14 @@
 // A PD69104 with its four ports and what is plugged into them, for any machine.
 //
-// Modelled: every register that the card's software uses; detection, classification and power-up in simulated
-// time; measurements that agree with each other; power management by class, port limit, priority and the
-// limit of the active bank; overload, underload, short and class error; the two-bit event counters; FET error
-// and MOSFET over-temperature of a port; the supply and the minimum shutdown voltage; port reset, power
-// cycle, temperature, thermal shutdown, a chip that is not there.
+// Modelled:
+// - every register that the card's software uses;
+// - detection, classification and power-up in simulated time;
+// - measurements that agree with each other;
+// - power management by class, port limit, priority and the limit of the active bank;
+// - overload, underload, short and class error, with the two-bit event counters;
+// - FET error and MOSFET over-temperature of a port;
+// - supply, minimum shutdown voltage, temperature and thermal shutdown;
+// - port reset, power cycle, and a chip that is not there.
 //
 // Guessed:
 // - How long each step takes, and the error delay before a port is tried again. The status stays as it is

@@ -1,5 +1,5 @@
-// What GLib and the library of the simulated adapter have to say. Where they cannot go on they end the
-// process; this makes an end of it in one line and without a core dump.
+// The messages of GLib and of the simulated adapter's library. When these libraries cannot go on, they abort
+// the process; this class makes that one line on standard error and an exit status, without a core dump.
 #pragma once
 
 #include <atomic>
@@ -7,10 +7,10 @@
 
 class AdapterMessages {
 public:
-  // From here on a fatal message is one line on standard error, `cleanUp` is called on the thread that
-  // failed, and the process ends: with `startFailed` as its status while the adapter is made, else with
-  // `runFailed`. Other messages are written as GLib does. To be made once in a process, before GLib is used,
-  // and never destroyed before its end.
+  // From now on a fatal message is printed as one line on standard error. The thread that failed then calls
+  // `cleanUp` and ends the process: with status `startFailed` until adapterIsMade(), with `runFailed` after
+  // it. Other messages are written as GLib does. Make one object per process, before GLib is used, and keep
+  // it until the process ends.
   AdapterMessages(int startFailed, int runFailed, std::function<void()> cleanUp);
   AdapterMessages(const AdapterMessages&) = delete;
   AdapterMessages& operator=(const AdapterMessages&) = delete;

@@ -1,8 +1,8 @@
-// One client of the control socket. It is either read from or written to: no
-// command is taken before the reply to the one before is with the client, so that a
-// client that does not read costs one reply and one line of memory and no more.
+// One client of the control socket. A client's next command is taken only after the client has received the
+// whole reply to the last one. A client that does not read therefore costs at most one reply and one line of
+// memory.
 //
-// Lives on the thread that iterates GLib's default main context.
+// Use it only on the thread that iterates GLib's default main context.
 #pragma once
 
 #include "posix/file_descriptor.h"

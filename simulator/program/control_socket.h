@@ -1,7 +1,7 @@
 // The control socket: a Unix stream socket, for its user only. A client sends one
 // command a line; each reply is its lines and then an empty line.
 //
-// Lives on the thread that iterates GLib's default main context.
+// Use it only on the thread that iterates GLib's default main context.
 #pragma once
 
 #include "posix/file_descriptor.h"

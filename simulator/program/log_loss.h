@@ -1,7 +1,7 @@
 // Takes note of the lines that the file of --log has not taken. The library in the command, which writes that
 // file, reports them to a datagram socket.
 //
-// Lives on the thread that iterates GLib's default main context.
+// Use it only on the thread that iterates GLib's default main context.
 #pragma once
 
 #include "posix/file_descriptor.h"

@@ -128,7 +128,7 @@ std::unique_ptr<TransferRecord> recordIn(const std::string& file, bool withTimes
   }
 }
 
-// What a shell would have told if the command were its own.
+// Names the signal that ended the command, as a shell does for its own commands.
 void reportUnexpectedSignal(const ChildProcess& child, const std::string& command) {
   const int number = child.unexpectedSignal();
   if (number != 0) {

@@ -1,5 +1,5 @@
-// What the stress tests share: the service on a card whose registers can be looked at, and the proof that it
-// came through unharmed.
+// What the stress tests share: the service on a card whose registers the test can read, and the check that
+// the service afterwards works and holds no more threads, descriptors or memory.
 #pragma once
 
 #include "poectl/card/card_client.h"
