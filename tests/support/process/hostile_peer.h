@@ -52,11 +52,13 @@ public:
     return true;
   }
 
-  // Takes the request of a line, so that closing does not reset the connection.
-  void hear(int connection) const {
-    char byte = 0;
-    while (byte != '\n' && recv(connection, &byte, 1, 0) == 1) {
+  // Takes a line, so that closing does not reset the connection. Returns it with its end.
+  std::string hear(int connection) const {
+    std::string line;
+    for (char byte = 0; byte != '\n' && recv(connection, &byte, 1, 0) == 1;) {
+      line += byte;
     }
+    return line;
   }
 
   // The conducts that several tests need.

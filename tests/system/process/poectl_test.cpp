@@ -93,17 +93,6 @@ TEST_F(PoectlConsole, DoesNothingForQuit) {
 
 using Poectl = ServiceTest;
 
-TEST_F(Poectl, SaysWhatIsWrongWithACommandLineAndWhatIsAccepted) {
-  for (const char* arguments :
-       {"", "bogus", "watch --count", "clean now", "apply", "check", "example now", "explain",
-        "status --json --prometheus", "explain - --bank-limit 256", "explain - --port 4"}) {
-    const CommandResult result = poectl(arguments);
-    EXPECT_EQ(result.status, 2) << arguments;
-    EXPECT_EQ(result.output.rfind("poectl: ", 0), 0U) << arguments;
-    EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 1) << arguments;
-  }
-}
-
 TEST_F(Poectl, ExplainStartsFromTheRunningServiceWhileAnotherHasItsMessages) {
   startService({{"--plug", "0 class=2 watts=6", "--plug", "1 class=4 watts=22"}, {}});
   ASSERT_EQ(run(std::string(POECTL) + " example | " + POECTL + " apply -").status, 0);

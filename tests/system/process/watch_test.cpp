@@ -66,27 +66,4 @@ TEST_F(PoectlWatch, SaysThatItsOutputCannotBeWritten) {
   EXPECT_EQ(result.output, "poectl: cannot write to standard output: No space left on device\n");
 }
 
-TEST_F(PoectlWatch, SaysWhatIsWrongWithItsOptions) {
-  const std::string help = "; 'poectl watch --help' lists what is accepted\n";
-  const std::string count = "; 1 to 1000000000 is accepted" + help;
-  const std::string seconds = "; 0.1 to 1000000000 is accepted" + help;
-  const std::vector<std::pair<std::string, std::string>> rows = {
-      {"--count 0", "--count: '0' is out of range" + count},
-      {"--count x", "--count: 'x' is no whole number" + count},
-      {"--count 1.5", "--count: '1.5' is no whole number" + count},
-      {"--seconds 0", "--seconds: '0' is out of range" + seconds},
-      {"--seconds -1", "--seconds: '-1' is out of range" + seconds},
-      {"--seconds nan", "--seconds: 'nan' is no number of seconds" + seconds},
-      {"--seconds inf", "--seconds: 'inf' is no number of seconds" + seconds},
-      {"--seconds x", "--seconds: 'x' is no number of seconds" + seconds},
-      {"--prometheus", "there is no option '--prometheus'" + help},
-      {"now", "'now' is too much" + help},
-  };
-  for (const auto& [arguments, error] : rows) {
-    const CommandResult result = run("timeout 10 " + std::string(POECTL) + " watch " + arguments);
-    EXPECT_EQ(result.status, 2) << arguments;
-    EXPECT_EQ(result.output, "poectl: " + error) << arguments;
-  }
-}
-
 } // namespace

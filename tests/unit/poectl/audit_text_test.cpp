@@ -1,5 +1,6 @@
 // The words about the audit of the power budget.
 #include "poectl/config/audit_text.h"
+#include "tests/support/error_text.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -86,16 +87,11 @@ TEST(PortStateWords, AreRefusedInOneLineThatSaysWhatIsAccepted) {
        {"", "4", "-1", "00", "x", "1 good", "1 =", "1 detection=", "1 detection=bad", "1 powered",
         "1 powered=maybe", "1 watts=3", "powered=yes"}) {
     PortPowerStates states{};
-    std::string error;
-    try {
-      setPortState(words, states);
-    } catch (const PortStateError& caught) {
-      error = caught.what();
-    }
-    EXPECT_EQ(error, "the port state '" + words +
-                         "' is not understood; 'P detection=WORD powered=yes|no' with P from 0 to 3 is "
-                         "accepted, and for WORD unknown, short, cpd_too_high, rsig_too_low, good, "
-                         "rsig_too_high, open_circuit or illegal");
+    EXPECT_EQ(errorText<PortStateError>([&] { setPortState(words, states); }),
+              "the port state '" + words +
+                  "' is not understood; 'P detection=WORD powered=yes|no' with P from 0 to 3 is "
+                  "accepted, and for WORD unknown, short, cpd_too_high, rsig_too_low, good, "
+                  "rsig_too_high, open_circuit or illegal");
   }
 }
 

@@ -29,34 +29,6 @@ TEST(PoectlCard, TakesItsCommandsFromStandardInput) {
   EXPECT_EQ(result.output, "0x15 0x03\n0x12 0x00\n");
 }
 
-struct Refusal {
-  const char* name;
-  const char* words;
-  const char* line;
-};
-
-class PoectlCardRefusal : public ::testing::TestWithParam<Refusal> {};
-
-TEST_P(PoectlCardRefusal, IsTheCardsLineAndStatus2) {
-  const CommandResult result = onCard(std::string("$card ") + GetParam().words);
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.output.compare(0, std::string(GetParam().line).size(), GetParam().line), 0)
-      << result.output;
-  EXPECT_EQ(result.output.find('\n'), result.output.size() - 1) << "more than one line: " << result.output;
-}
-
-const Refusal REFUSALS[] = {
-    {"UnknownWord", "pull 0", "poectl: card: 'pull' is not understood; accepted are plug, unplug, "},
-    {"BadPort", "unplug 4", "poectl: card: "},
-    {"BadValue", "plug 0 class=5", "poectl: card: "},
-    {"TooManyWords", "show all", "poectl: card: "},
-    {"LineEnd", "show \"\n\" unplug 0",
-     "poectl: a command of the card is one line: it cannot contain a line end"},
-};
-
-INSTANTIATE_TEST_SUITE_P(Words, PoectlCardRefusal, ::testing::ValuesIn(REFUSALS),
-                         [](const auto& refusal) { return std::string(refusal.param.name); });
-
 TEST(PoectlCard, EndsItsInputAtARefusedLine) {
   const CommandResult result = onCard("printf \"reg 0x12\\npull\\nreg 0x12\\n\" | $card");
   EXPECT_EQ(result.status, 2);

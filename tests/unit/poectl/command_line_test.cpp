@@ -62,6 +62,8 @@ TEST_P(CommandLineRefusal, IsOneLineAndStatus2) {
                                "' lists what is accepted\n");
 }
 
+constexpr const char* WATCH = "poectl watch --help";
+
 const Refusal REFUSALS[] = {
     {"NoCommand", "", "a command is missing", "poectl --help"},
     {"UnknownCommand", "serve", "there is no command 'serve'", "poectl --help"},
@@ -74,6 +76,19 @@ const Refusal REFUSALS[] = {
     {"OptionWithAValue", "clean --jsn=3", "there is no option '--jsn'", "poectl clean --help"},
     {"OutOfRange", "explain --bank-limit 256 x", "--bank-limit: '256' is out of range; 0 to 255 is accepted",
      "poectl explain --help"},
+    {"CountZero", "watch --count 0", "--count: '0' is out of range; 1 to 1000000000 is accepted", WATCH},
+    {"CountAWord", "watch --count x", "--count: 'x' is no whole number; 1 to 1000000000 is accepted", WATCH},
+    {"CountAFraction", "watch --count 1.5", "--count: '1.5' is no whole number; 1 to 1000000000 is accepted",
+     WATCH},
+    {"SecondsZero", "watch --seconds 0", "--seconds: '0' is out of range; 0.1 to 1000000000 is accepted",
+     WATCH},
+    {"SecondsNegative", "watch --seconds -1",
+     "--seconds: '-1' is out of range; 0.1 to 1000000000 is accepted", WATCH},
+    {"SecondsNan", "watch --seconds nan",
+     "--seconds: 'nan' is no number of seconds; 0.1 to 1000000000 is accepted", WATCH},
+    {"SecondsInf", "watch --seconds inf",
+     "--seconds: 'inf' is no number of seconds; 0.1 to 1000000000 is accepted", WATCH},
+    {"OneWordTooMany", "watch now", "'now' is too much", WATCH},
     {"BothFormats", "status --json --prometheus", "--json excludes --prometheus", "poectl status --help"},
 };
 

@@ -1,5 +1,6 @@
 // One changed value in a configuration file, which keeps all other bytes.
 #include "poectl/config/config_edit.h"
+#include "tests/support/error_text.h"
 
 #include <gtest/gtest.h>
 
@@ -80,14 +81,10 @@ INSTANTIATE_TEST_SUITE_P(Forms, ConfigEditForm, ::testing::ValuesIn(FORMS),
 TEST(ConfigEdit, RefusesAFileThatIsNoConfiguration) {
   const std::string text =
       "[banks]\nbank0 = 1\n[port.0]\nenable = true\npriority = 1\n" + PORT_1_TO_3 + "0\n";
-  try {
-    editConfig(text, "f.toml", LIMIT_777);
-    FAIL() << "the limit of port 0 is missing";
-  } catch (const ConfigError& error) {
-    EXPECT_STREQ(error.what(),
-                 "f.toml:3:1: 'limit' is missing in [port.0]; a whole number from 0 to 40000 (mW; 0 "
-                 "means 40000) is accepted");
-  }
+  EXPECT_EQ(
+      errorText<ConfigError>([&] { editConfig(text, "f.toml", LIMIT_777); }),
+      "f.toml:3:1: 'limit' is missing in [port.0]; a whole number from 0 to 40000 (mW; 0 means 40000) is "
+      "accepted");
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // Configuration files: what is read from a good one, and the line that refuses a bad one.
 #include "poectl/config/config_file.h"
 #include "poectl/config/example_config.h"
+#include "tests/support/error_text.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -20,12 +21,7 @@ std::string replaced(std::string text, const std::string& old, const std::string
 }
 
 std::string errorOf(const std::string& text) {
-  try {
-    parseConfig(text, "f.toml");
-  } catch (const ConfigError& error) {
-    return error.what();
-  }
-  return "accepted";
+  return errorText<ConfigError>([&] { parseConfig(text, "f.toml"); });
 }
 
 bool same(const PoeConfig& a, const PoeConfig& b) {
@@ -160,12 +156,7 @@ TEST(ConfigFile, RefusesWhatIsNoTomlInOneLine) {
 }
 
 std::string readError(const std::string& path) {
-  try {
-    readConfig(path);
-  } catch (const InputError& error) {
-    return error.what();
-  }
-  return "accepted";
+  return errorText<InputError>([&] { readConfig(path); });
 }
 
 TEST(ConfigFile, RefusesAFileThatCannotBeRead) {

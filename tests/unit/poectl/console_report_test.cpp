@@ -3,6 +3,7 @@
 #include "poectl/console/console_report.h"
 #include "poectl/console/console_snapshot.h"
 #include "poectl/status/status_export.h"
+#include "tests/support/error_text.h"
 #include "tests/unit/poectl/console_sample.h"
 
 #include <functional>
@@ -19,12 +20,7 @@ std::string with(std::string report, const std::string& from, const std::string&
 }
 
 std::string refusal(const std::function<void()>& parse) {
-  try {
-    parse();
-  } catch (const ConsoleError& error) {
-    return error.what();
-  }
-  return "accepted";
+  return errorText<ConsoleError>([&] { parse(); });
 }
 
 struct ParserRow {

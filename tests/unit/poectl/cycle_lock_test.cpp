@@ -1,6 +1,7 @@
 // How often a port may be cycled.
 #include "poectl/service/cycle_lock.h"
 
+#include "tests/support/error_text.h"
 #include "tests/support/process/temporary_directory.h"
 
 #include <cstdlib>
@@ -16,12 +17,7 @@ protected:
   ~CycleLockTest() override { unsetenv("XDG_RUNTIME_DIR"); }
 
   static std::string refusal(unsigned port, milliseconds now) {
-    try {
-      const CycleLock lock(port, now);
-    } catch (const CycleRefusal& error) {
-      return error.what();
-    }
-    return "accepted";
+    return errorText<CycleRefusal>([&] { const CycleLock lock(port, now); });
   }
 
   const TemporaryDirectory folder;

@@ -2,6 +2,7 @@
 #include "poectl/config/file_replacement.h"
 
 #include "poectl/config/input_file.h"
+#include "tests/support/error_text.h"
 #include "tests/support/process/temporary_directory.h"
 
 #include <gtest/gtest.h>
@@ -17,12 +18,7 @@ protected:
                                                   std::filesystem::directory_iterator()));
   }
   static std::string refusal(const std::string& name) {
-    try {
-      FileReplacement(name, "new").putInPlace();
-    } catch (const InputError& error) {
-      return error.what();
-    }
-    return "accepted";
+    return errorText<InputError>([&] { FileReplacement(name, "new").putInPlace(); });
   }
 
   const TemporaryDirectory folder;

@@ -1,6 +1,7 @@
 // Record files: written, read, and played in both directions.
 #include "poectl/record/record_player.h"
 #include "poectl/record/record_writer.h"
+#include "tests/support/error_text.h"
 #include "tests/support/process/temporary_directory.h"
 #include "tests/unit/poectl/record_sample.h"
 
@@ -32,17 +33,8 @@ protected:
 
   std::string made(const std::string& text) const { return folder.write("r", text); }
 
-  static std::string refusalOf(const std::function<void()>& action) {
-    try {
-      action();
-    } catch (const InputError& error) {
-      return error.what();
-    }
-    return "";
-  }
-
   std::string writerRefusal(const std::string& name) {
-    return refusalOf([&] { const RecordWriter writer(name, warn); });
+    return errorText<InputError>([&] { const RecordWriter writer(name, warn); });
   }
 
   const TemporaryDirectory folder;
@@ -57,7 +49,7 @@ TEST_F(RecordFile, CutAtAnyByteIsReadUpToTheCutAndNamesTheLine) {
   for (std::size_t cut = 0; cut <= whole.size(); cut++) {
     RecordReader reader(made(whole.substr(0, cut)));
     unsigned records = 0;
-    const std::string refusal = refusalOf([&] {
+    const std::string refusal = errorText<InputError>([&] {
       while (reader.next()) {
         records++;
       }
@@ -68,7 +60,7 @@ TEST_F(RecordFile, CutAtAnyByteIsReadUpToTheCutAndNamesTheLine) {
     const std::string shown[] = {"there is no record before it", "shown is the 1 record before it"};
     const bool isWhole = cut % length == 0 || cut % length == length - 1;
     ASSERT_EQ(refusal,
-              isWhole ? ""
+              isWhole ? "accepted"
                       : path + ":" + std::to_string(complete + 1) + ": the line is cut; " + shown[complete])
         << cut;
   }
@@ -79,7 +71,7 @@ TEST_F(RecordFile, EndsAtADamagedLineUnlessItIsToBePassedOver) {
   RecordReader strict(made(damaged));
   EXPECT_TRUE(strict.next() && strict.next());
   for (int time = 0; time < 2; time++) {
-    EXPECT_EQ(refusalOf([&] { strict.next(); }),
+    EXPECT_EQ(errorText<InputError>([&] { strict.next(); }),
               path + ":3: \"version\" is missing; shown are the 2 records before it");
   }
   RecordReader lenient(path, warn);
@@ -94,12 +86,12 @@ TEST_F(RecordFile, EndsAtADamagedLineUnlessItIsToBePassedOver) {
 TEST_F(RecordFile, IsNoPipeDirectoryOrDevice) {
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   for (const std::string& other : {path, folder.path().string(), std::string("/dev/null")}) {
-    EXPECT_EQ(refusalOf([&] { RecordReader reader(other); }),
+    EXPECT_EQ(errorText<InputError>([&] { RecordReader reader(other); }),
               other + ": is no regular file; accepted is a file of 'poectl watch --record'");
     EXPECT_EQ(writerRefusal(other),
               other + ": is no regular file; accepted is a regular file, or a name that is free");
   }
-  EXPECT_EQ(refusalOf([&] { RecordReader reader(folder.file("none")); }),
+  EXPECT_EQ(errorText<InputError>([&] { RecordReader reader(folder.file("none")); }),
             folder.file("none") + ": cannot be read: No such file or directory");
   EXPECT_EQ(writerRefusal(folder.file("none/r")),
             folder.file("none/r") + ": cannot be written: No such file or directory");

@@ -1,6 +1,7 @@
 // A record as a line, and back.
 #include "poectl/record/record_line.h"
 
+#include "tests/support/error_text.h"
 #include "tests/unit/poectl/record_sample.h"
 
 #include <algorithm>
@@ -14,12 +15,7 @@ namespace {
 using Json = nlohmann::json;
 
 std::string refusalOf(const std::string& line) {
-  try {
-    parseRecord(line);
-  } catch (const RecordLineError& error) {
-    return error.what();
-  }
-  return "";
+  return errorText<RecordLineError>([&] { parseRecord(line); });
 }
 
 // Prints nothing that it does not know, so that equal lines are equal snapshots.

@@ -1,5 +1,6 @@
 // Scenario files: the line that refuses a bad one.
 #include "poectl/scenario/scenario.h"
+#include "tests/support/error_text.h"
 #include "tests/support/process/temporary_directory.h"
 
 #include <gtest/gtest.h>
@@ -7,7 +8,7 @@
 namespace {
 
 std::string errorOf(const std::string& text) {
-  try {
+  return errorText<ScenarioError>([&] {
     parseScenario(text, "f.play", [](const std::string& file) -> PoeConfig {
       if (file == "good.toml") {
         return {};
@@ -15,10 +16,7 @@ std::string errorOf(const std::string& text) {
       throw InputError(file +
                        ":3:1: 'limit' is out of range: 40001; a whole number from 0 to 40000 is accepted");
     });
-  } catch (const ScenarioError& error) {
-    return error.what();
-  }
-  return "accepted";
+  });
 }
 
 struct Refusal {
@@ -199,12 +197,7 @@ INSTANTIATE_TEST_SUITE_P(Files, ScenarioRefusal, ::testing::ValuesIn(REFUSALS),
                          [](const auto& refusal) { return std::string(refusal.param.name); });
 
 std::string readingError(const std::string& path) {
-  try {
-    readScenario(path);
-  } catch (const InputError& error) {
-    return error.what();
-  }
-  return "accepted";
+  return errorText<InputError>([&] { readScenario(path); });
 }
 
 TEST(ScenarioFile, FindsItsConfigurationsBesideIt) {

@@ -46,11 +46,6 @@ TEST_F(StatusEvents, AreTheTroublesOfTheFirstMessage) {
   EXPECT_EQ(message(), (Texts{"chip lost", "bus error", "thermal shutdown"}));
 }
 
-TEST_F(StatusEvents, AreNothingWhenNothingChanges) {
-  message();
-  EXPECT_EQ(message(), Texts());
-}
-
 TEST_F(StatusEvents, NameThePortAndBothStates) {
   message();
   status.port[3].operStatus = 3;

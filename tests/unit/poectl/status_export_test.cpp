@@ -109,93 +109,64 @@ TEST(SnapshotPrometheus, HasTheNameOfAPortAsALabel) {
       std::string::npos);
 }
 
+struct Metric {
+  const char* name;
+  const char* help;
+  const char* type;
+  std::vector<const char*> values; // one for the chip, or one for each port
+};
+
 TEST(SnapshotPrometheus, HasAMetricForEveryField) {
-  EXPECT_EQ(snapshotPrometheus(snapshotOfMessage(1, sample())),
-            R"(# HELP poe_snapshot_transfers Transfers on the chip's bus that these values cost.
-# TYPE poe_snapshot_transfers gauge
-poe_snapshot_transfers{source="queue"} 0
-# HELP poe_snapshot_span_seconds Time in which these values were read.
-# TYPE poe_snapshot_span_seconds gauge
-poe_snapshot_span_seconds{source="queue"} 0.000
-# HELP poe_main_power_watts Limit of the active power bank.
-# TYPE poe_main_power_watts gauge
-poe_main_power_watts 100
-# HELP poe_main_oper_status Chip: 0 not yet checked, 1 running, 3 unreachable.
-# TYPE poe_main_oper_status gauge
-poe_main_oper_status 1
-# HELP poe_main_consumption_watts Power that all ports take.
-# TYPE poe_main_consumption_watts gauge
-poe_main_consumption_watts 28
-# HELP poe_device_temperature_celsius Temperature of the chip.
-# TYPE poe_device_temperature_celsius gauge
-poe_device_temperature_celsius -5
-# HELP poe_thermal_shutdown 1 while the chip reports thermal shutdown.
-# TYPE poe_thermal_shutdown gauge
-poe_thermal_shutdown 1
-# HELP poe_device_error 1 when the last transfer of the device status failed.
-# TYPE poe_device_error gauge
-poe_device_error 0
-# HELP poe_port_oper_status Operational state: 1 disabled, 2 searching, 3 delivering power, 4 fault, 5 test, 6 other fault.
-# TYPE poe_port_oper_status gauge
-poe_port_oper_status{port="0"} 3
-poe_port_oper_status{port="1"} 2
-poe_port_oper_status{port="2"} 1
-poe_port_oper_status{port="3"} 7
-# HELP poe_port_detection_status The chip's detection code, 4 is good.
-# TYPE poe_port_detection_status gauge
-poe_port_detection_status{port="0"} 4
-poe_port_detection_status{port="1"} 6
-poe_port_detection_status{port="2"} 0
-poe_port_detection_status{port="3"} 8
-# HELP poe_port_power_classification Power class plus 1; 0 is no class.
-# TYPE poe_port_power_classification gauge
-poe_port_power_classification{port="0"} 5
-poe_port_power_classification{port="1"} 0
-poe_port_power_classification{port="2"} 1
-poe_port_power_classification{port="3"} 6
-# HELP poe_port_power_consumption_watts Power that the port takes.
-# TYPE poe_port_power_consumption_watts gauge
-poe_port_power_consumption_watts{port="0"} 22
-poe_port_power_consumption_watts{port="1"} 0
-poe_port_power_consumption_watts{port="2"} 1
-poe_port_power_consumption_watts{port="3"} 5
-# HELP poe_port_invalid_signature_total Invalid signatures since the service started.
-# TYPE poe_port_invalid_signature_total counter
-poe_port_invalid_signature_total{port="0"} 11
-poe_port_invalid_signature_total{port="1"} 21
-poe_port_invalid_signature_total{port="2"} 31
-poe_port_invalid_signature_total{port="3"} 41
-# HELP poe_port_power_denied_total Times that power was denied since the service started.
-# TYPE poe_port_power_denied_total counter
-poe_port_power_denied_total{port="0"} 12
-poe_port_power_denied_total{port="1"} 23
-poe_port_power_denied_total{port="2"} 32
-poe_port_power_denied_total{port="3"} 42
-# HELP poe_port_overload_total Overloads since the service started.
-# TYPE poe_port_overload_total counter
-poe_port_overload_total{port="0"} 13
-poe_port_overload_total{port="1"} 24
-poe_port_overload_total{port="2"} 33
-poe_port_overload_total{port="3"} 43
-# HELP poe_port_underload_total Underloads since the service started.
-# TYPE poe_port_underload_total counter
-poe_port_underload_total{port="0"} 14
-poe_port_underload_total{port="1"} 25
-poe_port_underload_total{port="2"} 34
-poe_port_underload_total{port="3"} 44
-# HELP poe_port_short_total Shorts since the service started.
-# TYPE poe_port_short_total counter
-poe_port_short_total{port="0"} 15
-poe_port_short_total{port="1"} 26
-poe_port_short_total{port="2"} 35
-poe_port_short_total{port="3"} 45
-# HELP poe_port_class_error_total Classification errors since the service started.
-# TYPE poe_port_class_error_total counter
-poe_port_class_error_total{port="0"} 4294967295
-poe_port_class_error_total{port="1"} 27
-poe_port_class_error_total{port="2"} 36
-poe_port_class_error_total{port="3"} 46
-)");
+  const Metric metrics[] = {
+      {"poe_main_power_watts", "Limit of the active power bank.", "gauge", {"100"}},
+      {"poe_main_oper_status", "Chip: 0 not yet checked, 1 running, 3 unreachable.", "gauge", {"1"}},
+      {"poe_main_consumption_watts", "Power that all ports take.", "gauge", {"28"}},
+      {"poe_device_temperature_celsius", "Temperature of the chip.", "gauge", {"-5"}},
+      {"poe_thermal_shutdown", "1 while the chip reports thermal shutdown.", "gauge", {"1"}},
+      {"poe_device_error", "1 when the last transfer of the device status failed.", "gauge", {"0"}},
+      {"poe_port_oper_status",
+       "Operational state: 1 disabled, 2 searching, 3 delivering power, 4 fault, 5 test, 6 other fault.",
+       "gauge",
+       {"3", "2", "1", "7"}},
+      {"poe_port_detection_status", "The chip's detection code, 4 is good.", "gauge", {"4", "6", "0", "8"}},
+      {"poe_port_power_classification", "Power class plus 1; 0 is no class.", "gauge", {"5", "0", "1", "6"}},
+      {"poe_port_power_consumption_watts", "Power that the port takes.", "gauge", {"22", "0", "1", "5"}},
+      {"poe_port_invalid_signature_total",
+       "Invalid signatures since the service started.",
+       "counter",
+       {"11", "21", "31", "41"}},
+      {"poe_port_power_denied_total",
+       "Times that power was denied since the service started.",
+       "counter",
+       {"12", "23", "32", "42"}},
+      {"poe_port_overload_total",
+       "Overloads since the service started.",
+       "counter",
+       {"13", "24", "33", "43"}},
+      {"poe_port_underload_total",
+       "Underloads since the service started.",
+       "counter",
+       {"14", "25", "34", "44"}},
+      {"poe_port_short_total", "Shorts since the service started.", "counter", {"15", "26", "35", "45"}},
+      {"poe_port_class_error_total",
+       "Classification errors since the service started.",
+       "counter",
+       {"4294967295", "27", "36", "46"}},
+  };
+  std::string expected = "# HELP poe_snapshot_transfers Transfers on the chip's bus that these values cost.\n"
+                         "# TYPE poe_snapshot_transfers gauge\n"
+                         "poe_snapshot_transfers{source=\"queue\"} 0\n"
+                         "# HELP poe_snapshot_span_seconds Time in which these values were read.\n"
+                         "# TYPE poe_snapshot_span_seconds gauge\n"
+                         "poe_snapshot_span_seconds{source=\"queue\"} 0.000\n";
+  for (const auto& [name, help, type, values] : metrics) {
+    expected += std::string("# HELP ") + name + " " + help + "\n# TYPE " + name + " " + type + "\n";
+    for (std::size_t port = 0; port < values.size(); port++) {
+      const std::string label = values.size() == 1 ? "" : "{port=\"" + std::to_string(port) + "\"}";
+      expected += name + label + " " + values[port] + "\n";
+    }
+  }
+  EXPECT_EQ(snapshotPrometheus(snapshotOfMessage(1, sample())), expected);
 }
 
 TEST(SnapshotPrometheus, LeavesOutWhatIsMissing) {

@@ -59,38 +59,16 @@ q quit  0-3 port  Enter page  p plug  u unplug  + - draw  s short  ? all keys
 }
 
 TEST(LiveView, SharesALargerScreenBetweenPlotAndEventsAndWidensTheBars) {
-  EXPECT_EQ(screen(viewSample(), {30, 100, true}), R"(
-chip running, 40 C                                                            message 123, age 0.4 s
-budget 00001111111111111111·····················································         28 of 100 W
-port state       class  W/limit                                        inv  den  ovl  und  sht  cls
->0 DELIVERINGPOWER  2    6/15  ███████████████▏······················    0    0    0    0    0    0
- 1 DELIVERINGPOWER  4   22/30  ███████████████████████████▊··········   12 9999  10k 999k   1M   4G
- 2 FAULT            -    0/15  ······································    7*   0    0    0    0    0
- 3 DISABLED         -    0/15  ······································    0    0    0    0    0    0
-port 0: good, priority 1; device=good class=2 watts=6 fault=none
-── consumption (W) in the last 16 messages, and the bank's limit ───────────────────────────────────
- 110                                                                                           ▁█
-                                                                                    ──────────▂██─
-                                                                                             ▄███
-                                                                                            ▅████
-                                                                                           ▇█████
-                                                                                         ▂███████  ─
-                                                                                        ▃████████▂ ▂
-                                                                                       ▅██████████ █
-   0                                                                                 ▁▆███████████ █
-── events ─────────────────────────────────────────────────────────────────────────────────── queue
-07:08:01 port 2 invalidSignatureCounter +1, now 1
-07:08:02 port 2 invalidSignatureCounter +1, now 2
-07:08:03 port 2 invalidSignatureCounter +1, now 3
-07:08:04 port 2 invalidSignatureCounter +1, now 4
-07:08:05 port 2 invalidSignatureCounter +1, now 5
-07:08:06 port 2 invalidSignatureCounter +1, now 6
-07:08:07 port 2 invalidSignatureCounter +1, now 7
-07:08:08 port 2 invalidSignatureCounter +1, now 8
-
-card: plug 0 class=2 watts=6
-q quit  0-3 port  Enter page  p plug  u unplug  + - draw  s short  ? all keys
-)");
+  constexpr ViewFormat LARGER{30, 100, true};
+  const ViewState state = viewSample();
+  EXPECT_EQ(
+      rowOf(state, 3, LARGER),
+      ">0 DELIVERINGPOWER  2    6/15  ███████████████▏······················    0    0    0    0    0    0");
+  EXPECT_EQ(rowOf(state, 9, LARGER), " 110" + std::string(91, ' ') + "▁█");
+  EXPECT_EQ(rowOf(state, 17, LARGER).substr(0, 4), "   0");
+  EXPECT_EQ(rowOf(state, 19, LARGER), "07:08:01 port 2 invalidSignatureCounter +1, now 1");
+  EXPECT_EQ(rowOf(state, 26, LARGER), "07:08:08 port 2 invalidSignatureCounter +1, now 8");
+  EXPECT_EQ(rowOf(state, 27, LARGER), "");
 }
 
 TEST(LiveView, WaitsForTheFirstMessageWithEmptyRows) {
@@ -195,43 +173,28 @@ TEST(LiveView, SaysThatThePortIsSwitchedOff) {
   EXPECT_EQ(rowOf(state, 7), "port 3: unknown, switched off");
 }
 
-struct StateColour {
-  std::uint32_t operStatus;
-  Style style;
-};
-
-class LiveViewState : public ::testing::TestWithParam<StateColour> {};
-
-TEST_P(LiveViewState, HasItsColour) {
+TEST(LiveView, HasAColourForEachState) {
+  const std::pair<std::uint32_t, Style> rows[] = {{1, {Colour::DEFAULT, false, true}},
+                                                  {2, {Colour::YELLOW}},
+                                                  {3, {Colour::GREEN}},
+                                                  {4, {Colour::RED, true}},
+                                                  {6, {Colour::RED, true}}};
   ViewState state = viewSample();
-  state.snapshot->status.port[0].operStatus = GetParam().operStatus;
-  EXPECT_EQ(styleAt(state, 3, 3), GetParam().style);
+  for (const auto& [operStatus, style] : rows) {
+    state.snapshot->status.port[0].operStatus = operStatus;
+    EXPECT_EQ(styleAt(state, 3, 3), style) << operStatus;
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, LiveViewState,
-                         ::testing::Values(StateColour{1, {Colour::DEFAULT, false, true}},
-                                           StateColour{2, {Colour::YELLOW}}, StateColour{3, {Colour::GREEN}},
-                                           StateColour{4, {Colour::RED, true}},
-                                           StateColour{6, {Colour::RED, true}}),
-                         [](const auto& row) { return "OperStatus" + std::to_string(row.param.operStatus); });
-
-struct DrawColour {
-  std::uint32_t watts; // of 30
-  Colour colour;
-};
-
-class LiveViewDraw : public ::testing::TestWithParam<DrawColour> {};
-
-TEST_P(LiveViewDraw, ColoursTheBarByTheLimit) {
+TEST(LiveView, ColoursTheBarOfAPortByItsLimitOf30Watts) {
+  const std::pair<std::uint32_t, Colour> rows[] = {
+      {26, Colour::GREEN}, {27, Colour::YELLOW}, {30, Colour::YELLOW}, {31, Colour::RED}};
   ViewState state = viewSample();
-  state.snapshot->status.port[1].powerConsumption = GetParam().watts;
-  EXPECT_EQ(styleAt(state, 4, 31).colour, GetParam().colour);
+  for (const auto& [watts, colour] : rows) {
+    state.snapshot->status.port[1].powerConsumption = watts;
+    EXPECT_EQ(styleAt(state, 4, 31).colour, colour) << watts;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Each, LiveViewDraw,
-                         ::testing::Values(DrawColour{26, Colour::GREEN}, DrawColour{27, Colour::YELLOW},
-                                           DrawColour{30, Colour::YELLOW}, DrawColour{31, Colour::RED}),
-                         [](const auto& row) { return std::to_string(row.param.watts) + "W"; });
 
 TEST(LiveView, MarksACounterForFiveMessages) {
   ViewState state = viewSample(); // the change came with message 123

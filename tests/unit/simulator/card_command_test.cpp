@@ -1,5 +1,6 @@
 // What each card command does, what it replies, and what is said of a wrong one.
 #include "simulator/card/card_command.h"
+#include "tests/support/error_text.h"
 
 #include <gtest/gtest.h>
 
@@ -11,14 +12,8 @@ std::string run(Card& card, const std::string& line) {
   return parseCardCommand(line).run(card);
 }
 
-// What is wrong with it; empty if nothing is.
 std::string errorOf(const std::string& line) {
-  try {
-    parseCardCommand(line);
-  } catch (const CardCommandError& error) {
-    return error.what();
-  }
-  return "";
+  return errorText<CardCommandError>([&] { parseCardCommand(line); });
 }
 
 void switchOn(Card& card) {
@@ -313,12 +308,7 @@ TEST(TimedCommand, ThatIsWrongSaysWhatIsAccepted) {
       {"1 reg 0x43",
        "the reply to 'reg 0x43' would be lost; accepted are the commands that change the card"}};
   for (const auto& [text, message] : rows) {
-    try {
-      parseTimedCommand(text);
-      ADD_FAILURE() << text;
-    } catch (const CardCommandError& error) {
-      EXPECT_EQ(error.what(), message) << text;
-    }
+    EXPECT_EQ(errorText<CardCommandError>([&text = text] { parseTimedCommand(text); }), message) << text;
   }
 }
 

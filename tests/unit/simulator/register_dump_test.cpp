@@ -1,5 +1,6 @@
 // Register images as text.
 #include "simulator/card/register_dump.h"
+#include "tests/support/error_text.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -10,12 +11,7 @@ namespace {
 #define HEADING "     0  1  2  3  4  5  6  7  8  9  a  b  c  d  e  f    0123456789abcdef\n"
 
 std::string errorOf(const std::string& text) {
-  try {
-    readRegisterDump(text);
-  } catch (const RegisterDumpError& error) {
-    return error.what();
-  }
-  return "";
+  return errorText<RegisterDumpError>([&] { readRegisterDump(text); });
 }
 
 std::vector<std::string> linesOf(const std::string& text) {

@@ -34,12 +34,6 @@ protected:
   TemporaryDirectory directory;
 };
 
-TEST_F(SteppedCard, AnswersALineWithTheReplyOrAnError) {
-  EXPECT_EQ(card.answer("plug 0"), "ok\n");
-  EXPECT_EQ(card.answer("reg 0x43"), "0x43 0x41\n");
-  EXPECT_EQ(card.answer("bank 16"), "error: '16' is no N; accepted is bank N with N 0 to 15\n");
-}
-
 TEST_F(SteppedCard, LetsTransfersFailWithoutAnyEffect) {
   EXPECT_TRUE(card.write(0x12, 0x55));
   card.answer("bus fail 2");
@@ -177,13 +171,6 @@ TEST_F(SteppedCard, NamesTheFirstEightUnknownRegisters) {
   EXPECT_EQ(countedAccesses(card),
             "unknown-registers=12: 0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07 and 4 more\n"
             "read-only-writes=0\n");
-}
-
-TEST_F(SteppedCard, RecordsTheSecondsSinceTheStartWhenAskedTo) {
-  card.record(std::make_unique<TransferRecord>(recordPath(), true));
-  card.write(0x12, 0xFF);
-  read(card, 0x43);
-  EXPECT_EQ(record(), "0.015000 W 0x12 0xFF\n0.030000 R 0x43 0x41\n");
 }
 
 TEST_F(SteppedCard, BeginsTheRecordAnew) {
