@@ -38,10 +38,6 @@ TEST(PoeCardEnd, SaysThatACommandCannotBeRun) {
   EXPECT_EQ(directory.status, 127);
 }
 
-TEST(PoeCardEnd, LooksForTheCommandInThePath) {
-  EXPECT_EQ(runCard({"--", "sh", "-c", "exit 7"}).status, 7);
-}
-
 TEST(PoeCardEnd, LeavesNoFiles) {
   EXPECT_FALSE(runCard({"--", CARD_PROBE, "open"}).leftFiles);
 }

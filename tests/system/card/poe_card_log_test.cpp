@@ -165,13 +165,15 @@ TEST(PoeCardLogFile, ThatTakesOnlyPartOfALineIsReported) {
   EXPECT_EQ(result.status, 1);
 }
 
-TEST(PoeCardLogFile, ThatIsAPipeIsRefused) {
+TEST(PoeCardLogFile, OrRecordThatIsAPipeIsRefused) {
   const TemporaryDirectory tmp;
   ASSERT_EQ(mkfifo(tmp.file("pipe").c_str(), 0600), 0);
-  const CardResult result = runCard({"--log", tmp.file("pipe"), "--", "true"});
-  EXPECT_EQ(result.err, "poe_card: --log: cannot write " + tmp.file("pipe") +
-                            ": it is a pipe or a socket; accepted is a file that can be written\n");
-  EXPECT_EQ(result.status, 2);
+  for (const std::string option : {"--log", "--record"}) {
+    const CardResult result = runCard({option, tmp.file("pipe"), "--", "true"});
+    EXPECT_EQ(result.err, "poe_card: " + option + ": cannot write " + tmp.file("pipe") +
+                              ": it is a pipe or a socket; accepted is a file that can be written\n");
+    EXPECT_EQ(result.status, 2);
+  }
 }
 
 TEST(PoeCardWithoutLog, PreloadsNothingMoreThanTheDevice) {

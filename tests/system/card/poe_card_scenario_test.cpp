@@ -4,8 +4,6 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 namespace {
 
 class PoeCardFiles : public testing::Test {
@@ -74,22 +72,6 @@ TEST_F(PoeCardFiles, RecordOfACommandThatIsKilledIsWhole) {
 TEST_F(PoeCardFiles, RecordWithTimesOfASteppedCardHasAStepOf15Milliseconds) {
   runProbe({"--stepped", "--record", path("record"), "--record-times"}, {"read:0x43", "write:0x12:1"});
   EXPECT_EQ(read("record"), "0.015000 R 0x43 0x41\n0.030000 W 0x12 0x01\n");
-}
-
-TEST_F(PoeCardFiles, RecordThatCannotBeWrittenIsRefused) {
-  const CardResult result = runProbe({"--record", "/no/such/directory/record"}, {});
-  EXPECT_EQ(result.err,
-            "poe_card: --record: cannot write /no/such/directory/record: No such file or directory; "
-            "accepted is a file that can be written\n");
-  EXPECT_EQ(result.status, 2);
-}
-
-TEST_F(PoeCardFiles, RecordInAPipeIsRefused) {
-  ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
-  const CardResult result = runProbe({"--record", path("pipe")}, {});
-  EXPECT_EQ(result.err, "poe_card: --record: cannot write " + path("pipe") +
-                            ": it is a pipe or a socket; accepted is a file that can be written\n");
-  EXPECT_EQ(result.status, 2);
 }
 
 TEST_F(PoeCardFiles, RecordThatDoesNotTakeEveryTransferIsReported) {

@@ -106,6 +106,10 @@ const std::pair<std::vector<std::string>, std::string> BAD_LINES[] = {
     {{"--log", "/no/such/directory/log", "--", "true"},
      "--log: cannot write /no/such/directory/log: No such file or directory; accepted is a file that can be "
      "written"},
+    {{"--record", "/no/such/directory/record", "--", "true"},
+     "--record: cannot write /no/such/directory/record: No such file or directory; accepted is a file that "
+     "can "
+     "be written"},
     {{"--plug", "4", "--", "true"}, "--plug: '4' is no PORT" ACCEPTED_PLUG},
     {{"--plug", "", "--", "true"}, "--plug: PORT is missing" ACCEPTED_PLUG},
     {{"--plug", "0 class=5", "--", "true"}, "--plug: 'class=5' is no class=C" ACCEPTED_PLUG},

@@ -1,53 +1,12 @@
 #include "platform/better_sleep.h"
 
 #include <cerrno>
-#include <cmath>
-#include <csignal>
 #include <limits>
 
 #include <gtest/gtest.h>
-#include <sys/time.h>
 
 #include "stepped_clock.h"
 #include "system_calls.h"
-
-namespace {
-
-double monotonicSeconds() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-volatile std::sig_atomic_t g_alarms = 0;
-
-// Disturbs the calling thread every few milliseconds while it exists.
-class Alarms {
-public:
-  Alarms() {
-    struct sigaction action {};
-    action.sa_handler = [](int) { g_alarms = g_alarms + 1; };
-    g_alarms = 0;
-    sigaction(SIGALRM, &action, &m_before);
-    set(5000);
-  }
-  Alarms(const Alarms&) = delete;
-  Alarms& operator=(const Alarms&) = delete;
-  ~Alarms() {
-    set(0);
-    sigaction(SIGALRM, &m_before, nullptr);
-  }
-
-private:
-  static void set(suseconds_t period) {
-    const itimerval timer{{0, period}, {0, period}};
-    setitimer(ITIMER_REAL, &timer, nullptr);
-  }
-
-  struct sigaction m_before {};
-};
-
-} // namespace
 
 TEST(BetterSleep, SleepsToAnAbsoluteTimeOnTheMonotonicClock) {
   const SteppedClock clock(10250);
@@ -105,14 +64,4 @@ TEST(BetterSleep, OfAVeryLongTimeIsCutToOneThatFitsThirtyTwoBits) {
     EXPECT_EQ(sleep.requests()[0].time.tv_sec, 1000001000);
     EXPECT_EQ(sleep.requests()[0].time.tv_nsec, 500000000);
   }
-}
-
-TEST(BetterSleep, LastsAsLongAsAskedForInSpiteOfSignals) {
-  const double begin = monotonicSeconds();
-  {
-    const Alarms alarms;
-    BetterSleep(0.05);
-  }
-  EXPECT_GE(monotonicSeconds() - begin, 0.05);
-  EXPECT_GE(g_alarms, 1);
 }

@@ -205,29 +205,25 @@ TEST_F(DebugServerLifecycle, ATakenPortIsReportedForEachAddressAndTheObjectStays
 }
 
 TEST_F(DebugServerLifecycle, TheAddressThatIsFreeIsServed) {
-  m_port.occupy(AF_INET);
-  EXPECT_TRUE(m_server.start());
-  EXPECT_EQ(takeLog(), (LogLines{cannotListen("127.0.0.1", "Address already in use")}));
-  EXPECT_TRUE(isServed(AF_INET6));
+  const std::pair<int, const char*> addresses[] = {{AF_INET, "127.0.0.1"}, {AF_INET6, "[::1]"}};
+  for (const auto& [family, address] : addresses) {
+    m_port.occupy(family);
+    EXPECT_TRUE(m_server.start());
+    EXPECT_EQ(takeLog(), (LogLines{cannotListen(address, "Address already in use")}));
+    EXPECT_TRUE(isServed(family == AF_INET ? AF_INET6 : AF_INET));
+    m_server.stop();
+    m_port.release(family);
+  }
 }
 
-TEST_F(DebugServerLifecycle, TheOtherAddressThatIsFreeIsServed) {
-  m_port.occupy(AF_INET6);
-  EXPECT_TRUE(m_server.start());
-  EXPECT_EQ(takeLog(), (LogLines{cannotListen("[::1]", "Address already in use")}));
-  EXPECT_TRUE(isServed(AF_INET));
-}
-
-TEST_F(DebugServerLifecycle, AMachineThatDoesNotKnowIPv6IsNoError) {
-  const FailingFamily noIPv6(AF_INET6, FailingFamily::Call::SOCKET, EAFNOSUPPORT);
-  EXPECT_TRUE(m_server.start());
-  EXPECT_TRUE(isServed(AF_INET));
-}
-
-TEST_F(DebugServerLifecycle, AMachineWithoutAnIPv6AddressIsNoError) {
-  const FailingFamily noIPv6(AF_INET6, FailingFamily::Call::BIND, EADDRNOTAVAIL);
-  EXPECT_TRUE(m_server.start());
-  EXPECT_TRUE(isServed(AF_INET));
+TEST_F(DebugServerLifecycle, AMachineWithoutIPv6OrAnAddressOfItIsNoError) {
+  using Call = FailingFamily::Call;
+  for (const auto& [call, error] : {std::pair{Call::SOCKET, EAFNOSUPPORT}, {Call::BIND, EADDRNOTAVAIL}}) {
+    const FailingFamily noIPv6(AF_INET6, call, error);
+    EXPECT_TRUE(m_server.start());
+    EXPECT_TRUE(isServed(AF_INET));
+    m_server.stop();
+  }
 }
 
 TEST_F(DebugServerLifecycle, AMachineWithoutIPv4IsReported) {

@@ -4,7 +4,6 @@
 #include <string>
 
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 
 #include "tests/support/doubles/talker.h"
 #include "tests/support/process/console_connection.h"
@@ -20,21 +19,7 @@ protected:
   Zorvan::CdebugServer m_server{m_port.number(), 64};
 };
 
-class DebugServerOnBothAddresses : public DebugServerTest, public testing::WithParamInterface<int> {};
-
 } // namespace
-
-INSTANTIATE_TEST_SUITE_P(, DebugServerOnBothAddresses, testing::Values(AF_INET, AF_INET6),
-                         [](const auto& row) { return std::string(row.param == AF_INET ? "IPv4" : "IPv6"); });
-
-TEST_P(DebugServerOnBothAddresses, ServesAClient) {
-  const ConsoleConnection client(m_port.number(), GetParam());
-  EXPECT_EQ(client.receive(2), "> ");
-  client.send("Echo one two\n");
-  EXPECT_EQ(client.receive(13), "[one][two]\n> ");
-  client.send("quit\n");
-  EXPECT_EQ(client.receiveToEnd(), "");
-}
 
 TEST_F(DebugServerTest, AnswersEachLineWithItsReplyAndAPrompt) {
   const ConsoleConnection client(m_port.number());

@@ -39,15 +39,6 @@ TEST_F(Console, AKeywordThatDoesNotMatchExactlyGetsTheHelpText) {
   }
 }
 
-TEST_F(Console, AnswersThroughItsBaseClass) {
-  makeEngine();
-  Zorvan::Cdebugable& base = *engine;
-  const char* argv[] = {"help"};
-  char out[SIZE];
-  EXPECT_EQ(base.dbgCommand(1, argv, out, sizeof out), 1U);
-  EXPECT_EQ(out, HELP);
-}
-
 TEST_F(Console, CutsEveryReplyAtEveryLengthWithoutANulAndWritesNothingBeyond) {
   makeEngine();
   const std::vector<std::vector<std::string>> commands = {{"help"},

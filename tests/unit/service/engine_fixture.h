@@ -29,10 +29,6 @@ inline LogLines readFailureReport(const std::string& address) {
   return softwareError("pd69104", 2215, "Failed reading device at address 0x" + address + "\n");
 }
 
-inline LogLines restartNotice(unsigned port) {
-  return {{6, "CPD69104Engine::audit restarting Port " + std::to_string(port) + "\n"}};
-}
-
 // The registers that one cycle reads on a healthy, configured, undisturbed chip whose active bank is 0.
 inline const std::string HEALTHY_CYCLE = "R90 R43 R70 R42 "             // is the chip configured?
                                          "R96 R91 R89 R71 R72 RCB RCC " // power
@@ -92,14 +88,6 @@ protected:
   void configure(const PoeConfig& config) { EXPECT_TRUE(engine->handleConfig(&config, sizeof config)); }
 
   PoeStatus status() const { return posix.lastMessage().status; }
-
-  std::string operStates() const {
-    std::string states;
-    for (const PoePortStatus& port : status().port) {
-      states += std::to_string(port.operStatus) + " ";
-    }
-    return states;
-  }
 
   std::string registersMoved() { return registersOf(bus.takeTransfers()); }
 

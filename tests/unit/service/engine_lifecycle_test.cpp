@@ -49,13 +49,6 @@ TEST_F(EngineConstruction, RegistersWithTheConsoleUnderItsName) {
 
 class EngineDestruction : public EngineTest {};
 
-TEST_F(EngineDestruction, ClosesTheBusAndDeletesTheWatchdog) {
-  makeEngine();
-  engine.reset();
-  EXPECT_EQ(bus.closed, std::vector<int>{I2cBus::DESCRIPTOR});
-  EXPECT_THAT(takeWatchdogEvents(), ElementsAre("PoeEngine created", "PoeEngine deleted"));
-}
-
 TEST_F(EngineDestruction, StopsTheWorkerFirst) {
   makeEngine();
   EXPECT_TRUE(engine->start());
@@ -86,16 +79,6 @@ TEST_F(EngineDestruction, WithoutDriverAndWatchdogReleasesNothing) {
   }
   engine.reset();
   EXPECT_TRUE(takeWatchdogEvents().empty());
-}
-
-class EngineStart : public EngineTest {};
-
-TEST_F(EngineStart, PrintsItsLineAndCreatesTheWorker) {
-  makeEngine();
-  ::testing::internal::CaptureStdout();
-  EXPECT_TRUE(engine->start());
-  EXPECT_EQ(::testing::internal::GetCapturedStdout(), "...Cpd69104Engine::start\n");
-  EXPECT_THAT(posix.calls, ElementsAre("pthread_create"));
 }
 
 class EngineStop : public EngineTest {};
