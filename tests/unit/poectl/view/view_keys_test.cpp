@@ -1,7 +1,7 @@
 // What each key of the live view does.
 #include "poectl/view/view_keys.h"
 
-#include "tests/unit/poectl/view_sample.h"
+#include "tests/unit/poectl/view/view_sample.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #include "poectl/record/record_line.h"
 
 #include "tests/support/error_text.h"
-#include "tests/unit/poectl/record_sample.h"
+#include "tests/unit/poectl/record/record_sample.h"
 
 #include <algorithm>
 #include <fstream>

@@ -2,7 +2,7 @@
 #include "poectl/record/plot_data.h"
 #include "tests/support/process/command.h"
 #include "tests/support/process/temporary_directory.h"
-#include "tests/unit/poectl/record_sample.h"
+#include "tests/unit/poectl/record/record_sample.h"
 
 #include <gtest/gtest.h>
 

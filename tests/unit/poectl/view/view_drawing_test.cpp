@@ -1,7 +1,7 @@
 // The live view as a person sees it: whole screens, and the styles of what stands out.
 #include "poectl/view/view_drawing.h"
 
-#include "tests/unit/poectl/view_sample.h"
+#include "tests/unit/poectl/view/view_sample.h"
 
 #include <gtest/gtest.h>
 

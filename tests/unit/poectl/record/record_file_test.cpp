@@ -3,7 +3,7 @@
 #include "poectl/record/record_writer.h"
 #include "tests/support/error_text.h"
 #include "tests/support/process/temporary_directory.h"
-#include "tests/unit/poectl/record_sample.h"
+#include "tests/unit/poectl/record/record_sample.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

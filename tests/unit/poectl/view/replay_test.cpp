@@ -3,7 +3,7 @@
 
 #include "poectl/view/view_drawing.h"
 #include "tests/support/process/temporary_directory.h"
-#include "tests/unit/poectl/record_sample.h"
+#include "tests/unit/poectl/record/record_sample.h"
 
 #include <gtest/gtest.h>
 
