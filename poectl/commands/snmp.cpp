@@ -9,13 +9,28 @@
 #include <cstring>
 #include <memory>
 #include <stdexcept>
+#include <sys/stat.h>
+#include <syslog.h>
 #include <unistd.h>
 
 namespace {
 
+// snmpd gives its programs one pipe as standard output and standard error, and would take a note for an
+// answer.
+bool wouldNotesBeAnswers() {
+  struct stat output {};
+  struct stat error {};
+  return fstat(STDOUT_FILENO, &output) == 0 && fstat(STDERR_FILENO, &error) == 0 &&
+         output.st_dev == error.st_dev && output.st_ino == error.st_ino && !S_ISCHR(output.st_mode);
+}
+
+void logNote(const std::string& line) {
+  syslog(LOG_DAEMON | LOG_WARNING, "poectl snmp: %s", line.c_str());
+}
+
 // Until snmpd closes its end.
 int answerQuestions(const std::string& directory) {
-  PublishedSnapshot published(directory + "/status.json", printNote);
+  PublishedSnapshot published(directory + "/status.json", wouldNotesBeAnswers() ? logNote : printNote);
   PassPersist session([&] { return published.look(currentTime()); });
   for (;;) {
     char block[4096];

@@ -36,7 +36,8 @@ struct MibObject {
 
 using MibObjects = std::vector<MibObject>;
 
-// Reads a number out of a snapshot; a number of the whole chip ignores the port. Nothing when it is not known.
+// Reads a number out of a snapshot; a number of the whole chip ignores the port. Nothing when it is not
+// known.
 using NumberReader = std::function<std::optional<std::int64_t>(const Snapshot& snapshot, unsigned port)>;
 
 // The number of a field of the status record. Throws std::logic_error when there is none of this name.
