@@ -22,7 +22,8 @@ class Agent:
         self.address = f"127.0.0.1:{free_port()}"
         self.log = os.path.join(folder, "snmpd.log")
         self.published = published
-        self.environment = dict(os.environ, SNMP_PERSISTENT_DIR=os.path.join(folder, "state"), SNMPCONFPATH=folder, MIBS="")
+        self.environment = dict(os.environ, PATH=f"{os.environ['PATH']}:/usr/sbin", SNMP_PERSISTENT_DIR=os.path.join(folder, "state"),
+                                SNMPCONFPATH=folder, MIBS="")
         self.configuration = os.path.join(folder, "agent.conf")
         with open(self.configuration, "w", encoding="utf-8") as file:
             file.write(f"agentaddress udp:{self.address}\nrwcommunity card 127.0.0.1\n")
