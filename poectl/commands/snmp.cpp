@@ -1,5 +1,5 @@
 #include "poectl/command_line.h"
-#include "poectl/note.h"
+#include "poectl/host/note.h"
 #include "poectl/snmp/pass_persist.h"
 #include "poectl/snmp/published_snapshot.h"
 #include "poectl/status/timestamp.h"

@@ -5,6 +5,7 @@ import socket
 import subprocess
 import time
 
+EXAMPLE = os.path.join(os.path.dirname(__file__), "../../../packaging/snmpd-poe.conf")
 SUBTREES = (".1.3.6.1.2.1.47.1.1.1", ".1.3.6.1.2.1.99", ".1.3.6.1.2.1.105")
 MAX_WAIT = 20  # s
 
@@ -25,10 +26,11 @@ class Agent:
         self.environment = dict(os.environ, PATH=f"{os.environ['PATH']}:/usr/sbin", SNMP_PERSISTENT_DIR=os.path.join(folder, "state"),
                                 SNMPCONFPATH=folder, MIBS="")
         self.configuration = os.path.join(folder, "agent.conf")
+        with open(EXAMPLE, encoding="utf-8") as file:
+            example = file.read().replace("/usr/bin/poectl", poectl).replace("/run/poe", published)
         with open(self.configuration, "w", encoding="utf-8") as file:
-            file.write(f"agentaddress udp:{self.address}\nrwcommunity card 127.0.0.1\n")
-            for subtree in SUBTREES:
-                file.write(f"pass_persist {subtree} {poectl} snmp --directory {published}\n")
+            file.write(f"agentaddress udp:{self.address}\nrwcommunity writer 127.0.0.1\n"
+                       "view systemonly included .1.3.6.1.2.1.1\nrocommunity public default -V systemonly\n" + example)
 
     def __enter__(self):
         self.process = subprocess.Popen(
@@ -45,8 +47,8 @@ class Agent:
         self.process.terminate()
         self.process.wait(MAX_WAIT)
 
-    def ask(self, program, *words, wait=MAX_WAIT):
-        command = [program, "-m", "", "-On", "-Ox", "-v2c", "-c", "card", "-t", str(wait), "-r", "0", self.address, *words]
+    def ask(self, program, *words, community="public", wait=MAX_WAIT):
+        command = [program, "-m", "", "-On", "-Ox", "-v2c", "-c", community, "-t", str(wait), "-r", "0", self.address, *words]
         return subprocess.run(command, env=self.environment, capture_output=True, text=True, check=False)
 
     def publish(self, text):
@@ -67,7 +69,7 @@ class Agent:
             if result.returncode != 0:
                 raise RuntimeError(f"{program}: {result.stdout}{result.stderr}")
             lines = result.stdout.replace("\n.", "\0.").replace("\n", "").split("\0")
-            rows += [parsed(line) for line in lines if " = No Such " not in line]
+            rows += [parsed(line) for line in lines if " = No " not in line]
         return rows
 
 
