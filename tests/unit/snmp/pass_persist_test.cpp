@@ -43,8 +43,8 @@ TEST_F(Questions, OfAnyLengthHaveOneAnswer) {
   EXPECT_EQ(answersTo("get\n" + tooLong + "\n"), "NONE\n");
   EXPECT_EQ(answersTo("set\n" + tooLong + "\nstring " + tooLong + "\n"), "not-writable\n");
   EXPECT_EQ(answersTo("PING\n"), "PONG\n");
-  // The part that is kept is an identifier.
-  EXPECT_EQ(answersTo("get\n" + std::string(MAX_PASS_LINE - 1, '0') + "1.1\n"), "NONE\n");
+  // The part that is kept is an identifier with objects after it.
+  EXPECT_EQ(answersTo("getnext\n" + std::string(MAX_PASS_LINE - 1, '0') + "1.1\n"), "NONE\n");
 }
 
 // From the first to the last, each is the one that get finds, and all rise number by number.
