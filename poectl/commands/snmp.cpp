@@ -25,7 +25,7 @@ bool wouldNotesBeAnswers() {
 }
 
 void logNote(const std::string& line) {
-  syslog(LOG_DAEMON | LOG_WARNING, "poectl snmp: %s", line.c_str());
+  syslog(LOG_DAEMON | LOG_WARNING, "snmp: %s", line.c_str());
 }
 
 // Until snmpd closes its end.

@@ -1,5 +1,6 @@
 #include "poectl/snmp/published_snapshot.h"
 
+#include "poectl/record/record_line.h"
 #include "poectl/record/record_reader.h"
 #include "poectl/status/status_events.h"
 
@@ -39,6 +40,10 @@ CardLook PublishedSnapshot::look(Snapshot::Time now) {
 
 void PublishedSnapshot::read() {
   m_snapshot.reset();
+  if (m_identity.st_size > static_cast<off_t>(MAX_RECORD_LINE)) { // which would take time to read
+    refuse(m_path + ": is too long; accepted are " + std::to_string(MAX_RECORD_LINE) + " bytes");
+    return;
+  }
   try {
     RecordReader reader(m_path);
     auto record = reader.next();

@@ -87,6 +87,8 @@ TEST_F(Published, WarnsOncePerReasonWhyThereIsNone) {
   askTwice();
   publish("{}\n");
   askTwice();
+  std::filesystem::resize_file(path, std::uintmax_t{1} << 40); // which nobody may read to its end
+  askTwice();
   std::filesystem::remove(path);
   std::filesystem::create_directory(path);
   askTwice();
@@ -95,6 +97,7 @@ TEST_F(Published, WarnsOncePerReasonWhyThereIsNone) {
                           path + ": is empty" + accepted,
                           path + ": has more than one line" + accepted,
                           path + ":1: \"version\" is missing; there is no record before it",
+                          path + ": is too long; accepted are 65536 bytes",
                           path + ": is no regular file; accepted is a file of 'poectl watch --record'",
                       }));
 }
