@@ -83,11 +83,11 @@ TEST_F(Published, WarnsOncePerReasonWhyThereIsNone) {
   askTwice();
   publish("");
   askTwice();
+  std::filesystem::resize_file(path, std::uintmax_t{1} << 40); // which nobody may read to its end
+  askTwice();
   publish(lineOf(1) + lineOf(2));
   askTwice();
   publish("{}\n");
-  askTwice();
-  std::filesystem::resize_file(path, std::uintmax_t{1} << 40); // which nobody may read to its end
   askTwice();
   std::filesystem::remove(path);
   std::filesystem::create_directory(path);
@@ -95,9 +95,9 @@ TEST_F(Published, WarnsOncePerReasonWhyThereIsNone) {
   EXPECT_EQ(warnings, (std::vector<std::string>{
                           path + ": cannot be read: No such file or directory",
                           path + ": is empty" + accepted,
+                          path + ": is too long; accepted are 65536 bytes",
                           path + ": has more than one line" + accepted,
                           path + ":1: \"version\" is missing; there is no record before it",
-                          path + ": is too long; accepted are 65536 bytes",
                           path + ": is no regular file; accepted is a file of 'poectl watch --record'",
                       }));
 }
