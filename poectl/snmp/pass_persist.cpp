@@ -6,6 +6,12 @@ namespace {
 
 constexpr char NONE[] = "NONE\n";
 
+// The same for all: its objects never change.
+const Mib& mib() {
+  static const Mib MIB;
+  return MIB;
+}
+
 } // namespace
 
 PassPersist::PassPersist(std::function<CardLook()> look) : m_look(std::move(look)) {}
@@ -67,6 +73,6 @@ std::string PassPersist::takeValueOfSet() {
 std::string PassPersist::answer(std::optional<Mib::Answer> (Mib::*find)(const Oid&, const CardLook&) const) {
   m_step = &PassPersist::takeQuestion;
   const auto oid = m_isTooLong ? std::nullopt : oidFrom(m_line);
-  const auto found = oid ? (m_mib.*find)(*oid, m_look()) : std::nullopt;
+  const auto found = oid ? (mib().*find)(*oid, m_look()) : std::nullopt;
   return found ? oidText(*found->oid) + "\n" + found->value.type + "\n" + found->value.text + "\n" : NONE;
 }

@@ -33,7 +33,6 @@ private:
   std::string expect(Step step);
   std::string answer(std::optional<Mib::Answer> (Mib::*find)(const Oid&, const CardLook&) const);
 
-  const Mib m_mib;
   const std::function<CardLook()> m_look;
   std::string m_line;
   bool m_isTooLong = false; // m_line is only the first part
