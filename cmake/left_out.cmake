@@ -21,6 +21,10 @@ set(POE_OPTIONAL_THINGS
   "PkgConfig::POE_SYSTEMD|libsystemd|libsystemd-dev"
   "PkgConfig::UMOCKDEV|umockdev|libumockdev-dev umockdev"
   "PYTHON3|Python 3|python3"
+  "PYSNMP_MIBS|the Python module pysnmp_mibs|python3-pysnmp4-mibs"
+  "SNMPD|snmpd|snmpd"
+  "SNMPWALK|snmpwalk|snmp"
+  "STRACE|strace|strace"
   "SYSTEMD_ANALYZE|systemd-analyze|systemd"
   "TMUX|tmux|tmux"
   "tomlplusplus::tomlplusplus|toml++|libtomlplusplus-dev")

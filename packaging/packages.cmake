@@ -18,7 +18,7 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "")
 if(TARGET poe_card)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS umockdev)
 endif()
-set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS gnuplot-nox) # for "poectl plot"
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "gnuplot-nox, snmpd") # for "poectl plot" and "poectl snmp"
 if(CMAKE_CROSSCOMPILING)
   # dpkg-shlibdeps asks the packages that own the libraries, and those of another architecture have none here.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)

@@ -29,6 +29,9 @@ iproute2       another machine beside that of the real process
 python3        the tests of the documents
 python3-jsonschema the schema of the records
 gnuplot-nox    the plots of records
+snmpd          the agent that asks poectl
+snmp           its managers
+python3-pysnmp4-mibs the types and ranges of what they get
 libclang-rt-dev reads the inputs of the fuzz targets
 '
 
