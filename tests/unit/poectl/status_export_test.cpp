@@ -110,13 +110,18 @@ TEST(SnapshotPrometheus, HasTheNameOfAPortAsALabel) {
 }
 
 TEST(SnapshotPrometheus, HasAMetricForEveryField) {
-  EXPECT_EQ(snapshotPrometheus(snapshotOfMessage(1, sample())),
+  Snapshot snapshot = snapshotOfMessage(1, sample());
+  snapshot.begin = snapshot.end = Snapshot::Time(std::chrono::milliseconds(1'700'000'000'012));
+  EXPECT_EQ(snapshotPrometheus(snapshot),
             R"(# HELP poe_snapshot_transfers Transfers on the chip's bus that these values cost.
 # TYPE poe_snapshot_transfers gauge
 poe_snapshot_transfers{source="queue"} 0
 # HELP poe_snapshot_span_seconds Time in which these values were read.
 # TYPE poe_snapshot_span_seconds gauge
 poe_snapshot_span_seconds{source="queue"} 0.000
+# HELP poe_snapshot_timestamp_seconds When these values were read, since 1970-01-01 00:00 UTC.
+# TYPE poe_snapshot_timestamp_seconds gauge
+poe_snapshot_timestamp_seconds{source="queue"} 1700000000.012
 # HELP poe_main_power_watts Limit of the active power bank.
 # TYPE poe_main_power_watts gauge
 poe_main_power_watts 100
@@ -195,6 +200,39 @@ poe_port_class_error_total{port="0"} 4294967295
 poe_port_class_error_total{port="1"} 27
 poe_port_class_error_total{port="2"} 36
 poe_port_class_error_total{port="3"} 46
+)");
+}
+
+TEST(SnapshotPrometheus, HasTheDetailsOfThePortsThatHaveThem) {
+  Snapshot snapshot = snapshotOfMessage(1, sample());
+  snapshot.source = Snapshot::Source::CONSOLE;
+  snapshot.period = std::chrono::milliseconds(10'500);
+  snapshot.names[1] = "door";
+  snapshot.details[1] = {true, 30, 2, 540, 1007, false, "none"};
+  snapshot.details[3].enabled = false;
+  const std::string metrics = snapshotPrometheus(snapshot);
+  EXPECT_NE(metrics.find("\npoe_snapshot_period_seconds{source=\"console\"} 10.500\n"), std::string::npos);
+  const std::string last = "poe_port_class_error_total{port=\"3\"} 46\n";
+  EXPECT_EQ(metrics.substr(metrics.find(last) + last.size()),
+            R"(# HELP poe_port_enabled 1 when the configuration enables the port.
+# TYPE poe_port_enabled gauge
+poe_port_enabled{port="1",name="door"} 1
+poe_port_enabled{port="3"} 0
+# HELP poe_port_limit_watts Power limit of the port by the configuration.
+# TYPE poe_port_limit_watts gauge
+poe_port_limit_watts{port="1",name="door"} 30
+# HELP poe_port_priority Priority of the port by the configuration: 1 is served first.
+# TYPE poe_port_priority gauge
+poe_port_priority{port="1",name="door"} 2
+# HELP poe_port_voltage_volts Voltage at the port.
+# TYPE poe_port_voltage_volts gauge
+poe_port_voltage_volts{port="1",name="door"} 54.0
+# HELP poe_port_current_amperes Current that the port takes.
+# TYPE poe_port_current_amperes gauge
+poe_port_current_amperes{port="1",name="door"} 1.007
+# HELP poe_port_powered 1 when the chip has switched the power of the port on.
+# TYPE poe_port_powered gauge
+poe_port_powered{port="1",name="door"} 0
 )");
 }
 
