@@ -31,6 +31,8 @@ python3        the tests of the documents
 python3-jsonschema the schema of the records
 gnuplot-nox    the plots of records
 libclang-rt-dev reads the inputs of the fuzz targets
+prometheus     the alert rules and the metrics
+prometheus-node-exporter serves the published files
 '
 
 packages_for_powerpc='

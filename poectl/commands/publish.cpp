@@ -1,5 +1,5 @@
-#include "poectl/commands/source_options.h"
-#include "poectl/note.h"
+#include "poectl/feed/source_options.h"
+#include "poectl/host/note.h"
 #include "poectl/publish/publication.h"
 
 #include <memory>

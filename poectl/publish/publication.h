@@ -1,9 +1,9 @@
 // Publishes snapshots as files that other programs read at any moment.
 #pragma once
 
-#include "platform/host/file_descriptor.h"
 #include "poectl/publish/published.h"
 #include "poectl/status/snapshot.h"
+#include "posix/file_descriptor.h"
 
 #include <chrono>
 #include <functional>

@@ -2,7 +2,6 @@
 
 #include "poectl/config/file_replacement.h"
 #include "poectl/config/input_file.h"
-#include "posix/file_descriptor.h"
 #include "text/text.h"
 
 #include <cerrno>

@@ -162,22 +162,25 @@ TEST_F(PublicationTest, SaysOnceThatAFileCannotBeWrittenAndOnceThatItCan) {
   EXPECT_TRUE(files->isWritten());
 }
 
-// Messages come each second, but for an hour and a half in which they do not.
+// Snapshots come each 10 s, but for an hour and a half in which they do not.
 TEST_F(PublicationTest, HoldsNoMoreAfterADayThanAfterAnHour) {
   const auto files = publication();
-  const auto steps = [&](int count, bool isUp) {
-    for (int step = 0; step < count; step++) {
-      now += isUp ? 1s : 2s;
-      isUp ? files->take(message(1'000'000), now) : files->refresh(now);
+  Snapshot snapshot = message(1'000'000);
+  snapshot.period = 10s;
+  const auto passHours = [&](double hours, bool isUp) {
+    const auto end = now + std::chrono::milliseconds(static_cast<std::int64_t>(hours * 3'600'000));
+    while (now < end) {
+      now += 10s;
+      isUp ? files->take(snapshot, now) : files->refresh(now);
     }
   };
-  steps(3600, true);
+  passHours(1, true);
   const std::size_t heap = mallinfo2().uordblks; // 0 under a sanitizer
   const std::size_t descriptors = entries("/proc/self/fd");
-  steps(9 * 3600, true);
-  steps(2700, false);
+  passHours(9, true);
+  passHours(1.5, false);
   EXPECT_EQ(value("poe_snapshot_age_seconds"), "5400.000");
-  steps(12 * 3600 + 1800, true);
+  passHours(12.5, true);
   EXPECT_LE(mallinfo2().uordblks, heap + 4096);
   EXPECT_EQ(entries("/proc/self/fd"), descriptors);
   EXPECT_EQ(entries(folder.path()), 2U);
