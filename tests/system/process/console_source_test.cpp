@@ -307,13 +307,13 @@ protected:
       if (!waitUntil([&] { return folder.read("poe.prom").find("\npoe_up 1\n") != std::string::npos; })) {
         return testing::AssertionFailure() << publish.output();
       }
-      const std::string status = statusText("--json") + statusText("--prometheus");
+      const std::string expected = statusText("--json") + statusText("--prometheus");
       const std::string published =
           comparable(folder.read("status.json")) + comparable(folder.read("poe.prom"));
-      if (published == status) {
+      if (published == expected) {
         return testing::AssertionSuccess();
       }
-      difference = "published:\n" + published + "\nstatus:\n" + status;
+      difference = "published:\n" + published + "\nexpected:\n" + expected;
     }
     return testing::AssertionFailure() << difference;
   }
