@@ -18,7 +18,8 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "")
 if(TARGET poe_card)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS umockdev)
 endif()
-set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "gnuplot-nox, snmpd") # for "poectl plot" and "poectl snmp"
+# For "poectl plot", for the published files, and for "poectl snmp".
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "gnuplot-nox, prometheus-node-exporter, snmpd")
 if(CMAKE_CROSSCOMPILING)
   # dpkg-shlibdeps asks the packages that own the libraries, and those of another architecture have none here.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)
@@ -43,6 +44,11 @@ set(CPACK_DEBIAN_SERVICE_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME poe-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_CONTROL_EXTRA
+  ${CMAKE_CURRENT_LIST_DIR}/debian/tools/postinst
+  ${CMAKE_CURRENT_LIST_DIR}/debian/tools/prerm
+  ${CMAKE_CURRENT_LIST_DIR}/debian/tools/postrm)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(poectl_description "poectl plays the card's main process: it configures the service, shows
 its status, explains the power budget and plays scenarios.")
 if(TARGET poe_card)

@@ -37,7 +37,7 @@ bool CommandOption::takesValue() const {
 
 bool CommandOption::takesFile() const {
   const std::string_view shown(value);
-  return shown == "FILE" || shown == "PATH";
+  return shown == "FILE" || shown == "PATH" || shown == "DIR";
 }
 
 bool Command::takesFile() const {

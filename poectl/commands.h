@@ -25,7 +25,7 @@ struct CommandOption {
   const char* help;  // sentences
 
   bool takesValue() const;
-  // Takes the name of a file.
+  // Takes the name of a file or a directory.
   bool takesFile() const;
 };
 

@@ -33,6 +33,8 @@ snmpd          the agent that asks poectl
 snmp           its managers
 python3-pysnmp4-mibs the types and ranges of what they get
 libclang-rt-dev reads the inputs of the fuzz targets
+prometheus     the alert rules and the metrics
+prometheus-node-exporter serves the published files
 '
 
 packages_for_powerpc='

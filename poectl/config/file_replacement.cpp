@@ -86,3 +86,18 @@ bool writeAndSync(int file, const std::string& contents) {
   }
   return fsync(file) == 0; // or a power failure could leave an empty file after it was renamed
 }
+
+bool writeAside(const std::string& path, const std::string& temporary, const std::string& contents) {
+  unlink(temporary.c_str()); // O_EXCL then follows no link that somebody else has put there
+  const FileDescriptor file(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  if (!file.isOpen()) {
+    return false;
+  }
+  if (!writeAndSync(file.get(), contents) || std::rename(temporary.c_str(), path.c_str()) != 0) {
+    const int error = errno;
+    unlink(temporary.c_str());
+    errno = error;
+    return false;
+  }
+  return true;
+}

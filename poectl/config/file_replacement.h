@@ -29,3 +29,8 @@ private:
 
 // Writes everything to a descriptor and waits until the disk has it. False: errno says why not.
 bool writeAndSync(int file, const std::string& contents);
+
+// Writes the contents to `temporary`, a name in the directory of `path`, and renames that to `path`:
+// everybody sees the file that was there before, or the whole new one. A file of the name `temporary` that a
+// killed process has left is replaced. False: errno says why not; `path` is then as it was.
+bool writeAside(const std::string& path, const std::string& temporary, const std::string& contents);

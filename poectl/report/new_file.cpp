@@ -2,13 +2,10 @@
 
 #include "poectl/config/file_replacement.h"
 #include "poectl/config/input_file.h"
-#include "posix/file_descriptor.h"
 #include "text/text.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -35,14 +32,7 @@ void requireNewFile(const std::string& path) {
 void writeNewFile(const std::string& path, const std::string& text) {
   requireNewFile(path);
   const std::string temporary = path + "." + std::to_string(getpid()) + ".part";
-  const FileDescriptor file(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-  if (file.get() < 0) {
-    fail(path);
-  }
-  if (!writeAndSync(file.get(), text) || std::rename(temporary.c_str(), path.c_str()) != 0) {
-    const int error = errno;
-    unlink(temporary.c_str());
-    errno = error;
+  if (!writeAside(path, temporary, text)) {
     fail(path);
   }
 }

@@ -81,13 +81,32 @@ std::string head(const StatusField& field) {
   return head(field.metric, field.help, field.kind == StatusField::Kind::COUNTER ? "counter" : "gauge");
 }
 
+// A metric of the snapshot itself, from milliseconds.
+std::string timeMetric(const Snapshot& snapshot, const char* metric, const char* help,
+                       std::chrono::milliseconds time) {
+  return head(metric, help, "gauge") + metric + "{source=\"" + sourceWord(snapshot.source) + "\"} " +
+         text::formatted("%lld.%03lld\n", static_cast<long long>(time.count() / 1000),
+                         static_cast<long long>(time.count() % 1000));
+}
+
 std::string originMetrics(const Snapshot& snapshot) {
-  const std::string source = std::string("{source=\"") + sourceWord(snapshot.source) + "\"} ";
-  const std::chrono::duration<double> span = snapshot.end - snapshot.begin;
-  return head("poe_snapshot_transfers", "Transfers on the chip's bus that these values cost.", "gauge") +
-         "poe_snapshot_transfers" + source + std::to_string(snapshot.transfers) + "\n" +
-         head("poe_snapshot_span_seconds", "Time in which these values were read.", "gauge") +
-         "poe_snapshot_span_seconds" + source + text::formatted("%.3f", span.count()) + "\n";
+  const auto milliseconds = [](auto time) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(time);
+  };
+  std::string text =
+      head("poe_snapshot_transfers", "Transfers on the chip's bus that these values cost.", "gauge") +
+      "poe_snapshot_transfers{source=\"" + sourceWord(snapshot.source) + "\"} " +
+      std::to_string(snapshot.transfers) + "\n";
+  text += timeMetric(snapshot, "poe_snapshot_span_seconds", "Time in which these values were read.",
+                     milliseconds(snapshot.end - snapshot.begin));
+  text += timeMetric(snapshot, "poe_snapshot_timestamp_seconds",
+                     "When these values were read, since 1970-01-01 00:00 UTC.",
+                     milliseconds(snapshot.end.time_since_epoch()));
+  if (snapshot.period.count() != 0) {
+    text += timeMetric(snapshot, "poe_snapshot_period_seconds", "Usual time between two snapshots.",
+                       snapshot.period);
+  }
+  return text;
 }
 
 // "{port="1",name="camera"} "
@@ -102,6 +121,50 @@ std::string portLabels(unsigned port, const PortNames& names) {
     labels += "\"";
   }
   return labels + "} ";
+}
+
+std::optional<std::uint32_t> asNumber(std::optional<bool> flag) {
+  return flag ? std::optional<std::uint32_t>(*flag ? 1 : 0) : std::nullopt;
+}
+
+// A detail of a port as a metric.
+struct DetailMetric {
+  const char* metric;
+  const char* help;
+  std::optional<std::uint32_t> (*read)(const PortDetails& details);
+  unsigned divisor; // from the detail's unit to the metric's: 1, 10 or 1000
+};
+
+const DetailMetric DETAIL_METRICS[] = {
+    {"poe_port_enabled", "1 when the configuration enables the port.",
+     [](const PortDetails& details) { return asNumber(details.enabled); }, 1},
+    {"poe_port_limit_watts", "Power limit of the port by the configuration.",
+     [](const PortDetails& details) { return details.limitW; }, 1},
+    {"poe_port_priority", "Priority of the port by the configuration: 1 is served first.",
+     [](const PortDetails& details) { return details.priority; }, 1},
+    {"poe_port_voltage_volts", "Voltage at the port.",
+     [](const PortDetails& details) { return details.voltageDv; }, 10},
+    {"poe_port_current_amperes", "Current that the port takes.",
+     [](const PortDetails& details) { return details.currentMa; }, 1000},
+    {"poe_port_powered", "1 when the chip has switched the power of the port on.",
+     [](const PortDetails& details) { return asNumber(details.powered); }, 1},
+};
+
+// 111 with a divisor of 1000 is "0.111".
+std::string decimal(std::uint32_t value, unsigned divisor) {
+  const std::string fraction = std::to_string(divisor + value % divisor).substr(1);
+  return std::to_string(value / divisor) + (fraction.empty() ? "" : "." + fraction);
+}
+
+// Empty when no port has the detail.
+std::string detailMetric(const Snapshot& snapshot, const DetailMetric& detail) {
+  std::string text;
+  for (unsigned port = 0; port < POE_PORTS; port++) {
+    if (const auto value = detail.read(snapshot.details[port])) {
+      text += detail.metric + portLabels(port, snapshot.names) + decimal(*value, detail.divisor) + "\n";
+    }
+  }
+  return text.empty() ? "" : head(detail.metric, detail.help, "gauge") + text;
 }
 
 } // namespace
@@ -130,5 +193,18 @@ std::string snapshotPrometheus(const Snapshot& snapshot) {
       text += field.metric + portLabels(port, snapshot.names) + value(field, port);
     }
   });
+  for (const DetailMetric& detail : DETAIL_METRICS) {
+    text += detailMetric(snapshot, detail);
+  }
   return text;
+}
+
+std::string upMetric(bool isUp) {
+  return head("poe_up", "1 while snapshots come, 0 when the last one is stale or there is none.", "gauge") +
+         "poe_up " + (isUp ? "1" : "0") + "\n";
+}
+
+std::string ageMetric(const Snapshot& snapshot, std::chrono::milliseconds age) {
+  return timeMetric(snapshot, "poe_snapshot_age_seconds", "Age of these values when they were written here.",
+                    age);
 }

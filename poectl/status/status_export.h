@@ -19,6 +19,13 @@ std::string snapshotJsonLine(const Snapshot& snapshot);
 // The same indented.
 std::string snapshotJson(const Snapshot& snapshot);
 
-// One metric for each field that the source knows; those of the ports have the label "port". Two metrics of
-// the snapshot itself have the label "source".
+// One metric for each field and each detail of a port that the source knows; those of the ports have the
+// label "port", and "name" for a port that has one. Those of the snapshot itself, such as its time, have the
+// label "source".
 std::string snapshotPrometheus(const Snapshot& snapshot);
+
+// Whether snapshots come, as a metric.
+std::string upMetric(bool isUp);
+
+// The snapshot's age as a metric.
+std::string ageMetric(const Snapshot& snapshot, std::chrono::milliseconds age);

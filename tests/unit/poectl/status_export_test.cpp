@@ -117,6 +117,8 @@ struct Metric {
 };
 
 TEST(SnapshotPrometheus, HasAMetricForEveryField) {
+  Snapshot snapshot = snapshotOfMessage(1, sample());
+  snapshot.begin = snapshot.end = Snapshot::Time(std::chrono::milliseconds(1'700'000'000'012));
   const Metric metrics[] = {
       {"poe_main_power_watts", "Limit of the active power bank.", "gauge", {"100"}},
       {"poe_main_oper_status", "Chip: 0 not yet checked, 1 running, 3 unreachable.", "gauge", {"1"}},
@@ -158,7 +160,11 @@ TEST(SnapshotPrometheus, HasAMetricForEveryField) {
                          "poe_snapshot_transfers{source=\"queue\"} 0\n"
                          "# HELP poe_snapshot_span_seconds Time in which these values were read.\n"
                          "# TYPE poe_snapshot_span_seconds gauge\n"
-                         "poe_snapshot_span_seconds{source=\"queue\"} 0.000\n";
+                         "poe_snapshot_span_seconds{source=\"queue\"} 0.000\n"
+                         "# HELP poe_snapshot_timestamp_seconds When these values were read, since "
+                         "1970-01-01 00:00 UTC.\n"
+                         "# TYPE poe_snapshot_timestamp_seconds gauge\n"
+                         "poe_snapshot_timestamp_seconds{source=\"queue\"} 1700000000.012\n";
   for (const auto& [name, help, type, values] : metrics) {
     expected += std::string("# HELP ") + name + " " + help + "\n# TYPE " + name + " " + type + "\n";
     for (std::size_t port = 0; port < values.size(); port++) {
@@ -166,7 +172,40 @@ TEST(SnapshotPrometheus, HasAMetricForEveryField) {
       expected += name + label + " " + values[port] + "\n";
     }
   }
-  EXPECT_EQ(snapshotPrometheus(snapshotOfMessage(1, sample())), expected);
+  EXPECT_EQ(snapshotPrometheus(snapshot), expected);
+}
+
+TEST(SnapshotPrometheus, HasTheDetailsOfThePortsThatHaveThem) {
+  Snapshot snapshot = snapshotOfMessage(1, sample());
+  snapshot.source = Snapshot::Source::CONSOLE;
+  snapshot.period = std::chrono::milliseconds(10'500);
+  snapshot.names[1] = "door";
+  snapshot.details[1] = {true, 30, 2, 540, 1007, false, "none"};
+  snapshot.details[3].enabled = false;
+  const std::string metrics = snapshotPrometheus(snapshot);
+  EXPECT_NE(metrics.find("\npoe_snapshot_period_seconds{source=\"console\"} 10.500\n"), std::string::npos);
+  const std::string last = "poe_port_class_error_total{port=\"3\"} 46\n";
+  EXPECT_EQ(metrics.substr(metrics.find(last) + last.size()),
+            R"(# HELP poe_port_enabled 1 when the configuration enables the port.
+# TYPE poe_port_enabled gauge
+poe_port_enabled{port="1",name="door"} 1
+poe_port_enabled{port="3"} 0
+# HELP poe_port_limit_watts Power limit of the port by the configuration.
+# TYPE poe_port_limit_watts gauge
+poe_port_limit_watts{port="1",name="door"} 30
+# HELP poe_port_priority Priority of the port by the configuration: 1 is served first.
+# TYPE poe_port_priority gauge
+poe_port_priority{port="1",name="door"} 2
+# HELP poe_port_voltage_volts Voltage at the port.
+# TYPE poe_port_voltage_volts gauge
+poe_port_voltage_volts{port="1",name="door"} 54.0
+# HELP poe_port_current_amperes Current that the port takes.
+# TYPE poe_port_current_amperes gauge
+poe_port_current_amperes{port="1",name="door"} 1.007
+# HELP poe_port_powered 1 when the chip has switched the power of the port on.
+# TYPE poe_port_powered gauge
+poe_port_powered{port="1",name="door"} 0
+)");
 }
 
 TEST(SnapshotPrometheus, LeavesOutWhatIsMissing) {
