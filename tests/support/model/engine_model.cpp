@@ -1,5 +1,7 @@
 #include "tests/support/model/engine_model.h"
 
+#include "tests/support/model/budget_model.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -198,27 +200,12 @@ void EngineModel::checkChip() {
   }
 }
 
-// The ports that keep their bit of the restart mask.
 std::vector<unsigned> EngineModel::portsToRestart() const {
-  std::array<bool, 4> restarted = {true, true, true, true};
-  std::uint32_t budget = power.limit;
-  for (std::uint32_t priority = 1; priority <= 3; priority++) {
-    for (unsigned port = 0; port < 4; port++) {
-      const PoePortConfig& config = stored.port[port];
-      if (config.priority != priority) {
-        continue;
-      }
-      const std::uint32_t need = config.powerLimit / 1000;
-      if (config.adminEnable == 0 || channels.at(port).detection != 4) {
-        restarted.at(port) = false;
-      } else if (need <= budget) {
-        budget -= need;
-        restarted.at(port) = false;
-      } else {
-        restarted.at(port) = channels.at(port).enable;
-      }
-    }
+  std::array<ModelPortPower, 4> powers{};
+  for (unsigned port = 0; port < 4; port++) {
+    powers.at(port) = {channels.at(port).detection, channels.at(port).enable};
   }
+  const std::array<bool, 4> restarted = restartedPorts(stored, power.limit, powers);
   std::vector<unsigned> ports;
   for (unsigned port = 0; port < 4; port++) {
     if (restarted.at(port)) {
