@@ -17,6 +17,7 @@ set(POE_OPTIONAL_THINGS
   "JSONSCHEMA|the Python module jsonschema|python3-jsonschema"
   "nlohmann_json::nlohmann_json|nlohmann_json|nlohmann-json3-dev"
   "PkgConfig::LIBEDIT|libedit|libedit-dev"
+  "PkgConfig::MICROHTTPD|libmicrohttpd|libmicrohttpd-dev"
   "PkgConfig::NCURSESW|ncurses|libncurses-dev"
   "PkgConfig::POE_SYSTEMD|libsystemd|libsystemd-dev"
   "PkgConfig::UMOCKDEV|umockdev|libumockdev-dev umockdev"
