@@ -31,6 +31,8 @@ iproute2       another machine beside that of the real process
 python3        the tests of the documents
 python3-jsonschema the schema of the records
 gnuplot-nox    the plots of records
+chromium       the page in a browser
+chromium-driver drives the browser
 libclang-rt-dev reads the inputs of the fuzz targets
 '
 
