@@ -86,7 +86,7 @@ class Status(unittest.TestCase):
         self.desk.card("fault 2 fet")
         self.source = ("--from", "console")
         self.browser.open(self.desk.serve(*self.source, "--every", "0.3").address)
-        wait_until(lambda: self.browser.run("return document.body.dataset.message"))
+        wait_until(lambda: [port["state"] for port in self.browser.run(READ)["port"]][1:3] == ["Delivering power", "Other fault"])
         self.await_same("console", ("title",))  # of 'poectl status' without the file
         self.assertEqual(self.browser.run(READ)["port"][1]["limit"], "30")
 
