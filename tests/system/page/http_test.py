@@ -43,7 +43,7 @@ class Server(unittest.TestCase):
                 connection.putheader("Content-Length", str(len(body)))
             connection.endheaders(None if body is None else body.encode())
             reply = connection.getresponse()
-            return reply.status, dict(reply.getheaders()), reply.read().decode()
+            return reply.status, dict(reply.getheaders()), reply.read(1000 if path == "/events" else None).decode()
         finally:
             connection.close()
 
