@@ -5,6 +5,7 @@
 # Everything that may be missing: a target or a variable of CMake | its name | the Debian packages that bring it.
 set(POE_OPTIONAL_THINGS
   "benchmark::benchmark|Google Benchmark|libbenchmark-dev"
+  "CHROMEDRIVER|chromedriver|chromium-driver"
   "CLI11::CLI11|CLI11|libcli11-dev"
   "CMAKE_C_COMPILER|a C compiler|gcc"
   "FUZZED_DATA_PROVIDER|FuzzedDataProvider.h|libclang-rt-dev"
@@ -18,6 +19,7 @@ set(POE_OPTIONAL_THINGS
   "NODE_EXPORTER|the node exporter|prometheus-node-exporter"
   "nlohmann_json::nlohmann_json|nlohmann_json|nlohmann-json3-dev"
   "PkgConfig::LIBEDIT|libedit|libedit-dev"
+  "PkgConfig::MICROHTTPD|libmicrohttpd|libmicrohttpd-dev"
   "PkgConfig::NCURSESW|ncurses|libncurses-dev"
   "PkgConfig::POE_SYSTEMD|libsystemd|libsystemd-dev"
   "PkgConfig::UMOCKDEV|umockdev|libumockdev-dev umockdev"

@@ -1,4 +1,4 @@
-# The Debian packages that "cpack" makes in the build folder: one of the service, one of the tools.
+# The Debian packages that "cpack" makes in the build folder: one of the service, one of the tools, one of the page.
 include(${CMAKE_CURRENT_LIST_DIR}/maintainer.cmake)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "${POE_MAINTAINER}")
@@ -9,6 +9,9 @@ set(CPACK_COMPONENTS_ALL service)
 if(TARGET poectl)
   list(APPEND CPACK_COMPONENTS_ALL tools)
 endif()
+if(TARGET poectl-page)
+  list(APPEND CPACK_COMPONENTS_ALL page)
+endif()
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -18,8 +21,9 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "")
 if(TARGET poe_card)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS umockdev)
 endif()
-# For "poectl plot", for the published files, and for "poectl snmp".
-set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "gnuplot-nox, prometheus-node-exporter, snmpd")
+# For "poectl plot", for "poectl serve", for the published files, and for "poectl snmp".
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "gnuplot-nox, poe-page, prometheus-node-exporter, snmpd")
+set(CPACK_DEBIAN_PAGE_PACKAGE_DEPENDS "poe-tools (>= ${PROJECT_VERSION})")
 if(CMAKE_CROSSCOMPILING)
   # dpkg-shlibdeps asks the packages that own the libraries, and those of another architecture have none here.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)
@@ -60,6 +64,12 @@ else()
   set(CPACK_DEBIAN_TOOLS_DESCRIPTION "main process of a line card for the PoE service
 ${poectl_description}")
 endif()
+
+set(CPACK_DEBIAN_PAGE_PACKAGE_NAME poe-page)
+set(CPACK_DEBIAN_PAGE_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PAGE_DESCRIPTION "page of a line card for a browser
+The server of 'poectl serve', which shows the ports, the power budget, the
+history and the events of the PoE service as a page on the loopback address.")
 
 # Every file in the packages is of the release's date, so that two builds make the same packages.
 execute_process(COMMAND date --utc --date=${POE_RELEASE_DATE} +%s OUTPUT_VARIABLE POE_RELEASE_SECONDS

@@ -14,6 +14,7 @@ libtomlplusplus-dev the configuration files of poectl
 nlohmann-json3-dev the status of poectl as JSON
 libedit-dev    the interactive console
 libncurses-dev the live view of poectl
+libmicrohttpd-dev the page of poectl
 libsystemd-dev the keep-alive to systemd
 '
 
@@ -25,6 +26,7 @@ i2c-tools      programs that know nothing of the simulated card
 systemd        the check of the unit
 groff-base     the check of the manual pages
 tmux           a terminal for the tests of poectl on a terminal
+strace         ends a program at a system call
 iproute2       another machine beside that of the real process
 python3        the tests of the documents
 python3-jsonschema the schema of the records
@@ -32,6 +34,8 @@ gnuplot-nox    the plots of records
 snmpd          the agent that asks poectl
 snmp           its managers
 python3-pysnmp4-mibs the types and ranges of what they get
+chromium       the page in a browser
+chromium-driver drives the browser
 libclang-rt-dev reads the inputs of the fuzz targets
 prometheus     the alert rules and the metrics
 prometheus-node-exporter serves the published files
@@ -82,6 +86,8 @@ packages_to_measure='
 valgrind       counts instructions and allocations
 libbenchmark-dev measures what the operations of the engine take
 gnuplot-nox    draws the plots
+chromium-driver draws the page in a browser
+pngquant       makes the picture of the page small
 bsdextrautils  shows the tables
 '
 

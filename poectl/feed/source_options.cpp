@@ -34,13 +34,6 @@ bool isServed(const char* queue) {
 
 } // namespace
 
-void placeSourceOptions(CommandSyntax& syntax, SourceOptions& options) {
-  syntax.text("--from", options.from);
-  syntax.seconds("--every", options.every);
-  syntax.flag("--no-bus", options.noBus);
-  syntax.text("--file", options.file);
-}
-
 Snapshot::Source chooseSource(const SourceOptions& options, const SnapshotFeed::Warn& warn) {
   if (!options.from.empty() && options.from != "queue" && options.from != "console") {
     throw UsageError("--from: there is no source " + text::quoted(options.from) +

@@ -17,8 +17,14 @@ struct SourceOptions {
   SnapshotReports reports() const { return noBus ? SnapshotReports::TRANSFER_FREE : SnapshotReports::ALL; }
 };
 
-// Places --from, --every, --no-bus and --file.
-void placeSourceOptions(CommandSyntax& syntax, SourceOptions& options);
+// Places --from, --every, --no-bus and --file. Inline: a program without a table of commands has no
+// CommandSyntax.
+inline void placeSourceOptions(CommandSyntax& syntax, SourceOptions& options) {
+  syntax.text("--from", options.from);
+  syntax.seconds("--every", options.every);
+  syntax.flag("--no-bus", options.noBus);
+  syntax.text("--file", options.file);
+}
 
 // The source that the options name, else the queue, unless somebody else may be serving it. A queue
 // that is left over is nobody's: `warn` gets a line that says so, and the console is asked. Throws UsageError
