@@ -80,6 +80,9 @@ std::string CardClient::ask(const std::string& words) {
   if (words == "nonsense") {
     throw CardRefusal("card: what?");
   }
+  if (words == "temperature") {
+    return "40 C\n";
+  }
   stage->now += stage->cardTakes;
   note("card " + words);
   return "";
@@ -221,6 +224,13 @@ const Row ROWS[] = {
     {"ComparesCountersWithALine",
      "after 1 message\nexpect ports 1,2,3 counters unchanged since line 1 for 2 messages",
      "ok; ok; 4 messages, 4000 ms"},
+    {"ComparesCountersWithTheEndOfTheLine",
+     "after 2 messages\nexpect ports 0 counters unchanged since line 1 for 1 message",
+     "ok; not ok: port 0 overLoadCounter is 4, was 3; expected is no change since line 1; 4 messages, 4000 "
+     "ms"},
+    {"ReceivesAMessageMoreBeforeItComparesCounters",
+     "card a\nexpect ports 1,2,3 counters unchanged since line 1 for 2 messages",
+     "ok; ok; 4 messages, 4000 ms"},
     {"ReceivesBeforeItComparesCounters",
      "card a\nexpect ports 0 counters unchanged since line 1 for 2 messages",
      "ok; not ok: port 0 overLoadCounter is 2, was 1; expected is no change since line 1; 2 messages, 2000 "
@@ -265,6 +275,10 @@ TEST_F(Player, DoesWhatTheStepsSayAndPrintsTheReplies) {
             "ok 5 - line 5: card show it\n");
   EXPECT_EQ(m_stage.done, "apply 50 W within 1000 at 1000\nline of info within 10000 at 1000\n"
                           "apply 50 W within 1000 at 2000\ncard show it at 2000\n");
+}
+
+TEST_F(Player, PrintsTheReplyOfTheCardAfterTheResult) {
+  EXPECT_EQ(tapOf("card temperature"), "TAP version 13\n1..1\nok 1 - line 1: card temperature\n# 40 C\n");
 }
 
 TEST_F(Player, ShowsTheLastMessageAndTheLogAfterAFailure) {
