@@ -80,6 +80,10 @@ std::string CardClient::ask(const std::string& words) {
   if (words == "nonsense") {
     throw CardRefusal("card: what?");
   }
+  if (words == "killed") {
+    stage->signalAfter = 0;
+    throw CardError("card: interrupted");
+  }
   if (words == "temperature") {
     return "40 C\n";
   }
@@ -258,6 +262,7 @@ const Row ROWS[] = {
      endsAfter(2, false)},
     {"EndsBySignal", "after 9 messages", "Bail out! interrupted by a signal; 3 messages, 3000 ms",
      endsAfter(3, true)},
+    {"EndsBySignalInAStep", "card killed", "Bail out! interrupted by a signal; 1 messages, 1000 ms"},
     {"EndsBySignalInAWait", "wait 9", "Bail out! interrupted by a signal; 3 messages, 3000 ms",
      endsAfter(3, true)},
 };
