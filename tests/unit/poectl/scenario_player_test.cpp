@@ -36,7 +36,9 @@ std::chrono::steady_clock::time_point std::chrono::steady_clock::now() noexcept 
 }
 
 StatusQueue::StatusQueue() : m_queue(-1) {}
-StatusQueue::~StatusQueue() = default;
+StatusQueue::~StatusQueue() {
+  static_cast<void>(m_queue); // there is none to close
+}
 StatusReceiver::StatusReceiver(Warn warn) : m_warn(std::move(warn)), m_signals({}) {}
 
 StatusReceiver::Event StatusReceiver::next(Milliseconds limit, PoeStatus& status) {
