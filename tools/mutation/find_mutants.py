@@ -49,10 +49,13 @@ class Mutant:
     old: str
     line: int
 
-    def name(self):
-        """The same as long as the text around it is the same, wherever it has moved to."""
+    def key(self):
+        """The same as long as its function and the text around it are, in whatever file and line they are."""
         squeeze = lambda text: re.sub(r"\s+", " ", text).strip()
-        return f"{self.file} {self.function} {self.kind}: {squeeze(self.old)} -> {squeeze(self.new)}"
+        return f"{self.function} {self.kind}: {squeeze(self.old)} -> {squeeze(self.new)}"
+
+    def name(self):
+        return f"{self.file} {self.key()}"
 
 
 class Finder:
@@ -73,7 +76,7 @@ class Finder:
         return self.numbered()
 
     def numbered(self):
-        """Two changes of one name are told apart by a number."""
+        """Two changes of one name are distinguished by a number."""
         seen = {}
         result = []
         for m in sorted(set(self.mutants), key=lambda m: (m.start, m.end, m.new)):
@@ -99,20 +102,24 @@ class Finder:
             if len(old) < 12:  # too short to tell where it is: the whole line stands beside it
                 begin = self.bytes.rfind(b"\n", 0, start) + 1
                 stop = self.bytes.find(b"\n", end)
-                old = f"{old} in '{self.text(begin, stop).strip()}' at {start - begin}"
+                before = self.text(begin, start).count(old)
+                which = f" ({before + 1})" if before else ""
+                old = f"{old}{which} in '{self.text(begin, stop).strip()}'"
             self.mutants.append(Mutant(self.file, start, end, new, kind, self.function, old, line))
 
     def functions(self, cursor, function):
         for child in cursor.get_children():
             where = self.extent(child)
-            if where is None and child.kind != CursorKind.NAMESPACE:
+            if where is None:
                 continue
             name = function
             if child.kind in (CursorKind.FUNCTION_DECL, CursorKind.CXX_METHOD, CursorKind.CONSTRUCTOR,
                               CursorKind.DESTRUCTOR, CursorKind.FUNCTION_TEMPLATE):
                 if not child.is_definition():
                     continue
-                name = child.spelling
+                owner = child.semantic_parent
+                is_member = owner is not None and owner.kind in (CursorKind.CLASS_DECL, CursorKind.STRUCT_DECL)
+                name = f"{owner.spelling}::{child.spelling}" if is_member else child.spelling
                 self.function = name
                 self.walk(child)
             elif child.kind in (CursorKind.VAR_DECL, CursorKind.ENUM_DECL):

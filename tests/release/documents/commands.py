@@ -8,6 +8,8 @@ blocks, indented or fenced:
   poectl or poe_card   at the start of a line is run too; only its exit status is looked at
   ./SCRIPT             is not run here: it must be executable, and .ci/run must run it
 
+Every page of the project is among the documents, or in NOT_RUN with the reason.
+
 A poectl or poe_card command in `backticks` names a command with placeholders: its --help must know the command and the
 options.
 
@@ -29,6 +31,15 @@ PLUGGED = ("0 class=2 watts=6", "1 class=4 watts=22")
 CARD_IS_READY = 20  # s: until both devices have their power
 COMMAND_ENDS = 30  # s
 VARIES = ((re.compile(r"(last fed \(ms ago\) +: )\d+"), r"\1..."),)
+
+NOT_RUN = {
+    "CHANGELOG.md": "names commands as they were in each version",
+    "CONTRIBUTING.md": "its commands build, debug and test; .ci/run runs those that check",
+    "docs/performance.md": "benchmarks/measure writes it",
+    "docs/reliability.md": "its commands run for minutes to hours; .ci/run runs their short forms",
+    "docs/scenarios.md": "its commands are two ends of one session; tests/system/scenarios plays its language",
+    "docs/simulator.md": "its commands start services of their own that run until they are ended",
+}
 
 
 class Command:
@@ -160,9 +171,18 @@ def check_script(root, name):
         raise RuntimeError(f".ci/run does not run {name}")
 
 
+def unlisted(root, documents):
+    """Pages that are neither run nor listed with a reason, and those that are listed and are both, or none."""
+    pages = {str(page.relative_to(root)) for page in [*root.glob("*.md"), *root.glob("docs/*.md")]}
+    for page in sorted(pages - set(documents) - set(NOT_RUN)):
+        yield f"{page}: is not run; add it to the documents of this test, or to NOT_RUN with the reason"
+    for page in sorted(set(NOT_RUN) & set(documents)) + sorted(set(NOT_RUN) - pages):
+        yield f"{page}: NOT_RUN has it, and it is run or is no page"
+
+
 def main():
     tools, root, documents = Path(sys.argv[1]).resolve(), Path(sys.argv[2]), sys.argv[3:]
-    faults, checked = [], 0
+    faults, checked = list(unlisted(root, documents)), 0
 
     def check(where, function, *arguments):
         nonlocal checked

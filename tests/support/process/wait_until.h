@@ -6,6 +6,10 @@
 
 constexpr std::chrono::seconds MAX_WAIT{20};
 
+// The most that something may take which waits for nothing, also at low priority on a busy machine. What it
+// must not wait for takes 10 s or more.
+constexpr std::chrono::seconds AT_ONCE{5};
+
 // Repeats a test until it holds or MAX_WAIT has passed.
 template <typename Condition>
 bool waitUntil(Condition condition) {

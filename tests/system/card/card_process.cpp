@@ -62,6 +62,9 @@ CardProcess::CardProcess(const std::filesystem::path& tmp, const std::vector<std
   if (m_pid == 0) {
     dup2(out[1], STDOUT_FILENO);
     dup2(err[1], STDERR_FILENO);
+    for (const int number : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) {
+      signal(number, SIG_DFL); // also when the tests run under nohup, which ignores SIGHUP
+    }
     setenv("TMPDIR", tmp.c_str(), 1);
     execv(argv[0], argv.data());
     _exit(EXIT_FAILURE);

@@ -18,6 +18,7 @@ public:
     if (m_pid == 0) {
       dup2(ends[1], STDOUT_FILENO);
       dup2(ends[1], STDERR_FILENO);
+      signal(SIGHUP, SIG_DFL); // also when the tests run under nohup
       std::vector<char*> arguments;
       for (const std::string& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str()));

@@ -1,0 +1,232 @@
+// The queues and the console as poectl uses them, beside ends that fill, break off, refuse and stay silent.
+// Needs the queues and the console's port.
+#include "poectl/console/console_client.h"
+#include "poectl/service/queue.h"
+#include "tests/support/process/hostile_peer.h"
+#include "tests/support/process/listeners.h"
+
+#include <chrono>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <sys/eventfd.h>
+#include <sys/stat.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr milliseconds LIMIT{300};
+constexpr milliseconds LONG{60000};
+constexpr milliseconds SOON{5000}; // also on a busy machine
+
+// A console whose every connection hears the command and `quit`, and says a text before it closes.
+std::string replyTo(const std::string& said) {
+  const HostilePeer console(listenOnPort(CONSOLE_PORT), [&](const HostilePeer& self, int connection) {
+    self.hear(connection);
+    self.hear(connection);
+    self.say(connection, said);
+  });
+  try {
+    return askConsole("info", {LONG, -1});
+  } catch (const ConsoleError& error) {
+    return std::string("error: ") + error.what();
+  }
+}
+
+TEST(AskConsole, TakesOnlyAWholeReply) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"> a\nb\n> ", "a\nb\n"},
+      {"> > ", ""},
+      {"> a\n> b\n> ", "a\n> b\n"},
+      {"> a\x1b[2J\n> ", "a\\x1B[2J\n"},
+      {"> a\nb", "error: the console has broken off its reply"},
+      {"> a\n>", "error: the console has broken off its reply"},
+      {"> ", "error: the console has broken off its reply"},
+      {"", "error: the console refuses: "},
+      {">", "error: the console refuses: >"},
+      {"busy\nlater\n> ", "error: the console refuses: busy"},
+      {"\x1b[2Jbusy", "error: the console refuses: \\x1B[2Jbusy"},
+  };
+  for (const auto& [said, result] : rows) {
+    EXPECT_EQ(replyTo(said), result) << said;
+  }
+}
+
+TEST(AskConsole, SendsTheCommandAndQuit) {
+  std::string heard;
+  {
+    const HostilePeer console(listenOnPort(CONSOLE_PORT), [&](const HostilePeer& self, int connection) {
+      char request[64] = {};
+      const ssize_t length = recv(connection, request, sizeof "channel 1\nquit\n" - 1, MSG_WAITALL);
+      heard.assign(request, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+      self.say(connection, "> a\n> ");
+    });
+    EXPECT_EQ(askConsole("channel 1"), "a\n");
+  }
+  EXPECT_EQ(heard, "channel 1\nquit\n");
+}
+
+TEST(AskConsole, EndsAtItsDeadlineOrWhenItIsStopped) {
+  const HostilePeer console(listenOnPort(CONSOLE_PORT), HostilePeer::silent);
+  const Clock::time_point start = Clock::now();
+  EXPECT_THROW(askConsole("info", {LIMIT, -1}), ConsoleSilentError);
+  EXPECT_GE(Clock::now() - start, LIMIT);
+  const int stop = eventfd(1, EFD_CLOEXEC);
+  EXPECT_THROW(askConsole("info", {LONG, stop}), ConsoleError);
+  close(stop);
+  EXPECT_LT(Clock::now() - start, LIMIT + SOON);
+}
+
+TEST(AskConsole, SaysThatNobodyListens) {
+  EXPECT_FALSE(consolePortIsTaken());
+  try {
+    askConsole("info");
+    ADD_FAILURE();
+  } catch (const ConsoleClosedError& error) {
+    EXPECT_STREQ(error.what(),
+                 "cannot reach the console on 127.0.0.1 port 10001: Connection refused; is the service "
+                 "running?");
+  }
+  const int listener = listenOnPort(CONSOLE_PORT);
+  EXPECT_TRUE(consolePortIsTaken());
+  close(listener);
+}
+
+TEST(ConsoleLine, HasTheEngineInFrontOfItsCommands) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"channel 0", "PD69104Engine channel 0"},
+      {" info", "PD69104Engine  info"},
+      {"info\t1", "PD69104Engine info\t1"},
+      {"PD69104Engine info", "PD69104Engine info"},
+      {"help", "help"},
+      {"help info", "help info"},
+      {"nobody info", "nobody info"},
+      {" \t", " \t"},
+      {"", ""},
+  };
+  for (const auto& [words, line] : rows) {
+    EXPECT_EQ(consoleLine(words), line);
+  }
+  EXPECT_THROW(consoleLine("info\nquit"), ConsoleInputError);
+  for (const char* const end : {"quit", " exit", "quit\t"}) {
+    EXPECT_TRUE(endsConsole(end)) << end;
+  }
+  for (const char* const other : {"", " ", "quit now", "info", "xquit"}) {
+    EXPECT_FALSE(endsConsole(other)) << other;
+  }
+}
+
+// "/queueToPoe" with room for two messages, as the service makes it otherwise.
+class ServiceQueue {
+public:
+  ServiceQueue() {
+    mq_attr attributes{};
+    attributes.mq_maxmsg = 2;
+    attributes.mq_msgsize = sizeof(PoeConfigMessage);
+    m_queue = mq_open("/queueToPoe", O_RDONLY | O_NONBLOCK | O_CREAT | O_EXCL, 0600, &attributes);
+    EXPECT_GE(m_queue, 0) << std::strerror(errno);
+  }
+  ~ServiceQueue() {
+    mq_close(m_queue);
+    mq_unlink("/queueToPoe");
+  }
+
+  // The limit of bank 0 in the next message; -1: there is none, or another.
+  long bank() const {
+    PoeConfigMessage message{};
+    const ssize_t length = mq_receive(m_queue, reinterpret_cast<char*>(&message), sizeof message, nullptr);
+    return length == sizeof message && message.msgId == 0
+               ? static_cast<long>(message.config.bankPowerLimit[0])
+               : -1L;
+  }
+
+private:
+  mqd_t m_queue;
+};
+
+PoeConfig withBank(std::uint32_t watts) {
+  PoeConfig config{};
+  config.bankPowerLimit[0] = watts;
+  return config;
+}
+
+std::string sendError(const SendWait& wait) {
+  try {
+    sendConfig(withBank(3), wait);
+  } catch (const QueueError& error) {
+    return error.what();
+  }
+  return "sent";
+}
+
+TEST(SendConfig, WaitsForRoomUntilItsDeadlineOrUntilItIsStopped) {
+  EXPECT_EQ(sendError({}), "cannot open /queueToPoe: No such file or directory; is the service running?");
+  const ServiceQueue service;
+  sendConfig(withBank(1));
+  sendConfig(withBank(2), {LIMIT, -1});
+  const std::string noRoom =
+      "cannot send on /queueToPoe: the service takes no messages, and there is no room";
+  Clock::time_point start = Clock::now();
+  EXPECT_EQ(sendError({LIMIT, -1}), noRoom);
+  EXPECT_GE(Clock::now() - start, LIMIT);
+  const int stop = eventfd(1, EFD_CLOEXEC);
+  EXPECT_EQ(sendError({LONG, stop}), noRoom);
+  close(stop);
+  EXPECT_LT(Clock::now() - start, LIMIT + SOON);
+  std::thread reader([&] {
+    std::this_thread::sleep_for(LIMIT);
+    EXPECT_EQ(service.bank(), 1);
+  });
+  EXPECT_EQ(sendError({LONG, -1}), "sent");
+  reader.join();
+  EXPECT_EQ(service.bank(), 2);
+  EXPECT_EQ(service.bank(), 3);
+  EXPECT_EQ(service.bank(), -1);
+}
+
+TEST(SendConfig, WaitsForASecondWhenNothingElseIsSaid) {
+  const ServiceQueue service;
+  sendConfig(withBank(1));
+  sendConfig(withBank(2));
+  const Clock::time_point start = Clock::now();
+  EXPECT_NE(sendError({}), "sent");
+  EXPECT_GE(Clock::now() - start, milliseconds(1000));
+  EXPECT_LT(Clock::now() - start, milliseconds(1000) + SOON);
+}
+
+TEST(StatusQueue, ExistsAsLongAsItsObjectAndIsOpenToTheService) {
+  EXPECT_FALSE(queueExists("/queueToMain"));
+  EXPECT_FALSE(removeQueue("/queueToMain"));
+  EXPECT_THROW(removeQueue("nonsense"), QueueError);
+  const mode_t umaskBefore = umask(0777);
+  {
+    StatusQueue queue;
+    EXPECT_TRUE(queueExists("/queueToMain"));
+    EXPECT_THROW(StatusQueue(), QueueError);
+    struct stat state {};
+    EXPECT_EQ(fstat(queue.descriptor(), &state), 0);
+    EXPECT_EQ(state.st_mode & 0777, 0622U);
+    mq_attr attributes{};
+    EXPECT_EQ(mq_getattr(queue.descriptor(), &attributes), 0);
+    EXPECT_EQ(attributes.mq_maxmsg, 10);
+    EXPECT_EQ(attributes.mq_msgsize, 188);
+    EXPECT_EQ(fcntl(queue.descriptor(), F_GETFD), FD_CLOEXEC);
+    char message[188] = {};
+    EXPECT_EQ(queue.receive(message, sizeof message), 0U) << "and does not wait";
+    EXPECT_THROW(queue.receive(message, 187), QueueError);
+    const mqd_t service = mq_open("/queueToMain", O_WRONLY);
+    EXPECT_EQ(mq_send(service, "abc", 3, 0), 0);
+    mq_close(service);
+    EXPECT_EQ(queue.receive(message, sizeof message), 3U);
+    EXPECT_STREQ(message, "abc");
+  }
+  EXPECT_FALSE(queueExists("/queueToMain"));
+  {
+    const StatusQueue queue;
+    EXPECT_TRUE(removeQueue("/queueToMain"));
+  }
+  umask(umaskBefore);
+}
+
+} // namespace
