@@ -14,6 +14,8 @@
 
 namespace {
 
+constexpr std::uint64_t MAX_REGION = std::uint64_t{1} << 40U; // bytes
+
 bool wraps(std::uint64_t start, std::uint64_t size) {
   return size > std::numeric_limits<std::uint64_t>::max() - start;
 }
@@ -41,19 +43,25 @@ void GuestMemory::add(const Region& region, int fd) {
   if (m_mappings.size() == MAX_REGIONS) {
     throw VirtioError("its memory has too many regions; accepted are " + std::to_string(MAX_REGIONS));
   }
-  if (region.size == 0 || wraps(region.guest, region.size) || wraps(region.user, region.size)) {
+  if (region.size == 0 || region.size > MAX_REGION || wraps(region.guest, region.size) ||
+      wraps(region.user, region.size)) {
     throw VirtioError("a region of its memory has a wrong size");
   }
   requireFileThatHolds(region, fd);
-  const std::uint64_t beforeStart = region.offset % static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-  const std::uint64_t length = region.size + beforeStart;
-  void* const pages = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd,
-                           static_cast<off_t>(region.offset - beforeStart));
-  if (pages == MAP_FAILED) {
+  const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+  const std::uint64_t beforeStart = region.offset % page;
+  // Rounded up to pages, with one on each side that nobody can touch.
+  const std::uint64_t length = (region.size + beforeStart + 3 * page - 1) / page * page;
+  void* const reserved = mmap(nullptr, length, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (reserved == MAP_FAILED) {
     throw VirtioError(std::string("its memory cannot be mapped: ") + std::strerror(errno));
   }
-  auto* const first = static_cast<std::uint8_t*>(pages);
-  m_mappings.push_back({region, first + beforeStart, first, length});
+  auto* const pages = static_cast<std::uint8_t*>(reserved);
+  m_mappings.push_back({region, pages + page + beforeStart, pages, length});
+  if (mmap(pages + page, region.size + beforeStart, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, fd,
+           static_cast<off_t>(region.offset - beforeStart)) == MAP_FAILED) {
+    throw VirtioError(std::string("its memory cannot be mapped: ") + std::strerror(errno));
+  }
 }
 
 void GuestMemory::clear() {

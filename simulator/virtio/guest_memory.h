@@ -34,7 +34,7 @@ private:
   struct Mapping {
     Region region;
     std::uint8_t* start; // of the region
-    std::uint8_t* pages; // of the mapping, which begins at a page
+    std::uint8_t* pages; // of the mapping, the first and the last of which cannot be touched
     std::uint64_t length;
   };
 
