@@ -30,13 +30,13 @@ const sockaddr* generic(const sockaddr_un* address) {
 }
 
 struct Attempt {
-  OwnedDescriptor socket;
+  FileDescriptor socket;
   int error; // 0: connected
 };
 
 Attempt tryToConnect(const std::string& path) {
   const sockaddr_un address = addressOf(path);
-  OwnedDescriptor client(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  FileDescriptor client(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   const int error = connect(client.get(), generic(&address), sizeof address) == 0 ? 0 : errno;
   return {std::move(client), error};
 }
@@ -53,10 +53,10 @@ void removeStale(const std::string& path) {
   unlink(path.c_str());
 }
 
-OwnedDescriptor listenAt(const std::string& path) {
+FileDescriptor listenAt(const std::string& path) {
   const sockaddr_un address = addressOf(path);
   removeStale(path);
-  OwnedDescriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  FileDescriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   const int fd = listener.get();
   // The mode comes before bind(), so that the file never has any other.
   if (fd < 0 || fchmod(fd, S_IRUSR | S_IWUSR) != 0 || bind(fd, generic(&address), sizeof address) != 0 ||
@@ -76,9 +76,9 @@ UnixListener::~UnixListener() {
   unlink(m_path.c_str());
 }
 
-OwnedDescriptor connectTo(const std::string& path) {
+FileDescriptor connectTo(const std::string& path) {
   Attempt attempt = tryToConnect(path);
-  return attempt.error == 0 ? std::move(attempt.socket) : OwnedDescriptor();
+  return attempt.error == 0 ? std::move(attempt.socket) : FileDescriptor();
 }
 
 // The socket's mode keeps other users out, but not root's own helpers and not whoever is handed a descriptor.

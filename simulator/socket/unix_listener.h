@@ -1,7 +1,7 @@
 // A listening Unix stream socket, for its user only.
 #pragma once
 
-#include "simulator/socket/owned_descriptor.h"
+#include "posix/file_descriptor.h"
 
 #include <stdexcept>
 #include <string>
@@ -28,11 +28,11 @@ public:
 
 private:
   const std::string m_path;
-  const OwnedDescriptor m_socket;
+  const FileDescriptor m_socket;
 };
 
 // A connection to whoever listens at the path, or none. Does not wait and does not block.
-OwnedDescriptor connectTo(const std::string& path);
+FileDescriptor connectTo(const std::string& path);
 
 // Whether the peer of a connection is a process of our user or of root.
 bool isOfOurUser(int fd);

@@ -38,7 +38,7 @@ void await(int socket, Clock::time_point end) {
 }
 
 // The descriptors of a message, none of which is left open.
-void takeDescriptors(msghdr& message, std::vector<OwnedDescriptor>& descriptors) {
+void takeDescriptors(msghdr& message, std::vector<FileDescriptor>& descriptors) {
   for (cmsghdr* control = CMSG_FIRSTHDR(&message); control != nullptr;
        control = CMSG_NXTHDR(&message, control)) {
     if (control->cmsg_level != SOL_SOCKET || control->cmsg_type != SCM_RIGHTS) {
@@ -54,7 +54,7 @@ void takeDescriptors(msghdr& message, std::vector<OwnedDescriptor>& descriptors)
 }
 
 // Reads `size` bytes and the descriptors with them. False: the connection has ended before the first of them.
-bool receiveAll(int socket, void* bytes, std::size_t size, std::vector<OwnedDescriptor>& descriptors) {
+bool receiveAll(int socket, void* bytes, std::size_t size, std::vector<FileDescriptor>& descriptors) {
   const Clock::time_point end = Clock::now() + DEADLINE;
   std::size_t received = 0;
   while (received < size) {
@@ -137,11 +137,11 @@ std::uint64_t VhostUserMessage::longWord(std::size_t place) const {
   return number<std::uint64_t>(place);
 }
 
-OwnedDescriptor VhostUserMessage::takeDescriptor() {
+FileDescriptor VhostUserMessage::takeDescriptor() {
   if (m_descriptors.empty()) {
-    return OwnedDescriptor();
+    return FileDescriptor();
   }
-  OwnedDescriptor first = std::move(m_descriptors.front());
+  FileDescriptor first = std::move(m_descriptors.front());
   m_descriptors.erase(m_descriptors.begin());
   return first;
 }

@@ -1,7 +1,7 @@
 // The messages by which an emulator sets a device of its machine up, over a Unix stream socket.
 #pragma once
 
-#include "simulator/socket/owned_descriptor.h"
+#include "posix/file_descriptor.h"
 
 #include <array>
 #include <cstdint>
@@ -42,7 +42,7 @@ public:
   std::uint32_t word(std::size_t place) const;
   std::uint64_t longWord(std::size_t place) const;
   // The first descriptor that is left, or none.
-  OwnedDescriptor takeDescriptor();
+  FileDescriptor takeDescriptor();
   std::size_t descriptors() const { return m_descriptors.size(); }
 
 private:
@@ -52,7 +52,7 @@ private:
   VhostUserRequest m_request{};
   std::size_t m_size = 0;
   std::array<std::uint8_t, MAX_PAYLOAD> m_payload{};
-  std::vector<OwnedDescriptor> m_descriptors;
+  std::vector<FileDescriptor> m_descriptors;
 };
 
 // Sends the answer to a request; it has one number of 64 bits, or an index and a number of 32 bits each.

@@ -38,14 +38,14 @@ void requireFirst(std::uint64_t index) {
 }
 
 // These descriptors come from the emulator and may be of any kind: neither call waits.
-void drain(const OwnedDescriptor& notification) {
+void drain(const FileDescriptor& notification) {
   std::uint64_t count = 0;
   if (isReady(notification.get(), POLLIN) && read(notification.get(), &count, sizeof count) != sizeof count) {
     throw VirtioError("a notification that is no eventfd");
   }
 }
 
-void notify(const OwnedDescriptor& notification) {
+void notify(const FileDescriptor& notification) {
   const std::uint64_t one = 1;
   if (isReady(notification.get(), POLLOUT) && write(notification.get(), &one, sizeof one) != sizeof one) {
     throw VirtioError("a notification that is no eventfd");
@@ -54,7 +54,7 @@ void notify(const OwnedDescriptor& notification) {
 
 } // namespace
 
-VhostUserSession::VhostUserSession(OwnedDescriptor socket, SimulatedCard& card, Report report)
+VhostUserSession::VhostUserSession(FileDescriptor socket, SimulatedCard& card, Report report)
     : m_socket(std::move(socket)), m_report(std::move(report)), m_requests(card) {}
 
 bool VhostUserSession::serveMessage() {
@@ -159,7 +159,7 @@ void VhostUserSession::setMemory(VhostUserMessage& message) {
   m_memory.clear();
   for (std::size_t region = 0; region < count; ++region) {
     const std::size_t place = FIRST_REGION + region * REGION_SIZE;
-    const OwnedDescriptor file = message.takeDescriptor();
+    const FileDescriptor file = message.takeDescriptor();
     m_memory.add({message.longWord(place), message.longWord(place + 8), message.longWord(place + 16),
                   message.longWord(place + 24)},
                  file.get());
@@ -187,6 +187,6 @@ void VhostUserSession::serveRequests() {
 }
 
 void VhostUserSession::stopRing() {
-  m_kick = OwnedDescriptor();
+  m_kick = FileDescriptor();
   m_broken = false;
 }

@@ -2,7 +2,7 @@
 // requests in its ring. One thread.
 #pragma once
 
-#include "simulator/socket/owned_descriptor.h"
+#include "posix/file_descriptor.h"
 #include "simulator/virtio/guest_memory.h"
 #include "simulator/virtio/i2c_requests.h"
 #include "simulator/virtio/vhost_user_message.h"
@@ -18,7 +18,7 @@ public:
   using Report = std::function<void(const std::string& line)>;
 
   // `socket` is the connection from the emulator. `card` outlives the session.
-  VhostUserSession(OwnedDescriptor socket, SimulatedCard& card, Report report);
+  VhostUserSession(FileDescriptor socket, SimulatedCard& card, Report report);
 
   // Readable when serveMessage() has something to do.
   int socket() const { return m_socket.get(); }
@@ -39,13 +39,13 @@ private:
   void setMemory(VhostUserMessage& message);
   void stopRing();
 
-  OwnedDescriptor m_socket;
+  FileDescriptor m_socket;
   const Report m_report;
   GuestMemory m_memory;
   VirtQueue m_queue{m_memory};
   I2cRequests m_requests;
-  OwnedDescriptor m_kick;
-  OwnedDescriptor m_call;
+  FileDescriptor m_kick;
+  FileDescriptor m_call;
   bool m_enabled = true; // without the feature that enables rings by a message
   bool m_broken = false;
 };

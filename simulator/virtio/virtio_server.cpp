@@ -56,10 +56,10 @@ void VirtioServer::run() {
 }
 
 void VirtioServer::accept() {
-  serve(OwnedDescriptor(accept4(m_listener->get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK)));
+  serve(FileDescriptor(accept4(m_listener->get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK)));
 }
 
-void VirtioServer::serve(OwnedDescriptor connection) {
+void VirtioServer::serve(FileDescriptor connection) {
   if (connection.get() >= 0 && isOfOurUser(connection.get())) {
     m_session = std::make_unique<VhostUserSession>(std::move(connection), m_card, m_report);
   }

@@ -25,10 +25,10 @@ public:
 private:
   void run();
   void accept();
-  void serve(OwnedDescriptor connection);
+  void serve(FileDescriptor connection);
 
   std::optional<UnixListener> m_listener;
-  OwnedDescriptor m_stop;
+  FileDescriptor m_stop;
   SimulatedCard& m_card;
   const VhostUserSession::Report m_report;
   std::unique_ptr<VhostUserSession> m_session; // of the thread

@@ -63,8 +63,8 @@ VirtualMachine::VirtualMachine()
       m_kick(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), m_call(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   std::array<int, 2> ends{};
   require(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()) == 0);
-  m_ownEnd = OwnedDescriptor(ends[0]);
-  m_cardsEnd = OwnedDescriptor(ends[1]);
+  m_ownEnd = FileDescriptor(ends[0]);
+  m_cardsEnd = FileDescriptor(ends[1]);
   require(ftruncate(m_memoryFile.get(), SIZE) == 0 &&
           fcntl(m_memoryFile.get(), F_ADD_SEALS, F_SEAL_SHRINK) == 0);
   void* const pages = mmap(nullptr, SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, m_memoryFile.get(), 0);

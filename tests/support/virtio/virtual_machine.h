@@ -2,7 +2,7 @@
 // ring, and a connection. Well-behaved unless the test writes something else. One thread.
 #pragma once
 
-#include "simulator/socket/owned_descriptor.h"
+#include "posix/file_descriptor.h"
 #include "simulator/virtio/ring_layout.h"
 #include "simulator/virtio/vhost_user_message.h"
 
@@ -28,9 +28,9 @@ public:
   VirtualMachine& operator=(const VirtualMachine&) = delete;
 
   // The card's end of the connection; to be taken once.
-  OwnedDescriptor takeCardsEnd() { return std::move(m_cardsEnd); }
+  FileDescriptor takeCardsEnd() { return std::move(m_cardsEnd); }
   // Closes ours, as an emulator that dies.
-  void die() { m_ownEnd = OwnedDescriptor(); }
+  void die() { m_ownEnd = FileDescriptor(); }
   void sendBytes(const std::vector<std::uint8_t>& bytes, const std::vector<int>& files = {});
   void send(std::uint32_t request, const std::vector<std::uint8_t>& payload = {},
             const std::vector<int>& files = {});
@@ -69,11 +69,11 @@ private:
   };
   std::vector<Message> setUpMessages() const;
 
-  OwnedDescriptor m_ownEnd;
-  OwnedDescriptor m_cardsEnd;
-  OwnedDescriptor m_memoryFile;
-  OwnedDescriptor m_kick;
-  OwnedDescriptor m_call;
+  FileDescriptor m_ownEnd;
+  FileDescriptor m_cardsEnd;
+  FileDescriptor m_memoryFile;
+  FileDescriptor m_kick;
+  FileDescriptor m_call;
   std::uint8_t* m_memory;
   std::uint16_t m_offered = 0;
 };

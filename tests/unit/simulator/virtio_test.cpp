@@ -340,7 +340,7 @@ const WrongMessage WRONG_MESSAGES[] = {
      [](VirtualMachine& machine) { sendMemory(machine, memoryTable(0, 0, 0, 0)); }},
     {"OfMemoryThatCanShrink", "its memory can shrink; accepted is a memory-backend-memfd with share=on",
      [](VirtualMachine& machine) {
-       const OwnedDescriptor file(memfd_create("other", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+       const FileDescriptor file(memfd_create("other", MFD_CLOEXEC | MFD_ALLOW_SEALING));
        sendMemory(machine, memoryTable(0, 4096, 0, 0), file.get());
      }},
     {"OfMemoryThatIsNoFile", "its memory can shrink; accepted is a memory-backend-memfd with share=on",
