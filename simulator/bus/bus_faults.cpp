@@ -19,6 +19,7 @@ bool BusFaults::fails(std::uint8_t address) {
     return true;
   case Kind::Register:
     return address == m_number;
+  case Kind::Late:
   case Kind::None:
     break;
   }
@@ -35,6 +36,8 @@ std::string BusFaults::text() const {
     return "every " + std::to_string(m_number);
   case Kind::Register:
     return "register " + text::hexadecimal(m_number);
+  case Kind::Late:
+    return "late " + std::to_string(m_number);
   case Kind::None:
     break;
   }

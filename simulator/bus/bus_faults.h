@@ -1,7 +1,8 @@
-// The faults of the I2C bus: which transfers fail. One kind of fault at a time; a
+// The faults of the I2C bus: which transfers fail, or that all are late. One kind of fault at a time; a
 // new one takes the place of the old. Not for use from two threads at once.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -15,15 +16,22 @@ public:
   void every(unsigned count) { set(Kind::Every, count); }
   // Reads and writes of this register.
   void onRegister(std::uint8_t address) { set(Kind::Register, address); }
+  // Each transfer is answered so much later, 1 ms or more, and does not fail.
+  void late(std::chrono::milliseconds by) { set(Kind::Late, static_cast<unsigned>(by.count())); }
 
   // Whether the transfer that is made now fails. Called once for each transfer.
   bool fails(std::uint8_t address);
+  // 0: at once.
+  std::chrono::milliseconds lateness() const {
+    return std::chrono::milliseconds(m_kind == Kind::Late ? m_number : 0);
+  }
+  bool isDead() const { return m_kind == Kind::Dead; }
   // As the command that sets it: "ok", "dead", "fail 2" (those to come), "every 5",
-  // "register 0x43".
+  // "register 0x43", "late 1000".
   std::string text() const;
 
 private:
-  enum class Kind { None, Dead, Next, Every, Register };
+  enum class Kind { None, Dead, Next, Every, Register, Late };
 
   void set(Kind kind, unsigned number);
 

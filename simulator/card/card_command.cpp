@@ -20,6 +20,7 @@ constexpr double MAX_DEGREES_C = 217.0;
 constexpr double MAX_VOLTS = 100.0;
 constexpr unsigned MAX_BANK = 15;
 constexpr unsigned MAX_TRANSFERS = 1'000'000;
+constexpr unsigned MAX_LATENESS_MS = 60'000;
 constexpr double MAX_SECONDS = 1'000'000.0;
 constexpr std::size_t MAX_DUMP_BYTES = 65'536;
 
@@ -125,6 +126,10 @@ CardCommand parseBus(CommandArguments& arguments) {
   if (fault == "register") {
     const auto address = static_cast<std::uint8_t>(arguments.number("R", 0, 0xFF));
     return changing([address](Card& card) { card.bus.onRegister(address); });
+  }
+  if (fault == "late") {
+    const std::chrono::milliseconds by(arguments.number("MS", 1, MAX_LATENESS_MS));
+    return changing([by](Card& card) { card.bus.late(by); });
   }
   arguments.wrong("FAULT");
 }

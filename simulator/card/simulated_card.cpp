@@ -17,7 +17,8 @@ bool SimulatedCard::write(std::uint8_t address, std::uint8_t value) {
 
 bool SimulatedCard::transfer(Transfer::Direction direction, std::uint8_t address, std::uint8_t* value) {
   const bool isRead = direction == Transfer::Direction::Read;
-  const std::lock_guard<std::mutex> lock(m_mutex);
+  std::unique_lock<std::mutex> lock(m_mutex);
+  waitForTheBus(lock);
   letTransferTimePass();
   bool done = false;
   ChipAccess access = ChipAccess::Regular;
@@ -32,6 +33,27 @@ bool SimulatedCard::transfer(Transfer::Direction direction, std::uint8_t address
   return done;
 }
 
+// The control socket goes on meanwhile, and a command that changes the lateness ends the wait.
+void SimulatedCard::waitForTheBus(std::unique_lock<std::mutex>& lock) {
+  const std::chrono::milliseconds lateness = m_card.bus.lateness();
+  if (lateness.count() > 0) {
+    m_busChanged.wait_for(lock, lateness,
+                          [this, lateness] { return !m_waits || m_card.bus.lateness() != lateness; });
+  }
+}
+
+void SimulatedCard::endWaits() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  m_waits = false;
+  m_busChanged.notify_all();
+}
+
+bool SimulatedCard::acknowledges() {
+  const std::lock_guard<std::mutex> lock(m_mutex);
+  letTimePass();
+  return m_card.chip.present() && !m_card.bus.isDead();
+}
+
 void SimulatedCard::setPresent(bool present) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   m_card.chip.setPresent(present);
@@ -40,6 +62,7 @@ void SimulatedCard::setPresent(bool present) {
 std::string SimulatedCard::run(const CardCommand& command) {
   const std::lock_guard<std::mutex> lock(m_mutex);
   letTimePass();
+  m_busChanged.notify_all();
   return command.run(m_card);
 }
 

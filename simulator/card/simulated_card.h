@@ -6,6 +6,7 @@
 #include "simulator/card/card_command.h"
 
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -25,6 +26,10 @@ public:
   // Bus side. False: the transfer failed, without any effect on the chip.
   bool read(std::uint8_t address, std::uint8_t* value);
   bool write(std::uint8_t address, std::uint8_t value);
+  // Whether the chip acknowledges its address; no transfer, and not in the record.
+  bool acknowledges();
+  // A bus that answers late answers at once from now on, so that its thread can be joined.
+  void endWaits();
 
   // Test side.
   void setPresent(bool present);
@@ -45,6 +50,7 @@ private:
   using Clock = std::chrono::steady_clock;
 
   bool transfer(Transfer::Direction direction, std::uint8_t address, std::uint8_t* value);
+  void waitForTheBus(std::unique_lock<std::mutex>& lock);
   void letTimePass();
   void letTransferTimePass();
   void advanceTo(std::chrono::nanoseconds time);
@@ -57,4 +63,6 @@ private:
   std::chrono::nanoseconds m_now{0};        // since the start; as far as the chip has come
   std::vector<TimedCommand> m_schedule;     // by time
   std::size_t m_nextCommand = 0;
+  std::condition_variable m_busChanged;
+  bool m_waits = true; // for a bus that answers late
 };

@@ -102,6 +102,9 @@ void take(int found, CardOptions* options) {
   case CONTROL:
     options->controlPath = fileName("--control", optarg);
     break;
+  case VIRTIO:
+    options->virtioPath = fileName("--virtio", optarg);
+    break;
   case RECORD:
     options->recordFile = fileName("--record", optarg);
     break;
@@ -161,6 +164,9 @@ CardOptions parseCardOptions(int argc, char** argv) {
   }
   if (options.logTimes && options.logFile.empty()) {
     throw UsageError("--log-times needs --log FILE");
+  }
+  if (!options.virtioPath.empty() && !options.adapter) {
+    throw UsageError("--virtio and --no-adapter exclude each other; accepted is one of them");
   }
   options.command.assign(argv + optind, argv + argc);
   if (options.command.empty()) {

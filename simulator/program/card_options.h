@@ -14,6 +14,7 @@ struct CardOptions {
   bool help = false;
   bool version = false;
   std::string controlPath; // of these, empty: none
+  std::string virtioPath;
   std::string recordFile;
   bool recordTimes = false;
   bool stepped = false;

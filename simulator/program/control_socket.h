@@ -4,43 +4,33 @@
 // Use it only on the thread that iterates GLib's default main context.
 #pragma once
 
-#include "posix/file_descriptor.h"
 #include "simulator/program/control_client.h"
+#include "simulator/socket/unix_listener.h"
 
 #include <list>
-#include <stdexcept>
 #include <string>
-
-// Why there can be no socket at a path and what is accepted, in one line.
-class ControlSocketError : public std::runtime_error {
-public:
-  using std::runtime_error::runtime_error;
-};
 
 class ControlSocket {
 public:
   static constexpr std::size_t MAX_CLIENTS = 64; // more than these are turned away
 
-  // A socket at `path` without a listener is replaced, anything else that
-  // exists is refused. `answer` gives the lines of a reply, without the empty one.
-  // Throws ControlSocketError.
+  // The socket's file is there until the end. `answer` gives the lines of a reply, without the empty one.
+  // Throws ListenerError.
   ControlSocket(const std::string& path, ControlClient::Answer answer);
-  // Removes the socket's file.
   ~ControlSocket();
   ControlSocket(const ControlSocket&) = delete;
   ControlSocket& operator=(const ControlSocket&) = delete;
 
   // The absolute path.
-  const std::string& path() const { return m_path; }
+  const std::string& path() const { return m_listener.path(); }
 
 private:
   static gboolean onConnection(gint fd, GIOCondition condition, gpointer self);
   static gboolean onRetry(gpointer self);
   bool accept();
 
-  std::string m_path;
+  UnixListener m_listener;
   ControlClient::Answer m_answer;
-  const FileDescriptor m_fd;
   guint m_watch;
   std::list<ControlClient> m_clients;
 };

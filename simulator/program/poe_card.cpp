@@ -9,6 +9,7 @@
 #include "simulator/program/log_loss.h"
 #include "simulator/program/simulated_adapter.h"
 #include "simulator/program/work_folder.h"
+#include "simulator/virtio/virtio_server.h"
 #include "text/text_file.h"
 
 #include <glib-unix.h>
@@ -112,8 +113,20 @@ std::unique_ptr<ControlSocket> controlSocket(const std::string& path, SimulatedC
   try {
     return std::make_unique<ControlSocket>(path,
                                            [&card](const std::string& line) { return card.answer(line); });
-  } catch (const ControlSocketError& error) {
+  } catch (const ListenerError& error) {
     throw UsageError(std::string("--control: ") + error.what());
+  }
+}
+
+// The card for the emulator of a virtual machine.
+std::unique_ptr<VirtioServer> virtioServer(const std::string& path, SimulatedCard& card) {
+  const auto report = [path](const std::string& line) {
+    std::fprintf(stderr, "poe_card: %s: %s\n", path.c_str(), line.c_str());
+  };
+  try {
+    return std::make_unique<VirtioServer>(path, card, report);
+  } catch (const ListenerError& error) {
+    throw UsageError(std::string("--virtio: ") + error.what());
   }
 }
 
@@ -185,8 +198,11 @@ int run(const CardOptions& options) {
   card.record(recordIn(options.recordFile, options.recordTimes));
   card.setPresent(options.chipPresent);
   card.schedule(options.commands);
+  std::unique_ptr<VirtioServer> virtio;
   std::optional<SimulatedAdapter> adapter;
-  if (options.adapter) {
+  if (!options.virtioPath.empty()) {
+    virtio = virtioServer(options.virtioPath, card);
+  } else if (options.adapter) {
     adapter.emplace(card, folder->path());
   } else if (access(SimulatedAdapter::DEVICE, F_OK) == 0) {
     throw std::runtime_error(
@@ -217,7 +233,9 @@ int main(int argc, char** argv) {
     if (options.version) {
       return print(POE_VERSION "\n");
     }
-    enterMockEnvironment(argv);
+    if (options.virtioPath.empty()) {
+      enterMockEnvironment(argv);
+    }
     return run(options);
   } catch (const UsageError& error) {
     std::fprintf(stderr, "poe_card: %s\n", error.what());

@@ -3,6 +3,9 @@
 # Where kernels and downloaded packages are kept between runs.
 target_cache=${POE_TARGET_CACHE:-${XDG_CACHE_HOME:-${HOME:-/var/tmp}/.cache}/poe-service/target}
 
+# The sources of both kernels.
+kernel_source_package=linux-source-6.1
+
 # package_version NAME: the version that would be downloaded. Updates the package lists once when they do not know it.
 package_version() {
   local version

@@ -3,13 +3,15 @@
 . scripts/packages.sh
 . scripts/build.sh
 . tests/target/downloads.sh
+. tests/target/scenarios/machines.sh
 
 # How long a machine may run, in seconds: the tests wait about three minutes for cycles, the rest is emulation.
 machine_timeout_s=480
 
-# Directories that go when the script ends, however it ends.
+# Directories, and processes in the background, that go when the script ends, however it ends.
 scratch=()
-trap 'rm -rf "${scratch[@]}"' EXIT
+machines=()
+trap 'rm -rf "${scratch[@]}"; kill "${machines[@]}" 2>/dev/null' EXIT
 
 progress() { printf '%s: %s\n' "${0##*/}" "$*"; }
 
@@ -23,6 +25,14 @@ parse_mode() {
     exit 2
     ;;
   esac
+}
+
+# build_release TARGET...: the programs of this computer, also while another script builds them.
+build_release() {
+  exec {lock}>build/target/release.lock
+  flock "$lock"
+  build release "$@"
+  exec {lock}>&-
 }
 
 # copy_program FILE DIRECTORY ROOT LIBRARIES...: copies a program and the shared libraries that it needs, which are
@@ -59,12 +69,16 @@ pack_root() {
     fail "cannot pack $1"
 }
 
+# What a machine has beside its first serial port.
+more_devices=()
+
 # run_machine LOG QEMU ARGUMENT...: runs the machine and shows its results as they come.
 run_machine() {
   local log=$1 line
   shift
   progress "starting the machine"
-  timeout "$machine_timeout_s" "$@" -display none -monitor none -serial stdio -nic none -no-reboot </dev/null 2>&1 |
+  timeout "$machine_timeout_s" "$@" -display none -monitor none -serial stdio "${more_devices[@]}" -nic none -no-reboot \
+    </dev/null 2>&1 |
     stdbuf -oL tr -d '\r' | tee "$log" | while IFS= read -r line; do
       case $line in
       'ok '* | 'not ok '* | '# '*) progress "$line" ;;

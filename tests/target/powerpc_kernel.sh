@@ -1,9 +1,8 @@
 # Sourced by tests/target/powerpc: the kernel of the PowerPC machine, built from Debian's kernel sources and kept.
 
-kernel_source_package=linux-source-6.1
 kernel_config=tests/target/powerpc_kernel.config
 
-# powerpc_kernel: sets `kernel` to a directory with vmlinux and the two modules; builds it when it is not there yet.
+# powerpc_kernel: sets `kernel` to a directory with vmlinux and the modules; builds it when it is not there yet.
 powerpc_kernel() {
   local version config_sum
   version=$(package_version "$kernel_source_package") || exit 1
@@ -39,5 +38,5 @@ build_powerpc_kernel() {
   done
   "${make[@]}" vmlinux modules
   powerpc-linux-gnu-strip -o "$work/kernel/vmlinux" "$work/out/vmlinux"
-  cp "$work/out/drivers/i2c/i2c-dev.ko" "$work/out/drivers/i2c/i2c-stub.ko" "$work/kernel"
+  cp "$work"/out/drivers/i2c/{i2c-dev,i2c-stub,busses/i2c-virtio}.ko "$work/kernel"
 }

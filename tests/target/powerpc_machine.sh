@@ -16,13 +16,23 @@ pack_powerpc_root() {
   cp "$bin/poe_service_static" "$root/static/poe_service"
   cp "$bin/target_init" "$root/init"
   cp "$kernel"/*.ko "$root/lib/modules/"
+  pack_scenarios "$root"
   pack_root "$root" "$file"
 }
 
-# run_powerpc_machine LOG FILE WORD...: runs it with words for the kernel's command line.
+# powerpc_machine FILE WORD...: sets `machine` to the command that starts it with words for the kernel's command line. The
+# memory can be shared with the simulated card.
+powerpc_machine() {
+  local file=$1
+  shift
+  machine=(qemu-system-ppc -object memory-backend-memfd,id=memory,size=512M,share=on -M ppce500,memory-backend=memory
+    -cpu e500mc -m 512 -kernel "$kernel/vmlinux" -initrd "$file" -append "console=ttyS0,115200 quiet panic=1 $*")
+}
+
+# run_powerpc_machine LOG FILE WORD...: runs it.
 run_powerpc_machine() {
-  local log=$1 file=$2
-  shift 2
-  run_machine "$log" qemu-system-ppc -M ppce500 -cpu e500mc -m 512 -kernel "$kernel/vmlinux" -initrd "$file" \
-    -append "console=ttyS0,115200 quiet panic=1 $*"
+  local log=$1 machine
+  shift
+  powerpc_machine "$@"
+  run_machine "$log" "${machine[@]}"
 }

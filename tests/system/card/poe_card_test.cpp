@@ -83,8 +83,8 @@ TEST(PoeCardOptions, OptionsOfTheCommandAreTheCommandsOwn) {
 }
 
 #define ACCEPTED_OPTIONS                                                                                     \
-  "; accepted are --plug, --command, --control, --record, --record-times, --stepped, --no-adapter, "         \
-  "--absent, --log, --log-times, --help, --version, then -- COMMAND"
+  "; accepted are --plug, --command, --control, --virtio, --record, --record-times, --stepped, "             \
+  "--no-adapter, --absent, --log, --log-times, --help, --version, then -- COMMAND"
 #define ACCEPTED_PLUG                                                                                        \
   "; accepted is plug PORT [class=C] [watts=W] [signature=S] with PORT 0 to 3, C 0 to 4, W 0 to 100, "       \
   "S good, short, capacitance, low, high or none"
@@ -95,6 +95,11 @@ const std::pair<std::vector<std::string>, std::string> BAD_LINES[] = {
     {{"-xa", "--", "true"}, "'-x' is not understood" ACCEPTED_OPTIONS},
     {{"--command"}, "--command needs '[SECONDS] WORDS'"},
     {{"--control", "", "--", "true"}, "--control needs the name of a file"},
+    {{"--virtio", "socket", "--no-adapter", "--", "true"},
+     "--virtio and --no-adapter exclude each other; accepted is one of them"},
+    {{"--virtio", "/no/such/directory/socket", "--", "true"},
+     "--virtio: cannot make /no/such/directory/socket: No such file or directory; accepted is a path in a "
+     "directory that can be written"},
     {{"--record"}, "--record needs the name of a file"},
     {{"--log-times", "--", "true"}, "--log-times needs --log FILE"},
     {{"--record-times", "--", "true"}, "--record-times needs --record FILE"},

@@ -1,5 +1,7 @@
 #include "tests/target/support/chip.h"
 
+#include "tests/target/support/module.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -8,7 +10,6 @@
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
 #include <sys/ioctl.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -19,17 +20,6 @@ constexpr unsigned long ADDRESS = 0x20;
 int transfer(int file, std::uint8_t direction, std::uint8_t reg, i2c_smbus_data* data) {
   i2c_smbus_ioctl_data arguments{direction, reg, I2C_SMBUS_BYTE_DATA, data};
   return ioctl(file, I2C_SMBUS, &arguments);
-}
-
-void insertModule(const char* file, const char* parameters) {
-  const int module = open(file, O_RDONLY | O_CLOEXEC);
-  ASSERT_GE(module, 0) << file << ": " << std::strerror(errno);
-  EXPECT_EQ(syscall(SYS_finit_module, module, parameters, 0), 0) << file << ": " << std::strerror(errno);
-  close(module);
-}
-
-void removeModule(const char* name) {
-  EXPECT_EQ(syscall(SYS_delete_module, name, O_NONBLOCK), 0) << name << ": " << std::strerror(errno);
 }
 
 bool hasAdapter() {

@@ -225,7 +225,8 @@ constexpr const char* THERMAL = "is thermal SWITCH with SWITCH on or off";
 constexpr const char* SUPPLY = "is supply VOLTS with VOLTS 0 to 100";
 constexpr const char* BANK = "is bank N with N 0 to 15";
 constexpr const char* BUS =
-    "is bus FAULT with FAULT ok, dead, fail N, every N or register R, N 1 to 1000000, R 0 to 0xFF";
+    "is bus FAULT with FAULT ok, dead, fail N, every N, register R or late MS, N 1 to 1000000, R 0 to 0xFF, "
+    "MS 1 to 60000";
 constexpr const char* REG = "is reg ADDR [VALUE] with ADDR 0 to 0xCE, VALUE 0 to 0xFF";
 
 const WrongRow WRONG_ROWS[] = {
@@ -276,6 +277,8 @@ const WrongRow WRONG_ROWS[] = {
     {"bus every 0", "'0' is no N", BUS},
     {"bus every 1000001", "'1000001' is no N", BUS},
     {"bus register 256", "'256' is no R", BUS},
+    {"bus late 0", "'0' is no MS", BUS},
+    {"bus late 60001", "'60001' is no MS", BUS},
     {"reg", "ADDR is missing", REG},
     {"reg 0xCF", "'0xCF' is no ADDR", REG},
     {"reg 0x12 0x100", "'0x100' is no VALUE", REG},

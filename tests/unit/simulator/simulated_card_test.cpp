@@ -45,6 +45,25 @@ TEST_F(SteppedCard, LetsTransfersFailWithoutAnyEffect) {
   EXPECT_EQ(read(card, 0x13), 0);
 }
 
+TEST_F(SteppedCard, AnswersLateAndUnchangedUntilTheBusIsWell) {
+  const auto start = std::chrono::steady_clock::now();
+  card.answer("bus late 20");
+  EXPECT_EQ(read(card, 0x43), 0x41);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
+  card.answer("bus late 60000");
+  EXPECT_NE(card.answer("show").find("\nbus=late 60000\n"), std::string::npos);
+  std::thread repair([this] { card.answer("bus ok"); });
+  EXPECT_EQ(read(card, 0x43), 0x41);
+  repair.join();
+}
+
+TEST_F(SteppedCard, AnswersAtOnceWhenItsWaitsEnd) {
+  card.answer("bus late 60000");
+  std::thread end([this] { card.endWaits(); });
+  EXPECT_EQ(read(card, 0x43), 0x41);
+  end.join();
+}
+
 TEST_F(SteppedCard, AnswersNothingWhenTheChipIsAbsent) {
   card.setPresent(false);
   EXPECT_EQ(read(card, 0x43), -1);

@@ -1,0 +1,149 @@
+// A virtual machine that sends the card any messages and puts anything into its memory. The card never reads
+// or writes outside of that memory, ends a session or stops a ring in one line, and waits for nothing.
+#include "simulator/card/simulated_card.h"
+#include "simulator/virtio/vhost_user_session.h"
+#include "tests/fuzz/fuzz_target.h"
+#include "tests/support/virtio/virtual_machine.h"
+
+#include <algorithm>
+
+namespace {
+
+using Machine = VirtualMachine;
+
+// Places that the card reads, and addresses around the ends of the memory.
+const std::uint64_t NUMBERS[] = {0,
+                                 1,
+                                 2,
+                                 8,
+                                 Machine::SIZE,
+                                 Machine::GUEST,
+                                 Machine::GUEST + Machine::TABLE,
+                                 Machine::GUEST + Machine::DATA,
+                                 Machine::GUEST + Machine::SIZE - 8,
+                                 Machine::USER,
+                                 Machine::USER + Machine::AVAILABLE,
+                                 Machine::USER + Machine::USED,
+                                 Machine::USER + Machine::SIZE - 4,
+                                 ~std::uint64_t{0}};
+
+class Session {
+public:
+  Session() {
+    m_machine.setUp([this] { serve(); });
+  }
+
+  bool isOpen() const { return m_isOpen; }
+
+  void serve() {
+    m_isOpen = m_isOpen && m_session.serveMessage();
+    serveRequests();
+  }
+
+  void serveRequests() {
+    if (m_isOpen && m_session.kick() >= 0) {
+      m_session.serveRequests();
+    }
+  }
+
+  void sendMessage(FuzzedDataProvider& data) {
+    const auto request = data.ConsumeIntegralInRange<std::uint32_t>(0, 20);
+    std::vector<std::uint8_t> payload;
+    while (data.ConsumeBool() && payload.size() < 600) {
+      payload = std::move(payload) + longWords({takeNumber(data)});
+    }
+    const int files[] = {m_machine.memoryFile(), m_machine.kickFile()};
+    const std::vector<int> sent(data.ConsumeIntegralInRange<std::size_t>(0, 9), data.PickValueInArray(files));
+    m_machine.send(request, payload, sent);
+    serve();
+    m_machine.received();
+  }
+
+  void sendBytes(FuzzedDataProvider& data) {
+    const std::string bytes = data.ConsumeRandomLengthString(40);
+    if (!bytes.empty()) {
+      m_machine.sendBytes({bytes.begin(), bytes.end()});
+      m_machine.die(); // what is missing does not come
+      while (m_isOpen) {
+        serve();
+      }
+    }
+  }
+
+  void makeRequest(FuzzedDataProvider& data) {
+    for (unsigned index = 0; index < Machine::RING; ++index) {
+      m_machine.putDescriptor(index, takeDescriptor(data));
+      m_machine.putDescriptor(index, takeDescriptor(data), Machine::TABLE);
+    }
+    m_machine.put(Machine::DATA,
+                  words({data.PickValueInArray({0x40U, 0x42U}), data.ConsumeIntegralInRange(0U, 3U),
+                         data.ConsumeIntegral<std::uint32_t>()}));
+    m_machine.offer(data.ConsumeIntegralInRange<std::uint16_t>(0, Machine::RING));
+    serveRequests();
+  }
+
+  void spoilMemory(FuzzedDataProvider& data) {
+    const auto place = data.ConsumeIntegralInRange<std::uint32_t>(0, 0x2FFF);
+    m_machine.memory()[place] = data.ConsumeIntegral<std::uint8_t>();
+    m_machine.kick();
+    serveRequests();
+  }
+
+  void finish() {
+    m_machine.die();
+    while (m_isOpen) {
+      serve();
+    }
+    EXPECT_EQ(m_report.find_first_not_of('\n') == std::string::npos, m_report.empty()) << "an empty line";
+    EXPECT_TRUE(std::all_of(m_report.begin(), m_report.end(), [](char c) {
+      return c == '\n' || (c >= ' ' && c <= '~');
+    })) << m_report;
+  }
+
+private:
+  static std::uint64_t takeNumber(FuzzedDataProvider& data) {
+    return data.ConsumeBool() ? data.PickValueInArray(NUMBERS) : data.ConsumeIntegral<std::uint64_t>();
+  }
+
+  static RingDescriptor takeDescriptor(FuzzedDataProvider& data) {
+    return {takeNumber(data), data.ConsumeIntegralInRange<std::uint32_t>(0, 64),
+            data.ConsumeIntegralInRange<std::uint16_t>(0, 7),
+            data.ConsumeIntegralInRange<std::uint16_t>(0, Machine::RING)};
+  }
+
+  Machine m_machine;
+  SimulatedCard m_card{SimulatedCard::Time::Stepped};
+  std::string m_report;
+  VhostUserSession m_session{m_machine.takeCardsEnd(), m_card, [this](const std::string& line) {
+                               EXPECT_EQ(line.find('\n'), std::string::npos) << line;
+                               m_report += line + "\n";
+                             }};
+  bool m_isOpen = true;
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  FuzzedDataProvider data(bytes, size);
+  Session session;
+  while (session.isOpen() && data.remaining_bytes() > 0) {
+    switch (data.ConsumeIntegralInRange(0, 7)) {
+    case 0:
+    case 1:
+    case 2:
+      session.sendMessage(data);
+      break;
+    case 3:
+      session.sendBytes(data);
+      break;
+    case 4:
+      session.spoilMemory(data);
+      break;
+    default:
+      session.makeRequest(data);
+      break;
+    }
+  }
+  session.finish();
+  return 0;
+}

@@ -1,0 +1,137 @@
+# Sourced by tests/target/x86 and tests/target/powerpc: every scenario on machines whose kernel has the simulated card as
+# its I2C adapter. Service and poectl run in the machines; the cards, one for each scenario, run outside.
+
+# How many machines play side by side.
+scenario_machines=${POE_SCENARIO_MACHINES:-3}
+scenario_folder=tests/system/scenarios
+repeated_scenario=events_of_every_kind
+
+# pack_scenarios ROOT: puts the scenarios and their files into a machine's file system.
+pack_scenarios() {
+  mkdir -p "$1/scenarios"
+  cp "$scenario_folder"/*.play "$scenario_folder"/*.toml "$1/scenarios/"
+}
+
+# start_scenario_machine NAME SLOT COMMAND...: starts a machine that waits for scenarios: COMMAND is the emulator with the
+# kernel and its memory.
+start_scenario_machine() {
+  local place=build/target/$1.$2
+  shift 2
+  rm -f "$place".{card,serial,log}
+  timeout "$machine_timeout_s" "$@" -display none -monitor none -nic none -no-reboot -serial "file:$place.log" \
+    -chardev "socket,id=serial,path=$place.serial,server=on,wait=off" -serial chardev:serial \
+    -chardev "socket,id=card,path=$place.card,server=on,wait=on" -device vhost-user-i2c-pci,chardev=card \
+    </dev/null >"$place.emulator" 2>&1 &
+  machines+=($!)
+  # The emulator needs a card to begin with.
+  (
+    wait_for 30 test -S "$place.card" &&
+      build/release/bin/poe_card --virtio "$place.card" -- bash -c '
+        for ((i = 0; i < 1800; i++)); do
+          grep -qs "^# the machine is ready" "$0" && exit
+          sleep 0.1
+        done
+        exit 1' "$place.log"
+  ) &
+  starts+=($!)
+}
+
+# run_bus_tests NAME NAMES COMMAND...: runs the tests of kernel_bus_tests on a machine whose adapter is a card outside; NAMES
+# is the file of their names. The second serial port is the control socket of the card.
+run_bus_tests() {
+  local name=$1 names=$2 place=build/target/$1.bus
+  local log=$place.log
+  shift 2
+  rm -f "$place".{socket,card,log}
+  more_devices=(-chardev "socket,id=serial,path=$place.socket" -serial chardev:serial
+    -chardev "socket,id=card,path=$place.card" -device vhost-user-i2c-pci,chardev=card)
+  run_machine "$log" build/release/bin/poe_card --control "$place.socket" --virtio "$place.card" -- "$@"
+  more_devices=()
+  judge "$log" "$names"
+}
+
+# wait_for SECONDS COMMAND...: until the command succeeds.
+wait_for() {
+  local end=$((SECONDS + $1))
+  shift
+  until "$@"; do
+    [ "$SECONDS" -lt "$end" ] || return 1
+    sleep 0.1
+  done
+}
+
+# play_one NAME FILE: plays a scenario on the machine of POE_SLOT; its line of the result.
+play_one() {
+  local name=$1 scenario folder
+  scenario=$(basename "$2" .play)
+  folder=build/target/$name.scenarios/$scenario
+  mkdir -p "$folder"
+  if "$scenario_folder/run_scenario" build/release/bin "$2" "$folder" "build/target/$name.$POE_SLOT" \
+    >"$folder/results" 2>&1; then
+    echo "ok $scenario"
+  else
+    echo "not ok $scenario (see $folder/results)"
+    grep -A 3 -E '^not ok|^Bail|^run_scenario' "$folder/results" | sed 's/^/# /'
+  fi
+}
+
+# play_scenarios NAME COMMAND...: plays all of them, as many at a time as there are machines, and compares the transfers of
+# the one that is played twice elsewhere with those of a run without a machine.
+play_scenarios() {
+  local name=$1 starts=() start slot passed total log=build/target/$1.scenarios.log
+  shift
+  rm -rf "build/target/$name.scenarios"
+  progress "starting $scenario_machines machines for the scenarios"
+  for ((slot = 0; slot < scenario_machines; slot++)); do
+    start_scenario_machine "$name" "$slot" "$@"
+  done
+  for start in "${starts[@]}"; do
+    wait "$start" || fail "a machine has not started (see build/target/$name.*.log and .emulator)"
+  done
+  mkdir -p "build/target/$name.scenarios/without_a_machine"
+  "$scenario_folder/run_scenario" build/release/bin "$scenario_folder/$repeated_scenario.play" \
+    "build/target/$name.scenarios/without_a_machine" >"build/target/$name.scenarios/without_a_machine/results" 2>&1 &
+  local without=$!
+  export -f play_one
+  export scenario_folder
+  # The long one first.
+  { echo "$scenario_folder/$repeated_scenario.play"; ls "$scenario_folder"/*.play | grep -v "/$repeated_scenario.play"; } |
+    xargs -P "$scenario_machines" --process-slot-var=POE_SLOT -I FILE bash -c "play_one $name FILE" | tee "$log" |
+    grep -v '^ok '
+  for ((slot = 0; slot < scenario_machines; slot++)); do
+    stop_machine "build/target/$name.$slot.serial"
+  done
+  wait "$without" || fail "the scenario $repeated_scenario fails without a machine (see build/target/$name.scenarios)"
+  wait "${machines[@]}"
+  machines=()
+  passed=$(grep -c '^ok ' "$log")
+  total=$(ls "$scenario_folder"/*.play | wc -l)
+  progress "scenarios $passed of $total"
+  grep -hE 'Kernel panic|Oops|BUG:|Unable to handle kernel' build/target/"$name".[0-9].log && fail "a kernel has failed"
+  [ "$passed" -eq "$total" ] || fail "not every scenario has passed (see $log)"
+  compare_records "$name"
+}
+
+# stop_machine SOCKET: returns when the machine has ended; what is sent in the moment before a connection ends may be lost.
+stop_machine() {
+  python3 -c '
+import socket, sys
+with socket.socket(socket.AF_UNIX) as serial:
+    serial.settimeout(60)
+    serial.connect(sys.argv[1])
+    serial.sendall(b"stop\n")
+    while serial.recv(100):
+        pass' "$1"
+}
+
+# compare_records NAME: the same scenario makes the same transfers, whatever is between the service and the card.
+compare_records() {
+  local folder=build/target/$1.scenarios place
+  for place in without_a_machine "$repeated_scenario"; do
+    sed '/^R 0xCE /q' "$folder/$place/record" >"$folder/$place/compared"
+    tail -n 1 "$folder/$place/compared" | grep -q '^R 0xCE ' || fail "the record in $folder/$place has no end"
+  done
+  cmp "$folder/without_a_machine/compared" "$folder/$repeated_scenario/compared" >&2 ||
+    fail "the transfers of $repeated_scenario differ from those without a machine"
+  progress "$(wc -l <"$folder/$repeated_scenario/compared") transfers of $repeated_scenario, the same as without a machine"
+}

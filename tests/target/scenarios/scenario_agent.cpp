@@ -1,0 +1,112 @@
+// Plays scenarios in a machine, as the harness outside asks for them over the second serial port: the service
+// and poectl run here, the card is outside. One scenario after the other:
+//
+//   play FILE [no-adapter]   asked for
+//   card WORDS               asks for a command of the card; the answer is its reply, up to an empty line
+//   result LINE              a line of 'poectl play'
+//   log LINE                 a line that the service gave to syslog
+//   output LINE              a line of the service's standard output and error
+//   end STATUS STATUS        the exit statuses of 'poectl play' and of the service
+//   stop                     asked for: ends
+#include "components/PoeDriver/poe_messages.h"
+#include "tests/support/process/system_log.h"
+#include "tests/target/scenarios/card_proxy.h"
+#include "tests/target/scenarios/serial_line.h"
+#include "tests/target/scenarios/virtio_bus.h"
+#include "tests/target/support/program.h"
+
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <memory>
+#include <mqueue.h>
+#include <sstream>
+#include <unistd.h>
+
+namespace {
+
+constexpr char ADAPTER[] = "/dev/i2c-0";
+constexpr char HIDDEN_ADAPTER[] = "/dev/hidden-i2c-0";
+constexpr char LOG_FILE[] = "/tmp/service.log";
+constexpr char CONTROL[] = "/tmp/card.socket";
+constexpr int LOOK_AGAIN_MS = 10;
+
+void writeLines(SerialLine& serial, const std::string& kind, const std::string& text) {
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    serial.write(kind + " " + line);
+  }
+}
+
+std::string contentsOf(const char* file) {
+  std::ostringstream text;
+  text << std::ifstream(file).rdbuf();
+  return text.str();
+}
+
+// The main process is there when its queue is: then the service starts, and not a single message is lost.
+bool mainProcessIsThere() {
+  const mqd_t queue = mq_open(QUEUE_TO_MAIN, O_WRONLY);
+  if (queue != static_cast<mqd_t>(-1)) {
+    mq_close(queue);
+  }
+  return queue != static_cast<mqd_t>(-1);
+}
+
+void play(const std::string& file, SerialLine& serial) {
+  std::ofstream logFile(LOG_FILE, std::ios::trunc);
+  SystemLog log;
+  CardProxy card(CONTROL, serial);
+  Program player({"/bin/poectl", "play", file, "--control", CONTROL, "--log", LOG_FILE}, [] {
+    if (chdir("/scenarios") != 0) {
+      std::perror("/scenarios");
+    }
+  });
+  std::unique_ptr<Program> service;
+  while (player.isRunning()) {
+    card.serve(LOOK_AGAIN_MS);
+    logFile << log.take() << std::flush;
+    if (!service && mainProcessIsThere()) {
+      service = std::make_unique<Program>(std::vector<std::string>{"/bin/poe_service"});
+    }
+  }
+  int ended = 0;
+  if (service) {
+    kill(service->pid(), SIGTERM);
+    ended = service->wait();
+    writeLines(serial, "output", service->output());
+  }
+  logFile << log.take() << std::flush;
+  writeLines(serial, "result", player.output());
+  writeLines(serial, "log", contentsOf(LOG_FILE));
+  mq_unlink(QUEUE_TO_POE);
+  mq_unlink(QUEUE_TO_MAIN);
+  serial.write("end " + std::to_string(player.wait()) + " " + std::to_string(ended));
+}
+
+} // namespace
+
+int main() {
+  insertVirtioAdapter();
+  SerialLine serial("/dev/ttyS1");
+  std::printf("# the machine is ready\n");
+  std::fflush(stdout);
+  for (std::string line; (line = serial.read()) != "stop";) {
+    std::istringstream words(line);
+    std::string verb;
+    std::string file;
+    std::string adapter;
+    words >> verb >> file >> adapter;
+    if (verb != "play") {
+      continue;
+    }
+    const bool hides = adapter == "no-adapter";
+    if (hides) {
+      rename(ADAPTER, HIDDEN_ADAPTER);
+    }
+    play(file, serial);
+    if (hides) {
+      rename(HIDDEN_ADAPTER, ADAPTER);
+    }
+  }
+}
