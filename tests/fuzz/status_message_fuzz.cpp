@@ -127,7 +127,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const std::string line = snapshotJsonLine(snapshot);
     expectLines(line, 1);
     expectNumbers(Json::parse(line), status);
-    expectLines(snapshotPrometheus(snapshot), (2 + 6) * 3 + 10 * 6);
+    expectLines(snapshotPrometheus(snapshot), (3 + 6) * 3 + 10 * 6);
     watch.see(status);
   }
   return 0;

@@ -35,6 +35,9 @@ VARIES = ((re.compile(r"(last fed \(ms ago\) +: )\d+"), r"\1..."),)
 NOT_RUN = {
     "CHANGELOG.md": "names commands as they were in each version",
     "CONTRIBUTING.md": "its commands build, debug and test; .ci/run runs those that check",
+    "docs/fleet.md": "its commands start a fleet that runs for minutes; .ci/run starts a small one",
+    "docs/monitoring.md": "its commands install packages and run until they are ended; tests/system/publish runs them",
+    "docs/page.md": "its commands serve until they are ended; tests/system/page runs them",
     "docs/performance.md": "benchmarks/measure writes it",
     "docs/reliability.md": "its commands run for minutes to hours; .ci/run runs their short forms",
     "docs/scenarios.md": "its commands are two ends of one session; tests/system/scenarios plays its language",

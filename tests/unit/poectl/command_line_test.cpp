@@ -66,7 +66,7 @@ constexpr const char* WATCH = "poectl watch --help";
 
 const Refusal REFUSALS[] = {
     {"NoCommand", "", "a command is missing", "poectl --help"},
-    {"UnknownCommand", "serve", "there is no command 'serve'", "poectl --help"},
+    {"UnknownCommand", "power", "there is no command 'power'", "poectl --help"},
     {"OptionBeforeTheCommand", "--json status", "there is no command '--json'", "poectl --help"},
     {"NoFile", "apply", "FILE is required", "poectl apply --help"},
     {"OtherOption", "clean --json", "there is no option '--json'", "poectl clean --help"},

@@ -1,7 +1,7 @@
 // The questions of snmpd and their answers.
 #include "poectl/snmp/pass_persist.h"
 
-#include "tests/unit/poectl/record_sample.h"
+#include "tests/unit/poectl/record/record_sample.h"
 
 #include <algorithm>
 #include <array>

@@ -2,7 +2,7 @@
 #include "poectl/snmp/published_snapshot.h"
 
 #include "tests/support/process/temporary_directory.h"
-#include "tests/unit/poectl/record_sample.h"
+#include "tests/unit/poectl/record/record_sample.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
