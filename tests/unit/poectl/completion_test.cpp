@@ -20,10 +20,11 @@ std::string poectl(const std::string& words) {
 }
 
 TEST(Completion, OffersTheCommands) {
-  EXPECT_EQ(poectl("\"\""),
-            "example\ncheck\napply\nexplain\nport\ndiff\nsave\nstatus\nwatch\nserve\nsnmp\nreplay\nplot\npublish\n"
-            "diagnose\nreport\ncard\n"
-            "console\nplay\npreflight\nclean\n--help\n--version\n");
+  EXPECT_EQ(
+      poectl("\"\""),
+      "example\ncheck\napply\nexplain\nport\ndiff\nsave\nstatus\nwatch\nserve\nsnmp\nreplay\nplot\npublish\n"
+      "diagnose\nreport\ncard\n"
+      "console\nplay\npreflight\nclean\n--help\n--version\n");
   EXPECT_EQ(poectl("wat"), "watch\n");
   EXPECT_EQ(poectl("no such"), "\n");
 }
