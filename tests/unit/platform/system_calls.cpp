@@ -10,6 +10,7 @@ namespace {
 std::atomic<int> g_acceptError{0};
 std::atomic<int> g_acceptCalls{0};
 std::atomic<bool> g_smallSendBuffers{false};
+std::atomic<bool> g_noRoomForLongReplies{false};
 std::atomic<int> g_eventfdError{0};
 std::atomic<Gate*> g_eventfdWritten{nullptr};
 std::atomic<int> g_failingFamily{AF_UNSPEC};
@@ -34,6 +35,7 @@ extern "C" {
 int __real_accept4(int socket, sockaddr* address, socklen_t* size, int flags);
 int __real_socket(int family, int type, int protocol);
 int __real_bind(int socket, const sockaddr* address, socklen_t size);
+ssize_t __real_send(int socket, const void* bytes, std::size_t size, int flags);
 int __real_eventfd(unsigned count, int flags);
 int __real_eventfd_write(int fd, eventfd_t value);
 int __real_clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* rest);
@@ -57,6 +59,14 @@ int __wrap_socket(int family, int type, int protocol) {
 
 int __wrap_bind(int socket, const sockaddr* address, socklen_t size) {
   return fails(address->sa_family, FailingFamily::Call::BIND) ? -1 : __real_bind(socket, address, size);
+}
+
+ssize_t __wrap_send(int socket, const void* bytes, std::size_t size, int flags) {
+  if (g_noRoomForLongReplies && size > 4096) {
+    errno = EAGAIN;
+    return -1;
+  }
+  return __real_send(socket, bytes, size, flags);
 }
 
 int __wrap_eventfd(unsigned count, int flags) {
@@ -104,6 +114,14 @@ SmallSendBuffers::SmallSendBuffers() {
 
 SmallSendBuffers::~SmallSendBuffers() {
   g_smallSendBuffers = false;
+}
+
+NoRoomForLongReplies::NoRoomForLongReplies() {
+  g_noRoomForLongReplies = true;
+}
+
+NoRoomForLongReplies::~NoRoomForLongReplies() {
+  g_noRoomForLongReplies = false;
 }
 
 FailingFamily::FailingFamily(int family, Call call, int error) {

@@ -30,6 +30,16 @@ public:
   ~SmallSendBuffers();
 };
 
+// While it exists, send() finds no room for more than 4 kB, as when a client reads nothing, at once and for
+// good: a connection takes a little more whenever its client's system acknowledges what it has.
+class NoRoomForLongReplies {
+public:
+  NoRoomForLongReplies();
+  NoRoomForLongReplies(const NoRoomForLongReplies&) = delete;
+  NoRoomForLongReplies& operator=(const NoRoomForLongReplies&) = delete;
+  ~NoRoomForLongReplies();
+};
+
 // While it exists, socket() fails with `error` for the address family, or bind() if socket() is to succeed.
 class FailingFamily {
 public:
