@@ -87,6 +87,7 @@ void VirtualMachine::sendBytes(const std::vector<std::uint8_t>& bytes, const std
     message.msg_control = control.data();
     message.msg_controllen = CMSG_SPACE(files.size() * sizeof(int));
     cmsghdr* const header = CMSG_FIRSTHDR(&message);
+    require(header != nullptr && files.size() <= 16);
     header->cmsg_level = SOL_SOCKET;
     header->cmsg_type = SCM_RIGHTS;
     header->cmsg_len = CMSG_LEN(files.size() * sizeof(int));
