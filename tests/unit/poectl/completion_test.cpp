@@ -15,47 +15,47 @@ std::string completed(const std::string& tool, const std::string& path, const st
       .output;
 }
 
-std::string poectl(const std::string& words) {
+std::string afterPoectl(const std::string& words) {
   return completed("poectl", POECTL, words);
 }
 
 TEST(Completion, OffersTheCommands) {
   EXPECT_EQ(
-      poectl("\"\""),
+      afterPoectl("\"\""),
       "example\ncheck\napply\nexplain\nport\ndiff\nsave\nstatus\nwatch\nserve\nsnmp\nreplay\nplot\npublish\n"
       "diagnose\nreport\ncard\n"
       "console\nplay\npreflight\nclean\n--help\n--version\n");
-  EXPECT_EQ(poectl("wat"), "watch\n");
-  EXPECT_EQ(poectl("no such"), "\n");
+  EXPECT_EQ(afterPoectl("wat"), "watch\n");
+  EXPECT_EQ(afterPoectl("no such"), "\n");
 }
 
 TEST(Completion, OffersTheOptionsOfACommand) {
-  EXPECT_EQ(poectl("explain --"), "--status\n--bank-limit\n--port\n--help\n");
-  EXPECT_EQ(poectl("clean \"\""), "--force\n--help\n");
+  EXPECT_EQ(afterPoectl("explain --"), "--status\n--bank-limit\n--port\n--help\n");
+  EXPECT_EQ(afterPoectl("clean \"\""), "--force\n--help\n");
 }
 
 TEST(Completion, OffersFilesWhereACommandTakesThem) {
   const std::string file = COMPLETIONS "/poe_c";
-  EXPECT_EQ(poectl("apply " + file), file + "ard\n");
-  EXPECT_EQ(poectl("play --log " + file), file + "ard\n");
-  EXPECT_EQ(poectl("explain --bank-limit " + file), "\n");
-  EXPECT_EQ(poectl("status " + file), "\n");
+  EXPECT_EQ(afterPoectl("apply " + file), file + "ard\n");
+  EXPECT_EQ(afterPoectl("play --log " + file), file + "ard\n");
+  EXPECT_EQ(afterPoectl("explain --bank-limit " + file), "\n");
+  EXPECT_EQ(afterPoectl("status " + file), "\n");
 }
 
 TEST(Completion, OffersPortsAndVerbs) {
-  EXPECT_EQ(poectl("port \"\""), "--file\n--help\n0\n1\n2\n3\n");
-  EXPECT_EQ(poectl("port --file x 2 o"), "on\noff\n");
-  EXPECT_EQ(poectl("port 2 limit 1"), "\n");
+  EXPECT_EQ(afterPoectl("port \"\""), "--file\n--help\n0\n1\n2\n3\n");
+  EXPECT_EQ(afterPoectl("port --file x 2 o"), "on\noff\n");
+  EXPECT_EQ(afterPoectl("port 2 limit 1"), "\n");
 }
 
 TEST(Completion, OffersTheWordsOfTheConsole) {
-  EXPECT_EQ(poectl("console po"), "poeport\n");
-  EXPECT_EQ(poectl("console PD69104Engine read"), "readReg\n");
-  EXPECT_EQ(poectl("console channel \"\""), "0\n1\n2\n3\n");
+  EXPECT_EQ(afterPoectl("console po"), "poeport\n");
+  EXPECT_EQ(afterPoectl("console PD69104Engine read"), "readReg\n");
+  EXPECT_EQ(afterPoectl("console channel \"\""), "0\n1\n2\n3\n");
 }
 
 TEST(Completion, OffersTheSourcesOfTheStatus) {
-  EXPECT_EQ(poectl("watch --from \"\""), "queue\nconsole\n");
+  EXPECT_EQ(afterPoectl("watch --from \"\""), "queue\nconsole\n");
 }
 
 TEST(Completion, OffersTheWordsOfTheCardThatRuns) {
