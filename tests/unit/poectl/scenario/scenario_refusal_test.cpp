@@ -47,8 +47,9 @@ const std::string PORT_FIELDS =
     "; state, class, operStatus, detectionStatus, powerClassification, powerConsumption, "
     "invalidSignatureCounter, powerDeniedCounter, overLoadCounter, underLoadCounter, shortCounter, "
     "classErrorCounter, counters are accepted";
-const std::string CHIP_FIELDS = "; mainPower, mainOperStatus, reserved, mainConsumption, deviceTemperature, "
-                                "thermalShutdown, devError are accepted";
+const std::string FIELDS_OF_CHIP =
+    "; mainPower, mainOperStatus, reserved, mainConsumption, deviceTemperature, "
+    "thermalShutdown, devError are accepted";
 const std::string STATES = "; DISABLED, SEARCHING, DELIVERINGPOWER, FAULT, TEST, OTHERFAULT are accepted";
 const std::string COUNTER = "; a whole number or an increase such as +1 is accepted";
 const std::string NUMBER = "; a whole number is accepted";
@@ -137,7 +138,7 @@ const Refusal REFUSALS[] = {
      "f.play:2:50: 'within' is too much" + FOR},
 
     {"PortField", "expect port 1 stat FAULT", "f.play:1:15: unknown field 'stat'" + PORT_FIELDS},
-    {"ChipField", "expect chip state FAULT", "f.play:1:13: unknown field 'state'" + CHIP_FIELDS},
+    {"ChipField", "expect chip state FAULT", "f.play:1:13: unknown field 'state'" + FIELDS_OF_CHIP},
     {"StateMissing", "expect port 1 state", "f.play:1:20: the line is not complete" + STATES},
     {"StateByNumber", "expect port 1 state 3", "f.play:1:21: '3' is no value of state" + STATES},
     {"StateUnknown", "expect port 1 state ?", "f.play:1:21: '?' is no value of state" + STATES},
