@@ -23,10 +23,10 @@ Snapshot publishedSnapshot(const std::string& path);
 // publishedSnapshot() does.
 std::optional<Snapshot> lastPublished(const std::string& directory);
 
-// Its age at `now`, a time of currentTime(); negative when its time is in the future, as it is after the clock
-// was set back.
+// Its age at `now`, a time of currentTime(); negative when its time is in the future, as it is after the
+// clock was set back.
 std::chrono::milliseconds ageOf(const Snapshot& snapshot, Snapshot::Time now);
 
-// Whether a snapshot of this age is no longer what the service says: it is as old as staleAfterPeriod() of its
-// period, or as far in the future.
+// Whether a snapshot of this age is no longer what the service says: it is as old as staleAfterPeriod() of
+// its period, or as far in the future.
 bool isStaleAt(const Snapshot& snapshot, std::chrono::milliseconds age);

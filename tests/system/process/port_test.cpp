@@ -228,8 +228,8 @@ TEST_F(PoectlPort, SaysThatTheMainProcessUndoesTheChange) {
 
 TEST_F(PoectlPort, SaysNothingOfCommandsThatOnlyShowTheStatus) {
   start();
-  std::vector<std::vector<std::string>> commands = {{"watch", "--from", "queue"},
-                                                    {"publish", "--directory", folder.path(), "--from", "queue"}};
+  std::vector<std::vector<std::string>> commands = {
+      {"watch", "--from", "queue"}, {"publish", "--directory", folder.path(), "--from", "queue"}};
   const std::filesystem::path build = std::filesystem::path(POECTL).parent_path().parent_path();
   if (std::filesystem::exists(build / "libexec/poe-tools/poectl-page")) {
     commands.push_back({"serve", "--port", "0", "--from", "queue"});
