@@ -37,7 +37,11 @@ bool CommandOption::takesValue() const {
 
 bool CommandOption::takesFile() const {
   const std::string_view shown(value);
-  return shown == "FILE" || shown == "PATH" || shown == "DIR";
+  return shown == "FILE" || shown == "PATH";
+}
+
+bool CommandOption::takesDirectory() const {
+  return std::string_view(value) == "DIR";
 }
 
 bool Command::takesFile() const {

@@ -25,8 +25,8 @@ struct CommandOption {
   const char* help;  // sentences
 
   bool takesValue() const;
-  // Takes the name of a file or a directory.
   bool takesFile() const;
+  bool takesDirectory() const;
 };
 
 struct Command {

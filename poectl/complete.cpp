@@ -14,7 +14,9 @@ namespace {
 
 using Words = std::vector<std::string>;
 
+// The shell itself puts files and directories in their place.
 constexpr const char* ANY_FILE = "<FILE>";
+constexpr const char* ANY_DIRECTORY = "<DIRECTORY>";
 
 // The first word of each line of the card's help; none without a card.
 Words cardWords(const std::string& control) {
@@ -62,7 +64,7 @@ Words valuesOf(const CommandOption& option) {
   if (std::string("--from") == option.name) {
     return {"queue", "console"};
   }
-  return option.takesFile() ? Words{ANY_FILE} : Words{};
+  return option.takesFile() ? Words{ANY_FILE} : option.takesDirectory() ? Words{ANY_DIRECTORY} : Words{};
 }
 
 // The words that may follow the arguments of a command that has words of its own.
@@ -125,7 +127,7 @@ int complete(const Words& words) {
     candidates = candidatesAfter(*command, {words.begin() + 1, words.end() - 1});
   }
   for (const std::string& candidate : candidates) {
-    if (candidate == ANY_FILE || candidate.rfind(words.back(), 0) == 0) {
+    if (candidate == ANY_FILE || candidate == ANY_DIRECTORY || candidate.rfind(words.back(), 0) == 0) {
       std::puts(candidate.c_str());
     }
   }

@@ -1,5 +1,6 @@
 #include "poectl/command_line.h"
 #include "poectl/host/note.h"
+#include "poectl/publish/published.h"
 #include "poectl/snmp/pass_persist.h"
 #include "poectl/snmp/published_snapshot.h"
 #include "poectl/status/timestamp.h"
@@ -30,7 +31,7 @@ void logNote(const std::string& line) {
 
 // Until snmpd closes its end.
 int answerQuestions(const std::string& directory) {
-  PublishedSnapshot published(directory + "/status.json", wouldNotesBeAnswers() ? logNote : printNote);
+  PublishedSnapshot published(publishedFile(directory, STATUS_FILE), wouldNotesBeAnswers() ? logNote : printNote);
   PassPersist session([&] { return published.look(currentTime()); });
   for (;;) {
     char block[4096];

@@ -17,6 +17,9 @@
 namespace {
 
 constexpr int BACKLOG = 64;
+// Bytes of a connection that the kernel keeps. It would take some MiB before a reader is seen to take
+// nothing.
+constexpr int SEND_BUFFER = 16384;
 constexpr std::size_t BLOCK = 16384;           // bytes of updates that are sent at once
 constexpr std::chrono::seconds SIGN_PERIOD{5}; // below PageServer::MAX_SILENCE
 constexpr char SIGN[] = ": \n\n";              // a comment, which the browser passes over
@@ -77,6 +80,7 @@ PageSocket::PageSocket(unsigned port)
     : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
   const int yes = 1;
   setsockopt(m_socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+  setsockopt(m_socket, SOL_SOCKET, SO_SNDBUF, &SEND_BUFFER, sizeof SEND_BUFFER); // connections inherit it
   sockaddr_in address{};
   socklen_t size = sizeof address;
   address.sin_family = AF_INET;

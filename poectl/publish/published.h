@@ -15,12 +15,18 @@ constexpr const char* METRICS_FILE = "poe.prom";
 // The path of one of the two.
 std::string publishedFile(const std::string& directory, const char* name);
 
-// The last snapshot that was published into the directory, however old it is; nothing when there is none.
-// Never waits. Throws InputError, one line, when the file cannot be read or is no snapshot.
+// The snapshot in such a file, however old it is. Never waits. Throws InputError, one line, when the file
+// cannot be read or is not one line with a snapshot.
+Snapshot publishedSnapshot(const std::string& path);
+
+// The last snapshot that was published into the directory; nothing when there is none. Throws InputError as
+// publishedSnapshot() does.
 std::optional<Snapshot> lastPublished(const std::string& directory);
 
-// Its age at `now`, a time of currentTime(); 0 for one of the future, which a clock that was set back makes.
+// Its age at `now`, a time of currentTime(); negative when its time is in the future, as it is after the
+// clock was set back.
 std::chrono::milliseconds ageOf(const Snapshot& snapshot, Snapshot::Time now);
 
-// Whether a snapshot of this age is no longer what the service says.
+// Whether a snapshot of this age is no longer what the service says: it is as old as staleAfterPeriod() of
+// its period, or as far in the future.
 bool isStaleAt(const Snapshot& snapshot, std::chrono::milliseconds age);

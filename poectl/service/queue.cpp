@@ -74,11 +74,14 @@ void sendConfig(const PoeConfig& config, const SendWait& wait) {
 
 bool queueExists(const char* name) {
   const mqd_t queue = mq_open(name, O_RDONLY | O_CLOEXEC);
-  if (queue == NONE) {
-    return errno != ENOENT;
+  if (queue != NONE) {
+    mq_close(queue);
+    return true;
   }
-  mq_close(queue);
-  return true;
+  if (errno != ENOENT && errno != EACCES) { // a queue of another user exists
+    throw QueueError(std::string("cannot look for queue ") + name + ": " + reason());
+  }
+  return errno == EACCES;
 }
 
 bool removeQueue(const char* name) {

@@ -46,7 +46,7 @@ struct SendWait {
 // Sends a configuration to the service on "/queueToPoe".
 void sendConfig(const PoeConfig& config, const SendWait& wait = {});
 
-// Whether a queue of this name exists.
+// Whether a queue of this name exists. Throws QueueError when that cannot be known.
 bool queueExists(const char* name);
 
 // Removes a queue. False when there was none.

@@ -124,6 +124,20 @@ void look(const Queue& queue, const fs::path& process, QueueReaders& readers) {
   }
 }
 
+// Whether a reader of the status messages is a command of poectl that shows them and never undoes a
+// configuration: "watch --example" sends its own only to a service that has forgotten all.
+bool onlyShows(const QueueReader& reader) {
+  constexpr std::array<const char*, 4> COMMANDS = {"publish", "serve", "status", "watch"};
+  if (reader.name != "poectl") {
+    return reader.name == "poectl-page";
+  }
+  std::ifstream words(fs::path("/proc") / std::to_string(reader.pid) / "cmdline");
+  std::string command;
+  std::getline(words, command, '\0');
+  std::getline(words, command, '\0');
+  return std::find(COMMANDS.begin(), COMMANDS.end(), command) != COMMANDS.end();
+}
+
 } // namespace
 
 QueueReaders readersOf(const char* name) {
@@ -164,11 +178,10 @@ std::string mainProcessNote() {
   const std::string undone = "its next configuration undoes this one";
   const QueueReaders readers = readersOf(QUEUE_TO_MAIN);
   if (!readers.found.empty()) {
-    return describe(readers.found.front()) + " is the main process: " + undone;
+    const QueueReader& reader = readers.found.front();
+    return onlyShows(reader) ? "" : describe(reader) + " is the main process: " + undone;
   }
-  return readers.doubt.empty() || !queueExists(QUEUE_TO_MAIN)
-             ? ""
-             : "a main process may run, " + undone + ": " + readers.doubt;
+  return readers.doubt.empty() ? "" : "a main process may run, " + undone + ": " + readers.doubt;
 }
 
 std::string describe(const QueueReader& reader) {

@@ -26,7 +26,7 @@ QueueReaders readersOf(const char* name);
 std::string whyQueueExists(const char* name);
 
 // That a main process runs, which undoes what poectl sends. One line; empty when nobody is or may be the main
-// process.
+// process. A command of poectl that only shows the status is none.
 std::string mainProcessNote();
 
 // "process 812 (poe_service)".

@@ -1,8 +1,7 @@
 #include "poectl/snmp/published_snapshot.h"
 
-#include "poectl/record/record_line.h"
-#include "poectl/record/record_reader.h"
-#include "poectl/status/status_events.h"
+#include "poectl/config/input_file.h"
+#include "poectl/publish/published.h"
 
 #include <utility>
 
@@ -32,37 +31,19 @@ CardLook PublishedSnapshot::look(Snapshot::Time now) {
   if (!m_snapshot) {
     return {};
   }
-  const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(now - m_snapshot->end);
-  const auto limit = staleAfterPeriod(m_snapshot->period);
-  const bool isFresh = age < limit && -age < limit;
-  return {isFresh ? &*m_snapshot : nullptr, age};
+  const std::chrono::milliseconds age = ageOf(*m_snapshot, now);
+  return {isStaleAt(*m_snapshot, age) ? nullptr : &*m_snapshot, age};
 }
 
 void PublishedSnapshot::read() {
   m_snapshot.reset();
-  if (m_identity.st_size > static_cast<off_t>(MAX_RECORD_LINE)) { // which would take time to read
-    refuse(m_path + ": is too long; accepted are " + std::to_string(MAX_RECORD_LINE) + " bytes");
-    return;
-  }
   try {
-    RecordReader reader(m_path);
-    auto record = reader.next();
-    if (!record) {
-      refuse(m_path + ": is empty; accepted is one line of 'poectl publish'");
-    } else if (reader.place().offset != reader.size()) {
-      refuse(m_path + ": has more than one line; accepted is one line of 'poectl publish'");
-    } else {
-      m_snapshot = std::move(record->snapshot);
-      m_refusal.clear();
-    }
+    m_snapshot = publishedSnapshot(m_path);
+    m_refusal.clear();
   } catch (const InputError& error) {
-    refuse(error.what());
-  }
-}
-
-void PublishedSnapshot::refuse(const std::string& reason) {
-  if (reason != m_refusal) {
-    m_refusal = reason;
-    m_warn(reason);
+    if (error.what() != m_refusal) {
+      m_refusal = error.what();
+      m_warn(m_refusal);
+    }
   }
 }

@@ -17,13 +17,12 @@ public:
   // `path`: one line as snapshotJsonLine() writes it, which is replaced by rename. It need not exist.
   PublishedSnapshot(std::string path, Warn warn);
 
-  // What is known at the time `now`. A snapshot is stale from staleAfterPeriod() of its period on; so is one
-  // whose time is as far in the future. Never waits for anybody and never throws for what is in the file.
+  // What is known at the time `now`; isStaleAt() says when a snapshot is stale. Never waits for anybody and
+  // never throws for what is in the file.
   CardLook look(Snapshot::Time now);
 
 private:
   void read();
-  void refuse(const std::string& reason);
 
   const std::string m_path;
   const Warn m_warn;

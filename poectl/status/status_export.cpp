@@ -4,6 +4,7 @@
 #include "poectl/status/timestamp.h"
 #include "text/text.h"
 
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 namespace {
@@ -84,9 +85,9 @@ std::string head(const StatusField& field) {
 // A metric of the snapshot itself, from milliseconds.
 std::string timeMetric(const Snapshot& snapshot, const char* metric, const char* help,
                        std::chrono::milliseconds time) {
+  const auto size = static_cast<long long>(std::abs(time.count()));
   return head(metric, help, "gauge") + metric + "{source=\"" + sourceWord(snapshot.source) + "\"} " +
-         text::formatted("%lld.%03lld\n", static_cast<long long>(time.count() / 1000),
-                         static_cast<long long>(time.count() % 1000));
+         text::formatted("%s%lld.%03lld\n", time.count() < 0 ? "-" : "", size / 1000, size % 1000);
 }
 
 std::string originMetrics(const Snapshot& snapshot) {

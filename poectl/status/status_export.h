@@ -27,5 +27,5 @@ std::string snapshotPrometheus(const Snapshot& snapshot);
 // Whether snapshots come, as a metric.
 std::string upMetric(bool isUp);
 
-// The snapshot's age as a metric.
+// The snapshot's age as a metric; negative when its time is in the future.
 std::string ageMetric(const Snapshot& snapshot, std::chrono::milliseconds age);

@@ -166,6 +166,12 @@ TEST_F(ToolCalls, OfCommandsWithoutAService) {
   EXPECT_GT(faults, 20U);
 }
 
+TEST_F(ToolCalls, ThatCannotLookForAQueueAreNoQueueThatIsLeftOver) {
+  const End end = run(injection({"mq_open", 1}), POECTL " preflight");
+  EXPECT_EQ(end.status, 1);
+  EXPECT_EQ(end.errors, "poectl: cannot look for queue /queueToPoe: Too many open files in system\n");
+}
+
 TEST_F(ToolCalls, OfASentConfiguration) {
   const std::string file = m_folder.file("card.toml");
   ASSERT_EQ(std::system((std::string(POECTL " example >") + file).c_str()), 0);

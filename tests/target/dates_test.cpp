@@ -20,9 +20,10 @@ protected:
 
   // A service whose clock or receive fails at once would keep a processor busy.
   void expectNoSpinning() {
-    const double before = processorTime();
-    expectCycles(5);
-    const double share = (processorTime() - before) / 6; // expectCycles takes a message more
+    const auto before = footprintOf(service->pid()).processorTime;
+    expectCycles(5); // and a message more
+    const auto used = footprintOf(service->pid()).processorTime - before;
+    const double share = std::chrono::duration<double>(used).count() / 6;
     EXPECT_LT(share, 0.2);
     measured("processor time of the service after " + std::string(GetParam().iso),
              std::to_string(share * 100) + " %");
@@ -36,16 +37,6 @@ protected:
     EXPECT_EQ(run({"/bin/poectl", "console", "help"}).output, "PD69104Engine\n");
     EXPECT_EQ(log.take(), START_LOG);
     EXPECT_TRUE(service->isRunning());
-  }
-
-private:
-  // The processor time of the service in seconds.
-  double processorTime() const {
-    clockid_t clock{};
-    EXPECT_EQ(clock_getcpuclockid(service->pid(), &clock), 0);
-    timespec time{};
-    EXPECT_EQ(clock_gettime(clock, &time), 0);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
   }
 };
 

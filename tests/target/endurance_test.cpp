@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 namespace {
@@ -17,17 +16,6 @@ std::string fixed(double value, const std::string& unit) {
   char text[32];
   std::snprintf(text, sizeof text, "%.4f ", value);
   return text + unit;
-}
-
-// kB that the process has in memory.
-long residentMemory(pid_t pid) {
-  std::ifstream lines("/proc/" + std::to_string(pid) + "/status");
-  for (std::string line; std::getline(lines, line);) {
-    if (line.compare(0, 6, "VmRSS:") == 0) {
-      return std::stol(line.substr(6));
-    }
-  }
-  return -1;
 }
 
 // Waits until the service sleeps: right after a message it still has the queue open.
@@ -60,7 +48,7 @@ TEST_F(Endurance, OfSixtyCyclesShowsNoDriftAndNoGrowth) {
   chip->write(SCENE_REGISTERS);
   nextWholeStatus();
   takeMessages(2);
-  const long memoryBefore = residentMemory(service->pid());
+  const long memoryBefore = footprintOf(service->pid()).memory;
   const long descriptorsBefore = openDescriptors(service->pid());
 
   const std::vector<Clock::time_point> arrivals = takeMessages(61);
@@ -79,7 +67,7 @@ TEST_F(Endurance, OfSixtyCyclesShowsNoDriftAndNoGrowth) {
   measured("mean period of 60 cycles", fixed(mean, "s"));
   measured("shortest and longest interval", fixed(shortest, "s, ") + fixed(longest, "s"));
 
-  const long memory = residentMemory(service->pid());
+  const long memory = footprintOf(service->pid()).memory;
   EXPECT_GT(memory, 0);
   EXPECT_LE(memory, memoryBefore + 64);
   EXPECT_EQ(openDescriptors(service->pid()), descriptorsBefore);

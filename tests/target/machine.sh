@@ -5,13 +5,34 @@
 . tests/target/downloads.sh
 . tests/target/scenarios/machines.sh
 
-# How long a machine may run, in seconds: the tests wait about three minutes for cycles, the rest is emulation.
+# How long a machine may run, in seconds: the tests wait up to four minutes for cycles, the rest is emulation.
 machine_timeout_s=480
 
 # Directories, and processes in the background, that go when the script ends, however it ends.
 scratch=()
 machines=()
 trap 'rm -rf "${scratch[@]}"; kill "${machines[@]}" 2>/dev/null' EXIT
+
+# in_lane COMMAND...: runs a part beside the others; its machines end with it. wait_for_lanes returns when all parts have
+# ended and fails when one has failed.
+lanes=()
+in_lane() {
+  (
+    scratch=() machines=()
+    trap 'kill "${machines[@]}" 2>/dev/null' EXIT
+    "$@"
+  ) &
+  lanes+=($!)
+  machines+=($!)
+}
+wait_for_lanes() {
+  local lane failed=0
+  for lane in "${lanes[@]}"; do
+    wait "$lane" || failed=1
+  done
+  lanes=() machines=()
+  return "$failed"
+}
 
 progress() { printf '%s: %s\n' "${0##*/}" "$*"; }
 
@@ -101,6 +122,29 @@ judge() {
   fi
   grep -qx '# tests ended with status 0' "$log" || fail "the test program has not ended well (see $log)"
   progress "all $count tests passed"
+}
+
+# run_tests NAME GROUP FILTER COMMAND...: runs the tests of target_tests that the filter names on a machine of their own;
+# COMMAND runs the program here and lists them.
+run_tests() {
+  local name=$1 group=$2 filter=$3 place=build/target/$1.$2 machine
+  shift 3
+  GTEST_FILTER=$filter expected_names "$@" >"$place.names"
+  "${name}_machine" "build/target/$name.cpio.gz" "GTEST_FILTER=$filter"
+  run_machine "$place.log" "${machine[@]}"
+  judge "$place.log" "$place.names"
+}
+
+# run_all_on NAME COMMAND...: everything that runs on machines of this kind, side by side; most of the time it waits for the
+# service's next cycle. COMMAND runs a test program of the machine here. The tests of the clock are half of the time.
+run_all_on() {
+  local name=$1 clock='TimeOfDayTest.*:*Date*'
+  shift
+  in_lane run_tests "$name" clock "$clock" "$@/target_tests"
+  in_lane run_tests "$name" service "-$clock" "$@/target_tests"
+  in_lane run_bus_tests "$name" "$@/kernel_bus_tests"
+  in_lane play_scenarios "$name"
+  wait_for_lanes
 }
 
 # expected_names COMMAND...: the names of the tests of the test program, which COMMAND runs, one to a line.

@@ -20,12 +20,19 @@ MAX_STREAMS = 32
 MAX_SILENCE_S = 10
 
 
-
 def queue_exists():
     queue = ctypes.CDLL(None).mq_open(b"/queueToMain", os.O_WRONLY)
     if queue >= 0:
         os.close(queue)
     return queue >= 0
+
+
+def is_connected(peer):
+    """Whether the server still holds its end of the connection."""
+    port = peer.getsockname()[1]
+    with open("/proc/net/tcp", encoding="ascii") as file:
+        rows = [line.split() for line in file]
+    return any(row[2] == f"0100007F:{port:04X}" and row[3] == "01" for row in rows)
 
 
 class Server(unittest.TestCase):
@@ -175,6 +182,19 @@ class Server(unittest.TestCase):
             self.await_text(streams[0], "event: snapshot")
         self.assertLess(time.monotonic() - start, 5)
         slow.close()
+
+    def test_reader_that_takes_nothing_is_cut_off_and_one_that_takes_little_is_not(self):
+        self.page = self.desk.serve("--from", "console", "--every", "0.1")
+        silent = self.stream(receive_buffer=1)
+        little = self.stream(receive_buffer=1)
+        start = time.monotonic()
+        while is_connected(silent):
+            self.assertLess(time.monotonic() - start, 4 * MAX_SILENCE_S)
+            little.recv(1000)
+            time.sleep(0.2)
+        self.assertGreater(time.monotonic() - start, MAX_SILENCE_S - 1)
+        self.assertTrue(is_connected(little))
+        self.await_text(self.stream(), "event: snapshot")
 
     def test_connections_without_a_whole_request_are_ended(self):
         self.page = self.desk.serve()

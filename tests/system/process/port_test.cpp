@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 
 namespace {
 
@@ -223,6 +224,24 @@ TEST_F(PoectlPort, SaysThatTheMainProcessUndoesTheChange) {
   EXPECT_EQ(poectl("apply " + file).output, note);
   EXPECT_EQ(port("2 priority 2").output, note + file + ":15: port 2\n-priority = 3\n+priority = 2\n");
   EXPECT_TRUE(waitUntil([&] { return phase(1) == "delivering"; }));
+}
+
+TEST_F(PoectlPort, SaysNothingOfCommandsThatOnlyShowTheStatus) {
+  start();
+  std::vector<std::vector<std::string>> commands = {
+      {"watch", "--from", "queue"}, {"publish", "--directory", folder.path(), "--from", "queue"}};
+  const std::filesystem::path build = std::filesystem::path(POECTL).parent_path().parent_path();
+  if (std::filesystem::exists(build / "libexec/poe-tools/poectl-page")) {
+    commands.push_back({"serve", "--port", "0", "--from", "queue"});
+  }
+  for (std::vector<std::string>& words : commands) {
+    words.insert(words.begin(), POECTL);
+    StartedCommand command(words);
+    ASSERT_TRUE(waitUntil([] { return queueExists("/queueToMain"); })) << words[1];
+    EXPECT_EQ(poectl("apply " + file).output, "") << words[1];
+    command.send(SIGTERM);
+    command.wait();
+  }
 }
 
 TEST_F(PoectlPort, DiffAndSaveShowWhatTheServiceHas) {

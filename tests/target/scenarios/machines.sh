@@ -6,19 +6,23 @@ scenario_machines=${POE_SCENARIO_MACHINES:-3}
 scenario_folder=tests/system/scenarios
 repeated_scenario=events_of_every_kind
 
+# The time of day on each machine: the second that it passes while its first scenario plays, so that the others start
+# after it, or `restless`, which sets it forward and back by an hour every 2 s. On PowerPC glibc 2.36 ends before 2106.
+x86_clocks=(2147483647 4294967295 restless)
+powerpc_clocks=(2147483647 restless restless)
+
 # pack_scenarios ROOT: puts the scenarios and their files into a machine's file system.
 pack_scenarios() {
   mkdir -p "$1/scenarios"
   cp "$scenario_folder"/*.play "$scenario_folder"/*.toml "$1/scenarios/"
 }
 
-# start_scenario_machine NAME SLOT COMMAND...: starts a machine that waits for scenarios: COMMAND is the emulator with the
-# kernel and its memory.
+# start_scenario_machine NAME SLOT: starts a machine that waits for scenarios.
 start_scenario_machine() {
-  local place=build/target/$1.$2
-  shift 2
+  local place=build/target/$1.$2 machine clocks=$1_clocks[$2]
+  "$1_machine" "build/target/$1.cpio.gz" program=/bin/scenario_agent "time_of_day=${!clocks-restless}"
   rm -f "$place".{card,serial,log}
-  timeout "$machine_timeout_s" "$@" -display none -monitor none -nic none -no-reboot -serial "file:$place.log" \
+  timeout "$machine_timeout_s" "${machine[@]}" -display none -monitor none -nic none -no-reboot -serial "file:$place.log" \
     -chardev "socket,id=serial,path=$place.serial,server=on,wait=off" -serial chardev:serial \
     -chardev "socket,id=card,path=$place.card,server=on,wait=on" -device vhost-user-i2c-pci,chardev=card \
     </dev/null >"$place.emulator" 2>&1 &
@@ -36,18 +40,22 @@ start_scenario_machine() {
   starts+=($!)
 }
 
-# run_bus_tests NAME NAMES COMMAND...: runs the tests of kernel_bus_tests on a machine whose adapter is a card outside; NAMES
-# is the file of their names. The second serial port is the control socket of the card.
+# run_bus_tests NAME COMMAND...: runs the tests of kernel_bus_tests on a machine whose adapter is a card outside. The second
+# serial port carries the card's commands. COMMAND runs the program here and lists its tests.
 run_bus_tests() {
-  local name=$1 names=$2 place=build/target/$1.bus
+  local name=$1 place=build/target/$1.bus machine
   local log=$place.log
-  shift 2
-  rm -f "$place".{socket,card,log}
-  more_devices=(-chardev "socket,id=serial,path=$place.socket" -serial chardev:serial
-    -chardev "socket,id=card,path=$place.card" -device vhost-user-i2c-pci,chardev=card)
-  run_machine "$log" build/release/bin/poe_card --control "$place.socket" --virtio "$place.card" -- "$@"
-  more_devices=()
-  judge "$log" "$names"
+  shift
+  expected_names "$@" >"$place.names"
+  "${name}_machine" "build/target/$name.cpio.gz" program=/bin/kernel_bus_tests
+  rm -f "$place".{serial,card,control,log}
+  more_devices=(-chardev "socket,id=serial,path=$place.serial,server=on,wait=off" -serial chardev:serial
+    -chardev "socket,id=card,path=$place.card,server=on,wait=on" -device vhost-user-i2c-pci,chardev=card)
+  tests/target/scenarios/card_of_machine build/release/bin/poe_card "$place" \
+    >"$place.card_log" 2>&1 &
+  machines+=($!)
+  run_machine "$log" "${machine[@]}"
+  judge "$log" "$place.names"
 }
 
 # wait_for SECONDS COMMAND...: until the command succeeds.
@@ -75,22 +83,19 @@ play_one() {
   fi
 }
 
-# play_scenarios NAME COMMAND...: plays all of them, as many at a time as there are machines, and compares the transfers of
+# play_scenarios NAME: plays all of them, as many at a time as there are machines, and compares the transfers of
 # the one that is played twice elsewhere with those of a run without a machine.
 play_scenarios() {
-  local name=$1 starts=() start slot passed total log=build/target/$1.scenarios.log
-  shift
+  local name=$1 starts=() start slot passed total line log=build/target/$1.scenarios.log
   rm -rf "build/target/$name.scenarios"
   progress "starting $scenario_machines machines for the scenarios"
   for ((slot = 0; slot < scenario_machines; slot++)); do
-    start_scenario_machine "$name" "$slot" "$@"
+    start_scenario_machine "$name" "$slot"
   done
   for start in "${starts[@]}"; do
     wait "$start" || fail "a machine has not started (see build/target/$name.*.log and .emulator)"
   done
-  mkdir -p "build/target/$name.scenarios/without_a_machine"
-  "$scenario_folder/run_scenario" build/release/bin "$scenario_folder/$repeated_scenario.play" \
-    "build/target/$name.scenarios/without_a_machine" >"build/target/$name.scenarios/without_a_machine/results" 2>&1 &
+  play_without_a_machine "$name" &
   local without=$!
   export -f play_one
   export scenario_folder
@@ -101,7 +106,7 @@ play_scenarios() {
   for ((slot = 0; slot < scenario_machines; slot++)); do
     stop_machine "build/target/$name.$slot.serial"
   done
-  wait "$without" || fail "the scenario $repeated_scenario fails without a machine (see build/target/$name.scenarios)"
+  wait "$without" || exit 1
   wait "${machines[@]}"
   machines=()
   passed=$(grep -c '^ok ' "$log")
@@ -109,6 +114,10 @@ play_scenarios() {
   progress "scenarios $passed of $total"
   grep -hE 'Kernel panic|Oops|BUG:|Unable to handle kernel' build/target/"$name".[0-9].log && fail "a kernel has failed"
   [ "$passed" -eq "$total" ] || fail "not every scenario has passed (see $log)"
+  for ((slot = 0; slot < scenario_machines; slot++)); do
+    line=$(tr -d '\r' <"build/target/$name.$slot.log" | grep '^# time of day: [ps]') || fail "machine $slot does not tell its time of day"
+    progress "scenarios on machine $slot, ${line#\# }"
+  done
   compare_records "$name"
 }
 
@@ -124,14 +133,32 @@ with socket.socket(socket.AF_UNIX) as serial:
         pass' "$1"
 }
 
-# compare_records NAME: the same scenario makes the same transfers, whatever is between the service and the card.
-compare_records() {
+# play_without_a_machine NAME: the scenario whose transfers are compared.
+play_without_a_machine() {
+  local folder=build/target/$1.scenarios/without_a_machine
+  mkdir -p "$folder"
+  "$scenario_folder/run_scenario" build/release/bin "$scenario_folder/$repeated_scenario.play" "$folder" >"$folder/results" 2>&1 ||
+    fail "the scenario $repeated_scenario fails without a machine (see $folder/results)"
+}
+
+# same_records NAME: whether the scenario has made the same transfers on a machine and without one.
+same_records() {
   local folder=build/target/$1.scenarios place
   for place in without_a_machine "$repeated_scenario"; do
     sed '/^R 0xCE /q' "$folder/$place/record" >"$folder/$place/compared"
     tail -n 1 "$folder/$place/compared" | grep -q '^R 0xCE ' || fail "the record in $folder/$place has no end"
   done
-  cmp "$folder/without_a_machine/compared" "$folder/$repeated_scenario/compared" >&2 ||
-    fail "the transfers of $repeated_scenario differ from those without a machine"
-  progress "$(wc -l <"$folder/$repeated_scenario/compared") transfers of $repeated_scenario, the same as without a machine"
+  cmp "$folder/without_a_machine/compared" "$folder/$repeated_scenario/compared" >&2
+}
+
+# compare_records NAME: the same scenario makes the same transfers, whatever is between the service and the card. While the
+# machines boot, a step without a machine may come a cycle late; it is played again when they have ended.
+compare_records() {
+  local name=$1
+  if ! same_records "$name"; then
+    progress "playing $repeated_scenario without a machine again"
+    play_without_a_machine "$name" || exit 1
+    same_records "$name" || fail "the transfers of $repeated_scenario differ from those without a machine"
+  fi
+  progress "$(wc -l <"build/target/$name.scenarios/$repeated_scenario/compared") transfers of $repeated_scenario, the same as without a machine"
 }

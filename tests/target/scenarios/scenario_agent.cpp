@@ -14,9 +14,12 @@
 #include "tests/target/scenarios/serial_line.h"
 #include "tests/target/scenarios/virtio_bus.h"
 #include "tests/target/support/program.h"
+#include "tests/target/support/time_of_day.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <mqueue.h>
@@ -53,7 +56,50 @@ bool mainProcessIsThere() {
   return queue != static_cast<mqd_t>(-1);
 }
 
-void play(const std::string& file, SerialLine& serial) {
+// The time of day while scenarios play, as time_of_day=... on the kernel's command line says: the second
+// since 1970 that it passes in the first scenario, or `restless`, forward and back by an hour every 2 s.
+class ScenarioClock {
+public:
+  explicit ScenarioClock(const char* wish) {
+    if (wish != nullptr && std::string(wish) != "restless") {
+      m_second = std::strtoll(wish, nullptr, 10);
+    }
+  }
+
+  void startScenario() {
+    if (m_second != 0 && !m_started) {
+      m_timeOfDay.set(static_cast<std::time_t>(m_second - 5));
+    }
+    m_started = true;
+  }
+
+  void setForwardOrBack() {
+    constexpr std::chrono::seconds INTERVAL{2};
+    const auto now = std::chrono::steady_clock::now();
+    if (m_second == 0 && now - m_last >= INTERVAL) {
+      m_timeOfDay.move(std::chrono::hours(m_changes++ % 2 == 0 ? 1 : -1));
+      m_last = now;
+    }
+  }
+
+  // Whether the clock did what was asked for.
+  std::string report() const {
+    if (m_second == 0) {
+      return "set forward and back " + std::to_string(m_changes) + " times";
+    }
+    return std::string(TimeOfDay::now() > m_second ? "past " : "NOT past ") + std::to_string(m_second);
+  }
+
+private:
+  TimeOfDay m_timeOfDay;
+  std::int64_t m_second = 0;
+  bool m_started = false;
+  int m_changes = 0;
+  std::chrono::steady_clock::time_point m_last;
+};
+
+void play(const std::string& file, SerialLine& serial, ScenarioClock& clock) {
+  clock.startScenario();
   std::ofstream logFile(LOG_FILE, std::ios::trunc);
   SystemLog log;
   CardProxy card(CONTROL, serial);
@@ -65,6 +111,7 @@ void play(const std::string& file, SerialLine& serial) {
   std::unique_ptr<Program> service;
   while (player.isRunning()) {
     card.serve(LOOK_AGAIN_MS);
+    clock.setForwardOrBack();
     logFile << log.take() << std::flush;
     if (!service && mainProcessIsThere()) {
       service = std::make_unique<Program>(std::vector<std::string>{"/bin/poe_service"});
@@ -89,6 +136,7 @@ void play(const std::string& file, SerialLine& serial) {
 int main() {
   insertVirtioAdapter();
   SerialLine serial("/dev/ttyS1");
+  ScenarioClock clock(std::getenv("time_of_day"));
   std::printf("# the machine is ready\n");
   std::fflush(stdout);
   for (std::string line; (line = serial.read()) != "stop";) {
@@ -104,9 +152,10 @@ int main() {
     if (hides) {
       rename(ADAPTER, HIDDEN_ADAPTER);
     }
-    play(file, serial);
+    play(file, serial, clock);
     if (hides) {
       rename(HIDDEN_ADAPTER, ADAPTER);
     }
   }
+  std::printf("# time of day: %s\n", clock.report().c_str());
 }

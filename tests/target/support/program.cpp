@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <ctime>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -78,6 +79,23 @@ int Program::wait(std::chrono::milliseconds timeout) {
     std::this_thread::sleep_for(POLL_INTERVAL);
   }
   return WIFEXITED(m_status) ? WEXITSTATUS(m_status) : 128 + WTERMSIG(m_status);
+}
+
+Footprint footprintOf(pid_t pid) {
+  clockid_t clock{};
+  timespec time{};
+  EXPECT_EQ(clock_getcpuclockid(pid, &clock), 0);
+  EXPECT_EQ(clock_gettime(clock, &time), 0);
+  Footprint footprint{
+      -1, std::chrono::seconds(time.tv_sec) +
+              std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::nanoseconds(time.tv_nsec))};
+  std::ifstream lines("/proc/" + std::to_string(pid) + "/status");
+  for (std::string line; std::getline(lines, line);) {
+    if (line.compare(0, 6, "VmRSS:") == 0) {
+      footprint.memory = std::stol(line.substr(6));
+    }
+  }
+  return footprint;
 }
 
 Result run(const std::vector<std::string>& commandLine, std::chrono::milliseconds timeout) {

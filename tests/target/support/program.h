@@ -38,5 +38,12 @@ struct Result {
   std::string output;
 };
 
+// What a process has used up to now.
+struct Footprint {
+  long memory; // kB of resident memory; -1 when it cannot be read
+  std::chrono::microseconds processorTime;
+};
+Footprint footprintOf(pid_t pid);
+
 // Runs a program to its end.
 Result run(const std::vector<std::string>& commandLine, std::chrono::milliseconds timeout = MAX_WAIT);

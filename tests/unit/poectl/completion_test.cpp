@@ -42,6 +42,14 @@ TEST(Completion, OffersFilesWhereACommandTakesThem) {
   EXPECT_EQ(afterPoectl("status " + file), "\n");
 }
 
+TEST(Completion, OffersOnlyDirectoriesWhereAnOptionTakesOne) {
+  const std::string folder = COMPLETIONS "/../bash-comp";
+  for (const char* const command : {"publish --directory ", "snmp --directory "}) {
+    EXPECT_EQ(poectl(command + folder), folder + "letion\n");
+    EXPECT_EQ(poectl(command + std::string(COMPLETIONS "/poe_c")), "\n");
+  }
+}
+
 TEST(Completion, OffersPortsAndVerbs) {
   EXPECT_EQ(afterPoectl("port \"\""), "--file\n--help\n0\n1\n2\n3\n");
   EXPECT_EQ(afterPoectl("port --file x 2 o"), "on\noff\n");

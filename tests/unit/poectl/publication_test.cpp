@@ -122,6 +122,21 @@ TEST_F(PublicationTest, GoesOnWithWhatAKilledOneHasLeft) {
   EXPECT_EQ(warnings, "");
 }
 
+// As after the clock was set back: the age is not known, and a new snapshot ends that.
+TEST_F(PublicationTest, TakesATimeInTheFutureForStaleWhenItIsAsFarAsAnOldOne) {
+  for (const auto& [ahead, isUp, age] : {std::tuple(2000ms, "1", "-1."), std::tuple(100000ms, "0", "-99.")}) {
+    Snapshot snapshot = message(7);
+    snapshot.begin = snapshot.end += ahead;
+    publication()->take(snapshot, now);
+    const auto next = publication();
+    EXPECT_EQ(value("poe_up"), isUp);
+    EXPECT_EQ(value("poe_snapshot_age_seconds").rfind(age, 0), 0U) << value("poe_snapshot_age_seconds");
+    next->take(message(8), now);
+    EXPECT_EQ(value("poe_up"), "1");
+    EXPECT_EQ(value("poe_snapshot_age_seconds"), "0.000");
+  }
+}
+
 TEST_F(PublicationTest, ReplacesWhatIsNoSnapshot) {
   folder.write("status.json", "{\"version\":1");
   folder.write("status.json.part", "left");

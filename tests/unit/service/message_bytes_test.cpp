@@ -41,4 +41,29 @@ TEST_F(MessageBytes, OfAStatusAreSentInTheMachinesByteOrder) {
              [&] { EXPECT_EQ(wordsOf(posix.messages.back()), wordsOf(sceneStatusMessage())); }});
 }
 
+// Whether word `number` of the scene's status differs in the wrong byte order.
+bool showsASwappedByteOrder(std::size_t number) {
+  const std::vector<std::uint8_t> message = sceneStatusMessage();
+  const auto word = message.begin() + static_cast<std::ptrdiff_t>(4 * number);
+  const std::vector<std::uint8_t> bytes(word, word + 4);
+  return bytes != std::vector<std::uint8_t>(bytes.rbegin(), bytes.rend());
+}
+
+// A comparison with the scene finds a field in the wrong byte order only where its bytes are not the same
+// backwards, as they are for 0. Word 3 is reserved and word 46 has fields of one byte.
+TEST(MessageScene, ShowsASwappedByteOrderOfEveryField) {
+  constexpr std::size_t PORT = 5;
+  constexpr std::size_t PORT_WORDS = sizeof(PoePortStatus) / 4;
+  for (const std::size_t word : {0U, 1U, 2U, 4U, 45U}) {
+    EXPECT_TRUE(showsASwappedByteOrder(word)) << word;
+  }
+  for (std::size_t field = PORT; field < PORT + PORT_WORDS; field++) {
+    bool shows = false;
+    for (std::size_t port = 0; port < 4; port++) {
+      shows = shows || showsASwappedByteOrder(field + port * PORT_WORDS);
+    }
+    EXPECT_TRUE(shows) << "field " << field - PORT << " of a port";
+  }
+}
+
 } // namespace

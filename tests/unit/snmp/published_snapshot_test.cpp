@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/resource.h>
 
 namespace {
@@ -71,6 +72,25 @@ TEST_F(Published, IsStaleAfterTwoAndAHalfPeriodsBeforeAndAfterItsTime) {
     EXPECT_EQ(counterAfter(milliseconds(after)), std::nullopt) << after;
     EXPECT_EQ(published.look(RECORD_START + milliseconds(after)).age, milliseconds(after));
   }
+}
+
+// A new file each 60 s, and two looks at each.
+TEST_F(Published, HoldsNoMoreAfterADayThanAfterAnHour) {
+  std::size_t heap = 0; // 0 under a sanitizer
+  const auto descriptors = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                         std::filesystem::directory_iterator());
+  };
+  const auto before = descriptors();
+  for (unsigned step = 0; step < 24 * 60; step++) {
+    publish(lineOf(1'000'000 + step));
+    for (const int after : {0, 3000}) {
+      ASSERT_EQ(counterAfter(milliseconds(after)).has_value(), after < 2500);
+    }
+    heap = step == 60 ? mallinfo2().uordblks : heap;
+  }
+  EXPECT_LE(mallinfo2().uordblks, heap + 4096);
+  EXPECT_EQ(descriptors(), before);
 }
 
 // One line for each reason, however often it is asked.
