@@ -45,8 +45,8 @@ TEST(Completion, OffersFilesWhereACommandTakesThem) {
 TEST(Completion, OffersOnlyDirectoriesWhereAnOptionTakesOne) {
   const std::string folder = COMPLETIONS "/../bash-comp";
   for (const char* const command : {"publish --directory ", "snmp --directory "}) {
-    EXPECT_EQ(poectl(command + folder), folder + "letion\n");
-    EXPECT_EQ(poectl(command + std::string(COMPLETIONS "/poe_c")), "\n");
+    EXPECT_EQ(afterPoectl(command + folder), folder + "letion\n");
+    EXPECT_EQ(afterPoectl(command + std::string(COMPLETIONS "/poe_c")), "\n");
   }
 }
 
