@@ -147,6 +147,7 @@ struct PageServer::Callbacks {
         MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT)->socket_context);
   }
 
+  // NOLINTNEXTLINE(readability-function-size): the library gives that many parameters.
   static MHD_Result handle(void* self, MHD_Connection* connection, const char* path, const char* method,
                            const char* /*version*/, const char* data, std::size_t* size, void** context) {
     auto& server = *static_cast<PageServer*>(self);

@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
 """browser_test.py BIN: the page in a browser, beside its data: updates, the simulated card, the keyboard, other sites."""
 
+import base64
 import http.server
 import os
+import re
 import signal
 import sys
 import threading
@@ -107,6 +109,22 @@ class Page(unittest.TestCase):
         self.browser.press(SPACE)
         wait_until(lambda: "thermal=on" in self.desk.card("show"))
         self.await_state(0, "Other fault")
+
+    def test_print_has_all_but_the_controls_in_dark_ink_and_fits_the_paper(self):
+        self.open()
+        self.await_state(0, "Delivering power")
+        wait_until(lambda: not self.is_hidden("#controls"))
+        self.browser.emulate("print", "dark")
+        try:
+            self.assertTrue(self.is_hidden("#controls"))
+            for selector in ('.socket[data-port="0"] .state', "#budget-figure", "#events", 'tr[data-port="3"]'):
+                self.assertFalse(self.is_hidden(selector), selector)
+            style = self.browser.run("const style = getComputedStyle(document.body); return [style.backgroundColor, style.color]")
+            self.assertEqual(style, ["rgb(255, 255, 255)", "rgb(0, 0, 0)"])
+            paper = self.browser.command("Page.printToPDF", paperWidth=8.27, paperHeight=11.69)["data"]  # A4, in inches
+            self.assertIn(len(re.findall(rb"/Type */Page\b", base64.b64decode(paper))), (1, 2))
+        finally:
+            self.browser.emulate("", "light")
 
     def test_silence_of_the_service_and_of_the_server_is_said(self):
         page = self.open("--from", "console", "--every", "0.3")

@@ -71,7 +71,7 @@ class Status(unittest.TestCase):
         for words in ("bus ok", "thermal off", *(f"unplug {port}" for port in range(4))):
             self.desk.card(words)
 
-    def test_page_shows_the_status_of_the_same_moment_in_every_scenario(self):
+    def test_page_shows_the_status_of_the_same_moment_while_scenarios_change_the_card(self):
         self.browser.open(self.desk.serve("--from", "queue").address)
         wait_until(lambda: self.browser.run("return document.body.dataset.message"))
         for name in NAMES:
@@ -86,6 +86,7 @@ class Status(unittest.TestCase):
         self.desk.card("fault 2 fet")
         self.source = ("--from", "console")
         self.browser.open(self.desk.serve(*self.source, "--every", "0.3").address)
+        wait_until(lambda: self.browser.run("return document.body.dataset.message"))
         wait_until(lambda: [port["state"] for port in self.browser.run(READ)["port"]][1:3] == ["Delivering power", "Other fault"])
         self.await_same("console", ("title",))  # of 'poectl status' without the file
         self.assertEqual(self.browser.run(READ)["port"][1]["limit"], "30")
