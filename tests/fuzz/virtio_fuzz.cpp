@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+#include <linux/virtio_i2c.h>
+
 namespace {
 
 using Machine = VirtualMachine;
@@ -82,6 +84,24 @@ public:
     serveRequests();
   }
 
+  // A transfer of a register as a kernel asks for it: two requests for a read, one for a write. At most one
+  // descriptor of each is a wrong one.
+  void makeTransfer(FuzzedDataProvider& data) {
+    const auto reg = data.ConsumeIntegral<std::uint8_t>();
+    if (data.ConsumeBool()) {
+      makeChain(data, VIRTIO_I2C_FLAGS_FAIL_NEXT, {reg});
+      makeChain(data, VIRTIO_I2C_FLAGS_M_RD, {0});
+    } else {
+      makeChain(data, 0, {reg, data.ConsumeIntegral<std::uint8_t>()});
+    }
+  }
+
+  // The emulator sets the ring up again, as for a machine that starts again.
+  void startAgain() {
+    m_machine.setUp([this] { serve(); });
+    m_machine.received();
+  }
+
   void spoilMemory(FuzzedDataProvider& data) {
     const auto place = data.ConsumeIntegralInRange<std::uint32_t>(0, 0x2FFF);
     m_machine.memory()[place] = data.ConsumeIntegral<std::uint8_t>();
@@ -101,6 +121,29 @@ public:
   }
 
 private:
+  void makeChain(FuzzedDataProvider& data, std::uint32_t flags, const std::vector<std::uint8_t>& buffer) {
+    constexpr std::uint32_t BUFFER = Machine::DATA + 0x100;
+    constexpr std::uint32_t STATUS = Machine::DATA + 0x200;
+    const bool isIndirect = data.ConsumeBool();
+    const std::uint32_t table = isIndirect ? Machine::TABLE : Machine::DESCRIPTORS;
+    const std::uint16_t isRead = (flags & VIRTIO_I2C_FLAGS_M_RD) != 0 ? DESCRIPTOR_WRITE : 0;
+    const auto bufferFlags = static_cast<std::uint16_t>(DESCRIPTOR_NEXT | isRead);
+    m_machine.put(Machine::DATA, words({0x40, flags}));
+    m_machine.put(BUFFER, buffer);
+    m_machine.putDescriptor(0, {Machine::GUEST + Machine::DATA, 8, DESCRIPTOR_NEXT, 1}, table);
+    m_machine.putDescriptor(
+        1, {Machine::GUEST + BUFFER, static_cast<std::uint32_t>(buffer.size()), bufferFlags, 2}, table);
+    m_machine.putDescriptor(2, {Machine::GUEST + STATUS, 1, DESCRIPTOR_WRITE, 0}, table);
+    if (data.ConsumeBool()) {
+      m_machine.putDescriptor(data.ConsumeIntegralInRange(0U, 2U), takeDescriptor(data), table);
+    }
+    if (isIndirect) {
+      m_machine.putDescriptor(3, {Machine::GUEST + Machine::TABLE, 48, DESCRIPTOR_INDIRECT, 0});
+    }
+    m_machine.offer(isIndirect ? 3 : 0);
+    serveRequests();
+  }
+
   static std::uint64_t takeNumber(FuzzedDataProvider& data) {
     return data.ConsumeBool() ? data.PickValueInArray(NUMBERS) : data.ConsumeIntegral<std::uint64_t>();
   }
@@ -139,8 +182,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     case 4:
       session.spoilMemory(data);
       break;
-    default:
+    case 5:
       session.makeRequest(data);
+      break;
+    case 6:
+      session.makeTransfer(data);
+      break;
+    default:
+      session.startAgain();
       break;
     }
   }

@@ -135,15 +135,35 @@ run_tests() {
   judge "$place.log" "$place.names"
 }
 
-# run_all_on NAME COMMAND...: everything that runs on machines of this kind, side by side; most of the time it waits for the
-# service's next cycle. COMMAND runs a test program of the machine here. The tests of the clock are half of the time.
+# clock_and_scenarios NAME FILTER COMMAND...: the scenarios wait for the tests of the clock, because booting machines take
+# processor time from tests that measure a cycle.
+clock_and_scenarios() {
+  local name=$1
+  (run_tests "$name" clock "${@:2}")
+  local status=$?
+  play_scenarios "$name" && return "$status"
+}
+
+# run_compressed NAME CYCLES FILTER COMMAND...: the endurance test in compressed time: the machine's clock counts its
+# instructions, 4 ns each, and skips the time in which it sleeps. The chip is i2c-stub, because the simulated card answers in
+# the time of this computer.
+run_compressed() {
+  local name=$1 place=build/target/$1.compressed machine
+  GTEST_FILTER=$3 expected_names "${@:4}" >"$place.names"
+  "${name}_machine" "build/target/$name.cpio.gz" "GTEST_FILTER=$3" "CYCLES=$2"
+  run_machine "$place.log" nice "${machine[@]}" -icount shift=2,sleep=off
+  judge "$place.log" "$place.names"
+}
+
+# run_all_on NAME CYCLES COMMAND...: everything that runs on machines of this kind, side by side; most of the time it waits
+# for the service's next cycle. CYCLES run in compressed time. COMMAND runs a test program of the machine here.
 run_all_on() {
-  local name=$1 clock='TimeOfDayTest.*:*Date*'
-  shift
-  in_lane run_tests "$name" clock "$clock" "$@/target_tests"
-  in_lane run_tests "$name" service "-$clock" "$@/target_tests"
+  local name=$1 cycles=$2 clock='TimeOfDayTest.*:*Date*' endurance='Endurance.OfMany*'
+  shift 2
+  in_lane run_compressed "$name" "$cycles" "$endurance" "$@/target_tests"
+  in_lane clock_and_scenarios "$name" "$clock" "$@/target_tests"
+  in_lane run_tests "$name" service "-$clock:$endurance" "$@/target_tests"
   in_lane run_bus_tests "$name" "$@/kernel_bus_tests"
-  in_lane play_scenarios "$name"
   wait_for_lanes
 }
 

@@ -141,24 +141,30 @@ play_without_a_machine() {
     fail "the scenario $repeated_scenario fails without a machine (see $folder/results)"
 }
 
-# same_records NAME: whether the scenario has made the same transfers on a machine and without one.
-same_records() {
-  local folder=build/target/$1.scenarios place
-  for place in without_a_machine "$repeated_scenario"; do
-    sed '/^R 0xCE /q' "$folder/$place/record" >"$folder/$place/compared"
-    tail -n 1 "$folder/$place/compared" | grep -q '^R 0xCE ' || fail "the record in $folder/$place has no end"
-  done
-  cmp "$folder/without_a_machine/compared" "$folder/$repeated_scenario/compared" >&2
+# transfers_of RECORD: its transfers up to the mark at the end of the scenario. On a busy computer the first configuration
+# can come some cycles late, so one of the idle cycles before it stays, which are 64 reads each.
+transfers_of() {
+  awk '
+    /^R 0xCE / { exit }
+    configured { print; next }
+    /^R/ { idle[++reads] = $0; next }
+    {
+      left_out = reads >= 64 ? reads - reads % 64 - 64 : 0
+      for (i = 1; i <= reads; i++) if (i <= 64 || i > 64 + left_out) print idle[i]
+      configured = reads >= 64
+      reads = 0
+      print
+    }' "$1"
 }
 
-# compare_records NAME: the same scenario makes the same transfers, whatever is between the service and the card. While the
-# machines boot, a step without a machine may come a cycle late; it is played again when they have ended.
+# compare_records NAME: the same scenario makes the same transfers, whatever is between the service and the card.
 compare_records() {
-  local name=$1
-  if ! same_records "$name"; then
-    progress "playing $repeated_scenario without a machine again"
-    play_without_a_machine "$name" || exit 1
-    same_records "$name" || fail "the transfers of $repeated_scenario differ from those without a machine"
-  fi
-  progress "$(wc -l <"build/target/$name.scenarios/$repeated_scenario/compared") transfers of $repeated_scenario, the same as without a machine"
+  local folder=build/target/$1.scenarios place
+  for place in without_a_machine "$repeated_scenario"; do
+    grep -q '^R 0xCE ' "$folder/$place/record" || fail "the record in $folder/$place has no end"
+    transfers_of "$folder/$place/record" >"$folder/$place/compared"
+  done
+  cmp "$folder/without_a_machine/compared" "$folder/$repeated_scenario/compared" >&2 ||
+    fail "the transfers of $repeated_scenario differ from those without a machine"
+  progress "$(wc -l <"$folder/$repeated_scenario/compared") transfers of $repeated_scenario, the same as without a machine"
 }
