@@ -47,6 +47,12 @@ qemu-user      runs what is built for the card
 googletest     the tests, built for the card
 '
 
+packages_for_coverage='
+clang-19       the compiler that counts conditions
+libclang-rt-19-dev writes the counts
+llvm-19        reads the counts
+'
+
 packages_for_target='
 qemu-system-x86 the machine with an x86-64
 qemu-system-ppc the machine with a PowerPC
@@ -78,7 +84,6 @@ libclang-rt-dev libFuzzer and the sanitizers
 packages_to_check='
 clang-format   the format check
 clang-tidy     the lint check
-gcovr          the coverage report
 python3-clang  the changes of the mutation test
 lld            its linker, three times as quick as the usual one
 '

@@ -18,7 +18,7 @@ constexpr std::uint64_t STALL_LIMIT = 60000; // for a client that does not read
 constexpr std::uint64_t LINGER_LIMIT = 2000; // for a client that does not close
 
 bool isTemporary(int error) {
-  return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+  return error == EAGAIN || error == EINTR;
 }
 
 } // namespace
@@ -49,7 +49,7 @@ bool ConsoleClient::serve(short events, std::vector<char>& buffer) {
   }
   const bool hadCommand = m_session.step(buffer);
   flush();
-  if (m_phase == Phase::SERVED && m_session.isOver() && !m_session.hasOutput()) {
+  if (m_phase == Phase::SERVED && m_session.isOver()) {
     linger();
   }
   return hadCommand;

@@ -23,7 +23,7 @@ public:
   std::size_t outputSize() const { return m_output.size() - m_sent; }
   void sent(std::size_t count);
 
-  // The client has asked for the end: once the output is sent, the connection is to be closed.
+  // The client has asked for the end: no output waits, and the connection is to be closed.
   bool isOver() const { return m_over; }
 
   // True when nothing can be done without more bytes from the client, which go into input().

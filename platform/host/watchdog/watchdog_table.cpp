@@ -27,12 +27,11 @@ void WatchdogTable::add(Client* client) {
 }
 
 Reports WatchdogTable::remove(Client* client, std::uint64_t now) {
-  for (Client** link = &m_first; *link != nullptr; link = &(*link)->next) {
-    if (*link == client) {
-      *link = std::exchange(client->next, nullptr);
-      break;
-    }
+  Client** link = &m_first;
+  while (*link != client) {
+    link = &(*link)->next;
   }
+  *link = std::exchange(client->next, nullptr);
   Reports reports;
   if (isLate(*client, now) && !client->reportedLate) {
     report(reports, Report::Kind::NOT_FED, *client, now);

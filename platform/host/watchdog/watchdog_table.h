@@ -48,7 +48,7 @@ public:
   // `client` must not be in the table. It is not supervised before it is started. Allocates nothing.
   void add(Client* client);
 
-  // Takes `client` out and returns what is still to be said about it.
+  // Takes `client`, which is in the table, out and returns what is still to be said about it.
   Reports remove(Client* client, std::uint64_t now);
 
   // Starts the supervision of `client`, or gives it a new time-out. Feeds it, too, and returns what notify()

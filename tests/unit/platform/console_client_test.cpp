@@ -11,6 +11,7 @@
 #include <sys/socket.h>
 
 #include "stepped_clock.h"
+#include "system_calls.h"
 #include "tests/support/doubles/talker.h"
 
 using Zorvan::ConsoleClient;
@@ -249,4 +250,23 @@ TEST_F(ConsoleClientTest, ThatIsDismissedGetsTheReasonAndIsNotServedAnyMore) {
   serve(POLLIN);
   EXPECT_EQ(read(), "No room\n");
   EXPECT_TRUE(isAtEnd());
+}
+
+TEST_F(ConsoleClientTest, ThatIsNotConnectedAnyMoreIsGoneWhenItIsDismissed) {
+  ConsoleClient unconnected(FileDescriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)));
+  unconnected.dismiss("No room\n");
+  EXPECT_TRUE(unconnected.isGone());
+}
+
+TEST_F(ConsoleClientTest, KeepsAReplyThatASignalInterrupts) {
+  read();
+  write("Huge\n");
+  {
+    const NoRoomForLongReplies interrupted(EINTR);
+    serve(POLLIN);
+  }
+  EXPECT_TRUE(m_client.isServed());
+  EXPECT_EQ(read(), "");
+  serve(POLLOUT);
+  EXPECT_NE(read(), "");
 }

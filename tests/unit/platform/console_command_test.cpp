@@ -167,3 +167,16 @@ TEST(ConsoleCommand, QuitIsTheFirstWord) {
   EXPECT_FALSE(ConsoleCommand("quitter").isQuit());
   EXPECT_FALSE(ConsoleCommand("").isQuit());
 }
+
+TEST(ConsoleCommand, TheListLeavesAnObjectOutThatDoesNotAnswerToNoName) {
+  class Hidden : public Zorvan::Cdebugable {
+  public:
+    Hidden() : Cdebugable("Hidden") {}
+    std::uint32_t dbgFind(const std::string& name, char* out, std::uint32_t outLen) override {
+      return name.empty() ? 0 : Cdebugable::dbgFind(name, out, outLen);
+    }
+  };
+  const Hidden hidden;
+  const Echo echo("Echo");
+  EXPECT_EQ(run("help"), "Echo\n");
+}

@@ -286,6 +286,23 @@ TEST_F(DebugServerClients, WantOfDescriptorsDoesNotMakeTheServerSpin) {
   EXPECT_EQ(waiting->receive(2), "> ");
 }
 
+TEST_F(DebugServerClients, AConnectionThatIsGoneBeforeItIsAcceptedDelaysNoOther) {
+  const SteppedClock clock(100000);
+  const auto witness = connected();
+  for (const int gone : {EAGAIN, EINTR, ECONNABORTED}) {
+    std::unique_ptr<ConsoleConnection> next;
+    {
+      const FailingAccept failing(gone);
+      next = std::make_unique<ConsoleConnection>(m_port.number());
+      for (int i = 0; i < 10 && FailingAccept::calls() < 2; ++i) {
+        letARoundGoBy(*witness);
+      }
+    }
+    letARoundGoBy(*witness);
+    EXPECT_EQ(next->receive(2), "> ") << "errno " << gone;
+  }
+}
+
 TEST_F(DebugServerWithHugeReplies, OneThatDoesNotReadHasItsNextCommandWaitWhileOthersAreServed) {
   const auto client = stalled("Huge\nHuge\n");
   const auto other = connected();

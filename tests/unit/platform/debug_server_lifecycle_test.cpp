@@ -8,13 +8,14 @@
 #include <future>
 #include <set>
 #include <string>
+#include <tuple>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <sys/socket.h>
 #include <syslog.h>
 
+#include "default_stack_size.h"
 #include "gate.h"
 #include "system_calls.h"
 #include "tests/support/doubles/log_capture.h"
@@ -52,28 +53,6 @@ std::set<int> inheritedDescriptors() {
   }
   return result;
 }
-
-// New threads of the process get a stack of this size while it exists.
-class DefaultStackSize {
-public:
-  explicit DefaultStackSize(std::size_t size) {
-    pthread_getattr_default_np(&m_before);
-    pthread_attr_t changed;
-    pthread_attr_init(&changed);
-    pthread_attr_setstacksize(&changed, size);
-    EXPECT_EQ(pthread_setattr_default_np(&changed), 0);
-    pthread_attr_destroy(&changed);
-  }
-  DefaultStackSize(const DefaultStackSize&) = delete;
-  DefaultStackSize& operator=(const DefaultStackSize&) = delete;
-  ~DefaultStackSize() {
-    EXPECT_EQ(pthread_setattr_default_np(&m_before), 0);
-    pthread_attr_destroy(&m_before);
-  }
-
-private:
-  pthread_attr_t m_before{};
-};
 
 } // namespace
 
@@ -226,6 +205,23 @@ TEST_F(DebugServerLifecycle, AMachineWithoutIPv6OrAnAddressOfItIsNoError) {
   }
 }
 
+TEST_F(DebugServerLifecycle, ReportsEachCallThatFailsForAnAddressAndServesTheOther) {
+  using Call = FailingFamily::Call;
+  const std::tuple<int, Call, const char*> calls[] = {{AF_INET, Call::REUSE_ADDRESS, "127.0.0.1"},
+                                                      {AF_INET6, Call::ONLY_IPV6, "[::1]"},
+                                                      {AF_INET, Call::LISTEN, "127.0.0.1"}};
+  for (const auto& [family, call, address] : calls) {
+    {
+      const FailingFamily failing(family, call, ENOBUFS);
+      EXPECT_TRUE(m_server.start());
+    }
+    EXPECT_EQ(takeLog(), (LogLines{cannotListen(address, "No buffer space available")}));
+    EXPECT_TRUE(isServed(family == AF_INET ? AF_INET6 : AF_INET));
+    EXPECT_FALSE(ConsoleConnection(m_port.number(), family).isConnected());
+    m_server.stop();
+  }
+}
+
 TEST_F(DebugServerLifecycle, AMachineWithoutIPv4IsReported) {
   const FailingFamily noIPv4(AF_INET, FailingFamily::Call::SOCKET, EAFNOSUPPORT);
   EXPECT_TRUE(m_server.start());
@@ -249,8 +245,7 @@ TEST_F(DebugServerLifecycle, WantOfAnEventDescriptorIsReported) {
 TEST_F(DebugServerLifecycle, WantOfAThreadIsReported) {
   const std::size_t before = openDescriptors();
   {
-    // Three quarters of what an address of 48 or of 32 bits can reach.
-    const DefaultStackSize tooLarge(std::size_t{3} << (sizeof(std::size_t) > 4 ? 46U : 30U));
+    const DefaultStackSize tooLarge(DefaultStackSize::TOO_LARGE);
     EXPECT_FALSE(m_server.start());
   }
   EXPECT_EQ(takeLog(), (LogLines{{LOG_ERR, "debug console: cannot start the server: Resource temporarily "

@@ -24,7 +24,7 @@ using Zorvan::DebugRegistry;
 
 namespace {
 
-pthread_mutex_t g_guardedMutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+pthread_mutex_t g_engineMutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 
 std::string ask(const std::string& line) {
   std::vector<char> buffer(64);
@@ -40,13 +40,13 @@ std::string askElsewhere(const std::string& line) {
 // expression.
 class Guarded : public Cdebugable {
 public:
-  explicit Guarded(const std::function<void()>& inConstructor, const Guard& = Guard(&g_guardedMutex))
+  explicit Guarded(const std::function<void()>& inConstructor, const Guard& = Guard(&g_engineMutex))
       : Cdebugable("Guarded") {
     inConstructor();
   }
 
   std::uint32_t dbgCommand(std::uint32_t, const char* const*, char* out, std::uint32_t) override {
-    const Guard guard(&g_guardedMutex);
+    const Guard guard(&g_engineMutex);
     out[0] = 'G';
     return 1;
   }

@@ -1,7 +1,6 @@
 #include "system_calls.h"
 
-#include <cerrno>
-
+#include <netinet/in.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 
@@ -10,7 +9,7 @@ namespace {
 std::atomic<int> g_acceptError{0};
 std::atomic<int> g_acceptCalls{0};
 std::atomic<bool> g_smallSendBuffers{false};
-std::atomic<bool> g_noRoomForLongReplies{false};
+std::atomic<int> g_longReplyError{0};
 std::atomic<int> g_eventfdError{0};
 std::atomic<Gate*> g_eventfdWritten{nullptr};
 std::atomic<int> g_failingFamily{AF_UNSPEC};
@@ -20,12 +19,19 @@ bool g_sleepScripted = false;
 std::vector<int> g_sleepResults;
 std::vector<ScriptedSleep::Request> g_sleepRequests;
 
-bool fails(int family, FailingFamily::Call call) {
+bool failsFor(int family, FailingFamily::Call call) {
   if (g_failingFamily != family || g_failingCall != call) {
     return false;
   }
   errno = g_familyError;
   return true;
+}
+
+bool fails(int socket, FailingFamily::Call call) {
+  int family = AF_UNSPEC;
+  socklen_t size = sizeof family;
+  getsockopt(socket, SOL_SOCKET, SO_DOMAIN, &family, &size);
+  return failsFor(family, call);
 }
 
 } // namespace
@@ -34,6 +40,8 @@ extern "C" {
 
 int __real_accept4(int socket, sockaddr* address, socklen_t* size, int flags);
 int __real_socket(int family, int type, int protocol);
+int __real_setsockopt(int socket, int level, int name, const void* value, socklen_t size);
+int __real_listen(int socket, int backlog);
 int __real_bind(int socket, const sockaddr* address, socklen_t size);
 ssize_t __real_send(int socket, const void* bytes, std::size_t size, int flags);
 int __real_eventfd(unsigned count, int flags);
@@ -54,16 +62,27 @@ int __wrap_accept4(int socket, sockaddr* address, socklen_t* size, int flags) {
 }
 
 int __wrap_socket(int family, int type, int protocol) {
-  return fails(family, FailingFamily::Call::SOCKET) ? -1 : __real_socket(family, type, protocol);
+  return failsFor(family, FailingFamily::Call::SOCKET) ? -1 : __real_socket(family, type, protocol);
+}
+
+int __wrap_setsockopt(int socket, int level, int name, const void* value, socklen_t size) {
+  using Call = FailingFamily::Call;
+  const bool failed = (level == SOL_SOCKET && name == SO_REUSEADDR && fails(socket, Call::REUSE_ADDRESS)) ||
+                      (level == IPPROTO_IPV6 && name == IPV6_V6ONLY && fails(socket, Call::ONLY_IPV6));
+  return failed ? -1 : __real_setsockopt(socket, level, name, value, size);
+}
+
+int __wrap_listen(int socket, int backlog) {
+  return fails(socket, FailingFamily::Call::LISTEN) ? -1 : __real_listen(socket, backlog);
 }
 
 int __wrap_bind(int socket, const sockaddr* address, socklen_t size) {
-  return fails(address->sa_family, FailingFamily::Call::BIND) ? -1 : __real_bind(socket, address, size);
+  return failsFor(address->sa_family, FailingFamily::Call::BIND) ? -1 : __real_bind(socket, address, size);
 }
 
 ssize_t __wrap_send(int socket, const void* bytes, std::size_t size, int flags) {
-  if (g_noRoomForLongReplies && size > 4096) {
-    errno = EAGAIN;
+  if (g_longReplyError != 0 && size > 4096) {
+    errno = g_longReplyError;
     return -1;
   }
   return __real_send(socket, bytes, size, flags);
@@ -116,12 +135,12 @@ SmallSendBuffers::~SmallSendBuffers() {
   g_smallSendBuffers = false;
 }
 
-NoRoomForLongReplies::NoRoomForLongReplies() {
-  g_noRoomForLongReplies = true;
+NoRoomForLongReplies::NoRoomForLongReplies(int error) {
+  g_longReplyError = error;
 }
 
 NoRoomForLongReplies::~NoRoomForLongReplies() {
-  g_noRoomForLongReplies = false;
+  g_longReplyError = 0;
 }
 
 FailingFamily::FailingFamily(int family, Call call, int error) {

@@ -5,6 +5,7 @@
 #include "tests/unit/platform/gate.h"
 
 #include <atomic>
+#include <cerrno>
 #include <ctime>
 #include <vector>
 
@@ -30,20 +31,21 @@ public:
   ~SmallSendBuffers();
 };
 
-// While it exists, send() finds no room for more than 4 kB, as when a client reads nothing, at once and for
-// good: a connection takes a little more whenever its client's system acknowledges what it has.
+// While it exists, send() fails for more than 4 kB. It finds no room, as when a client reads nothing, at once
+// and for good: a connection takes a little more whenever its client's system acknowledges what it has. Or it
+// fails with another error.
 class NoRoomForLongReplies {
 public:
-  NoRoomForLongReplies();
+  explicit NoRoomForLongReplies(int error = EAGAIN);
   NoRoomForLongReplies(const NoRoomForLongReplies&) = delete;
   NoRoomForLongReplies& operator=(const NoRoomForLongReplies&) = delete;
   ~NoRoomForLongReplies();
 };
 
-// While it exists, socket() fails with `error` for the address family, or bind() if socket() is to succeed.
+// While it exists, one call for a listening socket of the address family fails with `error`.
 class FailingFamily {
 public:
-  enum class Call { SOCKET, BIND };
+  enum class Call { SOCKET, REUSE_ADDRESS, ONLY_IPV6, BIND, LISTEN };
   FailingFamily(int family, Call call, int error);
   FailingFamily(const FailingFamily&) = delete;
   FailingFamily& operator=(const FailingFamily&) = delete;

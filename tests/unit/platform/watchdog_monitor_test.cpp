@@ -18,6 +18,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include "default_stack_size.h"
 #include "platform/host/watchdog/service_manager.h"
 #include "posix/file_descriptor.h"
 #include "stepped_clock.h"
@@ -324,3 +325,19 @@ TEST(KeepAlive, IsNotSentWhileAClientIsLateAndIsSentAgainAfterwards) {
 }
 
 #endif
+
+TEST(WatchdogMonitor, ReportsThatThereIsNoThreadAndHasOneFromTheNextStartOn) {
+  const SteppedClock clock(100000);
+  watchdogMonitor client("PoeMain");
+  {
+    const DefaultStackSize tooLarge(DefaultStackSize::TOO_LARGE);
+    client.wdm_start(1000);
+  }
+  EXPECT_EQ(takeLog(),
+            (LogLines{{LOG_CRIT, "watchdog: cannot start the supervisor thread: Resource temporarily "
+                                 "unavailable\n"}}));
+  client.wdm_start(1000);
+  SteppedClock::advance(1001);
+  EXPECT_EQ(awaitLog(1),
+            (LogLines{{LOG_CRIT, "watchdog client PoeMain not fed for 1001 ms (time-out 1000 ms)\n"}}));
+}
