@@ -57,6 +57,7 @@ struct ChannelCounts {
   PortCounts port[4];
 
   PortCounts& operator[](unsigned index) { return port[index]; }
+  const PortCounts& operator[](unsigned index) const { return port[index]; }
 };
 static_assert(sizeof(ChannelCounts) == 96);
 

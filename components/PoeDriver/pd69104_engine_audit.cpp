@@ -56,8 +56,7 @@ unsigned CPD69104Engine::portsToRestart() const {
   return restartMask;
 }
 
-// All ports go off before the first comes on again, so that the chip decides about them afresh. Only a
-// configuration can need more power than there is, so there is one here.
+// All ports go off before the first comes on again, so that the chip decides about them afresh.
 void CPD69104Engine::restartPorts(unsigned restartMask) {
   for (unsigned port = 0; port < POE_PORTS; port++) {
     if ((restartMask & bit(port)) != 0) {
@@ -68,7 +67,7 @@ void CPD69104Engine::restartPorts(unsigned restartMask) {
     }
   }
   for (unsigned port = 0; port < POE_PORTS; port++) {
-    if ((restartMask & bit(port)) != 0 && m_config.port[port].adminEnable != 0) {
+    if ((restartMask & bit(port)) != 0 && m_configValid && m_config.port[port].adminEnable != 0) {
       configurePort(port, m_config.port[port]);
     }
   }

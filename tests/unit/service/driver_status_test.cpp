@@ -88,7 +88,7 @@ TEST_F(DriverReaders, WriteTheCountsOfFourPortsAndNothingBeyondThem) {
     registers[0x77 + k] = 0xE4; // port p: p events
   }
   EXPECT_TRUE(driver.PoeGetChannelCounts(&record.counts));
-  EXPECT_EQ(record.counts.port[3].invalidSignatureCount, 3U);
+  EXPECT_EQ(std::as_const(record.counts)[3].invalidSignatureCount, 3U);
   const PortCounts& beyond = record.beyond;
   EXPECT_EQ(beyond.invalidSignatureCount + beyond.powerDeniedCount + beyond.overLoadCount +
                 beyond.underLoadCount + beyond.shortCount + beyond.classErrorCount,
