@@ -105,8 +105,8 @@ std::string FailingCalls::injecting(const Fault& fault) {
 }
 
 FailingCalls::End FailingCalls::run(const std::string& options, const std::string& command) const {
-  const std::string line =
-      "timeout -k 1 5 strace -qq " + options + " " + command + " >" + m_output + " 2>" + m_errors + " </dev/null";
+  const std::string line = "timeout -k 1 5 strace -qq " + options + " " + command + " >" + m_output + " 2>" +
+                           m_errors + " </dev/null";
   const int status = std::system(line.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, m_folder.read("output"), m_folder.read("errors")};
 }
