@@ -31,7 +31,8 @@ void logNote(const std::string& line) {
 
 // Until snmpd closes its end.
 int answerQuestions(const std::string& directory) {
-  PublishedSnapshot published(publishedFile(directory, STATUS_FILE), wouldNotesBeAnswers() ? logNote : printNote);
+  PublishedSnapshot published(publishedFile(directory, STATUS_FILE),
+                              wouldNotesBeAnswers() ? logNote : printNote);
   PassPersist session([&] { return published.look(currentTime()); });
   for (;;) {
     char block[4096];

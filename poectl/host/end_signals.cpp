@@ -10,6 +10,7 @@
 #include <sys/eventfd.h>
 #include <sys/signalfd.h>
 #include <sys/syscall.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -31,6 +32,14 @@ int blockedSignals(std::initializer_list<int> wanted) {
   }
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   return signalfd(-1, &signals, SFD_CLOEXEC);
+}
+
+// Without these descriptors the thread would never end.
+int opened(int descriptor) {
+  if (descriptor < 0) {
+    throw std::system_error(errno, std::generic_category(), "no descriptor to wait for signals");
+  }
+  return descriptor;
 }
 
 // False when the time is up.
@@ -56,7 +65,7 @@ void undoControlS() {
 } // namespace
 
 EndSignals::EndSignals(std::initializer_list<int> signals)
-    : m_signals(blockedSignals(signals)), m_done(eventfd(0, EFD_CLOEXEC)),
+    : m_signals(opened(blockedSignals(signals))), m_done(opened(eventfd(0, EFD_CLOEXEC))),
       m_terminal(tcgetattr(STDIN_FILENO, &m_settings) == 0) {
   m_thread = threadWithoutSignals([this] { watch(); });
 }

@@ -179,7 +179,13 @@ std::unique_ptr<WorkFolder> workFolder() {
 int run(const CardOptions& options) {
   ChildProcess child;
   const std::unique_ptr<WorkFolder> folder = workFolder();
-  AdapterMessages messages(WRONG_USAGE, FAILED, [&folder] { folder->remove(); });
+  std::unique_ptr<ControlSocket> control;
+  AdapterMessages messages(WRONG_USAGE, FAILED, [&folder, &control] {
+    if (control) {
+      unlink(control->path().c_str());
+    }
+    folder->remove();
+  });
   ChildProcess::Environment environment;
   std::optional<LogLoss> logLoss;
   if (!options.logFile.empty()) {
@@ -191,7 +197,7 @@ int run(const CardOptions& options) {
     logLoss.emplace(lossSocket, options.logFile);
   }
   SimulatedCard card(options.stepped ? SimulatedCard::Time::Stepped : SimulatedCard::Time::Real);
-  const std::unique_ptr<ControlSocket> control = controlSocket(options.controlPath, card);
+  control = controlSocket(options.controlPath, card);
   if (control) {
     environment.emplace_back("POE_CARD_CONTROL", control->path());
   }

@@ -59,12 +59,17 @@ FileDescriptor listenAt(const std::string& path) {
   FileDescriptor listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   const int fd = listener.get();
   // The mode comes before bind(), so that the file never has any other.
-  if (fd < 0 || fchmod(fd, S_IRUSR | S_IWUSR) != 0 || bind(fd, generic(&address), sizeof address) != 0 ||
-      listen(fd, SOMAXCONN) != 0) {
-    throw ListenerError("cannot make " + path + ": " + std::generic_category().message(errno) +
-                        "; accepted is a path in a directory that can be written");
+  const bool isMade =
+      fd >= 0 && fchmod(fd, S_IRUSR | S_IWUSR) == 0 && bind(fd, generic(&address), sizeof address) == 0;
+  if (isMade && listen(fd, SOMAXCONN) == 0) {
+    return listener;
   }
-  return listener;
+  const int error = errno;
+  if (isMade) {
+    unlink(path.c_str());
+  }
+  throw ListenerError("cannot make " + path + ": " + std::generic_category().message(error) +
+                      "; accepted is a path in a directory that can be written");
 }
 
 } // namespace
