@@ -34,7 +34,7 @@ protected:
     EXPECT_EQ(nextWholeStatus().mainOperStatus, 1U); // the open device works
     EXPECT_TRUE(isPowered());
     EXPECT_EQ(log.take(), "");
-    killService();
+    endServiceInItsSleep();
     EXPECT_EQ(away->wait(), 0);
     EXPECT_NE(access(ADAPTER, F_OK), 0);
     EXPECT_EQ(bringBack()->wait(), 0);
@@ -66,7 +66,7 @@ TEST_F(Adapter, ThatIsMissingAtTheStartNeedsARestartOfTheService) {
   log.take();
   EXPECT_EQ(writeTo(driver + "bind", "virtio0")->wait(), 0);
   EXPECT_EQ(nextWholeStatus().mainOperStatus, 3U);
-  killService();
+  endServiceInItsSleep();
   startService();
   EXPECT_EQ(nextWholeStatus().mainOperStatus, 1U);
   EXPECT_EQ(log.take(), START_LOG);

@@ -31,8 +31,21 @@ void KernelBus::SetUp() {
   card("power-cycle");
 }
 
+void KernelBus::TearDown() {
+  endServiceInItsSleep();
+  TargetTest::TearDown();
+}
+
+void KernelBus::endServiceInItsSleep() {
+  if (service && service->isRunning()) {
+    status->waiting();
+    status->next();
+    killService();
+  }
+}
+
 std::string KernelBus::card(const std::string& words) {
-  const std::string reply = askCard(serial(), words);
+  std::string reply = askCard(serial(), words);
   EXPECT_NE(reply.compare(0, 6, "error:"), 0) << reply;
   return reply;
 }

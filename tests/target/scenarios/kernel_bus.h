@@ -14,6 +14,7 @@ constexpr char ADAPTER[] = "/dev/i2c-0";
 class KernelBus : public TargetTest {
 protected:
   void SetUp() override;
+  void TearDown() override;
 
   // Passes a command on to the card outside.
   static std::string card(const std::string& words);
@@ -21,6 +22,10 @@ protected:
   // A service with a PD on port 0 that has its power.
   void startWithAPoweredPort();
   static bool isPowered();
+
+  // Ends the service right after a status message, while it sleeps: i2c-virtio of Linux 6.1 frees a request
+  // whose process is killed, and the answer then stops the kernel.
+  void endServiceInItsSleep();
 
   // Status messages until the chip is configured and port 0 has its power again.
   void expectRecovery();

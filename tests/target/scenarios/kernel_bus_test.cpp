@@ -45,7 +45,7 @@ TEST_F(KernelBus, ThatHangsStopsTheStatusUntilItAnswersAndKeepsThePower) {
     EXPECT_EQ(status->next().status.mainOperStatus, 1U) << late;
     EXPECT_TRUE(isPowered()) << late;
     EXPECT_EQ(log.take(), "") << late;
-    killService();
+    endServiceInItsSleep();
     card("power-cycle");
   }
 }
@@ -65,7 +65,7 @@ TEST_F(KernelBus, ThatHangsForAMinuteIsReportedByTheWatchdogAndNeedsNoRestart) {
     EXPECT_NE(log.takeUntil(fed, MAX_WAIT).find(fed), std::string::npos) << late;
     EXPECT_EQ(status->next().status.mainOperStatus, 1U) << late;
     EXPECT_TRUE(isPowered()) << late;
-    killService();
+    endServiceInItsSleep();
     card("power-cycle");
   }
 }

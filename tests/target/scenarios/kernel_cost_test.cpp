@@ -43,7 +43,7 @@ TEST_F(KernelCost, OfACycleIs64TransfersAndSixOtherCalls) {
   for (int message = 0; message < 4; message++) {
     status->next();
   }
-  killService();
+  endServiceInItsSleep();
   const SystemCalls calls = callsOfCycles(1);
   EXPECT_EQ(calls.at("ioctl"), 64);
   int all = 0;
