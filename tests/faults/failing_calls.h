@@ -34,6 +34,9 @@ protected:
   static std::string noting(const std::string& trace);
   static std::string injecting(const Fault& fault);
 
+  // A command of the shell under strace with these further options, as it ends.
+  End run(const std::string& options, const std::string& command) const;
+
   // Checks how a program ends that ends like `good` unless a call fails.
   static void expectEnd(const End& end, const End& good, const std::string& what);
 
@@ -46,7 +49,4 @@ protected:
   const std::string m_trace = m_folder.file("trace");
   const std::string m_output = m_folder.file("output");
   const std::string m_errors = m_folder.file("errors");
-
-private:
-  End run(const std::string& options, const std::string& command) const;
 };

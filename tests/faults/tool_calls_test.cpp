@@ -36,7 +36,7 @@ TEST_F(ToolCalls, OfCommandsWithoutAService) {
 }
 
 TEST_F(ToolCalls, ThatCannotLookForAQueueAreNoQueueThatIsLeftOver) {
-  const End end = run(injection({"mq_open", 1}), POECTL " preflight");
+  const End end = run(injecting({"mq_open", 1}), POECTL " preflight");
   EXPECT_EQ(end.status, 1);
   EXPECT_EQ(end.errors, "poectl: cannot look for queue /queueToPoe: Too many open files in system\n");
 }

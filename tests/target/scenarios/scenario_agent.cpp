@@ -20,10 +20,14 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <mqueue.h>
 #include <sstream>
+#include <string>
+#include <sys/syscall.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace {
@@ -98,6 +102,30 @@ private:
   std::chrono::steady_clock::time_point m_last;
 };
 
+// Whether a thread of the process runs or is in ioctl().
+bool mayBeInATransfer(pid_t process) {
+  const std::filesystem::path threads = "/proc/" + std::to_string(process) + "/task";
+  std::error_code error; // of a process that has ended: it is in no transfer
+  for (const auto& thread : std::filesystem::directory_iterator(threads, error)) {
+    std::string call;
+    std::ifstream(thread.path() / "syscall") >> call;
+    if (call == "running" || call == std::to_string(SYS_ioctl)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// Ends the service while it sleeps, or after 5 s at any moment: i2c-virtio of Linux 6.1 frees a request whose
+// process is killed, and the answer then stops the kernel.
+int endInItsSleep(Program& service) {
+  for (int attempt = 0; attempt < 5000 && mayBeInATransfer(service.pid()); attempt++) {
+    usleep(1000);
+  }
+  kill(service.pid(), SIGTERM);
+  return service.wait();
+}
+
 void play(const std::string& file, SerialLine& serial, ScenarioClock& clock) {
   clock.startScenario();
   std::ofstream logFile(LOG_FILE, std::ios::trunc);
@@ -119,8 +147,7 @@ void play(const std::string& file, SerialLine& serial, ScenarioClock& clock) {
   }
   int ended = 0;
   if (service) {
-    kill(service->pid(), SIGTERM);
-    ended = service->wait();
+    ended = endInItsSleep(*service);
     writeLines(serial, "output", service->output());
   }
   logFile << log.take() << std::flush;
