@@ -123,7 +123,7 @@ std::string PageUpdates::next(std::uint64_t& number, std::chrono::milliseconds a
     number = end;
     return start(age);
   }
-  return number < end ? m_updates[number++ - m_first] : "";
+  return number < end ? m_updates[static_cast<std::size_t>(number++ - m_first)] : "";
 }
 
 void PageUpdates::push(const char* name, const std::string& data) {

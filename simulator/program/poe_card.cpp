@@ -179,11 +179,9 @@ std::unique_ptr<WorkFolder> workFolder() {
 int run(const CardOptions& options) {
   ChildProcess child;
   const std::unique_ptr<WorkFolder> folder = workFolder();
-  std::unique_ptr<ControlSocket> control;
-  AdapterMessages messages(WRONG_USAGE, FAILED, [&folder, &control] {
-    if (control) {
-      unlink(control->path().c_str());
-    }
+  std::string controlPath; // once there is a socket
+  AdapterMessages messages(WRONG_USAGE, FAILED, [&folder, &controlPath] {
+    unlink(controlPath.c_str());
     folder->remove();
   });
   ChildProcess::Environment environment;
@@ -197,9 +195,10 @@ int run(const CardOptions& options) {
     logLoss.emplace(lossSocket, options.logFile);
   }
   SimulatedCard card(options.stepped ? SimulatedCard::Time::Stepped : SimulatedCard::Time::Real);
-  control = controlSocket(options.controlPath, card);
+  std::unique_ptr<ControlSocket> control = controlSocket(options.controlPath, card);
   if (control) {
-    environment.emplace_back("POE_CARD_CONTROL", control->path());
+    controlPath = control->path();
+    environment.emplace_back("POE_CARD_CONTROL", controlPath);
   }
   card.record(recordIn(options.recordFile, options.recordTimes));
   card.setPresent(options.chipPresent);
@@ -217,6 +216,7 @@ int run(const CardOptions& options) {
   messages.adapterIsMade();
 
   runOn(card, options, environment, child);
+  control.reset(); // its clients may have the descriptors that the removal of the adapter's folders needs
   return logLoss && logLoss->any() ? FAILED : child.exitStatus();
 }
 
