@@ -41,7 +41,11 @@ void StressTest::expectPace() {
   takeMessages();
   const double seconds = std::chrono::duration<double>(Clock::now() - m_since).count();
   EXPECT_LE(m_messages, seconds + 1);
+#ifdef POE_SANITIZED // service and card are many times slower, and other tests run beside them
+  EXPECT_GE(m_messages + 1, seconds / 8);
+#else
   EXPECT_GE(m_messages + 1, seconds / 2);
+#endif
   measured("cycles in " + std::to_string(seconds) + " s", std::to_string(m_messages));
   m_messages = 0;
   m_since = Clock::now();
