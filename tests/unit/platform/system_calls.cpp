@@ -49,7 +49,8 @@ int __real_eventfd_write(int fd, eventfd_t value);
 int __real_clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* rest);
 
 int __wrap_accept4(int socket, sockaddr* address, socklen_t* size, int flags) {
-  if (g_acceptError == 0) {
+  const int error = g_acceptError; // read once: the test may end it meanwhile
+  if (error == 0) {
     const int accepted = __real_accept4(socket, address, size, flags);
     if (const int buffer = 64 * 1024; g_smallSendBuffers) {
       setsockopt(accepted, SOL_SOCKET, SO_SNDBUF, &buffer, sizeof buffer);
@@ -57,7 +58,7 @@ int __wrap_accept4(int socket, sockaddr* address, socklen_t* size, int flags) {
     return accepted;
   }
   ++g_acceptCalls;
-  errno = g_acceptError;
+  errno = error;
   return -1;
 }
 
@@ -81,8 +82,8 @@ int __wrap_bind(int socket, const sockaddr* address, socklen_t size) {
 }
 
 ssize_t __wrap_send(int socket, const void* bytes, std::size_t size, int flags) {
-  if (g_longReplyError != 0 && size > 4096) {
-    errno = g_longReplyError;
+  if (const int error = g_longReplyError; error != 0 && size > 4096) {
+    errno = error;
     return -1;
   }
   return __real_send(socket, bytes, size, flags);
