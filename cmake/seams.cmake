@@ -8,7 +8,8 @@ set(POE_TIME64_SYMBOLS
   mq_timedreceive=__mq_timedreceive_time64
   mq_timedsend=__mq_timedsend_time64
   open=open64
-  pthread_cond_clockwait=__pthread_cond_clockwait64)
+  pthread_cond_clockwait=__pthread_cond_clockwait64
+  setsockopt=__setsockopt64)
 
 # poe_wrap(TARGET CALL...): every CALL in a program goes to the function __wrap_CALL of TARGET, where __real_CALL is the C
 # library's function. The program is TARGET; of an object library, it is each program that links it.
