@@ -131,7 +131,7 @@ void VirtualMachine::putDescriptor(unsigned index, const RingDescriptor& descrip
 }
 
 void VirtualMachine::offer(std::uint16_t head) {
-  const std::uint32_t place = AVAILABLE + RING_PLACES_OFFSET + 2U * (m_offered % RING);
+  const std::size_t place = AVAILABLE + RING_PLACES_OFFSET + std::size_t{2} * (m_offered % RING);
   std::memcpy(m_memory + place, &head, sizeof head);
   ++m_offered;
   std::memcpy(m_memory + AVAILABLE + RING_INDEX_OFFSET, &m_offered, sizeof m_offered);

@@ -28,7 +28,7 @@ std::string SerialLine::read() {
     const ssize_t count = ::read(m_fd, block, sizeof block);
     m_received.append(block, count > 0 ? static_cast<std::size_t>(count) : 0);
   }
-  const std::string line = m_received.substr(0, end);
+  std::string line = m_received.substr(0, end);
   m_received.erase(0, end + 1);
   return line;
 }
