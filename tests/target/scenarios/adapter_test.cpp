@@ -80,7 +80,7 @@ TEST_F(Adapter, CannotLoseItsCharacterDeviceWhileTheServiceRuns) {
   EXPECT_EQ(log.take(), "");
 }
 
-// The adapter stays in the machine, and what answers behind it is another card, whose chip is new.
+// The adapter stays in the machine. Another card answers there, and its chip is new.
 TEST_F(Adapter, WhoseCardIsReplacedGoesOnWithoutARestart) {
   startWithAPoweredPort();
   card("replace-card 5");

@@ -1,4 +1,4 @@
-// What the service costs with the simulated card behind the kernel's adapter.
+// What the service costs when the kernel's I2C adapter leads to the simulated card.
 #include "tests/target/scenarios/kernel_bus.h"
 #include "tests/target/support/system_calls.h"
 #include "tests/target/support/tap_listener.h"
