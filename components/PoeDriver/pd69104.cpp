@@ -15,6 +15,21 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+namespace {
+
+constexpr int FAILED = -1; // what a read that failed returns
+
+// Stores what was read, unless the read failed. True when it was stored.
+bool stored(int value, unsigned* result) {
+  if (value < 0) {
+    return false;
+  }
+  *result = static_cast<unsigned>(value);
+  return true;
+}
+
+} // namespace
+
 CPD69104::CPD69104(int adapterNr, unsigned slaveAddress)
     : m_i2c_address(slaveAddress), m_i2c_file(-1), m_i2c_adapter_nr(adapterNr), m_i2c_filename(),
       m_poeError(false), m_poeErrorCount(0), m_HwOperationMode(IDLE) {
@@ -65,16 +80,22 @@ void CPD69104::SetPoeError(bool error) {
   m_poeError = error;
 }
 
-// The one place that talks to the bus: an SMBus byte-data transfer of *data. Returns what the kernel
-// answered.
-int CPD69104::transfer(char readWrite, unsigned address, std::uint8_t* data) const {
-  i2c_smbus_data block; // a byte transfer uses nothing else of it
-  block.byte = *data;
-  i2c_smbus_ioctl_data arguments{static_cast<__u8>(readWrite), static_cast<__u8>(address),
-                                 I2C_SMBUS_BYTE_DATA, &block};
-  const int result = ioctl(m_i2c_file, I2C_SMBUS, &arguments);
-  *data = block.byte;
-  return result;
+// The one place that talks to the bus: an SMBus byte-data transfer. `block` holds the byte, and nothing else
+// of it is used. Returns what the kernel answered.
+int CPD69104::transfer(char readWrite, unsigned address, i2c_smbus_data* block) const {
+  i2c_smbus_ioctl_data arguments;
+  arguments.read_write = static_cast<__u8>(readWrite);
+  arguments.command = static_cast<__u8>(address);
+  arguments.size = I2C_SMBUS_BYTE_DATA;
+  arguments.data = block;
+  return ioctl(m_i2c_file, I2C_SMBUS, &arguments);
+}
+
+// One read transfer: 0 to 255, or FAILED.
+int CPD69104::transferIn(unsigned address) const {
+  i2c_smbus_data block;
+  block.byte = 0;
+  return transfer(I2C_SMBUS_READ, address, &block) == 0 ? block.byte : FAILED;
 }
 
 // Ends an operation whose transfers were good.
@@ -100,13 +121,36 @@ bool CPD69104::rejectRead(int line, unsigned address, const unsigned* result) co
   return false;
 }
 
+int CPD69104::readByte(unsigned address) {
+  const int value = transferIn(address);
+  if (value < 0) {
+    failedAt(DriverLine::READ_TRANSFER, address);
+    return FAILED;
+  }
+  succeeded();
+  return value;
+}
+
+int CPD69104::readWord(unsigned address) {
+  const int low = transferIn(address);
+  const int high = transferIn(address + 1);
+  const int value = low | (high * 256); // negative when either is
+  if (value < 0) {
+    failedAt(DriverLine::READ16_TRANSFER, address);
+    return FAILED;
+  }
+  succeeded();
+  return value;
+}
+
 bool CPD69104::PoeWriteReg(unsigned address, unsigned value) {
   if (address > Register::LAST) {
     SOFTWARE_ERROR(DRIVER_PATH, DriverLine::WRITE_RANGE, "Range Error [address=0x%x]\n", address);
     return false;
   }
-  std::uint8_t data = static_cast<std::uint8_t>(value & 0xFF);
-  const bool good = transfer(I2C_SMBUS_WRITE, address, &data) >= 0;
+  i2c_smbus_data block;
+  block.byte = static_cast<std::uint8_t>(value & 0xFF);
+  const bool good = transfer(I2C_SMBUS_WRITE, address, &block) >= 0;
   return good ? succeeded() : failedAt(DriverLine::WRITE_TRANSFER, address);
 }
 
@@ -114,27 +158,14 @@ bool CPD69104::PoeReadReg(unsigned address, unsigned* result) {
   if (result == nullptr || address > Register::LAST) {
     return rejectRead(DriverLine::READ_RANGE, address, result);
   }
-  std::uint8_t data = 0;
-  if (transfer(I2C_SMBUS_READ, address, &data) != 0) {
-    return failedAt(DriverLine::READ_TRANSFER, address);
-  }
-  *result = data;
-  return succeeded();
+  return stored(readByte(address), result);
 }
 
 bool CPD69104::PoeReadReg16(unsigned address, unsigned* result) {
   if (result == nullptr || address > Register::LAST) {
     return rejectRead(DriverLine::READ16_RANGE, address, result);
   }
-  std::uint8_t low = 0;
-  std::uint8_t high = 0;
-  const bool lowGood = transfer(I2C_SMBUS_READ, address, &low) == 0;
-  const bool highGood = transfer(I2C_SMBUS_READ, address + 1, &high) == 0;
-  if (!lowGood || !highGood) {
-    return failedAt(DriverLine::READ16_TRANSFER, address);
-  }
-  *result = low + (unsigned{high} << 8);
-  return succeeded();
+  return stored(readWord(address), result);
 }
 
 static const char* modeName(std::int32_t mode) {

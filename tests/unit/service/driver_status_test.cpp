@@ -3,6 +3,7 @@
 // driver_faults_test.cpp.
 #include "tests/unit/service/driver_fixture.h"
 
+#include <cmath>
 #include <functional>
 #include <sstream>
 
@@ -76,6 +77,21 @@ TEST_F(DriverReaders, ConvertToDecivoltsAndMilliampsRoundingHalvesUp) {
     const std::string expected = std::to_string(row.deciVolts) + " " + std::to_string(row.deciVolts) + " " +
                                  std::to_string(row.milliAmps) + " 254";
     EXPECT_EQ(valuesOf(measurements), expected) << "raw " << row.raw;
+  }
+}
+
+TEST_F(DriverReaders, RoundEveryValueThatTheMeasurementsCanHoldToTheNearest) {
+  for (unsigned raw = 0; raw <= 0xFFFF; raw++) {
+    set16(0x71, raw);
+    set16(0x34, raw);
+    set16(0xCB, raw);
+    PortMeasurements measurements{};
+    PowerStatus power{};
+    EXPECT_TRUE(driver.PoeGetMeasurements(1, &measurements));
+    EXPECT_TRUE(driver.PoeGetPowerStatus(&power));
+    ASSERT_EQ(measurements.main_voltage, std::lround(raw * 5.835 / 100)) << raw;
+    ASSERT_EQ(measurements.port_current, std::lround(raw * 122.07 / 1000)) << raw;
+    ASSERT_EQ(power.min_shutdown_voltage, std::lround((raw & 0x7FF) * 0.186 * 10)) << raw;
   }
 }
 
