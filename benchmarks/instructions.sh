@@ -66,6 +66,6 @@ judge_instructions() {
   awk -F, '
     $1 == "bare loop" { bare = $2 }
     $1 ~ /^configured/ && $3 != 0 { print "a cycle that is " $1 " allocates " $3 " times"; bad = 1 }
-    $1 == "configured once" && $2 / bare > 1.8 { print "a cycle takes " $2 / bare " times the instructions of the loop"; bad = 1 }
+    $1 == "configured once" && $2 / bare > 1.3 { print "a cycle takes " $2 / bare " times the instructions of the loop"; bad = 1 }
     END { exit bad }' "$results/instructions.csv" >&2 || fail "the service takes more than it may"
 }
