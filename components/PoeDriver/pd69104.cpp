@@ -93,8 +93,7 @@ int CPD69104::transfer(char readWrite, unsigned address, i2c_smbus_data* block) 
 
 // One read transfer: 0 to 255, or FAILED.
 int CPD69104::transferIn(unsigned address) const {
-  i2c_smbus_data block;
-  block.byte = 0;
+  i2c_smbus_data block; // the kernel fills it when it answers 0
   return transfer(I2C_SMBUS_READ, address, &block) == 0 ? block.byte : FAILED;
 }
 

