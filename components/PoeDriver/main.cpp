@@ -25,6 +25,7 @@ namespace {
 constexpr std::int32_t TRACE_LEVEL = LOG_INFO;
 constexpr unsigned WATCHDOG_TIMEOUT = 60000; // ms
 constexpr std::uint32_t CONSOLE_BUFFER_SIZE = 8192;
+constexpr std::size_t LINE_SIZE = 128; // more than a milestone has
 constexpr mode_t QUEUE_MODE = 0644;
 constexpr mqd_t NO_QUEUE = -1;
 
@@ -143,7 +144,8 @@ void deleteTraceObject() {
 
 int main() {
   openStandardDescriptors();
-  setvbuf(stdout, nullptr, _IOLBF, 0); // the milestones are seen at once also in a pipe
+  static char line[LINE_SIZE];
+  setvbuf(stdout, line, _IOLBF, sizeof line); // the milestones are seen at once also in a pipe
 
   int exitCode = 0;
   createTraceObject();
