@@ -21,7 +21,6 @@ set(POE_OPTIONAL_THINGS
   "PkgConfig::LIBEDIT|libedit|libedit-dev"
   "PkgConfig::MICROHTTPD|libmicrohttpd|libmicrohttpd-dev"
   "PkgConfig::NCURSESW|ncurses|libncurses-dev"
-  "PkgConfig::POE_SYSTEMD|libsystemd|libsystemd-dev"
   "PkgConfig::UMOCKDEV|umockdev|libumockdev-dev umockdev"
   "PROMTOOL|promtool|prometheus"
   "PYTHON3|Python 3|python3"

@@ -15,7 +15,6 @@ nlohmann-json3-dev the status of poectl as JSON
 libedit-dev    the interactive console
 libncurses-dev the live view of poectl
 libmicrohttpd-dev the page of poectl
-libsystemd-dev the keep-alive to systemd
 '
 
 packages_to_test='

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 class ServiceManager {
 public:
@@ -16,5 +17,6 @@ public:
   void keepAlive() const;
 
 private:
+  std::string m_socket; // its path, or its abstract name after an "@"
   std::uint64_t m_period = 0;
 };

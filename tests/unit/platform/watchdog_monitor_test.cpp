@@ -208,27 +208,36 @@ TEST(WatchdogMonitor, AClientThatIsNeverDestroyedDoesNotKeepTheProcessFromItsEnd
       testing::ExitedWithCode(7), "");
 }
 
-#ifdef POE_HAVE_SYSTEMD
-
 namespace {
 
 // A service manager that the process under test was started by.
 class FakeServiceManager {
 public:
-  FakeServiceManager() : m_socket(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-    const std::string name = "poe-platform-test-" + std::to_string(getpid());
+  // It listens at a file, or, with an "@" ahead, at an abstract name.
+  explicit FakeServiceManager(const std::string& name = "@poe-platform-test-" + std::to_string(getpid()))
+      : m_socket(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)), m_name(name) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    name.copy(address.sun_path + 1, sizeof(address.sun_path) - 1);
-    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+    name.copy(address.sun_path, sizeof address.sun_path);
+    if (name[0] == '@') {
+      address.sun_path[0] = '\0';
+    }
+    const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + name.size());
     EXPECT_EQ(bind(m_socket.get(), reinterpret_cast<const sockaddr*>(&address), size), 0);
-    announce("@" + name);
+    announce(name);
   }
   FakeServiceManager(const FakeServiceManager&) = delete;
   FakeServiceManager& operator=(const FakeServiceManager&) = delete;
   ~FakeServiceManager() {
     unsetenv("NOTIFY_SOCKET");
     unsetenv("WATCHDOG_USEC");
+    unsetenv("WATCHDOG_PID");
+    unlink(m_name.c_str());
+  }
+
+  static void announce(const std::string& path) {
+    setenv("NOTIFY_SOCKET", path.c_str(), 1);
+    setenv("WATCHDOG_USEC", "10000000", 1);
   }
 
   // The next message, or "" when there is none within `timeout` milliseconds.
@@ -243,12 +252,8 @@ public:
   }
 
 private:
-  static void announce(const std::string& path) {
-    setenv("NOTIFY_SOCKET", path.c_str(), 1);
-    setenv("WATCHDOG_USEC", "10000000", 1);
-  }
-
   FileDescriptor m_socket;
+  std::string m_name;
 };
 
 constexpr int MAX_WAIT = 10000;
@@ -269,6 +274,36 @@ TEST(KeepAlive, IsWantedAfterHalfTheTimeThatTheServiceManagerWaits) {
   EXPECT_EQ(ServiceManager().period(), 5000U);
   setenv("WATCHDOG_USEC", "1", 1);
   EXPECT_EQ(ServiceManager().period(), 1U);
+}
+
+TEST(KeepAlive, IsWantedOnlyWithATimeAndOfTheProcessThatIsNamed) {
+  const FakeServiceManager manager;
+  const std::string own = std::to_string(getpid());
+  EXPECT_EQ(setenv("WATCHDOG_PID", own.c_str(), 1), 0);
+  EXPECT_EQ(ServiceManager().period(), 5000U);
+  EXPECT_EQ(setenv("WATCHDOG_PID", (own + "0").c_str(), 1), 0);
+  EXPECT_EQ(ServiceManager().period(), 0U);
+  unsetenv("WATCHDOG_PID");
+  for (const char* time : {"", "0", "often"}) {
+    EXPECT_EQ(setenv("WATCHDOG_USEC", time, 1), 0);
+    EXPECT_EQ(ServiceManager().period(), 0U) << time;
+  }
+}
+
+TEST(KeepAlive, ReachesAServiceManagerThatListensAtAFile) {
+  const FakeServiceManager manager(testing::TempDir() + "poe_notify_" + std::to_string(getpid()));
+  ServiceManager().keepAlive();
+  EXPECT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
+}
+
+TEST(KeepAlive, IsNotSentToTheBeginningOfANameThatIsTooLong) {
+  const std::string longest = "@" + std::string(sizeof sockaddr_un::sun_path - 1, 'n');
+  const FakeServiceManager manager(longest);
+  ServiceManager().keepAlive();
+  EXPECT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
+  FakeServiceManager::announce(longest + "n");
+  ServiceManager().keepAlive();
+  EXPECT_EQ(manager.message(0), "");
 }
 
 TEST(KeepAlive, IsNotSentToAServiceManagerThatDoesNotWaitForIt) {
@@ -323,8 +358,6 @@ TEST(KeepAlive, IsNotSentWhileAClientIsLateAndIsSentAgainAfterwards) {
   SteppedClock::advance(5000);
   EXPECT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
 }
-
-#endif
 
 TEST(WatchdogMonitor, ReportsThatThereIsNoThreadAndHasOneFromTheNextStartOn) {
   const SteppedClock clock(100000);
