@@ -34,3 +34,45 @@ measure_memory() {
   judge "$log" "$results/powerpc.names"
   { echo item,subject,quantity,value; values "$log"; } >"$results/memory.csv"
 }
+
+# start_transfers: how many transfers the service makes before its first status message: those before its second cycle,
+# which begins with the register that shows a reset.
+start_transfers() {
+  local record=$results/start.record
+  timeout 5 build/release/bin/own_namespaces build/release/bin/poe_card --record "$record" --log "$results/start.log" -- \
+    build/release/bin/poe_service >/dev/null
+  awk '$1 == "R" && $2 == "0x90" && ++cycles == 2 { print NR - 1; exit }' "$record"
+}
+
+# measure_start_on NAME TRANSFERS COMMAND...: the machine's clock counts instructions, 4 ns each, so that every run gives the
+# same. COMMAND runs the program here and lists its tests.
+measure_start_on() {
+  local name=$1 transfers=$2 place=$results/$1.start machine
+  shift 2
+  expected_names "$@" >"$place.names"
+  "${name}_machine" "$results/$name.cpio.gz" program=/bin/start_cost "TRANSFERS=$transfers"
+  run_machine "$place.log" "${machine[@]}" -icount shift=2,sleep=off
+  judge "$place.log" "$place.names"
+}
+
+measure_start() {
+  local programs=(poe_service bare_loop bare_loop_with_libraries start_cost) transfers name
+  mkdir -p build/target
+  install_packages "$packages_for_powerpc"
+  build release "${programs[@]}" poe_card own_namespaces target_init
+  build powerpc "${programs[@]}" poe_service_static target_init
+  transfers=$(start_transfers)
+  [ -n "$transfers" ] || fail "the transfers of a start are not in $results/start.record"
+  x86_kernel
+  pack_x86_root "$results/x86.cpio.gz" "${programs[@]}"
+  measure_start_on x86 "$transfers" build/release/bin/start_cost
+  powerpc_kernel
+  pack_powerpc_root "$results/powerpc.cpio.gz" "${programs[@]}"
+  measure_start_on powerpc "$transfers" qemu-ppc -L /usr/powerpc-linux-gnu build/powerpc/bin/start_cost
+  {
+    echo item,subject,quantity,value
+    for name in x86 powerpc; do
+      values "$results/$name.start.log" | sed "s/^start,/start,$name: /"
+    done
+  } >"$results/start.csv"
+}

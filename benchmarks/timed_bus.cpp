@@ -8,6 +8,7 @@
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 extern "C" {
@@ -22,6 +23,7 @@ namespace {
 using namespace TimedBus;
 
 constexpr int DESCRIPTOR = 0x7A11;
+constexpr std::chrono::microseconds STALL{100};
 constexpr unsigned FIRST_OF_CYCLE = 0x90; // nothing else that is measured reads this register
 
 std::mutex mutex;
@@ -33,6 +35,11 @@ Clock::time_point busySince;
 Cycle current{};
 bool inCycle = false;
 std::vector<Cycle> ended;
+Clock::time_point sleepEnd;
+std::thread::id worker;
+bool isRecording = false;
+std::vector<Transfer> transfers;
+std::vector<Stall> stalls;
 
 std::array<std::uint8_t, 256> chipInOrder() {
   std::array<std::uint8_t, 256> registers{};
@@ -63,7 +70,8 @@ Duration beginTransfer(const i2c_smbus_ioctl_data& request) {
   if (request.command == FIRST_OF_CYCLE && request.read_write == I2C_SMBUS_READ) {
     inCycle = true;
     state.cyclesBegun++;
-    current = {busySince, {}, state.busy, processorTime()};
+    current = {sleepEnd, busySince, {}, state.busy, processorTime()};
+    worker = std::this_thread::get_id();
   }
   return transferTime;
 }
@@ -74,6 +82,9 @@ void endTransfer(const i2c_smbus_ioctl_data& request) {
   state.busy = busyUntil(now);
   isBusy = false;
   state.transfers++;
+  if (isRecording) {
+    transfers.push_back({busySince, now, request.command, std::this_thread::get_id() == worker});
+  }
   if (request.read_write == I2C_SMBUS_READ) {
     request.data->byte = registers[request.command];
   } else {
@@ -82,13 +93,6 @@ void endTransfer(const i2c_smbus_ioctl_data& request) {
     state.lastWrite = now;
     state.busyAtLastWrite = state.busy;
   }
-}
-
-void sleepUntil(Clock::time_point end) {
-  const auto sinceEpoch = end.time_since_epoch();
-  const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
-  const timespec time{seconds.count(), std::chrono::nanoseconds(sinceEpoch - seconds).count()};
-  __real_clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &time, nullptr);
 }
 
 // Like an adapter's driver, which sleeps until the bus interrupts.
@@ -100,19 +104,21 @@ void transfer(const i2c_smbus_ioctl_data& request) {
   endTransfer(request);
 }
 
-// Returns how long the pause after it is; 0 is the service's own second.
-Duration endCycle() {
+// Returns when the pause after it ends; `requested` is the end of the service's own second.
+Clock::time_point endCycle(Clock::time_point requested) {
   const std::lock_guard<std::mutex> lock(mutex);
-  if (!inCycle) {
-    return pauseTime;
+  const Clock::time_point now = Clock::now();
+  const bool isShorter = pauseTime != Duration(0);
+  sleepEnd = isShorter ? now + std::chrono::duration_cast<Clock::duration>(pauseTime) : requested;
+  if (inCycle) {
+    inCycle = false;
+    current.length = now - current.begin;
+    current.busy = state.busy - current.busy;
+    current.processor = processorTime() - current.processor;
+    ended.push_back(current);
+    state.cyclesEnded++;
   }
-  inCycle = false;
-  current.length = Clock::now() - current.begin;
-  current.busy = state.busy - current.busy;
-  current.processor = processorTime() - current.processor;
-  ended.push_back(current);
-  state.cyclesEnded++;
-  return pauseTime;
+  return sleepEnd;
 }
 
 } // namespace
@@ -128,6 +134,35 @@ TimedBus::Record TimedBus::record() {
   Record now = state;
   now.busy = busyUntil(Clock::now());
   return now;
+}
+
+void TimedBus::recordTransfers() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  isRecording = true;
+  transfers.clear();
+}
+
+std::vector<TimedBus::Transfer> TimedBus::recordedTransfers() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  isRecording = false;
+  return transfers;
+}
+
+void TimedBus::sleepUntil(Clock::time_point end) {
+  const auto sinceEpoch = end.time_since_epoch();
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
+  const timespec time{seconds.count(), std::chrono::nanoseconds(sinceEpoch - seconds).count()};
+  __real_clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &time, nullptr);
+  const Clock::time_point now = Clock::now();
+  if (now > end + STALL) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    stalls.push_back({end, now});
+  }
+}
+
+std::vector<TimedBus::Stall> TimedBus::takeStalls() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  return std::exchange(stalls, {});
 }
 
 std::vector<TimedBus::Cycle> TimedBus::takeCycles() {
@@ -166,13 +201,11 @@ int __wrap_ioctl(int file, unsigned long request, ...) {
   return 0;
 }
 
-// Of all that is linked here only the sleep between two cycles calls it.
-int __wrap_clock_nanosleep(clockid_t clock, int flags, const timespec* request, timespec* remaining) {
-  const Duration pause = endCycle();
-  if (pause == Duration(0)) {
-    return __real_clock_nanosleep(clock, flags, request, remaining);
-  }
-  sleepUntil(Clock::now() + std::chrono::duration_cast<Clock::duration>(pause));
+// Of all that is linked here only the sleep between two cycles calls it, with the time at which it is to end.
+int __wrap_clock_nanosleep(clockid_t /*clock*/, int /*flags*/, const timespec* request,
+                           timespec* /*remaining*/) {
+  const auto requested = std::chrono::seconds(request->tv_sec) + std::chrono::nanoseconds(request->tv_nsec);
+  sleepUntil(endCycle(Clock::time_point(requested)));
   return 0;
 }
 }

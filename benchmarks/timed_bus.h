@@ -32,6 +32,7 @@ Record record();
 
 // A cycle of the worker, from its first transfer to its sleep.
 struct Cycle {
+  Clock::time_point due; // the end of the sleep before it
   Clock::time_point begin;
   Duration length;
   Duration busy;      // time of its transfers
@@ -40,5 +41,29 @@ struct Cycle {
 
 // Those that have ended since the last call.
 std::vector<Cycle> takeCycles();
+
+// A time in which a thread was to run and did not: the computer woke it late, by more than 0.1 ms.
+struct Stall {
+  Clock::time_point due;
+  Clock::time_point end;
+};
+
+// Sleeps and notes a stall.
+void sleepUntil(Clock::time_point end);
+
+// Those of all threads since the last call.
+std::vector<Stall> takeStalls();
+
+// A transfer of the worker or of another thread.
+struct Transfer {
+  Clock::time_point begin;
+  Clock::time_point end;
+  unsigned reg;
+  bool isWorkers;
+};
+
+// Those that have ended since the last call of recordTransfers.
+void recordTransfers();
+std::vector<Transfer> recordedTransfers();
 
 } // namespace TimedBus

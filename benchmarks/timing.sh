@@ -13,7 +13,8 @@ timing() {
 }
 
 measure_latency() { timing "$results/latency.csv" latency "$1"; }
-measure_growth() { timing "$results/growth.csv" growth "$1"; }
+measure_load() { timing "$results/load.csv" load "$1"; }
+measure_line() { timing "$results/line.csv" line 1; }
 
 # measure_pace SECONDS: each cycle, and from these what the documents show.
 measure_pace() {

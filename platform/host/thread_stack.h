@@ -6,4 +6,4 @@
 // Bytes of the stack of every thread but the main thread: of those with default attributes and of those of
 // the C++ library. They include the thread's own data, and lie above a guard page. The C library for PowerPC
 // accepts no less; benchmarks/measure memory reports how much the deepest thread uses.
-constexpr std::size_t THREAD_STACK_SIZE = 128U * 1024U;
+constexpr std::size_t THREAD_STACK_SIZE = std::size_t{128} * 1024;
