@@ -25,7 +25,7 @@ std::uint64_t number(const std::string& text) {
 } // namespace
 
 // The protocol is that of sd_watchdog_enabled(3) and sd_notify(3). libsystemd has both, but loads five more
-// libraries, which take half of the service's start.
+// libraries, which take a third of the service's start.
 ServiceManager::ServiceManager() : m_socket(environment("NOTIFY_SOCKET")) {
   const std::string process = environment("WATCHDOG_PID");
   const std::uint64_t limit = number(environment("WATCHDOG_USEC")); // microseconds
