@@ -118,6 +118,7 @@ bool CdebugServer::Server::launch() {
   }
   m_stopping = false;
   m_acceptAgain = 0;
+  m_buffer.reserve(m_bufferSize);
   m_thread = std::thread(&Server::run, this);
   return true;
 }
@@ -185,7 +186,7 @@ void CdebugServer::Server::acceptOne(int listener) {
     }
     return;
   }
-  m_buffer.resize(m_bufferSize); // not before there is a client, who may never come
+  m_buffer.resize(m_bufferSize); // its pages are taken with the first client, who may never come
   makeRoom();
   m_clients.push_back(std::make_unique<ConsoleClient>(std::move(socket)));
 }
