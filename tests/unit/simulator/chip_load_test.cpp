@@ -101,7 +101,7 @@ TEST(ChipLoad, TakesUpTheClassOfEachCode) {
   for (unsigned code = 0; code < 8; ++code) {
     ChipModel chip;
     RegisterImage image;
-    image.at(0x0C) = static_cast<std::uint8_t>(code << 4 | 4);
+    image.at(0x0C) = static_cast<std::uint8_t>(0x88U | code << 4 | 4U); // no meaning: bits 3 and 7
     chip.load(image);
     EXPECT_EQ(chip.device(0).pdClass, CLASSES[code]) << code;
   }
