@@ -62,7 +62,10 @@ void WatchdogSupervisor::remove(Client* client) {
 void WatchdogSupervisor::start(Client& client, unsigned timeout) {
   std::unique_lock<std::mutex> lock(m_mutex);
   const WatchdogTable::Reports reports = m_table.start(client, timeout, monotonicMilliseconds());
-  const std::error_code failure = m_thread.joinable() ? std::error_code() : launch();
+  std::error_code failure;
+  if (!m_thread.joinable()) {
+    failure = launch();
+  }
   m_wake.notify_all();
   log(lock, reports);
   lock.unlock();
