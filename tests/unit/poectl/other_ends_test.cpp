@@ -5,6 +5,7 @@
 #include "poectl/console/off_watch.h"
 #include "poectl/service/queue.h"
 #include "poectl/status/timestamp.h"
+#include "tests/support/error_text.h"
 #include "tests/support/process/hostile_peer.h"
 #include "tests/support/process/listeners.h"
 #include "tests/unit/poectl/console_sample.h"
@@ -270,7 +271,10 @@ TEST(SendConfig, WaitsForASecondWhenNothingElseIsSaid) {
 TEST(StatusQueue, ExistsAsLongAsItsObjectAndIsOpenToTheService) {
   EXPECT_FALSE(queueExists("/queueToMain"));
   EXPECT_FALSE(removeQueue("/queueToMain"));
-  EXPECT_THROW(removeQueue("nonsense"), QueueError);
+  EXPECT_EQ(errorText<QueueError>([] { removeQueue("nonsense"); }),
+            "cannot remove queue nonsense: Invalid argument");
+  EXPECT_EQ(errorText<QueueError>([] { queueExists("nonsense"); }),
+            "cannot look for queue nonsense: Invalid argument");
   const mode_t umaskBefore = umask(0777);
   {
     StatusQueue queue;
