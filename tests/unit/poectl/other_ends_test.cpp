@@ -4,6 +4,7 @@
 #include "poectl/console/console_snapshot.h"
 #include "poectl/console/off_watch.h"
 #include "poectl/service/queue.h"
+#include "poectl/service/queue_state.h"
 #include "poectl/status/timestamp.h"
 #include "tests/support/error_text.h"
 #include "tests/support/process/hostile_peer.h"
@@ -270,6 +271,7 @@ TEST(SendConfig, WaitsForASecondWhenNothingElseIsSaid) {
 
 TEST(StatusQueue, ExistsAsLongAsItsObjectAndIsOpenToTheService) {
   EXPECT_FALSE(queueExists("/queueToMain"));
+  EXPECT_EQ(queueState("/queueToMain").text(), "does not exist");
   EXPECT_FALSE(removeQueue("/queueToMain"));
   EXPECT_EQ(errorText<QueueError>([] { removeQueue("nonsense"); }),
             "cannot remove queue nonsense: Invalid argument");
