@@ -16,11 +16,9 @@ constexpr std::chrono::milliseconds REPLY_LIMIT{5000}; // the service may be reb
 ConsoleReports::ConsoleReports() : m_worker([this] { work(); }, PERIOD) {}
 
 void ConsoleReports::readSettings(unsigned port) {
-  {
-    const std::lock_guard lock(m_mutex);
-    if (std::find(m_wanted.begin(), m_wanted.end(), port) == m_wanted.end()) {
-      m_wanted.push_back(port); // once, however often the key is pressed while the console does not reply
-    }
+  const std::lock_guard lock(m_mutex);
+  if (std::find(m_wanted.begin(), m_wanted.end(), port) == m_wanted.end()) {
+    m_wanted.push_back(port); // once, however often the key is pressed while the console does not reply
   }
   m_worker.wake();
 }

@@ -28,7 +28,6 @@ namespace {
 
 constexpr int HISTORY_LINES = 1000;
 constexpr std::uintmax_t MAX_HISTORY_SIZE = 1'048'576; // bytes
-constexpr std::chrono::milliseconds REPLY_LIMIT{10000};
 constexpr std::chrono::milliseconds COMPLETION_LIMIT{1000};
 constexpr int KILL_LINE = 'U' & 0x1F; // Ctrl-U
 
@@ -161,8 +160,10 @@ char** complete(const char* text, int start, int /*end*/) {
 }
 
 void answer(const std::string& line) {
+  ConsoleWait wait;
+  wait.stop = input->stopDescriptor();
   try {
-    std::fputs(askConsole(consoleLine(line), {REPLY_LIMIT, input->stopDescriptor()}).c_str(), stdout);
+    std::fputs(askConsole(consoleLine(line), wait).c_str(), stdout);
   } catch (const ConsoleError& error) {
     input->takeInterrupt();
     printNote(error.what()); // the service may be back for the next command

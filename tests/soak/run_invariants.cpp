@@ -23,6 +23,30 @@ std::string RunInvariants::check(const PoeStatus& status, const LogLines& log) {
   return wrong;
 }
 
+std::string RunInvariants::checkBesideOthers(const PoeStatus& status) {
+  std::string wrong = checkValues(status) + checkCounters(status);
+  m_before = status;
+  return wrong;
+}
+
+// No field has a value that the service does not know, as one that is read while it is written may have.
+std::string RunInvariants::checkValues(const PoeStatus& status) {
+  std::string wrong;
+  if (status.mainOperStatus != 1 && status.mainOperStatus != 3) {
+    wrong += "mainOperStatus is " + std::to_string(status.mainOperStatus) + "\n";
+  }
+  if (status.thermalShutdown > 1 || status.devError > 1) {
+    wrong += "a flag is neither 0 nor 1\n";
+  }
+  for (const PoePortStatus& port : status.port) {
+    if (port.operStatus < 1 || port.operStatus > 6 || port.detectionStatus > 7 ||
+        port.powerClassification > 5 || port.powerConsumption > 255) {
+      wrong += "a port has a value that does not exist\n";
+    }
+  }
+  return wrong;
+}
+
 // The cycle's first transfer decides whether the chip counts as reachable.
 std::string RunInvariants::checkMainStatus(const PoeStatus& status) const {
   const unsigned expected = m_card.isFirstTransferGood() ? 1 : 3;

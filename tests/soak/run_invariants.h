@@ -21,6 +21,9 @@ public:
   // empty when all holds.
   std::string check(const PoeStatus& status, const LogLines& log);
 
+  // The part of it that holds although other threads configure the service and use the console meanwhile.
+  std::string checkBesideOthers(const PoeStatus& status);
+
   // The part of it that holds after a cycle without a failed transfer.
   std::string checkHealthy(const PoeStatus& status) const;
 
@@ -32,6 +35,7 @@ public:
   std::uint64_t lostCounts = 0; // intervals in which the chip lost its counters, not checked
 
 private:
+  static std::string checkValues(const PoeStatus& status);
   std::string checkMainStatus(const PoeStatus& status) const;
   std::string checkRestarts(const LogLines& log);
   std::string checkRestart(unsigned port);

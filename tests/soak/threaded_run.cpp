@@ -39,6 +39,9 @@ public:
       std::printf("seed %" PRIu64 ": %" PRIu64 " cycles, %" PRIu32 " configurations and %" PRIu32
                   " console commands from other threads\n",
                   m_options.seed, m_cycle, m_configurations.load(), m_commands.load());
+      std::printf("%" PRIu64 " events counted, %" PRIu64 " counters wrapped unseen, %" PRIu64
+                  " times all lost with the chip's power\n",
+                  m_invariants.events, m_invariants.wrapped, m_invariants.lostCounts);
       std::printf("heap %zu and %zu bytes, open files %zu and %zu: in cycle %" PRIu64 " and in the last\n",
                   m_first.heap, m_last.heap, m_first.descriptors, m_last.descriptors,
                   std::min(WARM_UP, m_options.cycles));
@@ -50,6 +53,7 @@ private:
   // Runs on the worker's thread, in the place of its sleep.
   void afterCycle() {
     m_cycle++;
+    checkCycle();
     takeWatchdogEvents();
     m_bus.takeTransfers();
     m_posix.calls.clear();
@@ -61,7 +65,6 @@ private:
       m_first = footprint();
     }
     if (m_cycle < m_options.cycles) {
-      m_posix.messages.clear();
       letOthersAct();
       m_card.passOneSecond();
       showProgress(m_cycle, m_options.cycles);
@@ -77,6 +80,15 @@ private:
     }
   }
 
+  // Each cycle has sent one message, whatever the other threads do.
+  void checkCycle() {
+    const std::size_t messages = m_posix.messages.size();
+    m_status = m_posix.lastMessage().status;
+    m_posix.messages.clear();
+    expectNothing(messages == 1 ? m_invariants.checkBesideOthers(m_status)
+                                : std::to_string(messages) + " messages came in a cycle\n");
+  }
+
   // Without a real second between two cycles the worker would leave the mutex to nobody.
   void letOthersAct() const {
     const std::uint32_t before = m_configurations + m_commands;
@@ -86,12 +98,10 @@ private:
   }
 
   void checkCalm() {
-    const PoeStatus status = m_posix.lastMessage().status;
-    RunInvariants invariants(m_card);
-    invariants.stored(m_stored);
-    std::string wrong = invariants.checkHealthy(status);
+    m_invariants.stored(m_stored);
+    std::string wrong = m_invariants.checkHealthy(m_status);
     wrong += m_card.isCycleHealthy() ? "" : "the calm is not calm\n";
-    wrong += status.mainOperStatus == 1 ? "" : "the chip is not told to be running\n";
+    wrong += m_status.mainOperStatus == 1 ? "" : "the chip is not told to be running\n";
     expectNothing(wrong);
   }
 
@@ -141,9 +151,10 @@ private:
   static void giveWay() { std::this_thread::sleep_for(std::chrono::microseconds(20)); }
 
   void expectNothing(const std::string& wrong) {
-    if (!wrong.empty()) {
-      std::printf("wrong in the end:\n%sagain with: --threads --seed %" PRIu64 " --cycles %" PRIu64 "\n",
-                  wrong.c_str(), m_options.seed, m_options.cycles);
+    if (!wrong.empty() && m_isGood) {
+      std::printf("wrong in cycle %" PRIu64 ":\n%sagain with: --threads --seed %" PRIu64 " --cycles %" PRIu64
+                  "\n",
+                  m_cycle, wrong.c_str(), m_options.seed, m_options.cycles);
       m_isGood = false;
     }
   }
@@ -151,12 +162,14 @@ private:
   RunOptions m_options;
   RandomCard m_card;
   I2cBus m_bus{m_card};
+  RunInvariants m_invariants{m_card};
   PosixDoubles m_posix;
   CPD69104Engine m_engine;
   std::vector<std::thread> m_threads;
   std::atomic<bool> m_isOver{false};
   std::atomic<std::uint32_t> m_configurations{0};
   std::atomic<std::uint32_t> m_commands{0};
+  PoeStatus m_status{}; // of the last cycle
   PoeConfig m_stored{}; // written by one thread, read after its end
   std::uint64_t m_cycle = 0;
   Footprint m_first{};

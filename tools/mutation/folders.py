@@ -32,8 +32,10 @@ GTEST = Program.arguments
 PLATFORM = Program("platform_tests", 10)
 CHIP = Program("chip_model_tests", 10)
 CARD = Program("card_model_tests", 10)
+VIRTIO = Program("virtio_tests", 10)
 CARD_PROCESS = Program("poe_card_tests", 20, parts=8)
 PLAYER = Program("scenario_player_tests", 5)
+SNMP = Program("poectl_snmp_tests", 10)
 # Of the tests of poectl, those that read whole records again and again, and those that wait for a silent card.
 SLOW = "RecordFile.CutAt*:RecordFile.IsIndexed*:ReplayedRecord.*:PlottedRecord.*:Cards/*:CardClientAsk.*DoesNotReply"
 TOOL = Program("poectl_tests", 10, GTEST + (f"--gtest_filter=-{SLOW}",), isolated=True)
@@ -41,6 +43,10 @@ TOOL_SLOWLY = Program("poectl_tests", 30, GTEST + (f"--gtest_filter={SLOW}",), p
 OTHER_ENDS = Program("poectl_other_ends_tests", 10, isolated=True)
 # Real programs, which wait for the service's cycles.
 PROCESS = Program("poe_process_tests", 20, parts=16, isolated=True)
+# Of these, those that use queues and console in another way than the rest.
+PEERS = Program("poe_process_tests", 20, GTEST + (
+    "--gtest_filter=Poectl.*:PoectlC*:PoectlLiveView.*:PoectlN*:PoectlPort.*:PoectlShell*:Beside*:Status.*:Report.*",),
+                parts=16, isolated=True)
 
 FOLDERS = (
     Folder("components/PoeDriver", ("components/PoeDriver/",), "poe_driver",
@@ -52,16 +58,21 @@ FOLDERS = (
             "tests/system/process/start_stop_test.cpp"),
            judged=("components/PoeDriver/",)),
     Folder("platform/host", ("platform/", "posix/"), "poe_platform", (PLATFORM,), ("tests/unit/platform/", "tests/support/")),
-    Folder("simulator", ("simulator/chip/", "simulator/bus/", "simulator/card/"), "poe_card_model", (CHIP, CARD),
+    Folder("simulator/chip", ("simulator/chip/",), "poe_chip_model", (CHIP, CARD), ("tests/unit/simulator/",)),
+    Folder("simulator/bus, card", ("simulator/bus/", "simulator/card/"), "poe_card_model", (CARD,),
            ("tests/unit/simulator/",)),
-    Folder("simulator/program", ("simulator/program/",), "poe_card", (CARD, CARD_PROCESS),
-           ("tests/unit/simulator/", "tests/system/card/")),
+    Folder("simulator/socket, virtio", ("simulator/socket/", "simulator/virtio/"), "poe_virtio", (VIRTIO,),
+           ("tests/unit/simulator/", "tests/support/virtio/")),
+    Folder("simulator/program", ("simulator/program/",), "poe_card", (CARD_PROCESS,), ("tests/system/card/",)),
     Folder("poectl/scenario", ("poectl/scenario/",), "poectl_scenario", (PLAYER, TOOL), ("tests/unit/poectl/",),
            judged=("poectl/scenario/scenario_player",)),
+    Folder("poectl/console, service", ("poectl/console/", "poectl/service/"), "poectl", (OTHER_ENDS, TOOL, PEERS),
+           ("tests/unit/poectl/", "tests/system/process/", "tests/support/process/")),
     Folder("poectl/config, diagnose, status", ("poectl/config/", "poectl/diagnose/", "poectl/status/", "text/"),
            "poectl", (TOOL,), ("tests/unit/poectl/",)),
     Folder("poectl/record, view", ("poectl/record/", "poectl/view/"), "poectl", (TOOL, TOOL_SLOWLY),
            ("tests/unit/poectl/",)),
+    Folder("poectl/snmp", ("poectl/snmp/",), "poectl", (SNMP,), ("tests/unit/snmp/",)),
     Folder("poectl, commands and peers", ("poectl/",), "poectl", (OTHER_ENDS, TOOL, TOOL_SLOWLY, PROCESS),
            ("tests/unit/poectl/", "tests/system/process/", "tests/support/")),
 )

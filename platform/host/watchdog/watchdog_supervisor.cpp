@@ -62,19 +62,25 @@ void WatchdogSupervisor::remove(Client* client) {
 void WatchdogSupervisor::start(Client& client, unsigned timeout) {
   std::unique_lock<std::mutex> lock(m_mutex);
   const WatchdogTable::Reports reports = m_table.start(client, timeout, monotonicMilliseconds());
+  std::error_code failure;
   if (!m_thread.joinable()) {
-    launch();
+    failure = launch();
   }
   m_wake.notify_all();
   log(lock, reports);
+  lock.unlock();
+  if (failure) {
+    syslog(LOG_CRIT, "watchdog: cannot start the supervisor thread: %s\n", failure.message().c_str());
+  }
 }
 
-void WatchdogSupervisor::launch() {
+std::error_code WatchdogSupervisor::launch() {
   try {
     m_thread = std::thread(&WatchdogSupervisor::run, this, m_generation);
   } catch (const std::system_error& error) {
-    syslog(LOG_CRIT, "watchdog: cannot start the supervisor thread: %s\n", error.code().message().c_str());
+    return error.code();
   }
+  return {};
 }
 
 void WatchdogSupervisor::notify(Client& client) {

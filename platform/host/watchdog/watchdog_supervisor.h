@@ -8,6 +8,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include "platform/host/watchdog/watchdog_table.h"
@@ -40,7 +41,7 @@ private:
   WatchdogSupervisor() = default;
   ~WatchdogSupervisor() = default;
 
-  void launch();
+  std::error_code launch();
   void run(unsigned generation);
   void log(std::unique_lock<std::mutex>& lock, const WatchdogTable::Reports& reports);
 

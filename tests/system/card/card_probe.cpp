@@ -9,7 +9,7 @@
 //   word:REGISTER     a transfer that the adapter does not offer
 //   functions  rdwr  unknown                    other requests
 //   log:PRIORITY:TEXT      vlog:PRIORITY:TEXT   syslog, vsyslog
-//   missing:PRIORITY  logs "%m" of ENOENT
+//   looped:PRIORITY   logs "%m" of ELOOP
 //   mask:PRIORITIES   setlogmask
 //   flood:THREADS:LINES    logs from several threads at once
 //   busy              transfers for ever
@@ -103,8 +103,8 @@ __attribute__((format(printf, 2, 3))) void logThroughVsyslog(int priority, const
 // %m is of syslog, not of ISO C.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat"
-void logMissing(int priority) {
-  errno = ENOENT;
+void logLooped(int priority) {
+  errno = ELOOP;
   syslog(priority, "open: %m");
 }
 #pragma GCC diagnostic pop
@@ -198,7 +198,7 @@ const std::map<std::string, std::function<void(const Arguments&)>>& words() {
       {"unknown", [](A) { sayResult(ioctl(opener, UNKNOWN_REQUEST, 0UL)); }},
       {"log", [](A a) { syslog(a.number, "%s", a.secondText.c_str()); }},
       {"vlog", [](A a) { logThroughVsyslog(a.number, "%s", a.secondText.c_str()); }},
-      {"missing", [](A a) { logMissing(a.number); }},
+      {"looped", [](A a) { logLooped(a.number); }},
       {"mask", [](A a) { setlogmask(a.number); }},
       {"flood", [](A a) { flood(a.number, a.secondNumber); }},
       {"busy", [](A) { keepBusy(); }},

@@ -85,8 +85,17 @@ TEST_P(PoeCardLog, HoldsTextsOfEveryLengthWhole) {
 }
 
 TEST_P(PoeCardLog, PutsTheCallersErrorForPercentM) {
-  runLogged({"missing:3"});
-  EXPECT_EQ(m_log, "<3> open: No such file or directory\n");
+  runLogged({"looped:3"});
+  EXPECT_EQ(m_log, "<3> open: Too many levels of symbolic links\n");
+}
+
+// The first time of day looks for the time zone's file, which fails.
+TEST_P(PoeCardLog, PutsTheCallersErrorForPercentMAfterTheTime) {
+  run("TZ=/nowhere '" POE_CARD "' --log '" + file() + "' --log-times -- '" + probe() + "' looped:3");
+  std::string line;
+  std::getline(std::ifstream(file()), line);
+  EXPECT_EQ(line.substr(std::min(line.size(), line.find('Z'))),
+            "Z <3> open: Too many levels of symbolic links");
 }
 
 TEST_P(PoeCardLog, LeavesOutWhatTheCommandMasks) {
@@ -153,6 +162,19 @@ TEST(PoeCardLogFile, ThatIsFullIsReportedWhileTheCommandRuns) {
   EXPECT_EQ(card.wait(), 1);
 }
 
+TEST(PoeCardLogFile, ThatTheCommandCannotOpenIsReported) {
+  const TemporaryDirectory tmp;
+  const std::string file = tmp.file("folder/log");
+  std::filesystem::create_directory(tmp.file("folder"));
+  // Descriptor 0 is free for the report.
+  const CardResult result =
+      runCard({"--log", file, "--", "sh", "-c", R"(rm -r "$1" && exec "$0" log:3:one 0<&-)", CARD_PROBE,
+               tmp.file("folder")});
+  EXPECT_EQ(result.err,
+            "poe_card: --log: " + file + " does not take every line: No such file or directory\n");
+  EXPECT_EQ(result.status, 1);
+}
+
 TEST(PoeCardLogFile, ThatTakesOnlyPartOfALineIsReported) {
   const TemporaryDirectory tmp;
   const std::string file = tmp.file("log");
@@ -179,6 +201,16 @@ TEST(PoeCardLogFile, OrRecordThatIsAPipeIsRefused) {
 TEST(PoeCardWithoutLog, PreloadsNothingMoreThanTheDevice) {
   const CardResult result = runCard({"--", "sh", "-c", "echo $LD_PRELOAD"});
   EXPECT_EQ(result.out, "libumockdev-preload.so.0\n");
+}
+
+// A library that every program has loaded already, and the option without which AddressSanitizer refuses it.
+TEST(PoeCard, KeepsWhatItsCallerPreloads) {
+  const TemporaryDirectory tmp;
+  const std::string card = "LD_PRELOAD=libc.so.6 ASAN_OPTIONS=verify_asan_link_order=0 '" POE_CARD "' ";
+  const std::string command = " -- sh -c 'echo $LD_PRELOAD'";
+  EXPECT_EQ(run(card + command).output, "libumockdev-preload.so.0:libc.so.6\n");
+  EXPECT_EQ(run(card + "--log " + tmp.file("log") + command).output,
+            "libumockdev-preload.so.0:libc.so.6:libpoe_card_syslog.so\n");
 }
 
 } // namespace

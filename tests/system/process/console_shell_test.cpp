@@ -11,6 +11,7 @@
 #include <csignal>
 #include <optional>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -46,13 +47,26 @@ TEST_F(PoectlShell, CompletesWordsOnATerminalAndKeepsAHistory) {
   ASSERT_TRUE(terminal->shows("poe> PD69104Engine channel"));
   terminal->press("2 Enter");
   EXPECT_TRUE(terminal->shows("  det_status              = UNKNOWN"));
-  terminal->press("quit Enter");
+  terminal->press("/etc/passw Tab x");
+  EXPECT_TRUE(terminal->shows("poe> /etc/passwx")) << "files are no words of the console";
+  terminal->press("C-u quit Enter");
   expectEnd();
   open();
   terminal->press("C-p"); // the line before, from the last time
   EXPECT_TRUE(terminal->shows("poe> PD69104Engine channel 2"));
   terminal->press("C-u C-d"); // clear the line, end of input
   expectEnd();
+}
+
+TEST_F(PoectlShell, HasItsHistoryBelowTheHomeWithoutAFolderForStates) {
+  for (const std::string without : {"XDG_STATE_HOME=", "--unset=XDG_STATE_HOME"}) {
+    const std::string home = folder.file(without);
+    terminal.emplace("env " + without + " HOME=" + home + " " + POECTL + " console");
+    ASSERT_TRUE(terminal->shows("poe>")) << without;
+    terminal->press("nobody Enter quit Enter");
+    expectEnd();
+    EXPECT_EQ(access((home + "/.local/state/poectl/console_history").c_str(), R_OK), 0) << without;
+  }
 }
 
 TEST_F(PoectlShell, TakesTheLineBackAtCtrlCAndGoesOn) {

@@ -97,7 +97,7 @@ TEST_F(PoectlLiveView, ShowsWhatTheCardSaysToATypedCommand) {
   startCard();
   open();
   EXPECT_TRUE(terminal->shows("p plug"));
-  terminal->press(": b o g u s Enter");
+  terminal->press(": b o g u x BSpace s Enter");
   EXPECT_TRUE(terminal->shows("card: 'bogus' is not understood; accepted are"));
 }
 
@@ -252,6 +252,41 @@ TEST_F(PoectlLiveView, RecordsWhatItShowsAndReplaysItByItsKeys) {
   EXPECT_TRUE(terminal->shows("events of the port"));
   terminal->press("?");
   EXPECT_TRUE(terminal->shows("pause at the record before, at the next record"));
+  expectEnd("q");
+}
+
+TEST_F(PoectlLiveView, TakesEachKeyOfTheTerminalForWhatItIs) {
+  const std::string rest(R"(,{"enabled":false,"shortCounter":0})");
+  std::string lines; // one event a record
+  for (unsigned second = 10; second < 40; second++) {
+    const std::string count = std::to_string(second);
+    lines += R"({"version":1,"time":"2023-11-14T22:13:)" + count;
+    lines += R"(.123Z","source":"console","transfers":1,"span_ms":0,"port":[{"enabled":true,"shortCounter":)";
+    lines.append(count).append("}").append(rest).append(rest).append(rest).append("]}\n");
+  }
+  const TemporaryDirectory folder;
+  terminal.emplace(UNICODE + POECTL + " replay " + folder.write("r", lines));
+  EXPECT_TRUE(terminal->shows("playing, speed 1x"));
+  const std::pair<const char*, const char*> rows[] = {
+      {"Space", "paused, speed 1x"},
+      {"Home", " record 1, "},
+      {"Right", " record 11, "}, // ten seconds on
+      {"End", " record 30, "},
+      {"Left", " record 20, "},
+      {"End", "22:13:39 port 0 shortCounter +1, now 39"},
+      {"PPage", "events, 5 newer ones below"},
+      {"PPage", "events, 10 newer ones below"},
+      {"NPage", "events, 5 newer ones below"},
+      {"Down", "\n>1 "},
+      {"Down", "\n>2 "},
+      {"Up", "\n>1 "},
+      {"Enter", "events of the port"},
+      {"Escape", "consumption (W) in the last"},
+  };
+  for (const auto& [key, shown] : rows) {
+    terminal->press(key);
+    ASSERT_TRUE(terminal->shows(shown)) << key << "\n" << terminal->screen();
+  }
   expectEnd("q");
 }
 

@@ -270,3 +270,16 @@ TEST_F(ConsoleClientTest, KeepsAReplyThatASignalInterrupts) {
   serve(POLLOUT);
   EXPECT_NE(read(), "");
 }
+
+TEST_F(ConsoleClientTest, IsSentEachByteOnceWhenOneAtATimeGoesOut) {
+  read();
+  write("Echo one\n");
+  const OneByteSends slow;
+  serve(POLLIN);
+  std::string reply = read();
+  for (unsigned round = 0; round < 7; ++round) {
+    serve(POLLOUT);
+    reply += read();
+  }
+  EXPECT_EQ(reply, "[one]\n> ");
+}

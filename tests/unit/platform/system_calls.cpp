@@ -1,5 +1,6 @@
 #include "system_calls.h"
 
+#include <algorithm>
 #include <netinet/in.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -10,6 +11,7 @@ std::atomic<int> g_acceptError{0};
 std::atomic<int> g_acceptCalls{0};
 std::atomic<bool> g_smallSendBuffers{false};
 std::atomic<int> g_longReplyError{0};
+std::atomic<bool> g_oneByteSends{false};
 std::atomic<int> g_eventfdError{0};
 std::atomic<Gate*> g_eventfdWritten{nullptr};
 std::atomic<int> g_failingFamily{AF_UNSPEC};
@@ -86,7 +88,7 @@ ssize_t __wrap_send(int socket, const void* bytes, std::size_t size, int flags) 
     errno = error;
     return -1;
   }
-  return __real_send(socket, bytes, size, flags);
+  return __real_send(socket, bytes, g_oneByteSends ? std::min<std::size_t>(size, 1) : size, flags);
 }
 
 int __wrap_eventfd(unsigned count, int flags) {
@@ -142,6 +144,14 @@ NoRoomForLongReplies::NoRoomForLongReplies(int error) {
 
 NoRoomForLongReplies::~NoRoomForLongReplies() {
   g_longReplyError = 0;
+}
+
+OneByteSends::OneByteSends() {
+  g_oneByteSends = true;
+}
+
+OneByteSends::~OneByteSends() {
+  g_oneByteSends = false;
 }
 
 FailingFamily::FailingFamily(int family, Call call, int error) {

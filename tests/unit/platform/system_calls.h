@@ -42,6 +42,15 @@ public:
   ~NoRoomForLongReplies();
 };
 
+// While it exists, send() takes one byte of what it is given.
+class OneByteSends {
+public:
+  OneByteSends();
+  OneByteSends(const OneByteSends&) = delete;
+  OneByteSends& operator=(const OneByteSends&) = delete;
+  ~OneByteSends();
+};
+
 // While it exists, one call for a listening socket of the address family fails with `error`.
 class FailingFamily {
 public:

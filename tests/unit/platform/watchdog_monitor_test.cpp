@@ -116,12 +116,13 @@ TEST(WatchdogMonitor, ALogThatWaitsHoldsUpOnlyWhoHasSomethingToReportAndKeepsThe
   watchdogMonitor inTime("InTime");
   late.wdm_start(1000);
   inTime.wdm_start(60000);
+  std::future<void> fed;
   std::future<void> fedAgain;
   {
     const StoppedLog log;
     SteppedClock::advance(1001);
     ASSERT_EQ(StoppedLog::awaitWriter(), 1U);
-    const auto fed = std::async(std::launch::async, [&] { inTime.wdm_notify(0); });
+    fed = std::async(std::launch::async, [&] { inTime.wdm_notify(0); });
     EXPECT_EQ(fed.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     fedAgain = std::async(std::launch::async, [&] { late.wdm_notify(0); });
     EXPECT_EQ(fedAgain.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
@@ -362,10 +363,26 @@ TEST(KeepAlive, IsNotSentWhileAClientIsLateAndIsSentAgainAfterwards) {
 TEST(WatchdogMonitor, ReportsThatThereIsNoThreadAndHasOneFromTheNextStartOn) {
   const SteppedClock clock(100000);
   watchdogMonitor client("PoeMain");
+  watchdogMonitor other("Other");
+  std::promise<void> isReported;
+  // Started first, as no thread can be created while the stack size is too large.
+  std::future<void> fed = std::async(std::launch::async, [&] {
+    isReported.get_future().wait();
+    other.wdm_notify(0);
+  });
+  std::future<void> started;
   {
-    const DefaultStackSize tooLarge(DefaultStackSize::TOO_LARGE);
-    client.wdm_start(1000);
+    const StoppedLog log;
+    started = std::async(std::launch::async, [&] {
+      const DefaultStackSize tooLarge(DefaultStackSize::TOO_LARGE);
+      client.wdm_start(1000);
+    });
+    EXPECT_EQ(StoppedLog::awaitWriter(), 1U);
+    isReported.set_value();
+    EXPECT_EQ(fed.wait_for(std::chrono::seconds(10)), std::future_status::ready)
+        << "whoever logs holds nobody up";
   }
+  started.get();
   EXPECT_EQ(takeLog(),
             (LogLines{{LOG_CRIT, "watchdog: cannot start the supervisor thread: Resource temporarily "
                                  "unavailable\n"}}));

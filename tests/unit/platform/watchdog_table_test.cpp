@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <ostream>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -39,6 +40,12 @@ protected:
 };
 
 } // namespace
+
+TEST_F(WatchdogTableTest, AClientsNameIsCutAfter31Characters) {
+  const std::string name(31, 'n');
+  EXPECT_EQ(Client(name).name, name);
+  EXPECT_EQ(Client(name + "x").name, name);
+}
 
 TEST_F(WatchdogTableTest, NobodyIsInTimeBeforeAClientIsStarted) {
   EXPECT_FALSE(allInTimeAt(0));

@@ -1,9 +1,15 @@
 // The queues and the console as poectl uses them, beside ends that fill, break off, refuse and stay silent.
 // Needs the queues and the console's port.
 #include "poectl/console/console_client.h"
+#include "poectl/console/console_snapshot.h"
+#include "poectl/console/off_watch.h"
 #include "poectl/service/queue.h"
+#include "poectl/service/queue_state.h"
+#include "poectl/status/timestamp.h"
+#include "tests/support/error_text.h"
 #include "tests/support/process/hostile_peer.h"
 #include "tests/support/process/listeners.h"
+#include "tests/unit/poectl/console_sample.h"
 
 #include <chrono>
 #include <cstring>
@@ -50,6 +56,74 @@ TEST(AskConsole, TakesOnlyAWholeReply) {
   };
   for (const auto& [said, result] : rows) {
     EXPECT_EQ(replyTo(said), result) << said;
+  }
+}
+
+TEST(AskConsole, SaysThatTheConnectionWasBroken) {
+  const HostilePeer console(listenOnPort(CONSOLE_PORT), [](const HostilePeer& self, int connection) {
+    self.hear(connection);
+    self.hear(connection);
+    const linger reset{1, 0}; // what close sends
+    setsockopt(connection, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+  });
+  try {
+    askConsole("info", {LONG, -1});
+    ADD_FAILURE();
+  } catch (const ConsoleError& error) {
+    EXPECT_STREQ(error.what(), "the console has broken the connection: Connection reset by peer");
+  }
+}
+
+// A console that replies to "channel" and "device" with the sample, in which the port is another one.
+class SampleConsole {
+public:
+  explicit SampleConsole(std::string channel = console_sample::CHANNEL)
+      : m_channel(std::move(channel)),
+        m_peer(listenOnPort(CONSOLE_PORT), [this](const HostilePeer& self, int connection) {
+          const std::string command = self.hear(connection);
+          self.hear(connection);
+          self.say(connection, "> " + reply(command) + "> ");
+        }) {}
+
+  std::optional<Snapshot::Time> first; // when the first command came
+  Snapshot::Time last{};
+
+private:
+  std::string reply(const std::string& command) {
+    last = currentTime();
+    first = first.value_or(last);
+    std::this_thread::sleep_for(milliseconds(2)); // more than the clock's resolution
+    const std::size_t channel = command.find("channel ");
+    return channel == std::string::npos ? console_sample::DEVICE
+                                        : std::string(m_channel).replace(0, sizeof "channel 1" - 1, command,
+                                                                         channel, sizeof "channel 1" - 1);
+  }
+
+  const std::string m_channel;
+  const HostilePeer m_peer;
+};
+
+TEST(TakeSnapshot, BeginsBeforeTheFirstQuestionAndEndsAfterTheLast) {
+  SampleConsole console;
+  const Snapshot snapshot = takeSnapshot(SnapshotReports::TRANSFER_FREE, {LONG, -1});
+  EXPECT_EQ(snapshot.status.deviceTemperature, -5);
+  EXPECT_LE(snapshot.begin, *console.first);
+  EXPECT_GT(snapshot.end, console.last);
+}
+
+TEST(HasPower, IsSoForAPortThatIsSwitchedOnOrShowsPower) {
+  for (const bool enabled : {false, true}) {
+    for (const bool good : {false, true}) {
+      std::string channel = console_sample::CHANNEL;
+      const auto set = [&](const std::string& label, bool value) {
+        const std::size_t start = channel.find(label) + label.size();
+        channel.replace(start, channel.find('\n', start) - start, value ? "TRUE" : "FALSE");
+      };
+      set("  enable                  = ", enabled);
+      set("  power_good              = ", good);
+      const SampleConsole console(channel);
+      EXPECT_EQ(hasPower(1, LONG, -1), enabled || good) << enabled << good;
+    }
   }
 }
 
@@ -197,8 +271,12 @@ TEST(SendConfig, WaitsForASecondWhenNothingElseIsSaid) {
 
 TEST(StatusQueue, ExistsAsLongAsItsObjectAndIsOpenToTheService) {
   EXPECT_FALSE(queueExists("/queueToMain"));
+  EXPECT_EQ(queueState("/queueToMain").text(), "does not exist");
   EXPECT_FALSE(removeQueue("/queueToMain"));
-  EXPECT_THROW(removeQueue("nonsense"), QueueError);
+  EXPECT_EQ(errorText<QueueError>([] { removeQueue("nonsense"); }),
+            "cannot remove queue nonsense: Invalid argument");
+  EXPECT_EQ(errorText<QueueError>([] { queueExists("nonsense"); }),
+            "cannot look for queue nonsense: Invalid argument");
   const mode_t umaskBefore = umask(0777);
   {
     StatusQueue queue;

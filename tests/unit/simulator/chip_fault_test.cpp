@@ -1,7 +1,9 @@
 // The chip model: what goes wrong at a port or with the supply.
 #include "simulator/chip/chip_model.h"
 
+#include <functional>
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace {
 
@@ -152,6 +154,57 @@ TEST_F(ChipFault, OfNoSupplyLeavesTheRegistersReadable) {
   EXPECT_EQ(word(0x71), 0U);
   EXPECT_EQ(chip.reg(0x10), 0);
   EXPECT_EQ(chip.reg(0x43), 0x41);
+}
+
+TEST_F(ChipFault, OfEachKindIsCountedFromZeroToThreeWithinItsPort) {
+  using Signature = ChipModel::Signature;
+  for (const unsigned other : {0U, 2U, 3U}) {
+    chip.unplug(other);
+  }
+  const auto insert = [this](const ChipModel::Device& device) {
+    chip.plug(1, device);
+    chip.advance(LONG_ENOUGH);
+  };
+  const std::pair<std::uint8_t, std::function<void()>> kinds[] = {
+      {0x77,
+       [&] {
+         insert({Signature::ResistanceTooLow, 0, 0.0});
+       }},
+      {0x78,
+       [&] {
+         chip.write(0x89, 0); // the limit of the active bank
+         insert({});
+         chip.write(0x89, 0x90);
+       }},
+      {0x79,
+       [&] {
+         insert({});
+         chip.draw(1, 90.0);
+       }},
+      {0x7A,
+       [&] {
+         insert({});
+         chip.unplug(1);
+       }},
+      {0x7B,
+       [&] {
+         insert({});
+         chip.plug(1, {Signature::Short, 0, 0.0});
+       }},
+      {0x7C,
+       [&] {
+         chip.classError(1);
+         insert({});
+       }},
+  };
+  for (const auto& [counter, happen] : kinds) {
+    const unsigned before = chip.reg(counter);
+    for (unsigned count = 1; count <= 5; ++count) {
+      happen();
+      EXPECT_EQ(chip.reg(counter), (before & ~0x0CU) | ((before + (count << 2)) & 0x0CU))
+          << std::hex << unsigned{counter} << ", event " << count;
+    }
+  }
 }
 
 } // namespace

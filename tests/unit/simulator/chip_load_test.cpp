@@ -96,6 +96,17 @@ TEST(ChipLoad, TakesAGoodDeviceWithoutPowerForOneOf5Watts) {
   EXPECT_EQ(chip.device(0).pdClass, 3U);
 }
 
+TEST(ChipLoad, TakesUpTheClassOfEachCode) {
+  constexpr unsigned CLASSES[] = {0, 1, 2, 3, 4, 0, 0, 0};
+  for (unsigned code = 0; code < 8; ++code) {
+    ChipModel chip;
+    RegisterImage image;
+    image.at(0x0C) = static_cast<std::uint8_t>(0x88U | code << 4 | 4U); // no meaning: bits 3 and 7
+    chip.load(image);
+    EXPECT_EQ(chip.device(0).pdClass, CLASSES[code]) << code;
+  }
+}
+
 TEST(ChipLoad, ForgetsThePhasesThatWereBefore) {
   ChipModel chip;
   chip.plug(0, {});
