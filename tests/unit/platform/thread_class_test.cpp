@@ -20,9 +20,9 @@ std::string accessAt(std::uintptr_t address) {
   std::ifstream maps("/proc/self/maps");
   for (std::string line; std::getline(maps, line);) {
     std::size_t dash = 0;
-    const std::uintptr_t begin = std::stoull(line, &dash, 16);
+    const unsigned long long begin = std::stoull(line, &dash, 16);
     std::size_t length = 0;
-    const std::uintptr_t end = std::stoull(line.substr(dash + 1), &length, 16);
+    const unsigned long long end = std::stoull(line.substr(dash + 1), &length, 16);
     if (address >= begin && address < end) {
       return line.substr(dash + 1 + length + 1, 4);
     }
