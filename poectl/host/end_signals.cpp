@@ -51,13 +51,21 @@ bool becomesReadable(int descriptor, int timeout) {
   return count > 0;
 }
 
-// Ctrl-S may be all that holds the output. Linux starts a terminal again when it loses IXON.
-void undoControlS() {
+// Ctrl-S may be all that holds the output. Linux starts a terminal again when it loses IXON. True when it had
+// it: then the terminal needs it back, but not before the view, which goes on now, has restored its settings.
+bool undoControlS() {
+  termios settings{};
+  if (tcgetattr(STDOUT_FILENO, &settings) != 0 || (settings.c_iflag & IXON) == 0) {
+    return false;
+  }
+  settings.c_iflag &= ~static_cast<tcflag_t>(IXON);
+  return tcsetattr(STDOUT_FILENO, TCSANOW, &settings) == 0;
+}
+
+void allowControlS() {
   termios settings{};
   if (tcgetattr(STDOUT_FILENO, &settings) == 0) {
-    termios withoutFlowControl = settings;
-    withoutFlowControl.c_iflag &= ~static_cast<tcflag_t>(IXON);
-    tcsetattr(STDOUT_FILENO, TCSANOW, &withoutFlowControl);
+    settings.c_iflag |= IXON;
     tcsetattr(STDOUT_FILENO, TCSANOW, &settings);
   }
 }
@@ -73,6 +81,9 @@ EndSignals::EndSignals(std::initializer_list<int> signals)
 EndSignals::~EndSignals() {
   eventfd_write(m_done.get(), 1);
   m_thread.join();
+  if (m_needsControlS) {
+    allowControlS();
+  }
 }
 
 void EndSignals::beforeForcedEnd(std::function<void()> cleanUp) {
@@ -87,7 +98,7 @@ void EndSignals::watch() {
   if (ready[1].revents != 0 || becomesReadable(m_done.get(), HALF_OF_THE_TIME)) {
     return;
   }
-  undoControlS();
+  m_needsControlS = undoControlS();
   if (!becomesReadable(m_done.get(), HALF_OF_THE_TIME)) {
     forceEnd();
   }
@@ -97,6 +108,9 @@ void EndSignals::forceEnd() {
   const std::lock_guard lock(m_mutex);
   for (const auto& cleanUp : m_cleanUps) {
     cleanUp();
+  }
+  if (m_needsControlS) {
+    allowControlS();
   }
   if (m_terminal) {
     tcsetattr(STDIN_FILENO, TCSANOW, &m_settings);

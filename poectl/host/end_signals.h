@@ -38,7 +38,8 @@ private:
   const FileDescriptor m_done; // an eventfd
   termios m_settings{};
   const bool m_terminal;
-  std::mutex m_mutex; // guards m_cleanUps
+  bool m_needsControlS = false; // written by m_thread
+  std::mutex m_mutex;           // guards m_cleanUps
   std::vector<std::function<void()>> m_cleanUps;
   std::thread m_thread; // uses all others
 };

@@ -39,11 +39,11 @@ TEST_F(PoeCardFiles, CommandsAndPlugsComeInTheirOrder) {
 }
 
 TEST_F(PoeCardFiles, CommandWithATimeChangesTheCardWhileTheProgramRuns) {
-  EXPECT_EQ(
-      runProbe({"--command", "0.4 reg 0x20 3", "--command", "0.2 reg 0x20 2", "--command", "reg 0x20 1"},
-               {"await:0x20:2", "await:0x20:3"})
-          .out,
-      "ok\nok\n0x02\n0x03\n");
+  EXPECT_EQ(runProbe({"--command", "0.4 reg 0x20 3", "--command", "0.2 reg 0x20 2", "--command",
+                      "0.3 reg 0x21 2", "--command", "1000 reg 0x20 4", "--command", "reg 0x20 1"},
+                     {"await:0x21:2", "await:0x20:3", "read:0x20"})
+                .out,
+            "ok\nok\n0x02\n0x03\n0x03\n");
 }
 
 TEST_F(PoeCardFiles, CommandThatIsWrongRunsNothing) {
