@@ -94,7 +94,13 @@ TEST_F(MainProcessInC, SwitchesAPortOnAgainAndPoectlPortSaysSo) {
   // It does not send twice in 3 s.
   const auto untilItMaySend = [] { std::this_thread::sleep_for(std::chrono::milliseconds(3100)); };
   untilItMaySend();
-  const CommandResult cycle = poectl("port 0 cycle --file " + file);
+  CommandResult cycle = poectl("port 0 cycle --file " + file);
+  // On a busy computer the program may be later than 2 s; then poectl is the first.
+  for (int again = 0; again < 2 && cycle.output.find("port 0: on again after 2") != std::string::npos;
+       again++) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10100)); // no sooner may a port be cycled again
+    cycle = poectl("port 0 cycle --file " + file);
+  }
   EXPECT_EQ(cycle.status, 0);
   EXPECT_TRUE(matchesPattern(cycle.output, note +
                                                "port 0: off for at least 2 s\n"
