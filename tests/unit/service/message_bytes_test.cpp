@@ -4,6 +4,10 @@
 
 namespace {
 
+// Codes that the service hands on or never sends, and so never compares.
+static_assert(POE_OPER_TEST == 5 && POE_DETECTION_UNKNOWN == 0 && POE_DETECTION_GOOD == 4 &&
+              POE_DETECTION_OPEN_CIRCUIT == 6);
+
 class MessageBytes : public EngineTest {
 protected:
   void TearDown() override {
