@@ -249,15 +249,20 @@ TEST_F(Main, ReportsEveryUnknownIdAndIgnoresAMessageOfNoLength) {
 
 TEST_F(Main, CompletesAShortMessageFromTheOneBefore) {
   // Three bytes of an id leave the fourth as it was: of 0x01020304 on a machine of either byte order, one
-  // byte stays.
-  doubles.receives = {{bytes(0x01020304, 4), 0}, {{1, 1, 1}, 0}};
+  // byte stays. Then one byte leaves three.
+  doubles.receives = {{bytes(0x01020304, 4), 0}, {{1, 1, 1}, 0}, {{2}, 0}};
   EXPECT_EQ(run(), 0);
-  const std::uint32_t completed = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? 0x01010104 : 0x01010101;
-  EXPECT_EQ(takeLog(), (LogLines{READY,
-                                 {3, "[ERROR] main:138 (main) - Unkown msgid 16909060 received\n"},
-                                 {3, "[ERROR] main:138 (main) - Unkown msgid " + std::to_string(completed) +
-                                         " received\n"},
-                                 INTERRUPTED}));
+  constexpr bool IS_BIG_ENDIAN = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
+  const std::uint32_t completed = IS_BIG_ENDIAN ? 0x01010104 : 0x01010101;
+  const std::uint32_t completedAgain = IS_BIG_ENDIAN ? 0x02010104 : 0x01010102;
+  EXPECT_EQ(
+      takeLog(),
+      (LogLines{
+          READY,
+          {3, "[ERROR] main:138 (main) - Unkown msgid 16909060 received\n"},
+          {3, "[ERROR] main:138 (main) - Unkown msgid " + std::to_string(completed) + " received\n"},
+          {3, "[ERROR] main:138 (main) - Unkown msgid " + std::to_string(completedAgain) + " received\n"},
+          INTERRUPTED}));
 }
 
 // With its worker in the pause between two cycles, the engine takes it.
