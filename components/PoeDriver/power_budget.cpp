@@ -43,21 +43,21 @@ std::uint32_t neededPowerW(const PoeConfig& config) {
 
 PowerDecisions decidePower(const PoeConfig& config, std::uint32_t bankLimitW, const PortPowerStates& states) {
   PowerDecisions decisions{};
-  PowerDecision* next = decisions.data();
+  unsigned decided = 0;
   std::uint32_t leftW = bankLimitW;
   for (const std::uint32_t priority : priorityOrder) {
     for (unsigned port = 0; port < POE_PORTS; port++) {
       if (config.port[port].priority == priority) {
         const std::uint32_t needW = neededPowerW(config.port[port]);
-        *next = {port, judge(config.port[port], states[port], leftW), needW, leftW};
-        leftW -= next->verdict == PowerVerdict::FITS ? needW : 0;
-        next++;
+        const PowerVerdict verdict = judge(config.port[port], states[port], leftW);
+        decisions[decided++] = {port, verdict, needW, leftW};
+        leftW -= verdict == PowerVerdict::FITS ? needW : 0;
       }
     }
   }
   for (unsigned port = 0; port < POE_PORTS; port++) {
     if (!isServed(config.port[port].priority)) {
-      *next++ = {port, PowerVerdict::UNKNOWN_PRIORITY, neededPowerW(config.port[port]), leftW};
+      decisions[decided++] = {port, PowerVerdict::UNKNOWN_PRIORITY, neededPowerW(config.port[port]), leftW};
     }
   }
   return decisions;
