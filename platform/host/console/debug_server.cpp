@@ -66,6 +66,7 @@ private:
   bool launch();
   void close();
   void run();
+  void goRound(std::size_t firstSlot);
   int fillPollSet();
   void acceptOne(int listener);
   void makeRoom();
@@ -118,7 +119,7 @@ bool CdebugServer::Server::launch() {
   }
   m_stopping = false;
   m_acceptAgain = 0;
-  m_buffer.reserve(m_bufferSize);
+  m_pollSet.reserve(1 + m_listeners.size() + MAX_CLIENTS + MAX_LINGERING);
   m_thread = std::thread(&Server::run, this);
   return true;
 }
@@ -146,17 +147,26 @@ void CdebugServer::Server::run() {
     const int timeout = fillPollSet();
     const std::size_t firstSlot = m_pollSet.size() - m_clients.size();
     poll(m_pollSet.data(), m_pollSet.size(), timeout); // where it fails, no event is there
-    serveClients(firstSlot);
-    for (std::size_t slot = 1; slot < firstSlot; ++slot) {
-      if (m_pollSet[slot].revents != 0) {
-        acceptOne(m_pollSet[slot].fd);
-      }
+    try {
+      goRound(firstSlot);
+    } catch (const std::bad_alloc&) {
+      syslog(LOG_ERR, "debug console: no memory; all clients are closed\n");
+      m_clients.clear();
     }
-    dropClients();
   }
 }
 
-// Returns the time-out for poll().
+void CdebugServer::Server::goRound(std::size_t firstSlot) {
+  serveClients(firstSlot);
+  for (std::size_t slot = 1; slot < firstSlot; ++slot) {
+    if (m_pollSet[slot].revents != 0) {
+      acceptOne(m_pollSet[slot].fd);
+    }
+  }
+  dropClients();
+}
+
+// Returns the time-out for poll(). Allocates nothing: launch has made room for all.
 int CdebugServer::Server::fillPollSet() {
   const std::uint64_t now = monotonicMilliseconds();
   const bool accepting = now >= m_acceptAgain;
@@ -186,7 +196,7 @@ void CdebugServer::Server::acceptOne(int listener) {
     }
     return;
   }
-  m_buffer.resize(m_bufferSize); // its pages are taken with the first client, who may never come
+  m_buffer.resize(m_bufferSize); // with the first client, who may never come
   makeRoom();
   m_clients.push_back(std::make_unique<ConsoleClient>(std::move(socket)));
 }

@@ -3,6 +3,8 @@
 
 #include <memory>
 #include <new>
+#include <optional>
+#include <string>
 #include <type_traits>
 
 #include <gtest/gtest.h>
@@ -89,6 +91,45 @@ TEST(WantOfMemory, AtTheStartOfADebugServerIsReportedAndTheNextStartSucceeds) {
     }
     EXPECT_TRUE(ConsoleConnection(port.number()).isConnected());
   }
+}
+
+// Each allocation of the server's thread in turn, from a reply and a new client up to the end of that client.
+TEST(WantOfMemory, WhileClientsAreServedClosesThemAllAndServesTheNext) {
+  std::optional<FailingAllocation> failing; // the server's thread makes and ends it
+  bool hasFailed = true;
+  const Talker starved("Starve", [&](const Talker::Words& words) {
+    const UncountedAllocations own;
+    failing.emplace(std::stoul(words.at(0)));
+    return "a reply that is too long to be kept within the object of a string\n";
+  });
+  const Talker fed("Feed", [&](const Talker::Words&) {
+    const UncountedAllocations own;
+    hasFailed = failing->hasFailed();
+    failing.reset();
+    return "fed\n";
+  });
+  const ReservedPort port;
+  Zorvan::CdebugServer server(port.number(), 128);
+  ASSERT_TRUE(server.start());
+  std::size_t number = 0;
+  for (; hasFailed && !HasFailure(); ++number) {
+    const ConsoleConnection idle(port.number());
+    idle.receiveReply();
+    const ConsoleConnection starving(port.number());
+    starving.send("Starve " + std::to_string(number) + "\nquit\n");
+    starving.receiveToEnd();
+    const ConsoleConnection next(port.number());
+    next.send("Feed\nquit\n");
+    if (next.receiveToEnd().find("fed") == std::string::npos) { // the failure was its own
+      EXPECT_EQ(ConsoleConnection(port.number()).ask("Feed"), "fed\n");
+    }
+    const LogLines closed = {{LOG_ERR, "debug console: no memory; all clients are closed\n"}};
+    EXPECT_EQ(takeLog(), hasFailed ? closed : LogLines()) << number;
+    if (hasFailed) {
+      EXPECT_EQ(idle.receiveToEnd(), "");
+    }
+  }
+  EXPECT_GT(number, 5U);
 }
 
 TEST(WantOfMemory, ForTheConsolesEntryLeavesAnObjectThatTheConsoleDoesNotFind) {
