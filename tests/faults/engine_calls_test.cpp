@@ -43,6 +43,7 @@ protected:
     SCOPED_TRACE(::testing::PrintToString(openErrors) + " " + ::testing::PrintToString(bindErrors));
     ServicePair pair(registers);
     pair.construct(openErrors, bindErrors);
+    pair.reportLive(); // has the driver's error flag and counter
     EXPECT_EQ(pair.takeDifferences(), "");
     EXPECT_EQ(pair.bus.opened.size(), std::max<std::size_t>(openErrors.size(), 1));
     run(pair, 3, [&](int) { EXPECT_EQ(pair.status().mainOperStatus, operStatus); });
