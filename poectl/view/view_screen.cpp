@@ -94,6 +94,9 @@ void ViewScreen::show(const Canvas& canvas) {
   for (std::size_t row = 0; row < canvas.rows(); row++) {
     for (std::size_t column = 0; column < canvas.columns(); column++) {
       const Cell& cell = canvas.at(row, column);
+      if (cell.character == U' ' && cell.style == Style{}) {
+        continue; // erased
+      }
       const wchar_t text[] = {static_cast<wchar_t>(cell.character), L'\0'};
       cchar_t character;
       setcchar(&character, text, attributes(cell.style),
