@@ -67,6 +67,22 @@ TEST_F(EngineConfiguration, ProgramsFortyWattsForNoLimitAndForTooHighOnes) {
   });
 }
 
+TEST_F(EngineConfiguration, SwitchesOnAgainThePortOfWhichAnyFieldAloneHasChanged) {
+  whileActive([&] {
+    PoeConfig config = fourPorts();
+    configure(config);
+    registersMoved();
+    config.port[0].priority++;
+    config.port[2].powerLimit++;
+    configure(config);
+    EXPECT_EQ(registersMoved(), SWITCH_ON[0] + SWITCH_ON[2]);
+    config.port[1].adminEnable = 0;
+    config.port[3].adminEnable++; // any value but 0 is on
+    configure(config);
+    EXPECT_EQ(registersMoved(), "R12 W12 R14 W14 " + SWITCH_ON[3]);
+  });
+}
+
 TEST_F(EngineConfiguration, NeedsNoAlignmentOfThePayload) {
   whileActive([&] {
     const PoeConfig config = fourPorts();
