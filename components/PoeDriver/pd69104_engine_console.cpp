@@ -2,10 +2,10 @@
 // commands.
 #include "pd69104_engine_console.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 static const CommandEntry commandTable[] = {
     {"help", &CPD69104Engine::cmdHelp},       {"info", &CPD69104Engine::cmdInfo},
@@ -41,9 +41,7 @@ std::uint32_t numberArgument(const char* text) {
 }
 
 Reply::~Reply() {
-  if (m_left > 0) {
-    std::memset(m_out, 0, m_left);
-  }
+  std::fill_n(m_out, m_left, '\0');
 }
 
 void Reply::add(const char* text) {
