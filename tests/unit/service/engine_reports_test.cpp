@@ -80,6 +80,16 @@ TEST_F(Console, InfoWithoutADriverObjectEndsAfterItsLineWithoutAnEmptyOne) {
             INFO_TITLE + "m_state                 = IDLE\n\nstate of PoeEngine\n\nNo POE device found\n");
 }
 
+TEST_F(Console, InfoOfAChipThatDoesNotAnswerShowsZerosAndFalse) {
+  makeEngine();
+  bus.failAll();
+  std::string figures = ZERO_FIGURES;
+  figures.replace(figures.find("TRUE"), 4, "FALSE");
+  EXPECT_EQ(reply({"info"}), INFO_TITLE + "m_state                 = IDLE\n\nstate of PoeEngine\n\n" +
+                                 driverInfo("IDLE", "FALSE", 0) + figures);
+  EXPECT_EQ(takeLog(), readFailureReport("7f"));
+}
+
 TEST_F(Console, InfoWithoutAWatchdogClientSaysSoAndGoesOn) {
   const FailingNew noWatchdog(sizeof(watchdogMonitor));
   makeEngine();
