@@ -157,6 +157,25 @@ TEST_F(Console, DeviceShowsWhatTheLastCycleRead) {
       });
 }
 
+TEST_F(Console, DeviceThatCannotBeReadWholeShowsTheErrorBesideTheOldReadings) {
+  afterACycle(
+      [&] {
+        registers[0x43] = 0xBD;
+        bus.failWhen([](std::size_t, const Transfer& t) { return t.reg == 0x42; });
+      },
+      [&] {
+        EXPECT_EQ(reply({"device"}), "device status\n"
+                                     "=============\n"
+                                     "  device_id               = 0\n"
+                                     "  device revision         = 0\n"
+                                     "  temperature             = -27\n"
+                                     "  thermal shutdown        = FALSE\n"
+                                     "  dev_error               = TRUE\n"
+                                     "  device errorcount       = 2\n" // one of each cycle
+                                     "\n");
+      });
+}
+
 // channel.
 
 TEST_F(Console, ChannelAndPoePortWithoutANumberAreMissingTheirParameters) {
