@@ -1,6 +1,7 @@
 // What is created at the start of a service, with each of its allocations failing in turn.
 #include "tests/support/doubles/allocation.h"
 
+#include <atomic>
 #include <memory>
 #include <new>
 #include <optional>
@@ -96,7 +97,7 @@ TEST(WantOfMemory, AtTheStartOfADebugServerIsReportedAndTheNextStartSucceeds) {
 // Each allocation of the server's thread in turn, from a reply and a new client up to the end of that client.
 TEST(WantOfMemory, WhileClientsAreServedClosesThemAllAndServesTheNext) {
   std::optional<FailingAllocation> failing; // the server's thread makes and ends it
-  bool hasFailed = true;
+  std::atomic<bool> hasFailed{true};
   const Talker starved("Starve", [&](const Talker::Words& words) {
     const UncountedAllocations own;
     failing.emplace(std::stoul(words.at(0)));
