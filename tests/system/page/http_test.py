@@ -74,7 +74,7 @@ class Server(unittest.TestCase):
 
     def await_text(self, peer, text):
         received = b""
-        end = time.monotonic() + 20
+        end = time.monotonic() + 60
         while text.encode() not in received:
             block = peer.recv(65536)
             self.assertTrue(block and time.monotonic() < end, received[-300:])
