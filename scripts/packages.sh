@@ -89,7 +89,6 @@ lld            its linker, three times as quick as the usual one
 
 packages_to_measure='
 valgrind       counts instructions and allocations
-libbenchmark-dev measures what the operations of the engine take
 chromium-driver draws the page in a browser
 pngquant       makes the picture of the page small
 bsdextrautils  shows the tables
