@@ -1,6 +1,6 @@
 // Processor time, system calls and wake-ups of a cycle on a real kernel, of the service, of the bare loop and
 // of a shell that calls i2cget. Each value is a line "# measured: ITEM,SUBJECT,QUANTITY: VALUE".
-#include "tests/target/support/system_calls.h"
+#include "benchmarks/system_calls.h"
 #include "tests/target/support/tap_listener.h"
 #include "tests/target/support/target_fixture.h"
 
@@ -21,12 +21,6 @@ constexpr std::chrono::minutes PATIENCE_WITH_A_SHELL{30}; // emulated, it takes 
 int cycleCount() {
   const char* text = std::getenv("CYCLES");
   return text != nullptr ? std::atoi(text) : 60;
-}
-
-std::string fixed(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.2f", value);
-  return text;
 }
 
 // Time that each thread of a process has had of the processor, in microseconds, by its number.
@@ -73,12 +67,6 @@ double processorTimeOfChildren() {
 
 class CycleCost : public TargetTest {
 protected:
-  void takeMessages(int count) {
-    for (int message = 0; message < count; message++) {
-      status->next();
-    }
-  }
-
   // Of the program that runs.
   CycleTime processorTimeOfACycle() {
     const int cycles = cycleCount();
@@ -108,7 +96,7 @@ protected:
   // The calls of a cycle of the program, of all its threads.
   double systemCallsOfACycle(const std::string& program) {
     const int cycles = 20;
-    startTraced(program);
+    startService(traced(program));
     takeMessages(cycles + 3);
     killService();
     const SystemCalls calls = callsOfCycles(cycles);
@@ -123,15 +111,15 @@ TEST_F(CycleCost, InTimeOfTheProcessor) {
   startService();
   configureScene();
   const CycleTime ofService = processorTimeOfACycle();
-  measured("kernel,service,cpu (us)", fixed(ofService.all));
-  measured("kernel,its worker thread,cpu (us)", fixed(ofService.busiest));
+  measured("kernel,service,cpu (us)", ofService.all);
+  measured("kernel,its worker thread,cpu (us)", ofService.busiest);
   killService();
   log.take();
 
-  startService(BARE_LOOP);
-  measured("kernel,bare loop,cpu (us)", fixed(processorTimeOfACycle().all));
+  startService({BARE_LOOP});
+  measured("kernel,bare loop,cpu (us)", processorTimeOfACycle().all);
   killService();
-  measured("kernel,shell with i2cget,cpu (us)", fixed(processorTimeOfAShell()));
+  measured("kernel,shell with i2cget,cpu (us)", processorTimeOfAShell());
 }
 
 // The worker's second and the receive loop's are all that wakes the process.
@@ -144,7 +132,7 @@ TEST_F(CycleCost, InWakeUpsIsTwoASecond) {
   takeMessages(cycleCount());
   const double switches = voluntarySwitches(service->pid()) - before;
   const double rate = switches / std::chrono::duration<double>(Clock::now() - begin).count();
-  measured("kernel,service,wake-ups a second", fixed(rate));
+  measured("kernel,service,wake-ups a second", rate);
   EXPECT_LE(rate, 2.05);
   log.take();
 }
@@ -153,9 +141,9 @@ TEST_F(CycleCost, InWakeUpsIsTwoASecond) {
 // more fall into one.
 TEST_F(CycleCost, InSystemCallsIsTheTransfersAndSixMore) {
   const double calls = systemCallsOfACycle(SERVICE);
-  measured("kernel,service,system calls", fixed(calls));
+  measured("kernel,service,system calls", calls);
   EXPECT_LT(calls, 71);
-  measured("kernel,bare loop,system calls", fixed(systemCallsOfACycle(BARE_LOOP)));
+  measured("kernel,bare loop,system calls", systemCallsOfACycle(BARE_LOOP));
   log.take();
 }
 

@@ -35,7 +35,7 @@ protected:
     std::vector<long> resident;
     std::vector<long> own;
     for (int start = 0; start < STARTS; start++) {
-      startService(program);
+      startService({program});
       takeMessages(5);
       resident.push_back(memory("VmRSS:"));
       own.push_back(memory("RssAnon:"));
@@ -44,12 +44,6 @@ protected:
     }
     measured("memory," + subject + ",resident (kB)", std::to_string(medianOf(resident)));
     measured("memory," + subject + ",private (kB)", std::to_string(medianOf(own)));
-  }
-
-  void takeMessages(int count) {
-    for (int message = 0; message < count; message++) {
-      status->next();
-    }
   }
 
   static long medianOf(std::vector<long> values) {

@@ -64,7 +64,6 @@ xz-utils       unpacks the sources of the kernel
 cpio           packs the file systems of the machines
 libelf1        checks a module of the kernel
 binutils       finds the libraries that a program needs
-strace         counts system calls
 '
 
 packages_to_package='

@@ -1,6 +1,6 @@
 #include "tests/target/scenarios/virtio_bus.h"
 
-#include "tests/target/support/module.h"
+#include "tests/target/support/chip.h"
 
 #include <unistd.h>
 
@@ -11,7 +11,7 @@ void insertVirtioAdapter() {
                                  "virtio_pci", "i2c-dev", "i2c-virtio"}) {
     const std::string file = "/lib/modules/" + name + ".ko";
     if (access(file.c_str(), F_OK) == 0) {
-      insertModule(file.c_str(), "");
+      insertModule(file, "");
     }
   }
 }

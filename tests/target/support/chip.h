@@ -29,9 +29,11 @@ private:
   int m_file;
 };
 
-// The adapter appears with the kernel's modules and goes with them. Nobody may have it open when it goes.
+// Loads a module of the machine's kernel from a file with parameters, "" for none. A failure is a failed
+// test.
+void insertModule(const std::string& file, const char* parameters);
+// The adapter appears with the kernel's modules.
 void insertAdapter();
-void removeAdapter();
 
 // A register of each line that differs, for the report of a failed comparison.
 std::string differences(const Registers& actual, const Registers& expected);
