@@ -5,8 +5,8 @@
 #include "poectl/config/config_check.h"
 #include "poectl/config/config_edit.h"
 #include "poectl/config/config_file.h"
+#include "tests/fuzz/expectations.h"
 #include "tests/fuzz/fuzz_target.h"
-#include "tests/fuzz/refusal.h"
 
 #include <algorithm>
 #include <cstring>

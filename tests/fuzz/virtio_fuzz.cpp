@@ -2,6 +2,7 @@
 // or writes outside of that memory, ends a session or stops a ring in one line, and waits for nothing.
 #include "simulator/card/simulated_card.h"
 #include "simulator/virtio/vhost_user_session.h"
+#include "tests/fuzz/expectations.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/support/virtio/virtual_machine.h"
 
@@ -114,10 +115,7 @@ public:
     while (m_isOpen) {
       serve();
     }
-    EXPECT_EQ(m_report.find_first_not_of('\n') == std::string::npos, m_report.empty()) << "an empty line";
-    EXPECT_TRUE(std::all_of(m_report.begin(), m_report.end(), [](char c) {
-      return c == '\n' || (c >= ' ' && c <= '~');
-    })) << m_report;
+    expectLines(m_report);
   }
 
 private:
