@@ -5,7 +5,6 @@
 //   latency SAMPLES      a line for each combination of bus speed, request and phase
 //   load CYCLES          how late cycles begin beside busy console clients, and a bare thread wakes
 //   line 1               a line for each transfer of a cycle, a command and a configuration
-#include "benchmarks/service_load.h"
 #include "benchmarks/timed_service.h"
 
 #include <cstdlib>

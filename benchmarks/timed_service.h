@@ -134,3 +134,10 @@ inline double percentile(std::vector<Duration> values, double part) {
   const auto last = static_cast<double>(values.size() - 1);
   return values[static_cast<std::size_t>(last * part)].count() / 1000;
 }
+
+// How late `count` cycles begin beside busy console clients, and how late a bare thread wakes: lines of a
+// table.
+void measureLoad(unsigned count);
+
+// When the transfers of a cycle, of a command and of a configuration are made: lines of a table.
+void measureLine();

@@ -29,11 +29,10 @@ private:
   int m_file;
 };
 
-// Loads a module of the machine's kernel from a file with parameters, "" for none. A failure is a failed
-// test.
-void insertModule(const std::string& file, const char* parameters);
-// The adapter appears with the kernel's modules.
+// Loads the modules of the adapter, so that /dev/i2c-0 is there: i2c-stub, or the simulated card outside of
+// the machine. A failure is a failed test.
 void insertAdapter();
+void insertVirtioAdapter();
 
 // A register of each line that differs, for the report of a failed comparison.
 std::string differences(const Registers& actual, const Registers& expected);
