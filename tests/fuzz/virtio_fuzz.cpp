@@ -98,7 +98,7 @@ public:
   }
 
   // The emulator sets the ring up again, as for a machine that starts again.
-  void startAgain() {
+  void startAgain(FuzzedDataProvider& /*data*/) {
     m_machine.setUp([this] { serve(); });
     m_machine.received();
   }
@@ -162,34 +162,18 @@ private:
   bool m_isOpen = true;
 };
 
+using Action = void (Session::*)(FuzzedDataProvider& data);
+constexpr Action ACTIONS[] = {&Session::sendMessage,  &Session::sendMessage, &Session::sendMessage,
+                              &Session::sendBytes,    &Session::spoilMemory, &Session::makeRequest,
+                              &Session::makeTransfer, &Session::startAgain};
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   FuzzedDataProvider data(bytes, size);
   Session session;
   while (session.isOpen() && data.remaining_bytes() > 0) {
-    switch (data.ConsumeIntegralInRange(0, 7)) {
-    case 0:
-    case 1:
-    case 2:
-      session.sendMessage(data);
-      break;
-    case 3:
-      session.sendBytes(data);
-      break;
-    case 4:
-      session.spoilMemory(data);
-      break;
-    case 5:
-      session.makeRequest(data);
-      break;
-    case 6:
-      session.makeTransfer(data);
-      break;
-    default:
-      session.startAgain();
-      break;
-    }
+    (session.*data.PickValueInArray(ACTIONS))(data);
   }
   session.finish();
   return 0;
