@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <gtest/gtest.h>
 #include <system_error>
 
 #include <fcntl.h>
@@ -117,11 +118,28 @@ int CardProcess::wait() {
 
 CardResult runCard(const std::vector<std::string>& arguments) {
   const TemporaryDirectory tmp;
-  CardProcess card(tmp.path(), arguments);
+  return runCard(tmp.path(), arguments);
+}
+
+CardResult runCard(const std::filesystem::path& tmp, const std::vector<std::string>& arguments) {
+  CardProcess card(tmp, arguments);
   CardResult result;
   result.out = card.rest();
   result.err = card.errors();
   result.status = card.wait();
-  result.leftFiles = !std::filesystem::is_empty(tmp.path());
+  result.leftFiles = std::filesystem::exists(tmp) && !std::filesystem::is_empty(tmp);
   return result;
+}
+
+CardResult runProbe(const std::vector<std::string>& options, const std::vector<std::string>& words) {
+  std::vector<std::string> arguments = options;
+  arguments.insert(arguments.end(), {"--", CARD_PROBE});
+  arguments.insert(arguments.end(), words.begin(), words.end());
+  return runCard(arguments);
+}
+
+void expectRefusal(const CardResult& result, const std::string& line) {
+  EXPECT_EQ(result.err, "poe_card: " + line + "\n");
+  EXPECT_EQ(result.out, "") << line;
+  EXPECT_EQ(result.status, 2) << line;
 }

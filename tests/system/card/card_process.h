@@ -45,5 +45,12 @@ struct CardResult {
   bool leftFiles; // in the directory for temporary files
 };
 
-// Runs poe_card to its end.
+// Runs poe_card to its end; `tmp` becomes its TMPDIR, a directory of its own unless there is one.
 CardResult runCard(const std::vector<std::string>& arguments);
+CardResult runCard(const std::filesystem::path& tmp, const std::vector<std::string>& arguments);
+
+// Runs poe_card with these options and the probe, of which each word is a step.
+CardResult runProbe(const std::vector<std::string>& options, const std::vector<std::string>& words);
+
+// Expects a poe_card that has run nothing and says why not in this line.
+void expectRefusal(const CardResult& result, const std::string& line);
