@@ -13,9 +13,7 @@ TEST_F(MainCalls, OpenOfTheQueueThatFailsIsReportedAndEndsTheProcessWithMinusOne
     EXPECT_EQ(run(), -1);
     EXPECT_EQ(doubles.events, (Strings{"mq_open /queueToPoe", "server created 10001 8192", "server stop",
                                        "server deleted", "mq_close -1", "mq_unlink /queueToPoe"}));
-    EXPECT_EQ(takeLog(),
-              (LogLines{{2, std::string("[CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - ") +
-                                strerror(error) + "(" + std::to_string(error) + ")\n"}}));
+    EXPECT_EQ(takeLog(), LogLines{openFailed(error)});
     EXPECT_EQ(output, "");
     EXPECT_EQ(doubles.running, (std::vector<bool>{true, false, false, false, false, false}));
     EXPECT_EQ(takeWatchdogEvents(), watchdogEventsWith(0));

@@ -21,6 +21,16 @@ inline LogLine receiveFailed(int error) {
           std::string("[CRITICAL] main:126 (main) - msg receive failed mqd=1f - ") + strerror(error) + "\n"};
 }
 
+inline LogLine openFailed(int error) {
+  return {2, std::string("[CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - ") + strerror(error) +
+                 "(" + std::to_string(error) + ")\n"};
+}
+
+inline LogLine unknownId(std::uint32_t id) {
+  return {3, "[ERROR] main:138 (main) - Unkown msgid " + std::to_string(static_cast<std::int32_t>(id)) +
+                 " received\n"};
+}
+
 inline const LogLine READY = {6, "[INFO] main:80 (main) - Card is ready"};
 inline const LogLine INTERRUPTED = receiveFailed(EINTR);
 
