@@ -4,6 +4,9 @@
 #include "simulator/chip/chip_model.h"
 
 #include <gtest/gtest.h>
+#include <initializer_list>
+#include <sstream>
+#include <utility>
 
 class ChipTest : public testing::Test {
 protected:
@@ -18,6 +21,16 @@ protected:
     std::uint8_t value = 0;
     EXPECT_TRUE(chip.read(static_cast<std::uint8_t>(address), &value)) << "register " << address;
     return value;
+  }
+  // Whether the registers have these values.
+  testing::AssertionResult shows(std::initializer_list<std::pair<unsigned, unsigned>> expected) const {
+    std::ostringstream wrong;
+    for (const auto& [address, value] : expected) {
+      if (reg(address) != value) {
+        wrong << std::hex << " 0x" << address << " has 0x" << unsigned{reg(address)} << ", not 0x" << value;
+      }
+    }
+    return wrong.str().empty() ? testing::AssertionSuccess() : testing::AssertionFailure() << wrong.str();
   }
   unsigned word(unsigned address) const { return reg(address) + 256U * reg(address + 1); }
 
