@@ -17,28 +17,6 @@ namespace {
   throw std::system_error(errno, std::generic_category(), what);
 }
 
-std::string readAll(int fd) {
-  std::string text;
-  std::array<char, 4096> part{};
-  for (ssize_t got = 0; (got = read(fd, part.data(), part.size())) != 0;) {
-    if (got > 0) {
-      text.append(part.data(), static_cast<std::size_t>(got));
-    } else if (errno != EINTR) {
-      throwErrno("read");
-    }
-  }
-  return text;
-}
-
-std::string readLine(int fd) {
-  std::string text;
-  char character = 0;
-  while (read(fd, &character, 1) == 1 && character != '\n') {
-    text += character;
-  }
-  return text;
-}
-
 } // namespace
 
 CardProcess::CardProcess(const std::filesystem::path& tmp, const std::vector<std::string>& arguments) {
@@ -72,8 +50,8 @@ CardProcess::CardProcess(const std::filesystem::path& tmp, const std::vector<std
   }
   close(out[1]);
   close(err[1]);
-  m_out = out[0];
-  m_err = err[0];
+  m_out = FileDescriptor(out[0]);
+  m_err = FileDescriptor(err[0]);
 }
 
 CardProcess::~CardProcess() {
@@ -81,36 +59,34 @@ CardProcess::~CardProcess() {
     kill(m_pid, SIGKILL);
     waitpid(m_pid, nullptr, 0);
   }
-  close(m_out);
-  close(m_err);
 }
 
-std::string CardProcess::line() {
-  return readLine(m_out);
+std::string CardProcess::restOf(const FileDescriptor& file) {
+  std::string text;
+  std::array<char, 4096> part{};
+  ssize_t got = 0;
+  while ((got = read(file.get(), part.data(), part.size())) > 0) {
+    text.append(part.data(), static_cast<std::size_t>(got));
+  }
+  if (got < 0) {
+    throwErrno("read");
+  }
+  return text;
 }
 
-std::string CardProcess::errorLine() {
-  return readLine(m_err);
-}
-
-void CardProcess::send(int signal) const {
-  kill(m_pid, signal);
-}
-
-std::string CardProcess::rest() {
-  return readAll(m_out);
-}
-
-std::string CardProcess::errors() {
-  return readAll(m_err);
+std::string CardProcess::lineOf(const FileDescriptor& file) {
+  std::string text;
+  char character = 0;
+  while (read(file.get(), &character, 1) == 1 && character != '\n') {
+    text += character;
+  }
+  return text;
 }
 
 int CardProcess::wait() {
   int status = 0;
-  while (waitpid(m_pid, &status, 0) < 0) {
-    if (errno != EINTR) {
-      throwErrno("waitpid");
-    }
+  if (waitpid(m_pid, &status, 0) < 0) {
+    throwErrno("waitpid");
   }
   m_pid = -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
