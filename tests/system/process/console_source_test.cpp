@@ -236,9 +236,7 @@ TEST_F(BesideMainProcess, RefusesWhatOnlyTheQueueCanDo) {
       {"status --from main", "--from: there is no source 'main'; queue and console are accepted\n"},
   };
   for (const auto& [command, error] : rows) {
-    const CommandResult result = poectl(command);
-    EXPECT_EQ(result.status, 2) << command;
-    EXPECT_EQ(result.output, "poectl: " + error) << command;
+    EXPECT_EQ(poectl(command), (CommandResult{2, "poectl: " + error})) << command;
   }
   const CommandResult nobody = poectl("status");
   EXPECT_EQ(nobody.status, 1);

@@ -51,9 +51,7 @@ TEST_F(PoectlNeighbours, AReplyWithoutEndIsRefused) {
 TEST_F(PoectlNeighbours, AReplyByteByByteEndsAtTheDeadline) {
   const HostilePeer console(listenOnPort(CONSOLE_PORT), HostilePeer::drip);
   const auto start = std::chrono::steady_clock::now();
-  const CommandResult result = poectl("console info");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "poectl: the console does not reply in time\n");
+  EXPECT_EQ(poectl("console info"), failedWith("the console does not reply in time"));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(15));
 }
 
@@ -69,10 +67,9 @@ TEST_F(PoectlNeighbours, ASnapshotOfASlowConsoleEndsAtOneDeadlineForAllReports) 
                          "  thermal shutdown = FALSE\n  dev_error = FALSE\n  device errorcount = 0\n\n> ");
   });
   const auto start = std::chrono::steady_clock::now();
-  const CommandResult result = poectl("status --from console");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "poectl: reads a snapshot with 49 transfers on the chip's bus\n"
-                           "poectl: the console does not reply in time\n");
+  EXPECT_EQ(poectl("status --from console"),
+            (CommandResult{1, "poectl: reads a snapshot with 49 transfers on the chip's bus\n"
+                              "poectl: the console does not reply in time\n"}));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(11500));
   EXPECT_EQ(console.connections(), 2U);
 }

@@ -55,10 +55,9 @@ TEST_F(PoectlConsole, ReadsAndWritesRegisters) {
 
 TEST_F(PoectlConsole, TakesItsCommandsFromStandardInputWhenThatIsNoTerminal) {
   startService();
-  const CommandResult result =
-      run(std::string("printf 'readReg 0x90\\nchannel 2\\nquit\\nreadReg 0\\n' | ") + POECTL + " console");
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, "PD69104Engine: value read 0x90:0x0\n\n" + DISABLED_CHANNEL);
+  EXPECT_EQ(
+      run(std::string("printf 'readReg 0x90\\nchannel 2\\nquit\\nreadReg 0\\n' | ") + POECTL + " console"),
+      printed("PD69104Engine: value read 0x90:0x0\n\n" + DISABLED_CHANNEL));
 }
 
 TEST_F(PoectlConsole, SaysInOneLineThatNothingListens) {
@@ -70,9 +69,8 @@ TEST_F(PoectlConsole, SaysInOneLineThatNothingListens) {
 }
 
 TEST_F(PoectlConsole, RefusesALineEndInACommand) {
-  const CommandResult result = poectl("console 'info\ndevice'");
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.output, "poectl: a console command is one line: it cannot contain a line end\n");
+  EXPECT_EQ(poectl("console 'info\ndevice'"),
+            refusedWith("a console command is one line: it cannot contain a line end"));
 }
 
 TEST_F(PoectlConsole, TakesTheWordsAfterAMarkAsTheyAre) {
@@ -85,9 +83,7 @@ TEST_F(PoectlConsole, TakesTheWordsAfterAMarkAsTheyAre) {
 TEST_F(PoectlConsole, DoesNothingForQuit) {
   startService();
   for (const char* const word : {"quit", "exit", "' quit '"}) {
-    const CommandResult result = poectl(std::string("console ") + word);
-    EXPECT_EQ(result.status, 0) << word;
-    EXPECT_EQ(result.output, "") << word;
+    EXPECT_EQ(poectl(std::string("console ") + word), printed("")) << word;
   }
 }
 
@@ -142,10 +138,10 @@ TEST_F(Poectl, ApplyAndCheckRefuseABadFileAndSendNothing) {
   const std::string error =
       "poectl: standard input:4:10: 'enable' is of the wrong type; true or false is accepted\n";
   for (const char* command : {"apply", "check"}) {
-    const CommandResult result = run("printf '[banks]\nbank0 = 100\n[port.0]\nenable = 7\n' | " +
-                                     std::string(POECTL) + " " + command + " -");
-    EXPECT_EQ(result.status, 2) << command;
-    EXPECT_EQ(result.output, error);
+    EXPECT_EQ(run("printf '[banks]\nbank0 = 100\n[port.0]\nenable = 7\n' | " + std::string(POECTL) + " " +
+                  command + " -"),
+              (CommandResult{2, error}))
+        << command;
   }
   mq_attr attributes{};
   EXPECT_EQ(mq_getattr(queue, &attributes), 0);
@@ -185,9 +181,8 @@ TEST_F(Poectl, StatusShowsOneMessageOfTheService) {
 
 TEST_F(Poectl, StatusAndWatchWithoutAServiceSayThatNothingCame) {
   for (const char* command : {"status", "watch --seconds 0.2"}) {
-    const CommandResult result = poectl(command);
-    EXPECT_EQ(result.status, 1) << command;
-    EXPECT_EQ(result.output, "poectl: no status message came on /queueToMain: is the service running?\n");
+    EXPECT_EQ(poectl(command), failedWith("no status message came on /queueToMain: is the service running?"))
+        << command;
     EXPECT_FALSE(queueExists("/queueToMain")) << command;
   }
 }
@@ -227,9 +222,9 @@ TEST_F(Poectl, StatusEndsWithASignalAndLeavesNoQueue) {
 
 TEST_F(Poectl, SaysThatItsOutputCannotBeWritten) {
   for (const char* const words : {"example", "--help", "--version", "watch --help"}) {
-    const CommandResult result = poectl(std::string(words) + " >/dev/full");
-    EXPECT_EQ(result.status, 1) << words;
-    EXPECT_EQ(result.output, "poectl: cannot write to standard output: No space left on device\n") << words;
+    EXPECT_EQ(poectl(std::string(words) + " >/dev/full"),
+              failedWith("cannot write to standard output: No space left on device"))
+        << words;
   }
 }
 

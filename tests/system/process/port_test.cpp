@@ -96,9 +96,7 @@ TEST_F(PoectlPort, ChangesOneValueInTheFileAndTheRegistersFollow) {
   };
   std::string text = FILE_TEXT;
   for (const Row& row : rows) {
-    const CommandResult result = port(row.words);
-    EXPECT_EQ(result.status, 0) << row.words;
-    EXPECT_EQ(result.output, file + row.output);
+    EXPECT_EQ(port(row.words), printed(file + row.output)) << row.words;
     text = replaced(text, row.oldText, row.newText);
     EXPECT_EQ(folder.read("card.toml"), text) << row.words;
     const std::string shown =
@@ -148,9 +146,7 @@ TEST_F(PoectlPort, SendsNothingAndLeavesTheFileWhenSomethingIsWrong) {
       {"3 cycle --file " + file, "poectl: port 3 is off in " + file + "; a port that is on is accepted\n"},
   };
   for (const auto& [words, error] : rows) {
-    const CommandResult result = poectl("port " + words);
-    EXPECT_EQ(result.status, 2) << words;
-    EXPECT_EQ(result.output, error);
+    EXPECT_EQ(poectl("port " + words), (CommandResult{2, error})) << words;
   }
   mq_attr attributes{};
   EXPECT_EQ(mq_getattr(queue, &attributes), 0);
@@ -252,9 +248,8 @@ TEST_F(PoectlPort, DiffAndSaveShowWhatTheServiceHas) {
   EXPECT_EQ(same.status, 0);
   EXPECT_EQ(same.output, head + "same\n");
   const std::string other = folder.write("other.toml", replaced(FILE_TEXT, "15_000", "14_999"));
-  const CommandResult different = poectl("diff " + other);
-  EXPECT_EQ(different.status, 1);
-  EXPECT_EQ(different.output, head + "port 0 (camera), limit: 14 W in the file, 15 W in the service\n");
+  EXPECT_EQ(poectl("diff " + other),
+            (CommandResult{1, head + "port 0 (camera), limit: 14 W in the file, 15 W in the service\n"}));
   const std::string saved = folder.file("saved.toml");
   EXPECT_EQ(run("POECTL_FILE=" + file + " " + POECTL + " save >" + saved).output,
             "poectl: reads the service's settings with 49 transfers on the chip's bus\n");

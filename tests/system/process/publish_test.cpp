@@ -31,9 +31,7 @@ TEST_F(Publish, RefusesWhatItCannotDo) {
        "poectl: --every is for snapshots from the console; --from queue excludes it\n"},
   };
   for (const auto& [arguments, error] : rows) {
-    const CommandResult result = run("timeout 10 " POECTL " publish" + arguments);
-    EXPECT_EQ(result.status, 2) << arguments;
-    EXPECT_EQ(result.output, error) << arguments;
+    EXPECT_EQ(run("timeout 10 " POECTL " publish" + arguments), (CommandResult{2, error})) << arguments;
   }
 }
 

@@ -81,10 +81,8 @@ TEST_F(PoectlRecord, HasWhatWatchPrintsBesideIt) {
 
 TEST_F(PoectlRecord, ThatIsRefusedKeepsWatchFromStarting) {
   ASSERT_EQ(mkfifo(record.c_str(), 0600), 0);
-  const CommandResult result = poectl("watch --count 1 --record " + record);
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.output, "poectl: " + record +
-                               ": is no regular file; accepted is a regular file, or a name that is free\n");
+  EXPECT_EQ(poectl("watch --count 1 --record " + record),
+            refusedWith(record + ": is no regular file; accepted is a regular file, or a name that is free"));
 }
 
 // A limit of the shell stands for a full disk.
@@ -106,29 +104,24 @@ TEST_F(PoectlRecord, ThatIsDamagedIsShownUpToTheDamage) {
   const CommandResult json = poectl("replay --json " + record);
   EXPECT_EQ(json.status, 2);
   EXPECT_EQ(json.output, first + error);
-  const CommandResult skipped = poectl("replay --json --skip-damaged " + record);
-  EXPECT_EQ(skipped.status, 0);
-  EXPECT_EQ(skipped.output, "poectl: " + record + ":2: the line is cut; passed over\n" + first);
-  const CommandResult plot = poectl("plot " + record + " --out " + folder.file("p.svg"));
-  EXPECT_EQ(plot.status, 2);
-  EXPECT_EQ(plot.output, error);
+  EXPECT_EQ(poectl("replay --json --skip-damaged " + record),
+            printed("poectl: " + record + ":2: the line is cut; passed over\n" + first));
+  EXPECT_EQ(poectl("plot " + record + " --out " + folder.file("p.svg")), (CommandResult{2, error}));
   EXPECT_NE(folder.read("p.svg"), "");
 }
 
 TEST_F(PoectlRecord, IsNotOverwrittenByItsPlot) {
   ASSERT_EQ(poectl("watch --events --count 1 --record " + record).status, 0);
   const std::string before = folder.read("r");
-  const CommandResult plot = poectl("plot " + record + " --out " + record);
-  EXPECT_EQ(plot.status, 2);
-  EXPECT_EQ(plot.output, "poectl: --out names the record itself; accepted is another file\n");
+  EXPECT_EQ(poectl("plot " + record + " --out " + record),
+            refusedWith("--out names the record itself; accepted is another file"));
   EXPECT_EQ(folder.read("r"), before);
 }
 
 TEST_F(PoectlRecord, IsNotDrawnWithoutGnuplot) {
   ASSERT_EQ(poectl("watch --events --count 1 --record " + record).status, 0);
-  const CommandResult plot = run("PATH=" + folder.path().string() + "; " + POECTL + " plot " + record);
-  EXPECT_EQ(plot.status, 1);
-  EXPECT_EQ(plot.output, "poectl: gnuplot is not installed; the Debian package gnuplot-nox has it\n");
+  EXPECT_EQ(run("PATH=" + folder.path().string() + "; " + POECTL + " plot " + record),
+            failedWith("gnuplot is not installed; the Debian package gnuplot-nox has it"));
 }
 
 } // namespace

@@ -98,10 +98,8 @@ TEST_F(Report, IsWrittenToANewFileOrNotAtAll) {
 }
 
 TEST_F(Report, LeavesNoPartOfAFileThatDoesNotFit) {
-  const CommandResult result =
-      run("ulimit -f 1; trap '' XFSZ; " + std::string(POECTL) + " report --no-bus --out " + out);
-  EXPECT_EQ(result.status, 2) << result.output;
-  EXPECT_EQ(result.output, "poectl: '" + out + "' cannot be written: File too large\n");
+  EXPECT_EQ(run("ulimit -f 1; trap '' XFSZ; " + std::string(POECTL) + " report --no-bus --out " + out),
+            refusedWith("'" + out + "' cannot be written: File too large"));
   EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 

@@ -61,9 +61,8 @@ TEST_F(PoectlWatch, EndsQuietlyWhenItsReaderHasSeenEnough) {
 
 TEST_F(PoectlWatch, SaysThatItsOutputCannotBeWritten) {
   startConfigurable();
-  const CommandResult result = poectl("watch --seconds 10 >/dev/full");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "poectl: cannot write to standard output: No space left on device\n");
+  EXPECT_EQ(poectl("watch --seconds 10 >/dev/full"),
+            failedWith("cannot write to standard output: No space left on device"));
 }
 
 } // namespace
