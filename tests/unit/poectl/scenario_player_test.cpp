@@ -77,7 +77,7 @@ std::string consoleLine(const std::string& words) {
 
 std::string askConsole(const std::string& command, const ConsoleWait& wait) {
   note(command + " within " + std::to_string(wait.limit.count()));
-  return "a reply\n";
+  return "a reply\n\nof two\n";
 }
 
 CardClient::CardClient(const std::string& path, int /*stop*/) : m_path(path) {}
@@ -111,8 +111,8 @@ protected:
   ~Player() override { stage = nullptr; }
 
   // The whole output.
-  std::string tapOf(const std::string& text) {
-    const Scenario scenario = parseScenario(text, "f.play", [](const std::string& file) {
+  std::string tapOf(const std::string& steps) {
+    const Scenario scenario = parseScenario(steps, "f.play", [](const std::string& file) {
       PoeConfig config{};
       config.bankPowerLimit[0] = static_cast<std::uint32_t>(std::stoul(file));
       return config;
@@ -129,7 +129,10 @@ protected:
     } catch (const PlayStopped& stopped) {
       tap.bailOut(stopped.what());
     }
-    return out.str();
+    const std::string text = out.str();
+    EXPECT_EQ(tap.allOk(),
+              text.find("not ok") == std::string::npos && text.find("Bail") == std::string::npos);
+    return text;
   }
 
   // The verdicts, each failure with its first comment, and what the play has taken.
@@ -296,21 +299,21 @@ INSTANTIATE_TEST_SUITE_P(Rows, PlayerStep, ::testing::ValuesIn(ROWS),
 
 TEST_F(Player, DoesWhatTheStepsSayAndPrintsTheReplies) {
   EXPECT_EQ(tapOf("# head\n\napply \"50 W.toml\"  # later\n\tconsole  info\nwait 1\napply 60\napply again\n"
-                  "card plug  0 watts=6\nconsole shows shows \"a  # b\"\nconsole a \"shows\" \"b\""),
+                  "card plug  0 watts=6\nconsole shows shows \"a  # b\"\nconsole a\\b \"shows\" \"b\""),
             "TAP version 13\n1..8\n"
             "ok 1 - line 3: apply \"50 W.toml\"\n"
-            "ok 2 - line 4: console info\n# a reply\n"
+            "ok 2 - line 4: console info\n# a reply\n#\n# of two\n"
             "ok 3 - line 5: wait 1\n"
             "ok 4 - line 6: apply 60\n"
             "ok 5 - line 7: apply again\n"
             "ok 6 - line 8: card plug 0 watts=6\n"
             "not ok 7 - line 9: console shows shows \"a  \\# b\"\n"
-            "# the reply does not have this text:\n# a reply\n"
-            "ok 8 - line 10: console a \"shows\" \"b\"\n# a reply\n");
+            "# the reply does not have this text:\n# a reply\n#\n# of two\n"
+            "ok 8 - line 10: console a\\\\b \"shows\" \"b\"\n# a reply\n#\n# of two\n");
   EXPECT_EQ(m_stage.done, "apply 50 W within 1000 at 1000\nline of info within 10000 at 1000\n"
                           "apply 60 W within 1000 at 2000\napply 60 W within 1000 at 2000\n"
                           "card plug 0 watts=6 at 2000\nline of shows within 10000 at 2000\n"
-                          "line of a shows b within 10000 at 2000\n");
+                          "line of a\\b shows b within 10000 at 2000\n");
 }
 
 TEST_F(Player, PrintsTheReplyOfTheCardAfterTheResult) {
