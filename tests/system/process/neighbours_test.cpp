@@ -40,14 +40,6 @@ protected:
   const TemporaryDirectory folder;
 };
 
-TEST_F(PoectlNeighbours, AReplyWithoutEndIsRefused) {
-  const HostilePeer console(listenOnPort(CONSOLE_PORT), HostilePeer::flood);
-  const CommandResult result = poectl("console info");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output,
-            "poectl: the console replies with more than 65536 bytes, which is the most accepted\n");
-}
-
 TEST_F(PoectlNeighbours, AReplyByteByByteEndsAtTheDeadline) {
   const HostilePeer console(listenOnPort(CONSOLE_PORT), HostilePeer::drip);
   const auto start = std::chrono::steady_clock::now();
@@ -72,22 +64,6 @@ TEST_F(PoectlNeighbours, ASnapshotOfASlowConsoleEndsAtOneDeadlineForAllReports) 
                               "poectl: the console does not reply in time\n"}));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(11500));
   EXPECT_EQ(console.connections(), 2U);
-}
-
-TEST_F(PoectlNeighbours, EscapeSequencesDoNotReachTheTerminal) {
-  std::atomic<const char*> said{"> \033]0;title\a\033[2J\n> "};
-  const HostilePeer console(listenOnPort(CONSOLE_PORT), [&](const HostilePeer& self, int connection) {
-    self.hear(connection);
-    self.hear(connection);
-    self.say(connection, said.load());
-  });
-  EXPECT_EQ(poectl("console info").output, "\\x1B]0;title\\x07\\x1B[2J\n");
-  said = "\033[2Jbusy\n";
-  EXPECT_EQ(poectl("console info").output, "poectl: the console refuses: \\x1B[2Jbusy\n");
-  said = "> \033[2J\n> ";
-  EXPECT_EQ(run(std::string(POECTL) + " example | " + POECTL + " explain - --status").output,
-            "poectl: reads the bank limit with 9 transfers on the chip's bus\n"
-            "poectl: the console's report 'info' begins with '\\x1B[2J' and not with 'pd69104 Engine'\n");
 }
 
 TEST_F(PoectlNeighbours, AScenarioEndsBySignalsWhileTheConsoleDripsItsReply) {
