@@ -1,10 +1,10 @@
 // "poectl preflight" and "poectl clean": what a killed process left goes away, what somebody serves stays.
 #include "tests/support/process/listeners.h"
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/started_command.h"
 #include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
-#include "tests/system/process/started_command.h"
 
 #include <csignal>
 
@@ -112,7 +112,7 @@ TEST_F(PoectlClean, LeavesAUsersQueueThatAServiceOfAnotherUserServes) {
   EXPECT_EQ(fchown(queue, 4711, 4711), 0);
   mq_close(queue);
   startService();
-  const CommandResult result = run("setpriv --reuid 4711 --clear-groups " + std::string(POECTL) + " clean");
+  const CommandResult result = run("setpriv --reuid 4711 --clear-groups " POECTL " clean");
   EXPECT_EQ(result.status, 1);
   EXPECT_TRUE(containsPattern(result.output,
                               "left queue /queueToPoe: it cannot be known whether somebody serves it: "
@@ -140,7 +140,7 @@ TEST_F(PoectlClean, LeavesAQueueWhoseOwnerHasAProcessThatCannotBeLookedInto) {
   }
   char byte = 0;
   EXPECT_EQ(read(ready[0], &byte, 1), 1);
-  const CommandResult result = run("setpriv --reuid 4712 --clear-groups " + std::string(POECTL) + " clean");
+  const CommandResult result = run("setpriv --reuid 4712 --clear-groups " POECTL " clean");
   const std::string line =
       "left queue /queueToMain: it cannot be known whether somebody serves it: process " +
       std::to_string(hidden) +

@@ -165,7 +165,7 @@ TEST_F(PoectlLiveView, SendsNothingButAsciiToATerminalWithoutUtf8) {
 
 TEST_F(PoectlLiveView, IsATableWithItsAgeOnATerminalThatCannotPlaceItsCursor) {
   startCard();
-  terminal.emplace("TERM=dumb " + std::string(POECTL) + " watch");
+  terminal.emplace("TERM=dumb " POECTL " watch");
   EXPECT_TRUE(terminal->shows("message 1 from the queue: chip running"));
   EXPECT_TRUE(terminal->shows("\nage 0."));
   service->interrupt();
@@ -268,8 +268,8 @@ TEST_F(PoectlLiveView, TakesEachKeyOfTheTerminalForWhatItIs) {
       {"Down", "\n>2 "},
       {"Up", "\n>1 "},
       {"Enter", "events of the port"},
-      {"?", "pause at the record before, at the next record"},
-      {"?", "events of the port"},
+      {"'?'", "pause at the record before, at the next record"},
+      {"'?'", "events of the port"},
       {"Escape", "consumption (W) in the last"},
   };
   for (const auto& [key, shown] : rows) {
@@ -283,7 +283,7 @@ TEST_F(PoectlLiveView, ShowsSnapshotsFromTheConsoleBesideAMainProcess) {
   const ReadingMainProcess mainProcess;
   startCard();
   mainProcess.await(1);
-  EXPECT_EQ(run(std::string(POECTL) + " example | " + POECTL + " apply -").status, 0);
+  EXPECT_EQ(run(POECTL " example | " POECTL " apply -").status, 0);
   ASSERT_TRUE(waitUntil([&] { return mainProcess.last().port[0].operStatus == 3; }));
   terminal.emplace(UNICODE + POECTL + " watch --control " + socket);
   EXPECT_TRUE(terminal->shows(">0 DELIVERINGPOWER  2    6/15  54.0  111 ███▏····"));

@@ -3,10 +3,10 @@
 #include "tests/support/process/hostile_peer.h"
 #include "tests/support/process/listeners.h"
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/started_command.h"
 #include "tests/support/process/temporary_directory.h"
 #include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
-#include "tests/system/process/started_command.h"
 
 #include <atomic>
 #include <chrono>
@@ -118,8 +118,7 @@ TEST_F(PoectlNeighbours, WatchEndsBySignalsWhileNobodyReadsItsOutput) {
 }
 
 TEST_F(PoectlNeighbours, ACommandLineWithoutEndIsRefused) {
-  const CommandResult result =
-      run("head -c 100000 /dev/zero | timeout 20 " + std::string(POECTL) + " console");
+  const CommandResult result = run("head -c 100000 /dev/zero | timeout 20 " POECTL " console");
   EXPECT_EQ(result.output,
             "poectl: standard input: a command is too long; at most 4096 bytes are accepted\n");
   EXPECT_EQ(result.status, 2);

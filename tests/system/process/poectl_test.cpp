@@ -1,8 +1,8 @@
 // poectl beside the real service: the console for a script, and its errors.
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/started_command.h"
 #include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
-#include "tests/system/process/started_command.h"
 
 #include <csignal>
 #include <unistd.h>
@@ -91,8 +91,7 @@ TEST_F(Poectl, ApplyOfAnotherUserSaysWhoIsAccepted) {
     GTEST_SKIP() << "only root can become another user";
   }
   startService();
-  EXPECT_EQ(run(std::string(POECTL) + " example | setpriv --reuid 4711 --clear-groups " + POECTL + " apply -")
-                .output,
+  EXPECT_EQ(run(POECTL " example | setpriv --reuid 4711 --clear-groups " POECTL " apply -").output,
             "poectl: cannot open /queueToPoe: Permission denied; root or the service's user is accepted\n");
 }
 
@@ -106,9 +105,8 @@ TEST_F(Poectl, ApplyAndCheckRefuseABadFileAndSendNothing) {
   ASSERT_NE(queue, -1);
   const std::string error =
       "poectl: standard input:4:10: 'enable' is of the wrong type; true or false is accepted\n";
-  for (const char* command : {"apply", "check"}) {
-    EXPECT_EQ(run("printf '[banks]\nbank0 = 100\n[port.0]\nenable = 7\n' | " + std::string(POECTL) + " " +
-                  command + " -"),
+  for (const std::string command : {"apply", "check"}) {
+    EXPECT_EQ(run("printf '[banks]\nbank0 = 100\n[port.0]\nenable = 7\n' | " POECTL " " + command + " -"),
               (CommandResult{2, error}))
         << command;
   }

@@ -1,10 +1,10 @@
 // Records of the real service on the simulated card: made by watch, replayed and drawn.
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/started_command.h"
 #include "tests/support/process/temporary_directory.h"
 #include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
-#include "tests/system/process/started_command.h"
 
 #include <sys/stat.h>
 
@@ -32,7 +32,7 @@ protected:
     for (const auto& step : steps) {
       const std::string& command = step.first;
       const std::string& event = step.second; // a lambda cannot capture a structured binding
-      ASSERT_EQ(run(std::string(POECTL) + " card --control " + socket + " " + command).status, 0) << command;
+      ASSERT_EQ(run(POECTL " card --control " + socket + " " + command).status, 0) << command;
       ASSERT_TRUE(waitUntil([&] { return watch.output().find(event) != std::string::npos; }))
           << command << "\n"
           << watch.output();
@@ -120,7 +120,7 @@ TEST_F(PoectlRecord, IsNotOverwrittenByItsPlot) {
 
 TEST_F(PoectlRecord, IsNotDrawnWithoutGnuplot) {
   ASSERT_EQ(poectl("watch --events --count 1 --record " + record).status, 0);
-  EXPECT_EQ(run("PATH=" + folder.path().string() + "; " + POECTL + " plot " + record),
+  EXPECT_EQ(run("PATH=" + folder.path().string() + "; " POECTL " plot " + record),
             failedWith("gnuplot is not installed; the Debian package gnuplot-nox has it"));
 }
 

@@ -55,7 +55,7 @@ TEST_F(PoectlWatch, PrintsNothingButEvents) {
 
 TEST_F(PoectlWatch, EndsQuietlyWhenItsReaderHasSeenEnough) {
   startConfigurable();
-  const CommandResult result = run(std::string(POECTL) + " watch --json --seconds 10 | head -n 1 | wc -l");
+  const CommandResult result = run(POECTL " watch --json --seconds 10 | head -n 1 | wc -l");
   EXPECT_EQ(result.output, "1\n");
 }
 

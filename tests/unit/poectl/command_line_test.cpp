@@ -55,8 +55,8 @@ struct Refusal {
 class CommandLineRefusal : public ::testing::TestWithParam<Refusal> {};
 
 TEST_P(CommandLineRefusal, IsOneLineAndStatus2) {
-  EXPECT_EQ(poectl(GetParam().words), (CommandResult{2, std::string("poectl: ") + GetParam().reason + "; '" +
-                                                            GetParam().help + "' lists what is accepted\n"}));
+  EXPECT_EQ(poectl(GetParam().words), refusedWith(GetParam().reason + std::string("; '") + GetParam().help +
+                                                  "' lists what is accepted"));
 }
 
 constexpr const char* WATCH = "poectl watch --help";
