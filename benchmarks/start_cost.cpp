@@ -41,26 +41,38 @@ double medianOf(const std::function<double()>& sample) {
   return samples[STARTS / 2];
 }
 
+// The number after the words in what the dynamic linker says of itself.
+std::string numberAfter(const std::string& text, const std::string& words) {
+  const std::size_t place = text.find(words);
+  return place == std::string::npos ? "" : std::to_string(std::atoi(text.c_str() + place + words.size()));
+}
+
 class StartCost : public TargetTest {
 protected:
   // Starts a program with a word added to its environment. Returns the milliseconds up to its first message.
   double timeOfStart(const std::string& program, const std::string& word) {
     status.reset(); // with the messages of a program before this one
     status = std::make_unique<MainProcessQueue>();
-    const double time = millisecondsOf([&] {
+    return millisecondsOf([&] {
       service = std::make_unique<Program>(std::vector<std::string>{program},
                                           [&] { putenv(const_cast<char*>(word.c_str())); });
       status->next();
     });
+  }
+
+  void end() {
     killService();
     log.take();
-    return time;
   }
 
   // On a real bus the transfers take their time instead of that of the stub.
   void measure(const std::string& subject, const std::string& program, int transfers,
                const std::string& word = "LANG=C") {
-    const double start = medianOf([&] { return timeOfStart(program, word); });
+    const double start = medianOf([&] {
+      const double time = timeOfStart(program, word);
+      end();
+      return time;
+    });
     const double stub = medianOf([&] {
       return millisecondsOf([&] {
         for (int transfer = 0; transfer < transfers; transfer++) {
@@ -74,15 +86,27 @@ protected:
     measured("start," + subject + ",their time at 100 kHz (ms)", bus);
     measured("start," + subject + ",start there times their time", (start - stub + bus) / bus);
   }
+
+  // Of the program and of the libraries that come with it.
+  void measureRelocations(const std::string& subject, const std::string& program) {
+    timeOfStart(program, "LD_DEBUG=statistics");
+    const std::string text = service->output();
+    end();
+    measured("start," + subject + ",symbols looked up", numberAfter(text, "number of relocations:"));
+    measured("start," + subject + ",relative relocations",
+             numberAfter(text, "number of relative relocations:"));
+  }
 };
 
 TEST_F(StartCost, OfTheServiceAndOfTheBareLoop) {
   measure("service", SERVICE, startTransfers());
+  measureRelocations("service", SERVICE);
   measure("service (LD_BIND_NOW=1)", SERVICE, startTransfers(), "LD_BIND_NOW=1");
 #ifdef HAS_STATIC_SERVICE
   measure("service (static)", "/static/poe_service", startTransfers());
 #endif
   measure("bare loop with the same libraries", "/bin/bare_loop_with_libraries", CYCLE_TRANSFERS);
+  measureRelocations("bare loop with the same libraries", "/bin/bare_loop_with_libraries");
   measure("bare loop", "/bin/bare_loop", CYCLE_TRANSFERS);
 }
 
