@@ -2,6 +2,7 @@
 #include "card_process.h"
 
 #include <gtest/gtest.h>
+#include <ostream>
 #include <utility>
 
 namespace {
@@ -13,6 +14,10 @@ struct Sight {
   std::vector<std::string> words;
   const char* out;
 };
+
+void PrintTo(const Sight& sight, std::ostream* out) {
+  *out << sight.name;
+}
 
 class ProbedCard : public testing::TestWithParam<Sight> {};
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,10 @@ struct Row {
   std::string bytes;
   std::vector<std::string> lines;
 };
+
+void PrintTo(const Row& row, std::ostream* out) {
+  *out << row.name;
+}
 
 const std::string LONGEST(1024, 'x');
 const std::string TOO_LONG(1025, 'x');
