@@ -1,6 +1,6 @@
 // Processor time, system calls and wake-ups of a cycle on a real kernel, of the service, of the bare loop and
 // of a shell that calls i2cget. Each value is a line "# measured: ITEM,SUBJECT,QUANTITY: VALUE".
-#include "tests/target/support/system_calls.h"
+#include "benchmarks/system_calls.h"
 #include "tests/target/support/tap_listener.h"
 #include "tests/target/support/target_fixture.h"
 
@@ -23,12 +23,6 @@ int cycleCount() {
   return text != nullptr ? std::atoi(text) : 60;
 }
 
-std::string fixed(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.2f", value);
-  return text;
-}
-
 // Time that each thread of a process has had of the processor, in microseconds, by its number.
 using ThreadTimes = std::map<std::string, double>;
 
@@ -43,16 +37,10 @@ ThreadTimes processorTimes(pid_t pid) {
 }
 
 // How often the threads of a process have given up the processor to wait.
-double voluntarySwitches(pid_t pid) {
-  const std::string name = "voluntary_ctxt_switches:";
-  double sum = 0;
+long voluntarySwitches(pid_t pid) {
+  long sum = 0;
   for (const auto& thread : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task")) {
-    std::ifstream status(thread.path() / "status");
-    for (std::string line; std::getline(status, line);) {
-      if (line.compare(0, name.size(), name) == 0) {
-        sum += std::stod(line.substr(name.size()));
-      }
-    }
+    sum += statusValue(thread.path(), "voluntary_ctxt_switches:");
   }
   return sum;
 }
@@ -73,12 +61,6 @@ double processorTimeOfChildren() {
 
 class CycleCost : public TargetTest {
 protected:
-  void takeMessages(int count) {
-    for (int message = 0; message < count; message++) {
-      status->next();
-    }
-  }
-
   // Of the program that runs.
   CycleTime processorTimeOfACycle() {
     const int cycles = cycleCount();
@@ -108,7 +90,7 @@ protected:
   // The calls of a cycle of the program, of all its threads.
   double systemCallsOfACycle(const std::string& program) {
     const int cycles = 20;
-    startTraced(program);
+    startService(traced(program));
     takeMessages(cycles + 3);
     killService();
     const SystemCalls calls = callsOfCycles(cycles);
@@ -123,15 +105,15 @@ TEST_F(CycleCost, InTimeOfTheProcessor) {
   startService();
   configureScene();
   const CycleTime ofService = processorTimeOfACycle();
-  measured("kernel,service,cpu (us)", fixed(ofService.all));
-  measured("kernel,its worker thread,cpu (us)", fixed(ofService.busiest));
+  measured("kernel,service,cpu (us)", ofService.all);
+  measured("kernel,its worker thread,cpu (us)", ofService.busiest);
   killService();
   log.take();
 
-  startService(BARE_LOOP);
-  measured("kernel,bare loop,cpu (us)", fixed(processorTimeOfACycle().all));
+  startService({BARE_LOOP});
+  measured("kernel,bare loop,cpu (us)", processorTimeOfACycle().all);
   killService();
-  measured("kernel,shell with i2cget,cpu (us)", fixed(processorTimeOfAShell()));
+  measured("kernel,shell with i2cget,cpu (us)", processorTimeOfAShell());
 }
 
 // The worker's second and the receive loop's are all that wakes the process.
@@ -139,12 +121,12 @@ TEST_F(CycleCost, InWakeUpsIsTwoASecond) {
   using Clock = std::chrono::steady_clock;
   startService();
   takeMessages(2);
-  const double before = voluntarySwitches(service->pid());
+  const long before = voluntarySwitches(service->pid());
   const Clock::time_point begin = Clock::now();
   takeMessages(cycleCount());
-  const double switches = voluntarySwitches(service->pid()) - before;
+  const auto switches = static_cast<double>(voluntarySwitches(service->pid()) - before);
   const double rate = switches / std::chrono::duration<double>(Clock::now() - begin).count();
-  measured("kernel,service,wake-ups a second", fixed(rate));
+  measured("kernel,service,wake-ups a second", rate);
   EXPECT_LE(rate, 2.05);
   log.take();
 }
@@ -153,9 +135,9 @@ TEST_F(CycleCost, InWakeUpsIsTwoASecond) {
 // more fall into one.
 TEST_F(CycleCost, InSystemCallsIsTheTransfersAndSixMore) {
   const double calls = systemCallsOfACycle(SERVICE);
-  measured("kernel,service,system calls", fixed(calls));
+  measured("kernel,service,system calls", calls);
   EXPECT_LT(calls, 71);
-  measured("kernel,bare loop,system calls", fixed(systemCallsOfACycle(BARE_LOOP)));
+  measured("kernel,bare loop,system calls", systemCallsOfACycle(BARE_LOOP));
   log.take();
 }
 

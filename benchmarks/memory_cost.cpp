@@ -17,39 +17,22 @@ constexpr int STARTS = 5;
 
 class MemoryCost : public TargetTest {
 protected:
-  // kB after a name in /proc/PID/status.
-  long memory(const std::string& name) const {
-    std::ifstream lines("/proc/" + std::to_string(service->pid()) + "/status");
-    for (std::string line; std::getline(lines, line);) {
-      if (line.compare(0, name.size(), name) == 0) {
-        return std::stol(line.substr(name.size()));
-      }
-    }
-    ADD_FAILURE() << "no " << name;
-    return 0;
-  }
-
   // What a program has in memory after some cycles, the median of some starts: the place of its stack is
   // random and takes a page more or less. What is no copy of a file is its own.
   void measure(const std::string& subject, const std::string& program) {
     std::vector<long> resident;
     std::vector<long> own;
     for (int start = 0; start < STARTS; start++) {
-      startService(program);
+      startService({program});
       takeMessages(5);
-      resident.push_back(memory("VmRSS:"));
-      own.push_back(memory("RssAnon:"));
+      const std::string process = "/proc/" + std::to_string(service->pid());
+      resident.push_back(statusValue(process, "VmRSS:"));
+      own.push_back(statusValue(process, "RssAnon:"));
       killService();
       log.take();
     }
     measured("memory," + subject + ",resident (kB)", std::to_string(medianOf(resident)));
     measured("memory," + subject + ",private (kB)", std::to_string(medianOf(own)));
-  }
-
-  void takeMessages(int count) {
-    for (int message = 0; message < count; message++) {
-      status->next();
-    }
   }
 
   static long medianOf(std::vector<long> values) {

@@ -1,5 +1,4 @@
-#include "benchmarks/service_load.h"
-
+// How the service keeps its time when others ask it, for service_timing.
 #include "benchmarks/timed_service.h"
 
 namespace {

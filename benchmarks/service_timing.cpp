@@ -1,19 +1,18 @@
-// How long the service lets others wait: latency of configurations and of console commands, and the pace of
-// the cycles, also when there is more to do beside them. The whole service runs in this process on a bus that
+// How long the service lets others wait: latency of configurations and of console commands, and how late the
+// cycles begin when there is more to do beside them. The whole service runs in this process on a bus that
 // takes the time of a real one; the queues and the console are real. service_timing accepts one of these:
 //
 //   latency SAMPLES      a line for each combination of bus speed, request and phase
-//   pace SECONDS         a line for each cycle, without and with busy console clients
 //   load CYCLES          how late cycles begin beside busy console clients, and a bare thread wakes
 //   line 1               a line for each transfer of a cycle, a command and a configuration
-#include "benchmarks/service_load.h"
 #include "benchmarks/timed_service.h"
 
 #include <cstdlib>
 #include <functional>
+#include <gtest/gtest.h>
 #include <map>
-#include <memory>
 #include <random>
+#include <stdexcept>
 #include <sys/prctl.h>
 
 namespace {
@@ -118,27 +117,6 @@ void measureLatencies(unsigned samples) {
   }
 }
 
-void measurePace(unsigned seconds) {
-  std::printf("clients,cycle,period (s),cycle's length (s),transfers' time (s)\n");
-  TimedBus::setTimes(TRANSFER_AT_100_KHZ, FULL_SECOND);
-  const Service service;
-  for (const unsigned clients : {0U, 8U}) {
-    std::unique_ptr<BusyClients> busy = std::make_unique<BusyClients>(clients);
-    Service::awaitEndOfCycle();
-    TimedBus::takeCycles();
-    for (unsigned second = 0; second < seconds; second++) {
-      progress("pace with " + std::to_string(clients) + " clients: " + std::to_string(second) + " s");
-      std::this_thread::sleep_for(1s);
-    }
-    const std::vector<TimedBus::Cycle> cycles = TimedBus::takeCycles();
-    for (std::size_t cycle = 0; cycle + 1 < cycles.size(); cycle++) {
-      const Duration period = cycles[cycle + 1].begin - cycles[cycle].begin;
-      std::printf("%u,%zu,%.6f,%.6f,%.6f\n", clients, cycle, period.count() / 1e6,
-                  cycles[cycle].length.count() / 1e6, cycles[cycle].busy.count() / 1e6);
-    }
-  }
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -146,18 +124,17 @@ int main(int argc, char** argv) {
   const auto number = static_cast<unsigned>(argc == 3 ? std::strtoul(argv[2], nullptr, 10) : 0);
   const std::map<std::string, std::function<void()>> measurements = {
       {"latency", [&] { measureLatencies(number); }},
-      {"pace", [&] { measurePace(number); }},
       {"load", [&] { measureLoad(number); }},
       {"line", [] { measureLine(); }}};
   const auto measurement = measurements.find(what);
   if (number == 0 || measurement == measurements.end()) {
-    std::fprintf(stderr, "service_timing: accepted are latency SAMPLES, pace SECONDS, load CYCLES "
-                         "and line 1\n");
+    std::fprintf(stderr, "service_timing: accepted are latency SAMPLES, load CYCLES and line 1\n");
     return 2;
   }
   // Threads inherit it: a sleep ends when it is to end, and not up to 50 us later.
   prctl(PR_SET_TIMERSLACK, 1UL);
   setvbuf(stdout, nullptr, _IOLBF, 0);
+  testing::GTEST_FLAG(throw_on_failure) = true; // of the queues and of the console's connections
   try {
     measurement->second();
   } catch (const std::runtime_error& error) {

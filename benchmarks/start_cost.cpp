@@ -41,12 +41,6 @@ double medianOf(const std::function<double()>& sample) {
   return samples[STARTS / 2];
 }
 
-std::string fixed(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.2f", value);
-  return text;
-}
-
 // The number after the words in what the dynamic linker says of itself.
 std::string numberAfter(const std::string& text, const std::string& words) {
   const std::size_t place = text.find(words);
@@ -87,10 +81,10 @@ protected:
       });
     });
     const double bus = transfers * TRANSFER_AT_100_KHZ;
-    measured("start," + subject + ",start (ms)", fixed(start));
+    measured("start," + subject + ",start (ms)", start);
     measured("start," + subject + ",its transfers", std::to_string(transfers));
-    measured("start," + subject + ",their time at 100 kHz (ms)", fixed(bus));
-    measured("start," + subject + ",start there times their time", fixed((start - stub + bus) / bus));
+    measured("start," + subject + ",their time at 100 kHz (ms)", bus);
+    measured("start," + subject + ",start there times their time", (start - stub + bus) / bus);
   }
 
   // Of the program and of the libraries that come with it.

@@ -52,12 +52,6 @@ std::array<std::uint8_t, 256> chipInOrder() {
 }
 std::array<std::uint8_t, 256> registers = chipInOrder();
 
-Duration processorTime() {
-  timespec time{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-}
-
 Duration busyUntil(Clock::time_point now) {
   return state.busy + (isBusy ? Duration(now - busySince) : Duration(0));
 }
@@ -70,7 +64,7 @@ Duration beginTransfer(const i2c_smbus_ioctl_data& request) {
   if (request.command == FIRST_OF_CYCLE && request.read_write == I2C_SMBUS_READ) {
     inCycle = true;
     state.cyclesBegun++;
-    current = {sleepEnd, busySince, {}, state.busy, processorTime()};
+    current = {sleepEnd, busySince};
     worker = std::this_thread::get_id();
   }
   return transferTime;
@@ -112,9 +106,6 @@ Clock::time_point endCycle(Clock::time_point requested) {
   sleepEnd = isShorter ? now + std::chrono::duration_cast<Clock::duration>(pauseTime) : requested;
   if (inCycle) {
     inCycle = false;
-    current.length = now - current.begin;
-    current.busy = state.busy - current.busy;
-    current.processor = processorTime() - current.processor;
     ended.push_back(current);
     state.cyclesEnded++;
   }

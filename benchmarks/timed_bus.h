@@ -34,9 +34,6 @@ Record record();
 struct Cycle {
   Clock::time_point due; // the end of the sleep before it
   Clock::time_point begin;
-  Duration length;
-  Duration busy;      // time of its transfers
-  Duration processor; // of the worker's thread
 };
 
 // Those that have ended since the last call.

@@ -3,20 +3,15 @@
 #pragma once
 
 #include "benchmarks/timed_bus.h"
-#include "components/PoeDriver/poe_messages.h"
 #include "tests/support/doubles/four_ports.h"
 #include "tests/support/process/console_connection.h"
+#include "tests/support/process/reading_main_process.h"
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <fcntl.h>
-#include <mqueue.h>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -37,78 +32,28 @@ constexpr unsigned COMMAND_TRANSFERS = 10;
 constexpr unsigned CYCLE_TRANSFERS = 64;
 constexpr unsigned CONFIGURATION_WRITES = 48; // of four ports that change
 
-inline void check(bool ok, const char* what) {
-  if (!ok) {
-    throw std::runtime_error(std::string(what) + ": " + std::strerror(errno));
-  }
-}
-
 inline void progress(const std::string& text) {
   if (isatty(STDERR_FILENO) != 0) {
     std::fprintf(stderr, "\r\033[K%s", text.c_str());
   }
 }
 
-// Takes the status messages, so that the worker never waits for room.
-class StatusSink {
-public:
-  StatusSink() {
-    mq_attr attributes{};
-    attributes.mq_maxmsg = 10;
-    attributes.mq_msgsize = sizeof(PoeStatusMessage);
-    m_queue = mq_open("/queueToMain", O_RDONLY | O_CREAT, 0600, &attributes);
-    check(m_queue != -1, "/queueToMain");
-    m_thread = std::thread([this] {
-      char message[sizeof(PoeStatusMessage)];
-      while (!m_ending) {
-        timespec deadline{};
-        clock_gettime(CLOCK_REALTIME, &deadline);
-        deadline.tv_sec++;
-        mq_timedreceive(m_queue, message, sizeof message, nullptr, &deadline);
-      }
-    });
-  }
-  StatusSink(const StatusSink&) = delete;
-  StatusSink& operator=(const StatusSink&) = delete;
-  ~StatusSink() {
-    m_ending = true;
-    m_thread.join();
-    mq_unlink("/queueToMain");
-  }
-
-private:
-  mqd_t m_queue;
-  std::atomic<bool> m_ending{false};
-  std::thread m_thread;
-};
-
+// Configurations of four ports.
 class Configurator {
 public:
-  Configurator() : m_queue(mq_open("/queueToPoe", O_WRONLY)) {
-    check(m_queue != -1, "/queueToPoe");
-    m_message.msgId = MSGID_CONFIG;
-    m_message.config = fourPorts();
-  }
-  Configurator(const Configurator&) = delete;
-  Configurator& operator=(const Configurator&) = delete;
-  ~Configurator() { mq_close(m_queue); }
-
-  void sendAgain() {
-    check(mq_send(m_queue, reinterpret_cast<const char*>(&m_message), sizeof m_message, 0) == 0,
-          "/queueToPoe");
-  }
+  void sendAgain() { m_sender.send(m_config); }
 
   // Every port gets another limit.
   void sendChanged() {
-    for (PoePortConfig& port : m_message.config.port) {
+    for (PoePortConfig& port : m_config.port) {
       port.powerLimit = port.powerLimit == 15000 ? 14000 : 15000;
     }
     sendAgain();
   }
 
 private:
-  mqd_t m_queue;
-  PoeConfigMessage m_message{};
+  ConfigSender m_sender;
+  PoeConfig m_config = fourPorts();
 };
 
 // The service, started; it ends with the process.
@@ -151,7 +96,7 @@ public:
   }
 
 private:
-  StatusSink m_sink;
+  ReadingMainProcess m_mainProcess; // the worker never waits for room
   std::thread m_thread;
 };
 
@@ -189,3 +134,10 @@ inline double percentile(std::vector<Duration> values, double part) {
   const auto last = static_cast<double>(values.size() - 1);
   return values[static_cast<std::size_t>(last * part)].count() / 1000;
 }
+
+// How late `count` cycles begin beside busy console clients, and how late a bare thread wakes: lines of a
+// table.
+void measureLoad(unsigned count);
+
+// When the transfers of a cycle, of a command and of a configuration are made: lines of a table.
+void measureLine();

@@ -15,24 +15,3 @@ timing() {
 measure_latency() { timing "$results/latency.csv" latency "$1"; }
 measure_load() { timing "$results/load.csv" load "$1"; }
 measure_line() { timing "$results/line.csv" line 1; }
-
-# measure_pace SECONDS: each cycle, and from these what the documents show.
-measure_pace() {
-  timing "$results/cycles.csv" pace "$1"
-  summarise_cycles <"$results/cycles.csv" >"$results/pace.csv"
-}
-
-summarise_cycles() {
-  awk -F, '
-    NR > 1 {
-      rest = ($3 - 1 - $4) * 1000
-      count[$1]++; period[$1] += $3; cycle[$1] += $4; transfers[$1] += $5; rests[$1] += rest
-      if (rest > greatest[$1]) greatest[$1] = rest
-    }
-    END {
-      print "clients,cycles,mean period (ms),mean length of a cycle (ms),mean time of its transfers (ms),mean rest (ms),greatest rest (ms)"
-      for (c in count)
-        printf "%d,%d,%.2f,%.2f,%.2f,%.2f,%.2f\n", c, count[c], 1000 * period[c] / count[c], 1000 * cycle[c] / count[c],
-          1000 * transfers[c] / count[c], rests[c] / count[c], greatest[c]
-    }' | sort -s -t, -k1,1n
-}

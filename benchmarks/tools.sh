@@ -33,7 +33,6 @@ tool_rows() {
   "$bin/poe_card" --log "$results/tools.log" -- "$bin/poe_service" >/dev/null &
   card=$!
   "$bin/poectl" status >/dev/null && # the service runs
-    echo "poectl --version,$("$bin/tool_cost" runs 20 "$bin/poectl" --version)" &&
     echo "poectl status,$("$bin/tool_cost" runs 20 "$bin/poectl" status)" &&
     view_row
   status=$?

@@ -4,7 +4,6 @@
 
 # Everything that may be missing: a target or a variable of CMake | its name | the Debian packages that bring it.
 set(POE_OPTIONAL_THINGS
-  "benchmark::benchmark|Google Benchmark|libbenchmark-dev"
   "CHROMEDRIVER|chromedriver|chromium-driver"
   "CLI11::CLI11|CLI11|libcli11-dev"
   "CMAKE_C_COMPILER|a C compiler|gcc"

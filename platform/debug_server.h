@@ -1,7 +1,7 @@
 // The debug console's server: takes command lines and hands them to the objects registered as Cdebugable.
 //
 // start, stop and destruction belong to the owner's thread. The handlers are called on a thread of the
-// server.
+// server. When that thread cannot have memory, it closes all clients, logs one line and goes on.
 #pragma once
 
 #include <cstdint>

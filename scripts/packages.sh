@@ -64,7 +64,6 @@ xz-utils       unpacks the sources of the kernel
 cpio           packs the file systems of the machines
 libelf1        checks a module of the kernel
 binutils       finds the libraries that a program needs
-strace         counts system calls
 '
 
 packages_to_package='
@@ -89,7 +88,6 @@ lld            its linker, three times as quick as the usual one
 
 packages_to_measure='
 valgrind       counts instructions and allocations
-libbenchmark-dev measures what the operations of the engine take
 chromium-driver draws the page in a browser
 pngquant       makes the picture of the page small
 bsdextrautils  shows the tables

@@ -94,65 +94,51 @@ std::vector<Operation> otherSetters() {
   return all;
 }
 
-template <bool (CPD69104::*READ)(unsigned, unsigned*), bool (DriverModel::*MODEL_READ)(unsigned, unsigned*)>
-Operation number(const std::string& name, unsigned argument) {
-  return {name,
-          [argument](CPD69104& driver, bool) {
-            unsigned value = 77;
-            const bool good = (driver.*READ)(argument, &value);
-            return text(good, value);
-          },
-          [argument](DriverModel& model, bool) {
-            unsigned value = 77;
-            const bool good = (model.*MODEL_READ)(argument, &value);
-            return text(good, value);
-          }};
+// Reads a record of the driver and the model's, which have the same fields in the same order: `fill` fills
+// either one beforehand, `fields` writes either one as text.
+template <typename Record, typename ModelRecord, typename Read, typename ModelRead, typename Fill,
+          typename Fields>
+Operation reader(const std::string& name, Read read, ModelRead modelRead, Fill fill, Fields fields) {
+  const auto operation = [=](auto record, auto readWith) {
+    return [=](auto& device, bool flags) {
+      auto filled = record;
+      fill(&filled, flags);
+      const bool good = readWith(device, &filled);
+      return text(good) + fields(filled);
+    };
+  };
+  return {name, operation(Record{}, read), operation(ModelRecord{}, modelRead)};
+}
+
+#define READS(CALL) [=](auto& device, auto* record) { return device.CALL; }
+
+template <typename Read, typename ModelRead>
+Operation number(const std::string& name, Read read, ModelRead modelRead) {
+  return reader<unsigned, unsigned>(
+      name, read, modelRead, [](auto* value, bool) { *value = 77; }, [](auto value) { return text(value); });
 }
 
 std::vector<Operation> numberReaders() {
-  return {number<&CPD69104::PoeReadReg, &DriverModel::read>("Read", 0xCE),
-          number<&CPD69104::PoeReadReg16, &DriverModel::read16>("Read16", 0x71),
-          number<&CPD69104::PoeReadReg16, &DriverModel::read16>("Read16AtTheLastRegister", 0xCE),
-          number<&CPD69104::PoeGetBankPowerLimit, &DriverModel::getBankLimit>("LimitOfBank", 6),
-          {"ActiveBank",
-           [](CPD69104& driver, bool) {
-             unsigned bank = 77;
-             const bool good = driver.PoeGetPowerBank(&bank);
-             return text(good, bank);
-           },
-           [](DriverModel& model, bool) {
-             unsigned bank = 77;
-             const bool good = model.getBank(&bank);
-             return text(good, bank);
-           }},
-          {"IsStatic",
-           [](CPD69104& driver, bool flags) {
-             bool isStatic = flags;
-             const bool good = driver.PoeGetPmCalculationStatic(&isStatic);
-             return text(good, isStatic);
-           },
-           [](DriverModel& model, bool flags) {
-             bool isStatic = flags;
-             const bool good = model.getStaticCalculation(&isStatic);
-             return text(good, isStatic);
-           }}};
+  return {number("Read", READS(PoeReadReg(0xCE, record)), READS(read(0xCE, record))),
+          number("Read16", READS(PoeReadReg16(0x71, record)), READS(read16(0x71, record))),
+          number("Read16AtTheLastRegister", READS(PoeReadReg16(0xCE, record)), READS(read16(0xCE, record))),
+          number("LimitOfBank", READS(PoeGetBankPowerLimit(6, record)), READS(getBankLimit(6, record))),
+          number("ActiveBank", READS(PoeGetPowerBank(record)), READS(getBank(record))),
+          reader<bool, bool>(
+              "IsStatic", READS(PoeGetPmCalculationStatic(record)), READS(getStaticCalculation(record)),
+              [](auto* isStatic, bool flags) { *isStatic = flags; },
+              [](auto isStatic) { return text(isStatic); })};
 }
 
 Operation channelOf(unsigned port) {
-  return {"Channel" + std::to_string(port),
-          [port](CPD69104& driver, bool flags) {
-            ChannelStatus c{flags, flags, 77, 77, flags, flags, flags, flags, flags};
-            const bool good = driver.PoeGetChannelStatus(port, &c);
-            return text(good, c.enable, c.power_good, c.det_status, c.pclass, c.fet_error,
-                        c.mosfet_overtemperature, c.in_pm_mode, c.passed_MSCC_cap_det, c.det_fail);
-          },
-          [port](DriverModel& model, bool flags) {
-            ModelChannel c{flags, flags, 77, 77, flags, flags, flags, flags, flags};
-            const bool good = model.getChannel(port, &c);
-            return text(good, c.enable, c.powerGood, c.detection, c.classification, c.fetError,
-                        c.overTemperature, c.inPowerManagement, c.passedCapacitorDetection,
-                        c.detectionFailed);
-          }};
+  return reader<ChannelStatus, ModelChannel>(
+      "Channel" + std::to_string(port), READS(PoeGetChannelStatus(port, record)),
+      READS(getChannel(port, record)),
+      [](auto* channel, bool flags) { *channel = {flags, flags, 77, 77, flags, flags, flags, flags, flags}; },
+      [](const auto& channel) {
+        const auto& [enable, good, detection, pdClass, fet, hot, managed, capacitor, failed] = channel;
+        return text(enable, good, detection, pdClass, fet, hot, managed, capacitor, failed);
+      });
 }
 
 Operation counts() {
@@ -183,63 +169,48 @@ Operation counts() {
 }
 
 Operation measurementsOf(unsigned port) {
-  return {"Measurements" + std::to_string(port),
-          [port](CPD69104& driver, bool) {
-            PortMeasurements m{77, 77, 77, 77};
-            const bool good = driver.PoeGetMeasurements(port, &m);
-            return text(good, m.main_voltage, m.port_voltage, m.port_current, m.power_consumption);
-          },
-          [port](DriverModel& model, bool) {
-            ModelMeasurements m{77, 77, 77, 77};
-            const bool good = model.getMeasurements(port, &m);
-            return text(good, m.mainVoltage, m.portVoltage, m.current, m.power);
-          }};
+  return reader<PortMeasurements, ModelMeasurements>(
+      "Measurements" + std::to_string(port), READS(PoeGetMeasurements(port, record)),
+      READS(getMeasurements(port, record)),
+      [](auto* figures, bool) {
+        *figures = {77, 77, 77, 77};
+      },
+      [](const auto& figures) {
+        const auto& [mainVoltage, portVoltage, current, power] = figures;
+        return text(mainVoltage, portVoltage, current, power);
+      });
 }
 
 Operation powerLimitsOf(unsigned port) {
-  return {"PowerLimits" + std::to_string(port),
-          [port](CPD69104& driver, bool) {
-            PortPowerLimits limits{77, 77};
-            const bool good = driver.PoeGetPortPowerLimit(port, &limits);
-            return text(good, limits.pw, limits.tpw);
-          },
-          [port](DriverModel& model, bool) {
-            unsigned pw = 77;
-            unsigned tpw = 77;
-            const bool good = model.getPowerLimits(port, &pw, &tpw);
-            return text(good, pw, tpw);
-          }};
+  return reader<PortPowerLimits, PortPowerLimits>(
+      "PowerLimits" + std::to_string(port), READS(PoeGetPortPowerLimit(port, record)),
+      READS(getPowerLimits(port, &record->pw, &record->tpw)),
+      [](auto* limits, bool) {
+        *limits = {77, 77};
+      },
+      [](const auto& limits) { return text(limits.pw, limits.tpw); });
 }
 
 Operation deviceStatus() {
-  return {"DeviceStatus",
-          [](CPD69104& driver, bool flags) {
-            DeviceStatus d{77, flags, 77, 77, 77, 77, flags};
-            const bool good = driver.PoeGetDeviceStatus(&d);
-            return text(good, d.hwOperationMode, d.dev_error, d.device_errorcount, d.device_id,
-                        d.device_revision, d.temperature, d.thermal_shutdown);
-          },
-          [](DriverModel& model, bool flags) {
-            ModelDevice d{77, flags, 77, 77, 77, 77, flags};
-            const bool good = model.getDevice(&d);
-            return text(good, d.mode, d.error, d.errorCount, d.id, d.revision, d.temperature,
-                        d.thermalShutdown);
-          }};
+  return reader<DeviceStatus, ModelDevice>(
+      "DeviceStatus", READS(PoeGetDeviceStatus(record)), READS(getDevice(record)),
+      [](auto* device, bool flags) { *device = {77, flags, 77, 77, 77, 77, flags}; },
+      [](const auto& device) {
+        const auto& [mode, error, errorCount, id, revision, temperature, isShutDown] = device;
+        return text(mode, error, errorCount, id, revision, temperature, isShutDown);
+      });
 }
 
 Operation powerStatus() {
-  return {"PowerStatus",
-          [](CPD69104& driver, bool) {
-            PowerStatus p{77, 77, 77, 77, 77};
-            const bool good = driver.PoeGetPowerStatus(&p);
-            return text(good, p.power_consumption, p.power_bank, p.power_limit, p.main_voltage,
-                        p.min_shutdown_voltage);
-          },
-          [](DriverModel& model, bool) {
-            ModelPower p{77, 77, 77, 77, 77};
-            const bool good = model.getPower(&p);
-            return text(good, p.consumption, p.bank, p.limit, p.mainVoltage, p.shutdownVoltage);
-          }};
+  return reader<PowerStatus, ModelPower>(
+      "PowerStatus", READS(PoeGetPowerStatus(record)), READS(getPower(record)),
+      [](auto* power, bool) {
+        *power = {77, 77, 77, 77, 77};
+      },
+      [](const auto& power) {
+        const auto& [consumption, bank, limit, mainVoltage, shutdownVoltage] = power;
+        return text(consumption, bank, limit, mainVoltage, shutdownVoltage);
+      });
 }
 
 std::vector<Operation> operations() {
@@ -248,11 +219,12 @@ std::vector<Operation> operations() {
     all.insert(all.end(), more.begin(), more.end());
   }
   for (unsigned port = 0; port < 4; port++) {
-    all.insert(all.end(),
-               {number<&CPD69104::PoeGetPortPriority, &DriverModel::getPriority>(
-                    "Priority" + std::to_string(port), port),
-                number<&CPD69104::PoeGetPortMode, &DriverModel::getMode>("Mode" + std::to_string(port), port),
-                channelOf(port), measurementsOf(port), powerLimitsOf(port)});
+    const std::string name = std::to_string(port);
+    all.insert(
+        all.end(),
+        {number("Priority" + name, READS(PoeGetPortPriority(port, record)), READS(getPriority(port, record))),
+         number("Mode" + name, READS(PoeGetPortMode(port, record)), READS(getMode(port, record))),
+         channelOf(port), measurementsOf(port), powerLimitsOf(port)});
   }
   all.insert(all.end(), {counts(), deviceStatus(), powerStatus()});
   return all;

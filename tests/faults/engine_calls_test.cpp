@@ -1,5 +1,5 @@
 // Each system call of driver and engine failing with each error that its manual page lists, beside the model.
-#include "tests/faults/errno_lists.h"
+#include "tests/support/doubles/errno_lists.h"
 #include "tests/support/doubles/log_capture.h"
 #include "tests/support/model/service_pair.h"
 

@@ -2,11 +2,12 @@
 // of a second card that is given the lines one by one, followed by an empty line.
 #include "simulator/card/simulated_card.h"
 #include "simulator/program/control_client.h"
+#include "tests/fuzz/client_end.h"
+#include "tests/fuzz/expectations.h"
 #include "tests/fuzz/fuzz_target.h"
 
 #include <algorithm>
 #include <memory>
-#include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
@@ -18,22 +19,15 @@ const char* const WORDS[] = {
     "bank",   "power-cycle", "bus",  "reg",   "dump",  "load /dev/null", "show",        "help",    "class=",
     "watts=", "signature=",  "fet",  "on",    "every", "register",       "0x",          "1"};
 
-// One line of printable text that tells what is accepted.
-void expectRefusal(const std::string& reply) {
-  EXPECT_EQ(std::count(reply.begin(), reply.end(), '\n'), 1) << reply;
-  EXPECT_TRUE(std::all_of(reply.begin(), reply.end() - 1, [](char c) { return c >= ' ' && c <= '~'; }))
-      << reply;
-  EXPECT_NE(reply.find("; accepted "), std::string::npos) << reply;
-  EXPECT_LT(reply.size(), 600U);
-}
-
 void expectReply(const std::string& reply) {
   ASSERT_FALSE(reply.empty());
   EXPECT_EQ(reply.back(), '\n');
   EXPECT_NE(reply.front(), '\n') << "the empty line is the end of the reply";
   EXPECT_EQ(reply.find("\n\n"), std::string::npos) << "an empty line in the reply";
-  if (reply.compare(0, 7, "error: ") == 0) {
-    expectRefusal(reply);
+  if (reply.compare(0, 7, "error: ") == 0) { // one line that tells what is accepted
+    expectOneLine(reply.substr(0, reply.size() - 1));
+    EXPECT_NE(reply.find("; accepted "), std::string::npos) << reply;
+    EXPECT_LT(reply.size(), 600U);
   }
 }
 
@@ -41,18 +35,11 @@ void expectReply(const std::string& reply) {
 class Conversation {
 public:
   Conversation() {
-    int ends[2] = {-1, -1};
-    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
-    const int leastBuffer = 1;
-    EXPECT_EQ(setsockopt(ends[1], SOL_SOCKET, SO_SNDBUF, &leastBuffer, sizeof leastBuffer), 0);
-    m_own = ends[0];
-    m_client = std::make_unique<ControlClient>(
-        ends[1], [this](const std::string& line) { return m_card.answer(line) + "\n"; });
-    m_client->onOver([this] { m_client.reset(); });
+    m_server = std::make_unique<ControlClient>(
+        dup(m_client.takeServersEnd().get()),
+        [this](const std::string& line) { return m_card.answer(line) + "\n"; });
+    m_server->onOver([this] { m_server.reset(); });
   }
-  ~Conversation() { close(m_own); }
-  Conversation(const Conversation&) = delete;
-  Conversation& operator=(const Conversation&) = delete;
 
   // The transfers of the service, by which the card's time passes. What was sent before is answered.
   void transfer(std::uint8_t address, std::uint8_t value) {
@@ -62,36 +49,14 @@ public:
   }
 
   void send(const std::string& piece) {
-    for (std::size_t sent = 0; sent < piece.size() && m_client != nullptr;) {
-      const ssize_t count = ::send(m_own, piece.data() + sent, piece.size() - sent, MSG_NOSIGNAL);
-      if (count > 0) {
-        expect(piece.substr(sent, static_cast<std::size_t>(count)));
-        sent += static_cast<std::size_t>(count);
-      }
-      serve();
-      if (count < 0) {
-        receive();
-      }
-    }
+    expect(piece);
+    m_client.send(piece);
   }
 
   // Until the card has answered all.
-  void receive() {
-    for (bool isMore = true; isMore;) {
-      serve();
-      char block[4096];
-      const ssize_t count = recv(m_own, block, sizeof block, 0);
-      isMore = count > 0;
-      m_received.append(block, isMore ? static_cast<std::size_t>(count) : 0);
-    }
-  }
+  void receive() { m_client.receiveAll(); }
 
-  void finish() {
-    shutdown(m_own, SHUT_WR);
-    receive();
-    EXPECT_TRUE(m_client == nullptr) << "the connection stays open";
-    EXPECT_EQ(m_received, m_expected);
-  }
+  void finish() { EXPECT_EQ(m_client.finish(), m_expected); }
 
 private:
   static void serve() {
@@ -118,11 +83,10 @@ private:
 
   SimulatedCard m_card{Time::Stepped};
   SimulatedCard m_second{Time::Stepped};
-  std::unique_ptr<ControlClient> m_client;
-  int m_own = -1;
+  ClientEnd m_client{serve};
+  std::unique_ptr<ControlClient> m_server;
   std::string m_unanswered;
   std::string m_expected;
-  std::string m_received;
   bool m_isOver = false; // a line was too long
 };
 

@@ -77,77 +77,54 @@ private:
     const unsigned port = below(ChipModel::PORTS);
     switch (below(16)) {
     case 0:
-      plug(port);
-      break;
+      return plug(port);
     case 1:
-      both([&](ChipModel& chip) { chip.unplug(port); });
-      break;
-    case 2: {
-      const double watts = upTo(100.0);
-      both([&](ChipModel& chip) { chip.draw(port, watts); });
-      break;
-    }
+      return both([port](ChipModel& chip) { chip.unplug(port); });
+    case 2:
+      return both([port, watts = upTo(100.0)](ChipModel& chip) { chip.draw(port, watts); });
     case 3:
     case 4:
-      transfer(byte(), byte());
-      break;
+      return transfer(byte(), byte());
     case 5:
-      switchOn();
-      break;
-    case 6: {
-      const auto fault = static_cast<ChipModel::Fault>(below(3));
-      both([&](ChipModel& chip) { chip.fault(port, fault); });
-      break;
-    }
+      return switchOn();
+    case 6:
+      return both([port, fault = static_cast<ChipModel::Fault>(below(3))](ChipModel& chip) {
+        chip.fault(port, fault);
+      });
     case 7:
-      both([&](ChipModel& chip) { chip.classError(port); });
-      break;
+      return both([port](ChipModel& chip) { chip.classError(port); });
     default:
-      changeChip();
-      break;
+      return changeChip();
     }
   }
 
   void changeChip() {
     switch (below(10)) {
-    case 0: {
-      const double volts = upTo(100.0);
-      both([&](ChipModel& chip) { chip.supply(volts); });
-      break;
-    }
-    case 1: {
-      const unsigned bank = below(16);
-      both([&](ChipModel& chip) { chip.activeBank(bank); });
-      break;
-    }
-    case 2: {
-      const double degrees = upTo(244.0) - 27.0;
-      both([&](ChipModel& chip) { chip.temperature(degrees); });
-      break;
-    }
-    case 3: {
-      const bool isShut = m_data.ConsumeBool();
-      both([&](ChipModel& chip) { chip.thermalShutdown(isShut); });
-      break;
-    }
+    case 0:
+      return both([volts = upTo(100.0)](ChipModel& chip) { chip.supply(volts); });
+    case 1:
+      return both([bank = below(16)](ChipModel& chip) { chip.activeBank(bank); });
+    case 2:
+      return both([degrees = upTo(244.0) - 27.0](ChipModel& chip) { chip.temperature(degrees); });
+    case 3:
+      return both([isShut = m_data.ConsumeBool()](ChipModel& chip) { chip.thermalShutdown(isShut); });
     case 4:
-      m_watch.reset();
-      m_isForced = false;
-      both([](ChipModel& chip) { chip.powerCycle(); });
-      break;
+      return cyclePower();
     case 5:
-      both([isPresent = m_data.ConsumeBool()](ChipModel& chip) { chip.setPresent(isPresent); });
-      break;
+      return both([isPresent = m_data.ConsumeBool()](ChipModel& chip) { chip.setPresent(isPresent); });
     case 6:
-      force();
-      break;
+      return force();
     case 7:
-      disturbBus();
-      break;
+      return disturbBus();
     default:
-      passTime();
-      break;
+      return passTime();
     }
+  }
+
+  void cyclePower() {
+    m_watch.reset();
+    m_isForced = false;
+    both([](ChipModel& chip) { chip.powerCycle(); });
   }
 
   void plug(unsigned port) {

@@ -163,26 +163,21 @@ private:
     const unsigned port = m_data.ConsumeIntegralInRange(0U, POE_PORTS - 1);
     switch (m_data.ConsumeIntegralInRange(0, 7)) {
     case 0:
-      chip.plug(port, {SIGNATURE_WORDS.at(m_data.ConsumeIntegralInRange(0U, 5U)).second,
-                       m_data.ConsumeIntegralInRange(0U, 4U), m_data.ConsumeFloatingPointInRange(0.0, 40.0)});
-      break;
+      return chip.plug(port, {SIGNATURE_WORDS.at(m_data.ConsumeIntegralInRange(0U, 5U)).second,
+                              m_data.ConsumeIntegralInRange(0U, 4U),
+                              m_data.ConsumeFloatingPointInRange(0.0, 40.0)});
     case 1:
-      chip.unplug(port);
-      break;
+      return chip.unplug(port);
     case 2:
-      chip.powerCycle();
-      break;
+      return chip.powerCycle();
     case 3:
-      chip.activeBank(m_data.ConsumeIntegralInRange(0U, 15U));
-      break;
+      return chip.activeBank(m_data.ConsumeIntegralInRange(0U, 15U));
     case 4:
-      chip.thermalShutdown(m_data.ConsumeBool());
-      break;
+      return chip.thermalShutdown(m_data.ConsumeBool());
     case 5:
-      chip.setPresent(m_data.ConsumeBool());
-      break;
+      return chip.setPresent(m_data.ConsumeBool());
     default:
-      break;
+      return;
     }
   }
 

@@ -2,20 +2,18 @@
 // a pair of sockets with little room. The client must get what a simple reading of the same bytes says,
 // however they were cut.
 #include "platform/host/console/console_client.h"
+#include "tests/fuzz/client_end.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/support/doubles/talker.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <memory>
+#include <optional>
 #include <poll.h>
-#include <sys/socket.h>
-#include <utility>
 
 namespace {
 
 constexpr std::size_t REPLY_SIZE = 64; // the handlers' buffer
-constexpr int SOCKET_BUFFER = 1;       // bytes; the system gives the least it has
 
 // The words of a line, each up to its first NUL as a handler sees it.
 std::vector<std::string> wordsOf(const std::string& line) {
@@ -83,59 +81,10 @@ std::string conversation(const std::string& bytes) {
   return text;
 }
 
-// Both ends of a connection; the server's end is worked as the server's loop does it.
-class Connection {
+// The server's end, worked as the server's loop does it.
+class Server {
 public:
-  Connection() : Connection(connectedPair()) {}
-
-  void send(const std::string& piece) {
-    for (std::size_t sent = 0; sent < piece.size() && !m_isBroken;) {
-      const ssize_t count = ::send(m_own.get(), piece.data() + sent, piece.size() - sent, MSG_NOSIGNAL);
-      sent += count > 0 ? static_cast<std::size_t>(count) : 0;
-      m_isBroken = count < 0 && errno != EAGAIN;
-      serve();
-      if (count < 0) {
-        receive();
-      }
-    }
-  }
-
-  void receive() {
-    char block[4096];
-    for (ssize_t count = 0; (count = recv(m_own.get(), block, sizeof block, 0)) != 0;) {
-      if (count < 0) {
-        return;
-      }
-      m_received.append(block, static_cast<std::size_t>(count));
-    }
-    m_isEnded = true;
-  }
-
-  // Sends no more and takes the rest.
-  std::string finish() {
-    shutdown(m_own.get(), SHUT_WR);
-    while (!m_isEnded) {
-      serve();
-      receive();
-    }
-    serve();
-    EXPECT_TRUE(m_client == nullptr) << "the connection stays open";
-    return m_received;
-  }
-
-private:
-  using Pair = std::pair<FileDescriptor, FileDescriptor>;
-
-  explicit Connection(Pair pair)
-      : m_own(std::move(pair.first)),
-        m_client(std::make_unique<Zorvan::ConsoleClient>(std::move(pair.second))) {}
-
-  static Pair connectedPair() {
-    int ends[2] = {-1, -1};
-    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
-    EXPECT_EQ(setsockopt(ends[1], SOL_SOCKET, SO_SNDBUF, &SOCKET_BUFFER, sizeof SOCKET_BUFFER), 0);
-    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-  }
+  explicit Server(FileDescriptor end) : m_client(std::make_unique<Zorvan::ConsoleClient>(std::move(end))) {}
 
   // Until the server would wait.
   void serve() {
@@ -152,12 +101,9 @@ private:
     }
   }
 
-  FileDescriptor m_own;
+private:
   std::unique_ptr<Zorvan::ConsoleClient> m_client;
   std::vector<char> m_buffer = std::vector<char>(REPLY_SIZE);
-  std::string m_received;
-  bool m_isEnded = false;
-  bool m_isBroken = false;
 };
 
 // A piece of the stream: any bytes, or what is rare at random.
@@ -181,16 +127,18 @@ std::string takePiece(FuzzedDataProvider& data) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   FuzzedDataProvider data(bytes, size);
   const Echo echo("Echo");
-  Connection connection;
+  std::optional<Server> server;
+  ClientEnd client([&] { server->serve(); });
+  server.emplace(client.takeServersEnd());
   std::string sent;
   while (data.remaining_bytes() > 0) {
     const std::string piece = takePiece(data);
-    connection.send(piece);
+    client.send(piece);
     sent += piece;
     if (data.ConsumeBool()) {
-      connection.receive();
+      client.receive();
     }
   }
-  EXPECT_EQ(connection.finish(), conversation(sent));
+  EXPECT_EQ(client.finish(), conversation(sent));
   return 0;
 }

@@ -2,6 +2,7 @@
 // same.
 #include "poectl/record/record_line.h"
 #include "poectl/status/status_export.h"
+#include "tests/fuzz/expectations.h"
 #include "tests/fuzz/fuzz_target.h"
 
 #include <algorithm>
@@ -15,8 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const std::string reason = error.what();
     EXPECT_FALSE(reason.empty());
     EXPECT_LE(reason.size(), 400U);
-    EXPECT_TRUE(std::all_of(reason.begin(), reason.end(), [](char c) { return c >= ' ' && c <= '~'; }))
-        << reason;
+    expectOneLine(reason);
     return 0;
   }
   const std::string line = snapshotJsonLine(snapshot);

@@ -1,8 +1,8 @@
 // Scenario files: any text is refused in one line, or read; the steps of what was read are in their ranges,
 // and their lines, as they are shown, are read as the same steps.
 #include "poectl/scenario/scenario.h"
+#include "tests/fuzz/expectations.h"
 #include "tests/fuzz/fuzz_target.h"
-#include "tests/fuzz/refusal.h"
 
 #include <set>
 

@@ -4,6 +4,7 @@
 #include "poectl/status/status_export.h"
 #include "poectl/status/status_text.h"
 #include "poectl/view/view_drawing.h"
+#include "tests/fuzz/expectations.h"
 #include "tests/fuzz/fuzz_target.h"
 
 #include <algorithm>
@@ -41,12 +42,9 @@ PoeStatus takeStatus(FuzzedDataProvider& data) {
   return status;
 }
 
-// Printable ASCII and line ends, and as many of these as it should have.
-void expectLines(const std::string& text, long lines) {
+void expectLineCount(const std::string& text, long lines) {
+  expectLines(text);
   EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), lines) << text;
-  EXPECT_EQ(text.back(), '\n');
-  EXPECT_TRUE(
-      std::all_of(text.begin(), text.end(), [](char c) { return c == '\n' || (c >= ' ' && c <= '~'); }));
 }
 
 void expectNumbers(const Json& json, const PoeStatus& status) {
@@ -89,7 +87,7 @@ private:
   void see(const StatusEvent& event) {
     EXPECT_FALSE(eventText(event).empty());
     const std::string line = eventJsonLine("2024-01-01T00:00:00Z", m_view.number(), event);
-    expectLines(line, 1);
+    expectLineCount(line, 1);
     EXPECT_EQ(Json::parse(line).at("message").get<unsigned long>(), m_view.number());
     m_view.log("00:00:00", event);
   }
@@ -122,12 +120,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   for (unsigned number = 1; number <= MAX_MESSAGES && data.remaining_bytes() > 0; number++) {
     const PoeStatus status = takeStatus(data);
     const Snapshot snapshot = snapshotOfMessage(number, status);
-    expectLines(snapshotText(snapshot), 6);
+    expectLineCount(snapshotText(snapshot), 6);
     expectNumbers(Json::parse(snapshotJson(snapshot)), status);
     const std::string line = snapshotJsonLine(snapshot);
-    expectLines(line, 1);
+    expectLineCount(line, 1);
     expectNumbers(Json::parse(line), status);
-    expectLines(snapshotPrometheus(snapshot), (3 + 6) * 3 + 10 * 6);
+    expectLineCount(snapshotPrometheus(snapshot), (3 + 6) * 3 + 10 * 6);
     watch.see(status);
   }
   return 0;

@@ -2,6 +2,7 @@
 // or writes outside of that memory, ends a session or stops a ring in one line, and waits for nothing.
 #include "simulator/card/simulated_card.h"
 #include "simulator/virtio/vhost_user_session.h"
+#include "tests/fuzz/expectations.h"
 #include "tests/fuzz/fuzz_target.h"
 #include "tests/support/virtio/virtual_machine.h"
 
@@ -97,7 +98,7 @@ public:
   }
 
   // The emulator sets the ring up again, as for a machine that starts again.
-  void startAgain() {
+  void startAgain(FuzzedDataProvider& /*data*/) {
     m_machine.setUp([this] { serve(); });
     m_machine.received();
   }
@@ -114,10 +115,7 @@ public:
     while (m_isOpen) {
       serve();
     }
-    EXPECT_EQ(m_report.find_first_not_of('\n') == std::string::npos, m_report.empty()) << "an empty line";
-    EXPECT_TRUE(std::all_of(m_report.begin(), m_report.end(), [](char c) {
-      return c == '\n' || (c >= ' ' && c <= '~');
-    })) << m_report;
+    expectLines(m_report);
   }
 
 private:
@@ -164,34 +162,18 @@ private:
   bool m_isOpen = true;
 };
 
+using Action = void (Session::*)(FuzzedDataProvider& data);
+constexpr Action ACTIONS[] = {&Session::sendMessage,  &Session::sendMessage, &Session::sendMessage,
+                              &Session::sendBytes,    &Session::spoilMemory, &Session::makeRequest,
+                              &Session::makeTransfer, &Session::startAgain};
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   FuzzedDataProvider data(bytes, size);
   Session session;
   while (session.isOpen() && data.remaining_bytes() > 0) {
-    switch (data.ConsumeIntegralInRange(0, 7)) {
-    case 0:
-    case 1:
-    case 2:
-      session.sendMessage(data);
-      break;
-    case 3:
-      session.sendBytes(data);
-      break;
-    case 4:
-      session.spoilMemory(data);
-      break;
-    case 5:
-      session.makeRequest(data);
-      break;
-    case 6:
-      session.makeTransfer(data);
-      break;
-    default:
-      session.startAgain();
-      break;
-    }
+    (session.*data.PickValueInArray(ACTIONS))(data);
   }
   session.finish();
   return 0;

@@ -4,9 +4,7 @@
 #include "tests/schedules/search.h"
 #include "tests/schedules/watched_heap.h"
 
-#include <cerrno>
 #include <chrono>
-#include <cinttypes>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -16,37 +14,20 @@
 
 namespace {
 
-constexpr char USAGE[] = "usage: poe_schedules [--scene NAME] [--full] [--preemptions N] [--random N] "
-                         "[--seed S] [--schedule LIST]\n"
+constexpr char USAGE[] = "usage: poe_schedules [--scene NAME] [--full] [--schedule LIST]\n"
                          "  --scene NAME     only this scene; without: all\n"
                          "  --full           as many schedules as docs/reliability.md tells; without: fewer\n"
-                         "  --preemptions N  all schedules with up to N preemptions, 0 to 9\n"
-                         "  --random N       then N random schedules\n"
-                         "  --seed S         of the random schedules (1)\n"
                          "  --schedule LIST  the one schedule that a failure has printed; needs --scene\n";
 
 struct Options {
   const Scene* scene = nullptr;
   bool isFull = false;
-  std::optional<std::uint64_t> preemptions;
-  std::optional<std::uint64_t> random;
-  std::uint64_t seed = 1;
   std::optional<Schedule> schedule;
 };
 
 [[noreturn]] void refuse(const std::string& message) {
   std::fprintf(stderr, "poe_schedules: %s\n", message.c_str());
   std::exit(2);
-}
-
-std::uint64_t numberOf(const std::string& option, const char* text, std::uint64_t most) {
-  char* end = nullptr;
-  errno = 0;
-  const std::uint64_t number = text != nullptr ? std::strtoull(text, &end, 10) : 0;
-  if (text == nullptr || text[0] < '0' || text[0] > '9' || *end != '\0' || errno != 0 || number > most) {
-    refuse(option + " needs a decimal number up to " + std::to_string(most));
-  }
-  return number;
 }
 
 const Scene* sceneOf(const char* name) {
@@ -68,12 +49,6 @@ Options optionsFrom(int argc, char** argv) {
       options.scene = sceneOf(argv[++i]);
     } else if (option == "--full") {
       options.isFull = true;
-    } else if (option == "--preemptions") {
-      options.preemptions = numberOf(option, argv[++i], 9);
-    } else if (option == "--random") {
-      options.random = numberOf(option, argv[++i], 1'000'000'000);
-    } else if (option == "--seed") {
-      options.seed = numberOf(option, argv[++i], 1'000'000'000);
     } else if (option == "--schedule") {
       options.schedule.emplace();
       if (argv[++i] == nullptr || !scheduleFrom(argv[i], &*options.schedule)) {
@@ -113,26 +88,24 @@ unsigned tryAll(const Scene& scene, unsigned preemptions) {
   return count;
 }
 
-void runScene(const Scene& scene, const Options& options) {
-  const Extent& extent = options.isFull ? scene.inFull : scene.inShort;
+void runScene(const Scene& scene, bool isFull) {
+  const Extent& extent = isFull ? scene.inFull : scene.inShort;
   const auto start = std::chrono::steady_clock::now();
   Replay plain({});
   runOnce(scene, plain); // what is made once in the process
   const unsigned steps = scheduler().steps();
-  const auto bound = static_cast<unsigned>(options.preemptions.value_or(extent.preemptions));
   std::string counts;
-  for (unsigned preemptions = 0; preemptions <= bound; preemptions++) {
+  for (unsigned preemptions = 0; preemptions <= extent.preemptions; preemptions++) {
     counts += " " + std::to_string(tryAll(scene, preemptions));
   }
-  const std::uint64_t random = options.random.value_or(extent.randomRuns);
-  for (std::uint64_t i = 0; i < random; i++) {
-    RandomSearch search(options.seed + i, steps);
+  for (unsigned seed = 1; seed <= extent.randomRuns; seed++) {
+    RandomSearch search(seed, steps);
     runOnce(scene, search);
   }
   const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-  std::printf("%-13s%4u steps, schedules with 0 to %u %s:%s; %" PRIu64 " random; %.1f s\n", scene.name, steps,
-              bound, scene.countsEveryChange ? "changes" : "preemptions", counts.c_str(), random,
-              seconds.count());
+  std::printf("%-13s%4u steps, schedules with 0 to %u %s:%s; %u random; %.1f s\n", scene.name, steps,
+              extent.preemptions, scene.countsEveryChange ? "changes" : "preemptions", counts.c_str(),
+              extent.randomRuns, seconds.count());
 }
 
 // Memory that was freed holds no address that can be used.
@@ -170,7 +143,7 @@ int main(int argc, char** argv) {
       runOnce(*scene, replay);
       std::puts("all held");
     } else {
-      runScene(*scene, options);
+      runScene(*scene, options.isFull);
     }
   }
   return 0;

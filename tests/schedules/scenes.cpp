@@ -57,7 +57,6 @@ public:
       scheduler().join(std::exchange(m_thread, 0), nullptr);
     }
   }
-  bool isDone() const { return m_isDone; }
 
 private:
   void act() {
@@ -66,13 +65,11 @@ private:
       testCode.emplace();
     }
     m_work();
-    m_isDone = true;
   }
 
   bool m_isService;
   std::function<void()> m_work;
   pthread_t m_thread = 0;
-  bool m_isDone = false;
 };
 
 bool has(const std::string& text, const char* part) {

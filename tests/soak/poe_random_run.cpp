@@ -1,13 +1,10 @@
 // Runs the service for a long time on a simulated card on which events happen at random. See --help.
 #include "tests/soak/random_run.h"
+#include "text/number.h"
 
-#include <cerrno>
-#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
@@ -21,15 +18,12 @@ constexpr char USAGE[] = "usage: poe_random_run [--cycles N] [--seed S] [--threa
   std::exit(2);
 }
 
-std::uint64_t numberOf(const std::string& option, const char* text, std::uint64_t least) {
-  char* end = nullptr;
-  errno = 0;
-  const std::uint64_t number = text != nullptr ? std::strtoull(text, &end, 10) : 0;
-  const bool isNumber = text != nullptr && text[0] >= '0' && text[0] <= '9' && *end == '\0' && errno == 0;
-  if (!isNumber || number < least) {
+std::uint64_t numberOf(const std::string& option, const char* word, std::uint64_t least) {
+  const auto number = text::numberFrom<std::uint64_t>(word != nullptr ? word : "");
+  if (!number || *number < least) {
     refuse(option + " needs a decimal number, " + std::to_string(least) + " or more");
   }
-  return number;
+  return *number;
 }
 
 RunOptions optionsFrom(int argc, char** argv) {
@@ -53,13 +47,6 @@ RunOptions optionsFrom(int argc, char** argv) {
 }
 
 } // namespace
-
-void showProgress(std::uint64_t cycle, std::uint64_t cycles) {
-  static const bool isTerminal = isatty(STDERR_FILENO) != 0;
-  if (isTerminal && (cycle % 1000 == 0 || cycle == cycles)) {
-    std::fprintf(stderr, "\r%" PRIu64 " of %" PRIu64 " cycles", cycle, cycles);
-  }
-}
 
 int main(int argc, char** argv) {
   const RunOptions options = optionsFrom(argc, argv);

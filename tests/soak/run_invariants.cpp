@@ -11,19 +11,7 @@ std::array<std::uint32_t, 6> countersOf(const PoePortStatus& port) {
 
 } // namespace
 
-std::string RunInvariants::check(const PoeStatus& status, const LogLines& log) {
-  std::string wrong = checkMainStatus(status);
-  wrong += checkRestarts(log);
-  wrong += checkCounters(status);
-  if (m_card.isCycleHealthy()) {
-    healthyCycles++;
-    wrong += checkHealthy(status);
-  }
-  m_before = status;
-  return wrong;
-}
-
-std::string RunInvariants::checkBesideOthers(const PoeStatus& status) {
+std::string RunInvariants::check(const PoeStatus& status) {
   std::string wrong = checkValues(status) + checkCounters(status);
   m_before = status;
   return wrong;
@@ -45,47 +33,6 @@ std::string RunInvariants::checkValues(const PoeStatus& status) {
     }
   }
   return wrong;
-}
-
-// The cycle's first transfer decides whether the chip counts as reachable.
-std::string RunInvariants::checkMainStatus(const PoeStatus& status) const {
-  const unsigned expected = m_card.isFirstTransferGood() ? 1 : 3;
-  return status.mainOperStatus == expected ? ""
-                                           : "mainOperStatus is " + std::to_string(status.mainOperStatus) +
-                                                 " and should be " + std::to_string(expected) + "\n";
-}
-
-std::string RunInvariants::checkRestarts(const LogLines& log) {
-  const std::string notice = "CPD69104Engine::audit restarting Port ";
-  std::string wrong;
-  for (const LogLine& line : log) {
-    if (line.text.compare(0, notice.size(), notice) == 0) {
-      restarts++;
-      wrong += checkRestart(static_cast<unsigned>(line.text.at(notice.size()) - '0'));
-    }
-  }
-  return wrong;
-}
-
-// A port may be restarted only when the limits exceed the bank's, and when the ports that are served up to it
-// do so too. What was known when it was decided is what the status before tells.
-std::string RunInvariants::checkRestart(unsigned port) {
-  const std::uint32_t priority = m_config.port[port].priority;
-  std::uint64_t total = 0;
-  std::uint64_t served = 0;
-  for (unsigned other = 0; other < 4; other++) {
-    const PoePortConfig& config = m_config.port[other];
-    total += config.powerLimit;
-    const bool isServed = config.priority < priority || (config.priority == priority && other <= port);
-    if (isServed && config.adminEnable != 0 && m_before.port[other].detectionStatus == 4) {
-      served += config.powerLimit / 1000;
-    }
-  }
-  const bool isNeverServed = priority < 1 || priority > 3;
-  const bool isPowered = m_config.port[port].adminEnable != 0 && m_before.port[port].detectionStatus == 4;
-  const bool mayRestart =
-      total / 1000 > m_before.mainPower && (isNeverServed || (isPowered && served > m_before.mainPower));
-  return mayRestart ? "" : "port " + std::to_string(port) + " is restarted although it fits\n";
 }
 
 std::string RunInvariants::checkCounters(const PoeStatus& status) {

@@ -1,13 +1,9 @@
 #include "components/PoeDriver/pd69104_engine.h"
-#include "tests/soak/footprint.h"
 #include "tests/soak/random_run.h"
-#include "tests/soak/run_invariants.h"
 #include "tests/support/doubles/log_capture.h"
 #include "tests/support/doubles/platform_doubles.h"
 #include "tests/support/doubles/posix_doubles.h"
-#include "tests/support/model/random_card.h"
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cinttypes>
@@ -19,14 +15,13 @@
 
 namespace {
 
-constexpr std::uint64_t WARM_UP = 1000; // cycles until the test's own buffers have their size
 // Bytes: the threads are in the middle of their commands.
 constexpr std::size_t HEAP_ROOM = 1048576;
 constexpr std::uint64_t CALM = 3; // cycles after which a healed service must be right
 
-class ThreadedRun {
+class ThreadedRun : RandomRun {
 public:
-  explicit ThreadedRun(const RunOptions& options) : m_options(options), m_card(options.seed) {}
+  explicit ThreadedRun(const RunOptions& options) : RandomRun(options, HEAP_ROOM) {}
 
   bool run() {
     m_card.passOneSecond();
@@ -34,17 +29,11 @@ public:
     onSleep([&](double /*seconds*/) { afterCycle(); });
     m_posix.runThread();
     onSleep({});
-    expectNothing(growth(m_first, m_last, HEAP_ROOM));
     if (m_isGood) {
       std::printf("seed %" PRIu64 ": %" PRIu64 " cycles, %" PRIu32 " configurations and %" PRIu32
                   " console commands from other threads\n",
                   m_options.seed, m_cycle, m_configurations.load(), m_commands.load());
-      std::printf("%" PRIu64 " events counted, %" PRIu64 " counters wrapped unseen, %" PRIu64
-                  " times all lost with the chip's power\n",
-                  m_invariants.events, m_invariants.wrapped, m_invariants.lostCounts);
-      std::printf("heap %zu and %zu bytes, open files %zu and %zu: in cycle %" PRIu64 " and in the last\n",
-                  m_first.heap, m_last.heap, m_first.descriptors, m_last.descriptors,
-                  std::min(WARM_UP, m_options.cycles));
+      printEventsAndFootprint();
     }
     return m_isGood;
   }
@@ -61,15 +50,12 @@ private:
     if (m_cycle == 1) {
       startThreads();
     }
-    if (m_cycle == std::min(WARM_UP, m_options.cycles)) {
-      m_first = footprint();
-    }
+    weigh();
     if (m_cycle < m_options.cycles) {
       letOthersAct();
       m_card.passOneSecond();
-      showProgress(m_cycle, m_options.cycles);
+      showProgress();
     } else if (m_cycle == m_options.cycles) {
-      m_last = footprint();
       joinThreads();
       m_card.calmDown();
     } else if (m_cycle == m_options.cycles + CALM) {
@@ -85,7 +71,7 @@ private:
     const std::size_t messages = m_posix.messages.size();
     m_status = m_posix.lastMessage().status;
     m_posix.messages.clear();
-    expectNothing(messages == 1 ? m_invariants.checkBesideOthers(m_status)
+    expectNothing(messages == 1 ? m_invariants.check(m_status)
                                 : std::to_string(messages) + " messages came in a cycle\n");
   }
 
@@ -150,19 +136,7 @@ private:
   // otherwise.
   static void giveWay() { std::this_thread::sleep_for(std::chrono::microseconds(20)); }
 
-  void expectNothing(const std::string& wrong) {
-    if (!wrong.empty() && m_isGood) {
-      std::printf("wrong in cycle %" PRIu64 ":\n%sagain with: --threads --seed %" PRIu64 " --cycles %" PRIu64
-                  "\n",
-                  m_cycle, wrong.c_str(), m_options.seed, m_options.cycles);
-      m_isGood = false;
-    }
-  }
-
-  RunOptions m_options;
-  RandomCard m_card;
   I2cBus m_bus{m_card};
-  RunInvariants m_invariants{m_card};
   PosixDoubles m_posix;
   CPD69104Engine m_engine;
   std::vector<std::thread> m_threads;
@@ -171,10 +145,6 @@ private:
   std::atomic<std::uint32_t> m_commands{0};
   PoeStatus m_status{}; // of the last cycle
   PoeConfig m_stored{}; // written by one thread, read after its end
-  std::uint64_t m_cycle = 0;
-  Footprint m_first{};
-  Footprint m_last{};
-  bool m_isGood = true;
 };
 
 } // namespace

@@ -15,7 +15,7 @@ class Date : public TimeOfDayFixture, public ::testing::WithParamInterface<LastS
 protected:
   void startBehindTheDate(const std::string& program) {
     timeOfDay.set(GetParam().time + 60);
-    startService(program);
+    startService({program});
   }
 
   // A service whose clock or receive fails at once would keep a processor busy.

@@ -1,5 +1,4 @@
-// The service over a minute or longer, and what a cycle costs.
-#include "tests/target/support/system_calls.h"
+// The service over a minute or longer.
 #include "tests/target/support/tap_listener.h"
 #include "tests/target/support/target_fixture.h"
 
@@ -82,22 +81,5 @@ TEST_F(Endurance, OfManyCyclesShowsNoDriftAndNoGrowth) {
   measured("resident memory after " + std::to_string(cycles) + " cycles", std::to_string(memory) + " kB");
   EXPECT_EQ(log.take(), START_LOG);
 }
-
-#ifdef HAS_STRACE
-TEST_F(Endurance, OfACycleTakes64Transfers) {
-  startTraced(SERVICE);
-  for (int message = 0; message < 4; message++) {
-    status->next();
-  }
-  killService();
-  const SystemCalls calls = callsOfCycles(1);
-  EXPECT_EQ(calls.at("ioctl"), 64);
-  EXPECT_EQ(calls.at("mq_timedsend"), 1);
-  for (const auto& [name, count] : calls) {
-    measured("system calls of a cycle, " + name, std::to_string(count));
-  }
-  EXPECT_EQ(log.take(), START_LOG);
-}
-#endif
 
 } // namespace

@@ -90,15 +90,17 @@ pack_root() {
     fail "cannot pack $1"
 }
 
-# What a machine has beside its first serial port.
-more_devices=()
+# What an emulator is told beside the machine itself: further devices, another clock.
+more_options=()
+# A clock that counts instructions, 4 ns each, so that every run gives the same, and that skips the machine's sleep.
+counting_clock=(-icount shift=2,sleep=off)
 
 # run_machine LOG QEMU ARGUMENT...: runs the machine and shows its results as they come.
 run_machine() {
   local log=$1 line
   shift
   progress "starting the machine"
-  timeout "$machine_timeout_s" "$@" -display none -monitor none -serial stdio "${more_devices[@]}" -nic none -no-reboot \
+  timeout "$machine_timeout_s" "$@" -display none -monitor none -serial stdio "${more_options[@]}" -nic none -no-reboot \
     </dev/null 2>&1 |
     stdbuf -oL tr -d '\r' | tee "$log" | while IFS= read -r line; do
       case $line in
@@ -124,15 +126,27 @@ judge() {
   progress "all $count tests passed"
 }
 
-# run_tests NAME GROUP FILTER COMMAND...: runs the tests of target_tests that the filter names on a machine of their own;
-# COMMAND runs the program here and lists them.
-run_tests() {
-  local name=$1 group=$2 filter=$3 place=build/target/$1.$2 machine
+# run_on_machine NAME IMAGE PLACE WORD... -- COMMAND...: runs a test program on a machine of its own with the file system
+# IMAGE, and judges its tests. The words go to the kernel's command line and from there into the program's environment.
+# COMMAND runs the program here, where it lists the tests. The results are PLACE.log.
+run_on_machine() {
+  local name=$1 image=$2 place=$3 words=() machine
   shift 3
-  GTEST_FILTER=$filter expected_names "$@" >"$place.names"
-  "${name}_machine" "build/target/$name.cpio.gz" "GTEST_FILTER=$filter"
+  while [ "$1" != -- ]; do
+    words+=("$1")
+    shift
+  done
+  shift
+  # One name to a line.
+  env "${words[@]}" "$@" --gtest_list_tests | awk '/^[^ ]/ { suite = $1; next } { print suite $1 }' >"$place.names"
+  "${name}_machine" "$image" "${words[@]}"
   run_machine "$place.log" "${machine[@]}"
   judge "$place.log" "$place.names"
+}
+
+# run_tests NAME GROUP FILTER COMMAND...: the tests of target_tests that the filter names.
+run_tests() {
+  run_on_machine "$1" "build/target/$1.cpio.gz" "build/target/$1.$2" "GTEST_FILTER=$3" -- "${@:4}"
 }
 
 # clock_and_scenarios NAME FILTER COMMAND...: the scenarios wait for the tests of the clock, because booting machines take
@@ -144,15 +158,12 @@ clock_and_scenarios() {
   play_scenarios "$name" && return "$status"
 }
 
-# run_compressed NAME CYCLES FILTER COMMAND...: the endurance test in compressed time: the machine's clock counts its
-# instructions, 4 ns each, and skips the time in which it sleeps. The chip is i2c-stub, because the simulated card answers in
-# the time of this computer.
+# run_compressed NAME CYCLES FILTER COMMAND...: the endurance test in compressed time. The chip is i2c-stub, because the
+# simulated card answers in the time of this computer.
 run_compressed() {
-  local name=$1 place=build/target/$1.compressed machine
-  GTEST_FILTER=$3 expected_names "${@:4}" >"$place.names"
-  "${name}_machine" "build/target/$name.cpio.gz" "GTEST_FILTER=$3" "CYCLES=$2"
-  run_machine "$place.log" nice "${machine[@]}" -icount shift=2,sleep=off
-  judge "$place.log" "$place.names"
+  local more_options=("${counting_clock[@]}")
+  renice -n 10 -p "$BASHPID" >/dev/null
+  run_on_machine "$1" "build/target/$1.cpio.gz" "build/target/$1.compressed" "GTEST_FILTER=$3" "CYCLES=$2" -- "${@:4}"
 }
 
 # run_all_on NAME CYCLES COMMAND...: everything that runs on machines of this kind, side by side; most of the time it waits
@@ -165,9 +176,4 @@ run_all_on() {
   in_lane run_tests "$name" service "-$clock:$endurance" "$@/target_tests"
   in_lane run_bus_tests "$name" "$@/kernel_bus_tests"
   wait_for_lanes
-}
-
-# expected_names COMMAND...: the names of the tests of the test program, which COMMAND runs, one to a line.
-expected_names() {
-  "$@" --gtest_list_tests | awk '/^[^ ]/ { suite = $1; next } { print suite $1 }'
 }

@@ -1,9 +1,6 @@
 // Both messages through the real queues, and what a configuration does to the chip.
 #include "tests/target/support/target_fixture.h"
 
-#include <cstring>
-#include <fstream>
-
 namespace {
 
 // The registers after the scene's configuration when all held 0x5A before.
@@ -36,31 +33,6 @@ TEST_F(Configuration, OfAFirstMessageIsWrittenToEveryRegister) {
   EXPECT_EQ(log.take(), START_LOG);
 }
 
-TEST_F(Configuration, IsWrittenAgainToAChipThatWasPowerCycled) {
-  startService();
-  send(sceneConfigMessage());
-  nextWholeStatus();
-  EXPECT_EQ(log.take(), START_LOG);
-  chip->fill(0x5A);
-  const std::string recovery = "<6> PD69104 POE chip not initialised, excuting (re)init now!!\n"
-                               "<6> POE now setting default configuration\n";
-  EXPECT_EQ(log.takeUntil(recovery, MAX_WAIT), recovery);
-  EXPECT_EQ(nextWholeStatus().mainOperStatus, 1U);
-  EXPECT_EQ(differences(chip->readAll(), configuredRegisters()), "");
-}
-
-TEST_F(Configuration, FromAFileOfPoectlIsAppliedToTheChip) {
-  startService();
-  { std::ofstream("/tmp/card.toml") << run({"/bin/poectl", "example"}).output; }
-  const Result applied = run({"/bin/poectl", "apply", "/tmp/card.toml"});
-  EXPECT_EQ(applied.status, 0) << applied.output;
-  nextWholeStatus();
-  EXPECT_EQ(chip->read(0x89), 100);
-  EXPECT_EQ(chip->read(0x12), 0x3F);
-  EXPECT_EQ(chip->read(0x82), 30);
-  EXPECT_EQ(log.take(), START_LOG);
-}
-
 using Status = TargetTest;
 
 TEST_F(Status, StandsInTheMessageByteForByte) {
@@ -71,18 +43,6 @@ TEST_F(Status, StandsInTheMessageByteForByte) {
   const std::vector<char> bytes = status->nextBytes();
   EXPECT_EQ(wordsOf({bytes.begin(), bytes.end()}), wordsOf(sceneStatusMessage()));
   EXPECT_EQ(log.take(), START_LOG);
-}
-
-TEST_F(Status, IsShownByPoectl) {
-  startService();
-  status.reset();
-  EXPECT_EQ(log.take(), START_LOG);
-  const Result shown = run({"/bin/poectl", "status", "--json"});
-  EXPECT_EQ(shown.status, 0);
-  EXPECT_NE(shown.output.find("\"mainOperStatusWord\": \"running\""), std::string::npos) << shown.output;
-  EXPECT_NE(shown.output.find("\"deviceTemperature\": -27"), std::string::npos) << shown.output;
-  killService();
-  EXPECT_EQ(withoutReportsOfNoQueue(log.take()), "");
 }
 
 } // namespace

@@ -2,6 +2,9 @@
 # qemu-system-ppc.
 . tests/target/powerpc_kernel.sh
 
+# Runs a program of that machine here.
+emulator=(qemu-ppc -L /usr/powerpc-linux-gnu)
+
 # pack_powerpc_root FILE PROGRAM...: the initial file system with init, the modules and the programs of
 # build/powerpc/bin. The static service is in a directory of its own, under the service's name.
 pack_powerpc_root() {
@@ -27,12 +30,4 @@ powerpc_machine() {
   shift
   machine=(qemu-system-ppc -object memory-backend-memfd,id=memory,size=512M,share=on -M ppce500,memory-backend=memory
     -cpu e500mc -m 512 -kernel "$kernel/vmlinux" -initrd "$file" -append "console=ttyS0,115200 quiet panic=1 $*")
-}
-
-# run_powerpc_machine LOG FILE WORD...: runs it.
-run_powerpc_machine() {
-  local log=$1 machine
-  shift
-  powerpc_machine "$@"
-  run_machine "$log" "${machine[@]}"
 }

@@ -62,7 +62,7 @@ pack_x86_root() {
   shift
   root=$(mktemp -d)
   scratch+=("$root")
-  for program in "$@" "$(command -v strace)"; do
+  for program in "$@"; do
     [[ $program == /* ]] || program=build/release/bin/$program
     copy_program "$program" bin "$root" "${x86_libraries[@]}"
   done
@@ -83,12 +83,4 @@ x86_machine() {
   shift
   machine=(qemu-system-x86_64 -object memory-backend-memfd,id=memory,size=512M,share=on -M pc,memory-backend=memory
     -m 512 -kernel "$kernel/vmlinuz" -initrd "$file" -append "console=ttyS0,115200 quiet panic=1 no_timer_check $*")
-}
-
-# run_x86_machine LOG FILE WORD...: runs it.
-run_x86_machine() {
-  local log=$1 machine
-  shift
-  x86_machine "$@"
-  run_machine "$log" "${machine[@]}"
 }

@@ -25,23 +25,32 @@ Steps configured(PowerScene& scene) {
   return Steps{[&scene] { scene.send(threePorts()); }} + pauses(4);
 }
 
-// ---- the service ends and starts ----
-
-unsigned endsInOrder(PowerScene& scene, unsigned /*transfer*/) {
-  scene.run(configured(scene) + Steps{[&] { scene.card.startWatch(); }});
-  scene.card.pause(seconds(WINDOW));
-  return 0;
+// The service is about to be killed, or a transfer to fail, where the scene says so.
+void beginKill(PowerScene& scene) {
+  scene.card.startWatch();
+  scene.card.killServiceBefore(scene.transfer);
 }
 
-unsigned killedInACycle(PowerScene& scene, unsigned transfer) {
-  unsigned transfers = 0;
-  const auto kill = [&] {
-    scene.card.startWatch();
-    scene.card.killServiceBefore(transfer);
-  };
-  scene.run(configured(scene) + Steps{kill, [&] { transfers = scene.card.transfers(); }});
+void beginFailure(PowerScene& scene) {
+  scene.card.startWatch();
+  scene.card.failTransfer(scene.transfer);
+}
+
+// The operation at whose transfers the event strikes ends here.
+void endOperation(PowerScene& scene) {
+  scene.transfers = scene.card.transfers();
+}
+
+// ---- the service ends and starts ----
+
+void endsInOrder(PowerScene& scene) {
+  scene.run(configured(scene) + Steps{[&] { scene.card.startWatch(); }});
   scene.card.pause(seconds(WINDOW));
-  return transfers;
+}
+
+void killedInACycle(PowerScene& scene) {
+  scene.run(configured(scene) + Steps{[&] { beginKill(scene); }, [&] { endOperation(scene); }});
+  scene.card.pause(seconds(WINDOW));
 }
 
 void restart(PowerScene& scene) {
@@ -50,137 +59,103 @@ void restart(PowerScene& scene) {
   scene.run(configured(scene) + pauses(WINDOW));
 }
 
-unsigned restartedAfterAKill(PowerScene& scene, unsigned transfer) {
-  const unsigned transfers = killedInACycle(scene, transfer);
+void restartedAfterAKill(PowerScene& scene) {
+  killedInACycle(scene);
   scene.card.startWatch();
   restart(scene);
-  return transfers;
 }
 
-unsigned startedAndConfigured(PowerScene& scene, unsigned /*transfer*/) {
+void startedAndConfigured(PowerScene& scene) {
   scene.run(configured(scene));
   scene.card.startWatch();
   scene.run(configured(scene) + pauses(WINDOW));
-  return 0;
 }
 
-unsigned startedWithoutConfiguration(PowerScene& scene, unsigned /*transfer*/) {
+void startedWithoutConfiguration(PowerScene& scene) {
   scene.run(configured(scene));
   scene.card.startWatch();
   scene.run(pauses(WINDOW));
-  return 0;
 }
 
-unsigned killedInItsStart(PowerScene& scene, unsigned transfer) {
+void killedInItsStart(PowerScene& scene) {
   scene.run(configured(scene));
-  scene.card.startWatch();
-  scene.card.killServiceBefore(transfer);
-  unsigned transfers = 0;
-  scene.run({[&] { transfers = scene.card.transfers(); }});
+  beginKill(scene);
+  scene.run({[&] { endOperation(scene); }});
   restart(scene);
-  return transfers;
 }
 
-unsigned killedInItsFirstConfiguration(PowerScene& scene, unsigned transfer) {
+void killedInItsFirstConfiguration(PowerScene& scene) {
   scene.run(configured(scene));
-  unsigned transfers = 0;
-  const auto sendAndKill = [&] {
-    scene.card.startWatch();
-    scene.card.killServiceBefore(transfer);
+  scene.run({[&] {
+    beginKill(scene);
     scene.send(threePorts());
-    transfers = scene.card.transfers();
-  };
-  scene.run({sendAndKill});
+    endOperation(scene);
+  }});
   restart(scene);
-  return transfers;
 }
 
 // ---- the bus and the chip ----
 
-unsigned transferOfACycleFails(PowerScene& scene, unsigned transfer) {
-  unsigned transfers = 0;
-  const auto fail = [&] {
-    scene.card.startWatch();
-    scene.card.failTransfer(transfer);
-  };
-  const auto count = [&] { transfers = scene.card.transfers(); };
-  scene.run(configured(scene) + Steps{fail, count} + pauses(WINDOW));
-  return transfers;
+void transferOfACycleFails(PowerScene& scene) {
+  scene.run(configured(scene) + Steps{[&] { beginFailure(scene); }, [&] { endOperation(scene); }} +
+            pauses(WINDOW));
 }
 
-unsigned transferOfTheStartFails(PowerScene& scene, unsigned transfer) {
+void transferOfTheStartFails(PowerScene& scene) {
   scene.run(configured(scene));
-  scene.card.startWatch();
-  scene.card.failTransfer(transfer);
-  unsigned transfers = 0;
+  beginFailure(scene);
   const auto countAndSend = [&] {
-    transfers = scene.card.transfers();
+    endOperation(scene);
     scene.send(threePorts());
   };
   scene.run(Steps{countAndSend} + pauses(WINDOW));
-  return transfers;
 }
 
-// Sends a configuration one of whose transfers fails; returns how many it has.
-unsigned sendFailing(PowerScene& scene, const PoeConfig& config, unsigned transfer) {
-  scene.card.startWatch();
-  scene.card.failTransfer(transfer);
+// Sends a configuration one of whose transfers may fail.
+void sendFailing(PowerScene& scene, const PoeConfig& config) {
+  beginFailure(scene);
   scene.send(config);
-  return scene.card.transfers();
+  endOperation(scene);
 }
 
-unsigned transferOfTheFirstConfigurationFails(PowerScene& scene, unsigned transfer) {
-  unsigned transfers = 0;
-  const auto send = [&] { transfers = sendFailing(scene, threePorts(), transfer); };
-  scene.run(Steps{send} + pauses(WINDOW));
-  return transfers;
+void transferOfTheFirstConfigurationFails(PowerScene& scene) {
+  scene.run(Steps{[&] { sendFailing(scene, threePorts()); }} + pauses(WINDOW));
 }
 
-unsigned transferOfAChangeFails(PowerScene& scene, unsigned transfer) {
+void transferOfAChangeFails(PowerScene& scene) {
   PoeConfig changed = threePorts();
   changed.port[1].powerLimit = 12000;
-  unsigned transfers = 0;
-  const auto send = [&] { transfers = sendFailing(scene, changed, transfer); };
-  scene.run(configured(scene) + Steps{send} + pauses(WINDOW));
-  return transfers;
+  scene.run(configured(scene) + Steps{[&] { sendFailing(scene, changed); }} + pauses(WINDOW));
 }
 
-unsigned transferOfARecoveryFails(PowerScene& scene, unsigned transfer) {
-  unsigned transfers = 0;
+void transferOfARecoveryFails(PowerScene& scene) {
   const auto powerCycle = [&] {
-    scene.card.startWatch();
-    scene.card.failTransfer(transfer);
+    beginFailure(scene);
     scene.card.change([](ChipModel& chip) { chip.powerCycle(); });
   };
-  const auto count = [&] { transfers = scene.card.transfers(); };
-  scene.run(configured(scene) + Steps{powerCycle, count} + pauses(WINDOW));
-  return transfers;
+  scene.run(configured(scene) + Steps{powerCycle, [&] { endOperation(scene); }} + pauses(WINDOW));
 }
 
-unsigned transferOfAReportFails(PowerScene& scene, unsigned transfer) {
-  unsigned transfers = 0;
+void transferOfAReportFails(PowerScene& scene) {
   const auto ask = [&] {
-    scene.card.startWatch();
-    scene.card.failTransfer(transfer);
+    beginFailure(scene);
     scene.ask({"poeport", "1"});
-    transfers = scene.card.transfers();
+    endOperation(scene);
   };
   scene.run(configured(scene) + Steps{ask} + pauses(WINDOW));
-  return transfers;
 }
 
 using CardStep = std::function<void(SteppedCard& card)>;
 
 // The one happens to the card; ten seconds later the other does.
-std::function<unsigned(PowerScene&, unsigned)> forTenSeconds(const CardStep& begin, const CardStep& end) {
-  return [=](PowerScene& scene, unsigned /*transfer*/) {
+std::function<void(PowerScene&)> forTenSeconds(const CardStep& begin, const CardStep& end) {
+  return [=](PowerScene& scene) {
     const auto first = [&] {
       scene.card.startWatch();
       begin(scene.card);
     };
     const auto last = [&] { end(scene.card); };
     scene.run(configured(scene) + Steps{first} + pauses(9) + Steps{last} + pauses(WINDOW));
-    return 0U;
   };
 }
 
@@ -207,20 +182,24 @@ void switchChipOff(SteppedCard& card) {
 
 // ---- configurations ----
 
-unsigned firstConfiguration(PowerScene& scene, unsigned /*transfer*/) {
-  transferOfTheFirstConfigurationFails(scene, 0);
-  return 0;
+void firstConfiguration(PowerScene& scene) {
+  const auto send = [&] {
+    scene.card.startWatch();
+    scene.send(threePorts());
+  };
+  scene.run(Steps{send} + pauses(WINDOW));
 }
 
 // The configuration of the scene, changed, is sent to the service that runs with it.
-std::function<unsigned(PowerScene&, unsigned)>
-configurationChanges(const std::function<void(PoeConfig& config)>& change) {
-  return [=](PowerScene& scene, unsigned /*transfer*/) {
-    PoeConfig config = threePorts();
-    change(config);
-    const auto send = [&] { sendFailing(scene, config, 0); };
+std::function<void(PowerScene&)> configurationChanges(const std::function<void(PoeConfig& config)>& change) {
+  return [=](PowerScene& scene) {
+    const auto send = [&] {
+      PoeConfig config = threePorts();
+      change(config);
+      scene.card.startWatch();
+      scene.send(config);
+    };
     scene.run(configured(scene) + Steps{send} + pauses(WINDOW));
-    return 0U;
   };
 }
 

@@ -10,9 +10,8 @@
 struct PowerEvent {
   std::string name;
   // Lets the event happen in a new scene, and starts the watch where it begins. An event that can strike at
-  // each transfer of an operation strikes at the one of this number, or not at all with 0; the result is how
-  // many transfers there are, 0 for other events.
-  std::function<unsigned(PowerScene& scene, unsigned transfer)> happen;
+  // each transfer of an operation strikes at the scene's, and writes down how many there are.
+  std::function<void(PowerScene& scene)> happen;
 };
 
 std::vector<PowerEvent> powerEvents();

@@ -9,7 +9,7 @@ constexpr std::chrono::milliseconds HALF_A_PAUSE{500};
 
 } // namespace
 
-PowerScene::PowerScene() {
+PowerScene::PowerScene(unsigned transferOfTheEvent) : transfer(transferOfTheEvent) {
   using Signature = ChipModel::Signature;
   card.change([](ChipModel& chip) {
     chip.plug(0, {Signature::Good, 4, 22.0});

@@ -17,7 +17,7 @@ public:
   using Step = std::function<void()>;
   using Steps = std::vector<Step>;
 
-  PowerScene();
+  explicit PowerScene(unsigned transferOfTheEvent);
   ~PowerScene();
   PowerScene(const PowerScene&) = delete;
   PowerScene& operator=(const PowerScene&) = delete;
@@ -32,6 +32,8 @@ public:
   // The console asks the running service.
   void ask(const std::vector<const char*>& command);
 
+  const unsigned transfer; // the one at which the event strikes; 0: at none
+  unsigned transfers = 0;  // how many there are; 0 for an event that strikes at no transfer
   SteppedCard card;
 
 private:

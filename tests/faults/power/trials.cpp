@@ -5,17 +5,13 @@ namespace {
 TriedEvent tryEvent(const PowerEvent& event) {
   TriedEvent tried{event.name, {}};
   unsigned transfers = 0;
-  {
-    PowerScene scene;
-    transfers = event.happen(scene, 0);
-    if (transfers == 0) {
-      tried.trials.push_back({0, scene.card.histories()});
+  for (unsigned transfer = 0; transfer <= transfers; transfer++) {
+    PowerScene scene(transfer);
+    event.happen(scene);
+    transfers = transfer == 0 ? scene.transfers : transfers; // a failure may lead to others
+    if (transfer != 0 || transfers == 0) {
+      tried.trials.push_back({transfer, scene.card.histories()});
     }
-  }
-  for (unsigned transfer = 1; transfer <= transfers; transfer++) {
-    PowerScene scene;
-    event.happen(scene, transfer);
-    tried.trials.push_back({transfer, scene.card.histories()});
   }
   return tried;
 }

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -29,34 +31,23 @@ unsigned hexNumber(const std::string& text) {
   return static_cast<unsigned>(std::stoul(text, nullptr, 16));
 }
 
-// "64 00 00 00" or "00 x 28".
-void append(Bytes& bytes, const std::string& cell) {
+// The bytes of a cell: "64 00 00 00", or "00 x 28".
+Bytes bytesIn(const std::string& cell) {
   const std::size_t times = cell.find(" x ");
   if (times != std::string::npos) {
-    bytes.insert(bytes.end(), std::stoul(cell.substr(times + 3)), hexNumber(cell.substr(0, 2)));
-    return;
+    return Bytes(std::stoul(cell.substr(times + 3)), hexNumber(cell));
   }
-  for (std::size_t at = 0; at < cell.size(); at += 3) {
-    bytes.push_back(hexNumber(cell.substr(at, 2)));
+  std::istringstream words(cell);
+  Bytes bytes;
+  for (std::string word; words >> word;) {
+    bytes.push_back(hexNumber(word));
   }
+  return bytes;
 }
 
-// The columns of a dump's rows: indentation, offset, little-endian bytes, big-endian bytes, field.
-constexpr std::size_t OFFSET = 4;
-constexpr std::size_t OFFSET_WIDTH = 4;
-constexpr std::size_t LITTLE_ENDIAN_BYTES = 12;
-constexpr std::size_t BIG_ENDIAN_BYTES = 27;
-constexpr std::size_t BYTES_WIDTH = 11;
-constexpr std::size_t FIELD = 40;
-
-bool isRow(const std::string& line) {
-  return line.size() > FIELD && line.find_first_not_of(' ') == OFFSET &&
-         line.find_first_not_of("0123456789abcdef", OFFSET) == OFFSET + OFFSET_WIDTH;
-}
-
-// The bytes of the dump below a heading.
+// The bytes of the dump below a heading. A row has offset, little-endian bytes, big-endian bytes and field.
 Bytes dumpBelow(const std::string& heading) {
-  const std::size_t column = isBigEndian() ? BIG_ENDIAN_BYTES : LITTLE_ENDIAN_BYTES;
+  const std::regex row("    ([0-9a-f]{4})    (.{11})    (.{11})  .+");
   std::ifstream document(MESSAGES_DOCUMENT);
   Bytes bytes;
   bool isBelow = false;
@@ -64,30 +55,23 @@ Bytes dumpBelow(const std::string& heading) {
     if (line.compare(0, 1, "#") == 0) {
       isBelow = line == heading;
     }
-    if (isBelow && isRow(line)) {
-      EXPECT_EQ(hexNumber(line.substr(OFFSET, OFFSET_WIDTH)), bytes.size()) << line;
-      const std::string cell = line.substr(column, BYTES_WIDTH);
-      append(bytes, cell.substr(0, cell.find_last_not_of(' ') + 1));
+    std::smatch cells;
+    if (isBelow && std::regex_match(line, cells, row)) {
+      EXPECT_EQ(hexNumber(cells[1]), bytes.size()) << line;
+      const Bytes more = bytesIn(cells[isBigEndian() ? 3 : 2]);
+      bytes.insert(bytes.end(), more.begin(), more.end());
     }
   }
   return bytes;
 }
 
-PoePortConfig portConfig(bool enabled, std::uint32_t priority, std::uint32_t powerLimit) {
-  PoePortConfig port{};
-  port.adminEnable = enabled;
-  port.priority = priority;
-  port.powerLimit = powerLimit;
-  return port;
-}
-
 TEST(MessagesDocument, ShowsTheBytesOfTheExampleConfiguration) {
   PoeConfigMessage message{};
   message.config.bankPowerLimit[0] = 100;
-  message.config.port[0] = portConfig(true, 1, 15000);
-  message.config.port[1] = portConfig(true, 2, 30000);
-  message.config.port[2] = portConfig(true, 3, 15000);
-  message.config.port[3] = portConfig(false, 3, 0);
+  message.config.port[0] = {1, {}, 1, 15000, {}};
+  message.config.port[1] = {1, {}, 2, 30000, {}};
+  message.config.port[2] = {1, {}, 3, 15000, {}};
+  message.config.port[3] = {0, {}, 3, 0, {}};
 
   EXPECT_EQ(dumpBelow("### A configuration, byte by byte"), bytesOf(message));
 }

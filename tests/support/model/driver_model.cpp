@@ -1,25 +1,23 @@
 #include "tests/support/model/driver_model.h"
 
+#include "text/text.h"
+
 #include <cerrno>
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 
 namespace {
 
-[[gnu::format(printf, 1, 2)]] std::string text(const char* format, ...) {
-  char line[256];
-  va_list arguments;
-  va_start(arguments, format);
-  vsnprintf(line, sizeof line, format, arguments);
-  va_end(arguments);
-  return line;
-}
+using text::formatted;
 
-// The ports that an argument of a setter stands for.
-std::vector<unsigned> portsOf(unsigned c) {
-  return c == 127 ? std::vector<unsigned>{0, 1, 2, 3} : std::vector<unsigned>{c};
+// Does `set` for each port that an argument of a setter stands for, also after one that fails.
+template <typename Set>
+bool setPorts(unsigned c, Set set) {
+  bool good = true;
+  for (unsigned port = 0; port < 4; port++) {
+    good = ((c != 127 && c != port) || set(port)) && good;
+  }
+  return good;
 }
 
 // The errno with which a call fails that is made again after EINTR; 0 when it succeeds in the end.
@@ -43,7 +41,7 @@ unsigned deciVolts(unsigned raw) {
 } // namespace
 
 void DriverModel::report(int line, const std::string& message) {
-  log.push_back({3, text("SWERR ERROR DETECTED: components/PoeDriver/pd69104 %d ", line)});
+  log.push_back({3, formatted("SWERR ERROR DETECTED: components/PoeDriver/pd69104 %d ", line)});
   log.push_back({3, message});
 }
 
@@ -53,14 +51,14 @@ void DriverModel::open(const std::vector<int>& openErrors, const std::vector<int
   mode = 0;
   descriptor = -1;
   if (const int openError = finalError(openErrors); openError != 0) {
-    report(294, text("Cannot open I2C driver /dev/i2c-0: %s\n", strerror(openError)));
+    report(294, formatted("Cannot open I2C driver /dev/i2c-0: %s\n", strerror(openError)));
     error = true;
     errorCount = 1;
     return;
   }
   descriptor = I2cBus::DESCRIPTOR;
   if (const int bindError = finalError(bindErrors); bindError != 0) {
-    report(306, text("Cannot access I2C driver: %s\n", strerror(bindError)));
+    report(306, formatted("Cannot access I2C driver: %s\n", strerror(bindError)));
     error = true;
     errorCount = 1;
   }
@@ -72,7 +70,7 @@ bool DriverModel::finish(bool good, int line, unsigned address) {
     return true;
   }
   if (!error) {
-    report(line, text("Failed reading device at address 0x%x\n", address));
+    report(line, formatted("Failed reading device at address 0x%x\n", address));
     errorCount++;
     mode = 0;
     error = true;
@@ -82,7 +80,7 @@ bool DriverModel::finish(bool good, int line, unsigned address) {
 
 bool DriverModel::write(unsigned address, unsigned value) {
   if (address > 0xCE) {
-    report(2142, text("Range Error [address=0x%x]\n", address));
+    report(2142, formatted("Range Error [address=0x%x]\n", address));
     return false;
   }
   return finish(descriptor >= 0 && bus.write(address, value & 0xFF), 2154, address);
@@ -105,18 +103,18 @@ bool DriverModel::read16(unsigned address, unsigned* value) {
 
 std::string DriverModel::info() const {
   const char* modes[] = {"IDLE", "NORMAL", "SELFTEST"};
-  return text("==============\nPD69104 DRIVER\n==============\n"
-              "m_HwOperationMode       : %s\n\n"
-              "m_i2c_filename          : /dev/i2c-0\n"
-              "m_i2c_adapter_nr        : 0\n"
-              "m_i2c_file              : %d\n"
-              "m_poeError              : %s\n"
-              "m_poeErrorCount         : %u\n",
-              modes[mode], descriptor, error ? "TRUE" : "FALSE", errorCount);
+  return formatted("==============\nPD69104 DRIVER\n==============\n"
+                   "m_HwOperationMode       : %s\n\n"
+                   "m_i2c_filename          : /dev/i2c-0\n"
+                   "m_i2c_adapter_nr        : 0\n"
+                   "m_i2c_file              : %d\n"
+                   "m_poeError              : %s\n"
+                   "m_poeErrorCount         : %u\n",
+                   modes[mode], descriptor, error ? "TRUE" : "FALSE", errorCount);
 }
 
-bool DriverModel::rejected(unsigned c, int line, const std::string& message) {
-  if (c <= 3 || c == 127) {
+bool DriverModel::rejected(unsigned c, int line, const std::string& message, bool isValueGood) {
+  if ((c <= 3 || c == 127) && isValueGood) {
     return false;
   }
   report(line, message);
@@ -144,62 +142,45 @@ bool DriverModel::setDefaultConfiguration() {
 }
 
 bool DriverModel::setMode(unsigned c, unsigned newMode) {
-  if (rejected(c, 638, text("Range Error [4:%d]\n", c))) {
+  if (rejected(c, 638, formatted("Range Error [4:%d]\n", c))) {
     return false;
   }
-  bool good = true;
-  for (const unsigned port : portsOf(c)) {
-    good = update(0x12, 3U << 2 * port, newMode << 2 * port) && good;
-  }
-  return good;
+  return setPorts(c, [&](unsigned port) { return update(0x12, 3U << 2 * port, newMode << 2 * port); });
 }
 
 bool DriverModel::setDetectionClassification(unsigned c, unsigned enable) {
-  if (rejected(c, 1212, text("Range Error [c=4:%d ]\n", c))) {
+  if (rejected(c, 1212, formatted("Range Error [c=4:%d ]\n", c))) {
     return false;
   }
-  bool good = true;
-  for (const unsigned port : portsOf(c)) {
-    good = update(0x14, 0x11U << port, (enable & 1) * 0x11U << port) && good;
-  }
-  return good;
+  return setPorts(c,
+                  [&](unsigned port) { return update(0x14, 0x11U << port, (enable & 1) * 0x11U << port); });
 }
 
 bool DriverModel::setDisconnect(unsigned c, unsigned value) {
-  if (rejected(c, 868, text("Range Error [c=4:%d ]\n", c))) {
+  if (rejected(c, 868, formatted("Range Error [c=4:%d ]\n", c))) {
     return false;
   }
-  bool good = true;
-  for (const unsigned port : portsOf(c)) {
-    good = update(0x13, 1U << port, (value & 1) << port) && good;
-  }
-  return good;
+  return setPorts(c, [&](unsigned port) { return update(0x13, 1U << port, (value & 1) << port); });
 }
 
 bool DriverModel::setMidspan(unsigned c, unsigned enable) {
-  if (rejected(c, 940, text("Range Error [c=4:%d ]\n", c))) {
+  if (rejected(c, 940, formatted("Range Error [c=4:%d ]\n", c))) {
     return false;
   }
-  bool good = true;
-  for (const unsigned port : portsOf(c)) {
-    good = update(0x15, 1U << port, (enable & 1) << port) && good;
-  }
-  return good;
+  return setPorts(c, [&](unsigned port) { return update(0x15, 1U << port, (enable & 1) << port); });
 }
 
 bool DriverModel::setTlim(unsigned c, unsigned milliseconds) {
-  if (rejected(c, 1011, text("Range Error [c=4:%d ]\n", c))) {
+  if (rejected(c, 1011, formatted("Range Error [c=4:%d ]\n", c))) {
     return false;
   }
   // 1.71 ms a step, to the nearest; 26 ms and more are the 15 steps that fit.
   const unsigned steps =
       milliseconds >= 26 ? 15 : static_cast<unsigned>(std::floor((milliseconds + 0.855) / 1.71));
-  bool good = true;
-  for (const unsigned port : portsOf(c)) {
+  return setPorts(c, [&](unsigned port) {
     const bool isUpper = port == 1 || port == 3;
-    good = update(port < 2 ? 0x1E : 0x1F, isUpper ? 0xF0 : 0x0F, isUpper ? steps * 16 : steps) && good;
-  }
-  return good;
+    return update(port < 2 ? 0x1E : 0x1F, isUpper ? 0xF0 : 0x0F, isUpper ? steps * 16 : steps);
+  });
 }
 
 bool DriverModel::highPowerPort(unsigned port, unsigned enable, unsigned modeBits, unsigned icut,
@@ -210,7 +191,7 @@ bool DriverModel::highPowerPort(unsigned port, unsigned enable, unsigned modeBit
   if (icut > 1181) {
     unsigned steps = static_cast<unsigned>((icut + 18.75) / 37.5);
     if (steps > 63) {
-      report(1148, text("Range Error: Icut too large, truncated [Icut=%d ]\n", icut));
+      report(1148, formatted("Range Error: Icut too large, truncated [Icut=%d ]\n", icut));
       steps = 63;
     }
     cut = 0x80 | steps;
@@ -219,7 +200,7 @@ bool DriverModel::highPowerPort(unsigned port, unsigned enable, unsigned modeBit
   }
   good = write(0x47 + 5 * port, cut) && good;
   if (limMode > 1) {
-    report(1167, text("Illegal mode [0x%x]\n", limMode));
+    report(1167, formatted("Illegal mode [0x%x]\n", limMode));
     return false;
   }
   return write(0x48 + 5 * port, limMode == 1 ? 0x80 : 0xC0) && good;
@@ -227,52 +208,36 @@ bool DriverModel::highPowerPort(unsigned port, unsigned enable, unsigned modeBit
 
 bool DriverModel::setHighPower(unsigned c, unsigned enable, unsigned bit0, unsigned bit1, unsigned icut,
                                unsigned limMode) {
-  if (rejected(c, 1099, text("Range Error [c=4:%d ]\n", c))) {
+  if (rejected(c, 1099, formatted("Range Error [c=4:%d ]\n", c))) {
     return false;
   }
-  bool good = true;
-  for (const unsigned port : portsOf(c)) {
-    good = highPowerPort(port, enable & 1, (bit0 & 1) + 2 * (bit1 & 1), icut, limMode) && good;
-  }
-  return good;
+  return setPorts(c, [&](unsigned port) {
+    return highPowerPort(port, enable & 1, (bit0 & 1) + 2 * (bit1 & 1), icut, limMode);
+  });
 }
 
 bool DriverModel::setPriority(unsigned c, unsigned priority) {
-  const std::string message = text("Range Error [c=4:%d pr=%d]\n", c, priority);
-  if (rejected(c, 786, message)) {
+  const std::string message = formatted("Range Error [c=4:%d pr=%d]\n", c, priority);
+  if (rejected(c, 786, message, priority >= 1 && priority <= 3)) {
     return false;
   }
-  if (priority < 1 || priority > 3) {
-    report(786, message);
-    return false;
-  }
-  bool good = true;
-  for (const unsigned port : portsOf(c)) {
-    good = update(0x80, 3U << 2 * port, (priority - 1) << 2 * port) && good;
-  }
-  return good;
+  return setPorts(c, [&](unsigned port) { return update(0x80, 3U << 2 * port, (priority - 1) << 2 * port); });
 }
 
 bool DriverModel::setPowerLimit(unsigned c, unsigned pw, unsigned tpw) {
-  const std::string message = text("Range Error [c=4:%d pw=40000:%d tpw=40000:%d]\n", c, pw, tpw);
-  if (rejected(c, 718, message)) {
+  const std::string message = formatted("Range Error [c=4:%d pw=40000:%d tpw=40000:%d]\n", c, pw, tpw);
+  if (rejected(c, 718, message, pw <= 40000 && tpw <= 40000)) {
     return false;
   }
-  if (pw > 40000 || tpw > 40000) {
-    report(718, message);
-    return false;
-  }
-  bool good = true;
-  for (const unsigned port : portsOf(c)) {
-    good = write(0x81 + port, pw / 1000) && good;
-    good = write(0x85 + port, tpw / 1000) && good;
-  }
-  return good;
+  return setPorts(c, [&](unsigned port) {
+    const bool good = write(0x81 + port, pw / 1000);
+    return write(0x85 + port, tpw / 1000) && good;
+  });
 }
 
 bool DriverModel::setBankLimit(unsigned bank, unsigned watts) {
   if (bank > 7 || watts > 255) {
-    report(539, text("Range Error [bank=%d powerLimit=%d]\n", bank, watts));
+    report(539, formatted("Range Error [bank=%d powerLimit=%d]\n", bank, watts));
     return false;
   }
   return write(0x89 + bank, watts);
@@ -283,35 +248,48 @@ bool DriverModel::setStaticCalculation(bool isStatic) {
 }
 
 bool DriverModel::resetPorts(unsigned bits) {
-  log.push_back({6, text("PoeResetPorts resetBits=0x%x\n", bits)});
+  log.push_back({6, formatted("PoeResetPorts resetBits=0x%x\n", bits)});
   return write(0x1A, bits & 0x0F);
 }
 
-bool DriverModel::getChannel(unsigned port, ModelChannel* channel) {
+template <typename Take>
+bool DriverModel::readTo(unsigned address, Take take) {
   unsigned value = 0;
-  const bool powerGood = read(0x10, &value);
-  if (powerGood) {
+  const bool good = read(address, &value);
+  if (good) {
+    take(value);
+  }
+  return good;
+}
+
+template <typename Take>
+bool DriverModel::read16To(unsigned address, Take take) {
+  unsigned value = 0;
+  const bool good = read16(address, &value);
+  if (good) {
+    take(value);
+  }
+  return good;
+}
+
+bool DriverModel::getChannel(unsigned port, ModelChannel* channel) {
+  bool good = readTo(0x10, [&](unsigned value) {
     channel->enable = (value >> port & 1) != 0;
     channel->powerGood = (value >> (port + 4) & 1) != 0;
-  }
-  const bool statusGood = read(0x0C + port, &value);
-  if (statusGood) {
+  });
+  good &= readTo(0x0C + port, [&](unsigned value) {
     channel->detection = value & 7;
     channel->classification = value >> 4 & 7;
-  }
-  const bool fetGood = read(0x49 + 5 * port, &value);
-  if (fetGood) {
-    channel->fetError = (value & 2) != 0;
-  }
-  const bool flagsGood = read(port < 2 ? 0x75 : 0x76, &value);
-  if (flagsGood) {
+  });
+  good &= readTo(0x49 + 5 * port, [&](unsigned value) { channel->fetError = (value & 2) != 0; });
+  good &= readTo(port < 2 ? 0x75 : 0x76, [&](unsigned value) {
     const unsigned nibble = port % 2 == 0 ? value & 15 : value >> 4;
     channel->overTemperature = (nibble & 1) != 0;
     channel->inPowerManagement = (nibble & 2) != 0;
     channel->passedCapacitorDetection = (nibble & 4) != 0;
     channel->detectionFailed = (nibble & 8) != 0;
-  }
-  return powerGood && statusGood && fetGood && flagsGood;
+  });
+  return good;
 }
 
 bool DriverModel::getCounts(ModelCounts* counts) {
@@ -329,81 +307,43 @@ bool DriverModel::getCounts(ModelCounts* counts) {
   return good;
 }
 
-bool DriverModel::getMeasurements(unsigned port, ModelMeasurements* measurements) {
-  unsigned raw = 0;
-  const bool mainGood = read16(0x71, &raw);
-  if (mainGood) {
-    measurements->mainVoltage = deciVolts(raw);
-  }
-  const bool voltageGood = read16(0x32 + 4 * port, &raw);
-  if (voltageGood) {
-    measurements->portVoltage = deciVolts(raw);
-  }
-  const bool currentGood = read16(0x30 + 4 * port, &raw);
-  if (currentGood) {
-    measurements->current = rounded(raw * 122.07 / 1000.0);
-  }
-  const bool consumptionGood = read(0x92 + port, &measurements->power);
-  return mainGood && voltageGood && currentGood && consumptionGood;
+bool DriverModel::getMeasurements(unsigned port, ModelMeasurements* figures) {
+  bool good = read16To(0x71, [&](unsigned raw) { figures->mainVoltage = deciVolts(raw); });
+  good &= read16To(0x32 + 4 * port, [&](unsigned raw) { figures->portVoltage = deciVolts(raw); });
+  good &= read16To(0x30 + 4 * port, [&](unsigned raw) { figures->current = rounded(raw * 122.07 / 1000.0); });
+  good &= read(0x92 + port, &figures->power);
+  return good;
 }
 
 bool DriverModel::getPriority(unsigned port, unsigned* priority) {
-  unsigned value = 0;
-  if (!read(0x80, &value)) {
-    return false;
-  }
-  *priority = value >> 2 * port & 3;
-  return true;
+  return readTo(0x80, [&](unsigned value) { *priority = value >> 2 * port & 3; });
 }
 
 bool DriverModel::getPowerLimits(unsigned port, unsigned* pw, unsigned* tpw) {
-  unsigned value = 0;
-  const bool pwGood = read(0x81 + port, &value);
-  if (pwGood) {
-    *pw = value & 63;
-  }
-  const bool tpwGood = read(0x85 + port, &value);
-  if (tpwGood) {
-    *tpw = value & 63;
-  }
-  return pwGood && tpwGood;
+  const bool good = readTo(0x81 + port, [&](unsigned value) { *pw = value & 63; });
+  return readTo(0x85 + port, [&](unsigned value) { *tpw = value & 63; }) && good;
 }
 
 bool DriverModel::getMode(unsigned port, unsigned* portMode) {
-  unsigned value = 0;
-  if (!read(0x12, &value)) {
-    return false;
-  }
-  *portMode = value >> 2 * port & 3;
-  return true;
+  return readTo(0x12, [&](unsigned value) { *portMode = value >> 2 * port & 3; });
 }
 
 bool DriverModel::getDevice(ModelDevice* device) {
-  unsigned value = 0;
-  const bool idGood = read(0x43, &value);
-  if (idGood) {
+  bool good = readTo(0x43, [&](unsigned value) {
     device->id = value >> 5;
     device->revision = value & 7;
-  }
-  const bool temperatureGood = read(0x70, &value);
-  device->temperature = temperatureGood ? static_cast<int>(value * 0.96) - 27 : 0;
-  const bool shutdownGood = read(0x42, &value);
-  if (shutdownGood) {
-    device->thermalShutdown = value >= 0x80;
-  }
+  });
+  device->temperature = 0;
+  good &= readTo(0x70, [&](unsigned value) { device->temperature = static_cast<int>(value * 0.96) - 27; });
+  good &= readTo(0x42, [&](unsigned value) { device->thermalShutdown = value >= 0x80; });
   device->mode = mode;
   device->error = error;
   device->errorCount = errorCount;
-  return idGood && temperatureGood && shutdownGood;
+  return good;
 }
 
 bool DriverModel::getBank(unsigned* bank) {
-  unsigned value = 0;
-  if (!read(0x91, &value)) {
-    return false;
-  }
-  *bank = value >> 3 & 15;
-  return true;
+  return readTo(0x91, [&](unsigned value) { *bank = value >> 3 & 15; });
 }
 
 bool DriverModel::getBankLimit(unsigned bank, unsigned* watts) {
@@ -411,26 +351,15 @@ bool DriverModel::getBankLimit(unsigned bank, unsigned* watts) {
 }
 
 bool DriverModel::getStaticCalculation(bool* isStatic) {
-  unsigned value = 0;
-  if (!read(0x7F, &value)) {
-    return false;
-  }
-  *isStatic = (value & 2) == 0;
-  return true;
+  return readTo(0x7F, [&](unsigned value) { *isStatic = (value & 2) == 0; });
 }
 
 bool DriverModel::getPower(ModelPower* power) {
-  const bool consumptionGood = read(0x96, &power->consumption);
+  bool good = read(0x96, &power->consumption);
   getBank(&power->bank); // its failure does not count
-  const bool limitGood = read(0x89 + (power->bank & 7), &power->limit);
-  unsigned raw = 0;
-  const bool mainGood = read16(0x71, &raw);
-  if (mainGood) {
-    power->mainVoltage = deciVolts(raw);
-  }
-  const bool shutdownGood = read16(0xCB, &raw);
-  if (shutdownGood) {
-    power->shutdownVoltage = rounded((raw & 0x7FF) * 0.186 * 10.0);
-  }
-  return consumptionGood && limitGood && mainGood && shutdownGood;
+  good &= read(0x89 + (power->bank & 7), &power->limit);
+  good &= read16To(0x71, [&](unsigned raw) { power->mainVoltage = deciVolts(raw); });
+  good &=
+      read16To(0xCB, [&](unsigned raw) { power->shutdownVoltage = rounded((raw & 0x7FF) * 0.186 * 10.0); });
+  return good;
 }

@@ -80,7 +80,7 @@ public:
 
   bool getChannel(unsigned port, ModelChannel* channel);
   bool getCounts(ModelCounts* counts);
-  bool getMeasurements(unsigned port, ModelMeasurements* measurements);
+  bool getMeasurements(unsigned port, ModelMeasurements* figures);
   bool getPriority(unsigned port, unsigned* priority);
   bool getPowerLimits(unsigned port, unsigned* pw, unsigned* tpw);
   bool getMode(unsigned port, unsigned* mode);
@@ -101,6 +101,12 @@ private:
   void report(int line, const std::string& message);
   bool finish(bool good, int line, unsigned address);
   bool update(unsigned address, unsigned mask, unsigned bits);
-  bool rejected(unsigned c, int line, const std::string& message);
+  // Reports a port that does not exist, or a value that is not good.
+  bool rejected(unsigned c, int line, const std::string& message, bool isValueGood = true);
+  // Calls `take` with what is read, unless the read fails.
+  template <typename Take>
+  bool readTo(unsigned address, Take take);
+  template <typename Take>
+  bool read16To(unsigned address, Take take);
   bool highPowerPort(unsigned port, unsigned enable, unsigned modeBits, unsigned icut, unsigned limMode);
 };

@@ -25,11 +25,6 @@ bool RandomCard::isCycleHealthy() {
   return m_failed == 0;
 }
 
-bool RandomCard::isFirstTransferGood() {
-  const std::lock_guard<std::mutex> lock(m_mutex);
-  return m_isFirstGood;
-}
-
 bool RandomCard::failsNow() {
   switch (m_trouble) {
   case Trouble::OneTransfer:
@@ -45,9 +40,6 @@ bool RandomCard::failsNow() {
 }
 
 bool RandomCard::transfer(bool isGood) {
-  if (m_transfers == 0) {
-    m_isFirstGood = isGood;
-  }
   m_transfers++;
   m_failed += isGood ? 0 : 1;
   return isGood;

@@ -37,9 +37,8 @@ public:
   // A random configuration, most of them sensible.
   PoeConfig configuration();
 
-  // Of the cycle that began last: whether all its transfers were good, and the first one.
+  // Whether all transfers of the cycle that began last were good.
   bool isCycleHealthy();
-  bool isFirstTransferGood();
 
   // By port, in the order of the registers: the events since the counters were last read completely.
   struct Events {
@@ -70,7 +69,6 @@ private:
   unsigned m_failingTransfer = 0;
   unsigned m_transfers = 0; // of this cycle
   unsigned m_failed = 0;
-  bool m_isFirstGood = false;
   std::array<unsigned, 6> m_counters{}; // the registers as they were last
   Events m_events;
   unsigned m_countersRead = 0; // in a row

@@ -84,9 +84,9 @@ void ServicePair::follow(const std::function<void()>& modelOperation) {
 }
 
 void ServicePair::compareRest() {
-  m_lastLog = takeLog();
-  if (!(m_lastLog == model.driver.log)) {
-    note("logged:\n" + lines(m_lastLog) + "instead of:\n" + lines(model.driver.log));
+  const LogLines log = takeLog();
+  if (!(log == model.driver.log)) {
+    note("logged:\n" + lines(log) + "instead of:\n" + lines(model.driver.log));
   }
   model.driver.log.clear();
   if (posix.calls != model.calls) {

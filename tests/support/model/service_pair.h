@@ -45,9 +45,6 @@ public:
   // Empty when nothing has.
   std::string takeDifferences();
 
-  // The log of the last operation or cycle.
-  const LogLines& lastLog() const { return m_lastLog; }
-
   const PoeStatus& status() const { return model.status; }
 
   I2cBus bus;
@@ -62,5 +59,4 @@ private:
   void compareReply(const std::vector<const char*>& words, const std::function<std::string()>& expected);
 
   std::string m_differences;
-  LogLines m_lastLog;
 };

@@ -95,18 +95,6 @@ void ConfigSender::send(const PoeConfig& config) {
   send(&message, sizeof message);
 }
 
-mq_attr ConfigSender::attributes() const {
-  mq_attr attributes{};
-  EXPECT_EQ(mq_getattr(m_queue, &attributes), 0);
-  return attributes;
-}
-
-unsigned ConfigSender::permissions() const {
-  struct stat status {};
-  EXPECT_EQ(fstat(m_queue, &status), 0);
-  return status.st_mode & 0777;
-}
-
 bool queueExists(const std::string& name) {
   const mqd_t queue = mq_open(name.c_str(), O_RDONLY);
   if (queue == NONE) {

@@ -46,9 +46,6 @@ public:
   void send(const void* bytes, std::size_t length);
   void send(const PoeConfig& config);
 
-  mq_attr attributes() const;
-  unsigned permissions() const; // the file mode's lower nine bits
-
 private:
   mqd_t m_queue;
 };

@@ -52,53 +52,14 @@ std::vector<std::uint8_t> sceneConfigMessageWithPort1At20Watts() {
 }
 
 std::vector<std::uint8_t> sceneStatusMessage() {
-  const std::uint32_t words[] = {17,
-                                 85,
-                                 1,
-                                 0,
-                                 40, // the id, and the chip as a whole
-                                 3,
-                                 4,
-                                 5,
-                                 22,
-                                 1,
-                                 4,
-                                 3,
-                                 0,
-                                 1,
-                                 2, // port 0
-                                 2,
-                                 6,
-                                 0,
-                                 0,
-                                 2,
-                                 2,
-                                 0,
-                                 3,
-                                 1,
-                                 3, // port 1
-                                 1,
-                                 2,
-                                 1,
-                                 3,
-                                 3,
-                                 0,
-                                 1,
-                                 2,
-                                 1,
-                                 0, // port 2
-                                 4,
-                                 1,
-                                 4,
-                                 15,
-                                 1,
-                                 6,
-                                 2,
-                                 1,
-                                 0,
-                                 1,                               // port 3
-                                 static_cast<std::uint32_t>(-18), // degrees
-                                 0};                              // neither thermal shutdown nor device error
+  const std::uint32_t words[] = {
+      17,   85, 1, 0,  40,                // the id, and the chip as a whole
+      3,    4,  5, 22, 1,  4, 3, 0, 1, 2, // port 0
+      2,    6,  0, 0,  2,  2, 0, 3, 1, 3, // port 1
+      1,    2,  1, 3,  3,  0, 1, 2, 1, 0, // port 2
+      4,    1,  4, 15, 1,  6, 2, 1, 0, 1, // port 3
+      -18U, 0,                            // degrees; neither thermal shutdown nor device error
+  };
   std::vector<std::uint8_t> message(sizeof words);
   std::memcpy(message.data(), words, sizeof words);
   return message;

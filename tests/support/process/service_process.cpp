@@ -2,29 +2,16 @@
 
 #include "tests/support/process/wait_until.h"
 
-#include <cerrno>
 #include <csignal>
-#include <cstdlib>
-#include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
-std::string emptyFile() {
-  std::string name = ::testing::TempDir() + "poe_service_XXXXXX";
-  const int file = mkstemp(name.data());
-  EXPECT_GE(file, 0);
-  close(file);
-  return name;
-}
-
 // poe_card runs a shell that preloads the faults as well and becomes the service.
 std::vector<std::string> commandLine(const ServiceOptions& options, const std::string& logFile) {
-  std::vector<std::string> line = {POE_CARD};
+  std::vector<std::string> line = {"/bin/sh", "-c", "exec \"$@\" >>\"$0\" 2>&1", logFile, POE_CARD};
   if (options.capturesLog) {
     line.insert(line.end(), {"--log", logFile});
   }
@@ -37,29 +24,14 @@ std::vector<std::string> commandLine(const ServiceOptions& options, const std::s
   return line;
 }
 
-[[noreturn]] void become(const std::vector<std::string>& line, const std::string& outputFile) {
-  const int output = open(outputFile.c_str(), O_WRONLY | O_APPEND);
-  dup2(output, STDOUT_FILENO);
-  dup2(output, STDERR_FILENO);
-  std::vector<char*> arguments;
-  for (const std::string& word : line) {
-    arguments.push_back(const_cast<char*>(word.c_str()));
-  }
-  arguments.push_back(nullptr);
-  execv(arguments[0], arguments.data());
-  _exit(126);
+int exitStatus(int waitStatus) {
+  return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : -1;
 }
 
 } // namespace
 
-ServiceProcess::ServiceProcess(const ServiceOptions& options) : m_outputFile(emptyFile()) {
-  const std::vector<std::string> line = commandLine(options, m_outputFile);
-  m_pid = fork();
-  if (m_pid == 0) {
-    become(line, m_outputFile);
-  }
-  EXPECT_GT(m_pid, 0);
-}
+ServiceProcess::ServiceProcess(const ServiceOptions& options)
+    : m_outputFile(m_folder.write("output", "")), m_command(commandLine(options, m_outputFile)) {}
 
 ServiceProcess::~ServiceProcess() {
   if (isRunning()) {
@@ -68,13 +40,10 @@ ServiceProcess::~ServiceProcess() {
   if (::testing::Test::HasFailure()) {
     std::cerr << "the service wrote:\n" << output();
   }
-  unlink(m_outputFile.c_str());
 }
 
 std::string ServiceProcess::output() const {
-  std::ostringstream text;
-  text << std::ifstream(m_outputFile).rdbuf();
-  return text.str();
+  return m_folder.read("output");
 }
 
 bool ServiceProcess::waitForOutput(const std::string& text) const {
@@ -82,42 +51,30 @@ bool ServiceProcess::waitForOutput(const std::string& text) const {
 }
 
 pid_t ServiceProcess::pid() const {
-  const std::string parent = std::to_string(m_pid);
+  const std::string parent = std::to_string(m_command.pid());
   pid_t child = -1;
   EXPECT_TRUE(std::ifstream("/proc/" + parent + "/task/" + parent + "/children") >> child);
   return child;
 }
 
-bool ServiceProcess::reap(bool wait) {
-  if (m_pid > 0 && waitpid(m_pid, &m_status, wait ? 0 : WNOHANG) == m_pid) {
-    m_pid = -1;
-  }
-  return m_pid < 0;
-}
-
 bool ServiceProcess::isRunning() {
-  return !reap(false);
+  return !m_command.ended();
 }
 
 int ServiceProcess::interrupt() {
   // A signal that meets the service outside of its receive does nothing, so it is sent again.
-  const bool ended = waitUntil([&] {
-    if (m_pid > 0) {
-      kill(m_pid, SIGTERM);
-    }
-    return reap(false);
+  const bool hasEnded = waitUntil([&] {
+    m_command.send(SIGTERM);
+    return !isRunning();
   });
-  if (!ended) {
+  if (!hasEnded) {
     ADD_FAILURE() << "the service does not end";
-    kill(m_pid, SIGKILL);
-    reap(true);
+    m_command.send(SIGKILL);
   }
-  return WIFEXITED(m_status) ? WEXITSTATUS(m_status) : -1;
+  return exitStatus(m_command.wait());
 }
 
 std::optional<int> ServiceProcess::waitForEnd() {
-  if (!waitUntil([&] { return reap(false); })) {
-    return std::nullopt;
-  }
-  return WIFEXITED(m_status) ? WEXITSTATUS(m_status) : -1;
+  const bool hasEnded = waitUntil([&] { return !isRunning(); });
+  return hasEnded ? std::optional(exitStatus(m_command.wait())) : std::nullopt;
 }

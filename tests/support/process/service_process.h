@@ -1,6 +1,9 @@
 // The real service, unmodified, running on the simulated card.
 #pragma once
 
+#include "tests/support/process/started_command.h"
+#include "tests/support/process/temporary_directory.h"
+
 #include <optional>
 #include <string>
 #include <sys/types.h>
@@ -44,9 +47,7 @@ public:
   std::optional<int> waitForEnd();
 
 private:
-  bool reap(bool wait);
-
-  std::string m_outputFile;
-  pid_t m_pid = -1;
-  int m_status = 0;
+  const TemporaryDirectory m_folder;
+  const std::string m_outputFile;
+  StartedCommand m_command; // poe_card
 };

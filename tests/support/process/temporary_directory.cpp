@@ -24,6 +24,10 @@ std::string TemporaryDirectory::write(const std::string& name, const std::string
   return file(name);
 }
 
+std::size_t TemporaryDirectory::entries() const {
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(m_path), {}));
+}
+
 std::string TemporaryDirectory::read(const std::string& name) const {
   std::ostringstream text;
   text << std::ifstream(file(name)).rdbuf();

@@ -16,6 +16,8 @@ public:
   std::string file(const std::string& name) const { return (m_path / name).string(); }
   // Its path.
   std::string write(const std::string& name, const std::string& text) const;
+  // How many files and folders it has.
+  std::size_t entries() const;
   // Nothing if there is no such file.
   std::string read(const std::string& name) const;
 

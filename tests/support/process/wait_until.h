@@ -12,14 +12,13 @@ constexpr std::chrono::seconds AT_ONCE{5};
 
 // Repeats a test until it holds or MAX_WAIT has passed.
 template <typename Condition>
-bool waitUntil(Condition condition) {
-  constexpr std::chrono::milliseconds POLL_INTERVAL{5};
+bool waitUntil(Condition condition, std::chrono::milliseconds interval = std::chrono::milliseconds(5)) {
   const auto end = std::chrono::steady_clock::now() + MAX_WAIT;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > end) {
       return false;
     }
-    std::this_thread::sleep_for(POLL_INTERVAL);
+    std::this_thread::sleep_for(interval);
   }
   return true;
 }

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <gtest/gtest.h>
 #include <system_error>
 
 #include <fcntl.h>
@@ -14,28 +15,6 @@ namespace {
 
 [[noreturn]] void throwErrno(const char* what) {
   throw std::system_error(errno, std::generic_category(), what);
-}
-
-std::string readAll(int fd) {
-  std::string text;
-  std::array<char, 4096> part{};
-  for (ssize_t got = 0; (got = read(fd, part.data(), part.size())) != 0;) {
-    if (got > 0) {
-      text.append(part.data(), static_cast<std::size_t>(got));
-    } else if (errno != EINTR) {
-      throwErrno("read");
-    }
-  }
-  return text;
-}
-
-std::string readLine(int fd) {
-  std::string text;
-  char character = 0;
-  while (read(fd, &character, 1) == 1 && character != '\n') {
-    text += character;
-  }
-  return text;
 }
 
 } // namespace
@@ -71,8 +50,8 @@ CardProcess::CardProcess(const std::filesystem::path& tmp, const std::vector<std
   }
   close(out[1]);
   close(err[1]);
-  m_out = out[0];
-  m_err = err[0];
+  m_out = FileDescriptor(out[0]);
+  m_err = FileDescriptor(err[0]);
 }
 
 CardProcess::~CardProcess() {
@@ -80,36 +59,34 @@ CardProcess::~CardProcess() {
     kill(m_pid, SIGKILL);
     waitpid(m_pid, nullptr, 0);
   }
-  close(m_out);
-  close(m_err);
 }
 
-std::string CardProcess::line() {
-  return readLine(m_out);
+std::string CardProcess::restOf(const FileDescriptor& file) {
+  std::string text;
+  std::array<char, 4096> part{};
+  ssize_t got = 0;
+  while ((got = read(file.get(), part.data(), part.size())) > 0) {
+    text.append(part.data(), static_cast<std::size_t>(got));
+  }
+  if (got < 0) {
+    throwErrno("read");
+  }
+  return text;
 }
 
-std::string CardProcess::errorLine() {
-  return readLine(m_err);
-}
-
-void CardProcess::send(int signal) const {
-  kill(m_pid, signal);
-}
-
-std::string CardProcess::rest() {
-  return readAll(m_out);
-}
-
-std::string CardProcess::errors() {
-  return readAll(m_err);
+std::string CardProcess::lineOf(const FileDescriptor& file) {
+  std::string text;
+  char character = 0;
+  while (read(file.get(), &character, 1) == 1 && character != '\n') {
+    text += character;
+  }
+  return text;
 }
 
 int CardProcess::wait() {
   int status = 0;
-  while (waitpid(m_pid, &status, 0) < 0) {
-    if (errno != EINTR) {
-      throwErrno("waitpid");
-    }
+  if (waitpid(m_pid, &status, 0) < 0) {
+    throwErrno("waitpid");
   }
   m_pid = -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
@@ -117,11 +94,28 @@ int CardProcess::wait() {
 
 CardResult runCard(const std::vector<std::string>& arguments) {
   const TemporaryDirectory tmp;
-  CardProcess card(tmp.path(), arguments);
+  return runCard(tmp.path(), arguments);
+}
+
+CardResult runCard(const std::filesystem::path& tmp, const std::vector<std::string>& arguments) {
+  CardProcess card(tmp, arguments);
   CardResult result;
   result.out = card.rest();
   result.err = card.errors();
   result.status = card.wait();
-  result.leftFiles = !std::filesystem::is_empty(tmp.path());
+  result.leftFiles = std::filesystem::exists(tmp) && !std::filesystem::is_empty(tmp);
   return result;
+}
+
+CardResult runProbe(const std::vector<std::string>& options, const std::vector<std::string>& words) {
+  std::vector<std::string> arguments = options;
+  arguments.insert(arguments.end(), {"--", CARD_PROBE});
+  arguments.insert(arguments.end(), words.begin(), words.end());
+  return runCard(arguments);
+}
+
+void expectRefusal(const CardResult& result, const std::string& line) {
+  EXPECT_EQ(result.err, "poe_card: " + line + "\n");
+  EXPECT_EQ(result.out, "") << line;
+  EXPECT_EQ(result.status, 2) << line;
 }

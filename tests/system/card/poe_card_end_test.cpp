@@ -12,34 +12,31 @@ bool runs(const std::string& pid) {
   return kill(static_cast<pid_t>(std::stol(pid)), 0) == 0;
 }
 
-TEST(PoeCardEnd, HasTheExitStatusOfTheCommand) {
-  EXPECT_EQ(runCard({"--", CARD_PROBE, "exit:42"}).status, 42);
-  EXPECT_EQ(runCard({"--", CARD_PROBE, "exit:0"}).status, 0);
-}
-
-TEST(PoeCardEnd, HasTheSignalThatEndedTheCommandAsStatus) {
-  EXPECT_EQ(runCard({"--", CARD_PROBE, "die:9"}).status, 128 + 9);
-  EXPECT_EQ(runCard({"--", CARD_PROBE, "die:15"}).status, 128 + 15);
-}
-
-TEST(PoeCardEnd, NamesTheSignalThatEndedTheCommand) {
-  const std::string command = CARD_PROBE;
-  EXPECT_EQ(runCard({"--", CARD_PROBE, "die:9"}).err, "poe_card: " + command + " was ended by SIGKILL\n");
-  EXPECT_EQ(runCard({"--", CARD_PROBE, "die:11"}).err, "poe_card: " + command + " was ended by SIGSEGV\n");
-}
-
-TEST(PoeCardEnd, SaysThatACommandCannotBeRun) {
-  const CardResult missing = runCard({"--", "/no/such/command", "argument"});
-  EXPECT_EQ(missing.err, "poe_card: cannot run /no/such/command: No such file or directory\n");
-  EXPECT_EQ(missing.status, 127);
-  EXPECT_FALSE(missing.leftFiles);
-  const CardResult directory = runCard({"--", "/"});
-  EXPECT_EQ(directory.err, "poe_card: cannot run /: Permission denied\n");
-  EXPECT_EQ(directory.status, 127);
-}
-
-TEST(PoeCardEnd, LeavesNoFiles) {
-  EXPECT_FALSE(runCard({"--", CARD_PROBE, "open"}).leftFiles);
+TEST(PoeCardEnd, HasTheStatusOfTheCommandAndNamesTheSignalThatEndedIt) {
+  struct Row {
+    std::vector<std::string> command;
+    int status;
+    std::string error;
+  };
+  const std::string probe = CARD_PROBE;
+  const Row rows[] = {
+      {{probe, "exit:0"}, 0, ""},
+      {{probe, "exit:42"}, 42, ""},
+      {{probe, "die:9"}, 128 + 9, probe + " was ended by SIGKILL"},
+      {{probe, "die:15"}, 128 + 15, probe + " was ended by SIGTERM"},
+      {{probe, "die:11"}, 128 + 11, probe + " was ended by SIGSEGV"},
+      {{"/no/such/command", "argument"}, 127, "cannot run /no/such/command: No such file or directory"},
+      {{"/"}, 127, "cannot run /: Permission denied"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(testing::PrintToString(row.command));
+    std::vector<std::string> arguments = row.command;
+    arguments.insert(arguments.begin(), "--");
+    const CardResult result = runCard(arguments);
+    EXPECT_EQ(result.status, row.status);
+    EXPECT_EQ(result.err, row.error.empty() ? "" : "poe_card: " + row.error + "\n");
+    EXPECT_FALSE(result.leftFiles);
+  }
 }
 
 TEST(PoeCardEnd, KeepsFilesWhileTheCommandRunsAsTheCheckOfNoFilesNeeds) {
@@ -83,7 +80,7 @@ INSTANTIATE_TEST_SUITE_P(Numbers, PoeCardSignal, testing::Values(SIGTERM, SIGINT
 TEST(PoeCardEnd, KillsWhatTheCommandLeavesRunning) {
   const TemporaryDirectory tmp;
   const TemporaryDirectory shared;
-  const std::string file = (shared.path() / "pid").string();
+  const std::string file = shared.file("pid");
   CardProcess card(
       tmp.path(),
       {"--", "sh", "-c",

@@ -8,7 +8,6 @@
 #include <ctime>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 
 #include <sys/stat.h>
 
@@ -21,13 +20,10 @@ protected:
     std::vector<std::string> arguments = {"--log", file(), "--", probe()};
     arguments.insert(arguments.end(), words.begin(), words.end());
     CardResult result = runCard(arguments);
-    std::ifstream stream(file());
-    std::ostringstream text;
-    text << stream.rdbuf();
-    m_log = text.str();
+    m_log = m_directory.read("log");
     return result;
   }
-  std::string file() const { return (m_directory.path() / "log").string(); }
+  std::string file() const { return m_directory.file("log"); }
   std::string probe() const {
     const std::string plain = CARD_PROBE;
     return plain.substr(0, plain.rfind("plain")) + GetParam();
@@ -119,11 +115,7 @@ TEST_P(PoeCardLog, KeepsTheLinesOfManyThreadsWhole) {
                          " of a flood");
     }
   }
-  std::vector<std::string> lines;
-  std::istringstream text(m_log);
-  for (std::string line; std::getline(text, line);) {
-    lines.push_back(line);
-  }
+  std::vector<std::string> lines = linesOf(m_log);
   std::sort(expected.begin(), expected.end());
   std::sort(lines.begin(), lines.end());
   EXPECT_EQ(lines, expected);
@@ -139,7 +131,7 @@ TEST(PoeCardInAFolderWithABlank, CapturesTheLogAllTheSame) {
   create_directories(moved / "bin");
   copy(POE_CARD, moved / "bin");
   copy(built / "libexec", moved / "libexec", std::filesystem::copy_options::recursive);
-  const std::string file = (directory.path() / "log").string();
+  const std::string file = directory.file("log");
   const CommandResult result = run("'" + (moved / "bin" / "poe_card").string() + "' --log " + file +
                                    " -- " CARD_PROBE " log:3:here && cat " + file);
   EXPECT_EQ(result.output, "<3> here\n");
@@ -191,10 +183,9 @@ TEST(PoeCardLogFile, OrRecordThatIsAPipeIsRefused) {
   const TemporaryDirectory tmp;
   ASSERT_EQ(mkfifo(tmp.file("pipe").c_str(), 0600), 0);
   for (const std::string option : {"--log", "--record"}) {
-    const CardResult result = runCard({option, tmp.file("pipe"), "--", "true"});
-    EXPECT_EQ(result.err, "poe_card: " + option + ": cannot write " + tmp.file("pipe") +
-                              ": it is a pipe or a socket; accepted is a file that can be written\n");
-    EXPECT_EQ(result.status, 2);
+    expectRefusal(runCard({option, tmp.file("pipe"), "--", "true"}),
+                  option + ": cannot write " + tmp.file("pipe") +
+                      ": it is a pipe or a socket; accepted is a file that can be written");
   }
 }
 

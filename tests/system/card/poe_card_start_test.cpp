@@ -16,22 +16,6 @@ namespace fs = std::filesystem;
 
 const std::string PROBE = "'" CARD_PROBE "' open bind:0x20 read:0x43";
 
-CardResult runIn(const fs::path& tmp, const std::vector<std::string>& arguments) {
-  CardProcess card(tmp, arguments);
-  CardResult result;
-  result.out = card.rest();
-  result.err = card.errors();
-  result.status = card.wait();
-  result.leftFiles = false;
-  return result;
-}
-
-void expectRefusal(const CardResult& result, const std::string& line) {
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "poe_card: " + line + "\n");
-  EXPECT_EQ(result.status, 2);
-}
-
 std::string noFolder(const std::string& folder, const std::string& why) {
   return "no folder for temporary files in '" + folder + "': " + why +
          "; accepted is a TMPDIR that can be written and has room";
@@ -86,34 +70,29 @@ TEST_F(PoeCardOnAFileSystem, WithRoomRunsAsTheTestsOfTheOthersNeed) {
 }
 
 TEST(PoeCardFolder, ThatIsMissingIsRefused) {
-  expectRefusal(runIn("/no/such/folder", {"--", CARD_PROBE, "open"}),
+  expectRefusal(runCard("/no/such/folder", {"--", CARD_PROBE, "open"}),
                 noFolder("/no/such/folder", "No such file or directory"));
 }
 
-TEST(PoeCardFolder, MayHaveAPathOf58Characters) {
+TEST(PoeCardFolder, MayHaveAPathOf58CharactersAndIsRefusedWhenItHasMore) {
   const TemporaryDirectory tmp;
   const std::string start = tmp.path().string() + "/";
   ASSERT_LT(start.size(), 58U);
   const fs::path longest = start + std::string(58 - start.size(), 'x');
   fs::create_directory(longest);
-  const CardResult result = runIn(longest, {"--", CARD_PROBE, "open", "bind:0x20", "read:0x43"});
+  const CardResult result = runCard(longest, {"--", CARD_PROBE, "open", "bind:0x20", "read:0x43"});
   EXPECT_EQ(result.out, "ok\nok\n0x41\n");
   EXPECT_EQ(result.err, "");
-}
-
-TEST(PoeCardFolder, IsRefusedWhenItsPathIsTooLong) {
-  const TemporaryDirectory tmp;
-  const std::string start = tmp.path().string() + "/";
-  const fs::path tooLong = start + std::string(59 - start.size(), 'x');
+  const fs::path tooLong = longest.string() + "x";
   fs::create_directory(tooLong);
-  expectRefusal(runIn(tooLong, {"--", CARD_PROBE, "open"}),
+  expectRefusal(runCard(tooLong, {"--", CARD_PROBE, "open"}),
                 "the path of the folder for temporary files, '" + tooLong.string() +
                     "', has 59 characters; accepted is a TMPDIR of at most 58");
 }
 
 TEST(PoeCardFolder, IsNotTheCommands) {
   const TemporaryDirectory tmp;
-  EXPECT_EQ(runIn(tmp.path(), {"--", "sh", "-c", "echo $TMPDIR"}).out, tmp.path().string() + "\n");
+  EXPECT_EQ(runCard(tmp.path(), {"--", "sh", "-c", "echo $TMPDIR"}).out, tmp.path().string() + "\n");
 }
 
 TEST(PoeCardFolder, OfAKilledPredecessorIsRemovedAtTheNextStart) {
@@ -125,7 +104,7 @@ TEST(PoeCardFolder, OfAKilledPredecessorIsRemovedAtTheNextStart) {
     EXPECT_EQ(killed.wait(), -SIGKILL);
   }
   ASSERT_FALSE(fs::is_empty(tmp.path()));
-  EXPECT_EQ(runIn(tmp.path(), {"--", "true"}).status, 0);
+  EXPECT_EQ(runCard(tmp.path(), {"--", "true"}).status, 0);
   EXPECT_TRUE(fs::is_empty(tmp.path()));
 }
 
@@ -134,7 +113,7 @@ TEST(PoeCardFolder, OfALivingPoeCardStays) {
   CardProcess living(
       tmp.path(), {"--", CARD_PROBE, "catch:15", "say:ready", "wait:15", "open", "bind:0x20", "read:0x43"});
   ASSERT_EQ(living.line(), "ready");
-  EXPECT_EQ(runIn(tmp.path(), {"--", "true"}).status, 0);
+  EXPECT_EQ(runCard(tmp.path(), {"--", "true"}).status, 0);
   living.send(SIGTERM);
   EXPECT_EQ(living.rest(), "caught 15\nok\nok\n0x41\n");
   EXPECT_EQ(living.wait(), 0);
@@ -150,7 +129,7 @@ TEST(PoeCardFolder, RemovesNothingOfTheUsersOwn) {
   fs::create_directory(tmp.path() / "poe_card.backup"); // no lock in it
   fs::permissions(tmp.path() / "poe_card.backup", fs::perms::owner_all);
   std::ofstream(tmp.path() / "poe_card.asfile") << "";
-  EXPECT_EQ(runIn(tmp.path(), {"--", "true"}).status, 0);
+  EXPECT_EQ(runCard(tmp.path(), {"--", "true"}).status, 0);
   EXPECT_TRUE(fs::exists(tmp.path() / "poe_card.symbol" / "poe_card.lock"));
   EXPECT_TRUE(fs::exists(tmp.path() / "poe_card.backup"));
   EXPECT_TRUE(fs::exists(tmp.path() / "poe_card.asfile"));
@@ -166,7 +145,7 @@ TEST(PoeCardFolder, OfAnotherUserStays) {
   fs::permissions(foreign, fs::perms::owner_all);
   std::ofstream(foreign / "poe_card.lock") << "";
   const auto stays = [&tmp, &foreign] {
-    EXPECT_EQ(runIn(tmp.path(), {"--", "true"}).status, 0);
+    EXPECT_EQ(runCard(tmp.path(), {"--", "true"}).status, 0);
     return fs::exists(foreign);
   };
   ASSERT_EQ(chown(foreign.c_str(), 65534, 65534), 0);

@@ -2,67 +2,85 @@
 #include "card_process.h"
 
 #include <gtest/gtest.h>
+#include <ostream>
 #include <utility>
 
 namespace {
 
-CardResult runProbe(std::vector<std::string> options, const std::vector<std::string>& words) {
-  options.insert(options.end(), {"--", CARD_PROBE});
-  options.insert(options.end(), words.begin(), words.end());
-  return runCard(options);
+// What the probe prints on a card with these options.
+struct Sight {
+  const char* name;
+  std::vector<std::string> options;
+  std::vector<std::string> words;
+  const char* out;
+};
+
+void PrintTo(const Sight& sight, std::ostream* out) {
+  *out << sight.name;
 }
 
-TEST(PoeCardBus, ReadsAndWritesRegistersOfTheChipAtAddress20) {
-  const CardResult result =
-      runProbe({}, {"open", "bind:0x20", "read:0x43", "write:0x12:0x5A", "read:0x12", "read:0x90"});
-  EXPECT_EQ(result.out, "ok\nok\n0x41\nok\n0x5A\n0x90\n");
+class ProbedCard : public testing::TestWithParam<Sight> {};
+
+TEST_P(ProbedCard, IsSeenByTheCommand) {
+  const CardResult result = runProbe(GetParam().options, GetParam().words);
+  EXPECT_EQ(result.out, GetParam().out);
   EXPECT_EQ(result.err, "");
-  EXPECT_EQ(result.status, 0);
-}
-
-TEST(PoeCardBus, RefusesASlaveAddressOfMoreThanSevenBits) {
-  const CardResult result = runProbe({}, {"open", "bind:0x80", "bind:0x20", "read:0x43"});
-  EXPECT_EQ(result.out, "ok\nInvalid argument\nok\n0x41\n");
-}
-
-TEST(PoeCardBus, KeepsTheAddressesOfSeveralOpenersApart) {
-  const CardResult result =
-      runProbe({}, {"open", "read:0x43", "bind:0x20", "open", "bind:0x21", "read:0x43", "write:0x12:1",
-                    "opener:0", "read:0x43", "opener:1", "bind:0x20", "read:0x43"});
-  const std::string nothing = "No such device or address\n";
-  EXPECT_EQ(result.out, "ok\n" + nothing + "ok\nok\nok\n" + nothing + nothing + "0x41\nok\n0x41\n");
-}
-
-TEST(PoeCardBus, ShowsOneChipToAllOpeners) {
-  const CardResult result =
-      runProbe({}, {"open", "bind:0x20", "open", "bind:0x20", "write:0x81:0x1E", "opener:0", "read:0x81"});
-  EXPECT_EQ(result.out, "ok\nok\nok\nok\nok\n0x1E\n");
-}
-
-TEST(PoeCardBus, OffersByteDataTransfersOnly) {
-  const CardResult result = runProbe({}, {"open", "bind:0x20", "functions", "word:0x43", "rdwr", "unknown"});
-  EXPECT_EQ(result.out, "ok\nok\nok\n0x180000\nOperation not supported\nOperation not supported\n"
-                        "Inappropriate ioctl for device\n");
-}
-
-TEST(PoeCardBus, PowersWhatIsPluggedAsRealTimePasses) {
-  const CardResult result = runProbe({"--plug", "1 class=4 watts=12"},
-                                     {"open", "bind:0x20", "write:0x81:30", "write:0x12:0x0C",
-                                      "write:0x14:0x22", "await:0x10:0x22", "read:0x0D", "read:0x93"});
-  EXPECT_EQ(result.out, "ok\nok\nok\nok\nok\n0x22\n0x44\n0x0C\n");
-}
-
-TEST(PoeCardBus, WithoutAnAdapterThereIsNoDevice) {
-  const CardResult result = runProbe({"--no-adapter"}, {"open"});
-  EXPECT_EQ(result.out, "No such file or directory\n");
   EXPECT_EQ(result.status, 0);
   EXPECT_FALSE(result.leftFiles);
 }
 
-TEST(PoeCardBus, AnAbsentChipLeavesTheAdapter) {
-  const CardResult result = runProbe({"--absent"}, {"open", "bind:0x20", "read:0x43", "write:0x12:0"});
-  EXPECT_EQ(result.out, "ok\nok\nNo such device or address\nNo such device or address\n");
-}
+#define SILENCE "No such device or address\n"
+
+const Sight SIGHTS[] = {
+    {"WithTheRegistersOfTheChipAtAddress20",
+     {},
+     {"open", "bind:0x20", "read:0x43", "write:0x12:0x5A", "read:0x12", "read:0x90"},
+     "ok\nok\n0x41\nok\n0x5A\n0x90\n"},
+    {"WithSlaveAddressesOfSevenBits",
+     {},
+     {"open", "bind:0x80", "bind:0x20", "read:0x43"},
+     "ok\nInvalid argument\nok\n0x41\n"},
+    {"WithAnAddressForEachOpener",
+     {},
+     {"open", "read:0x43", "bind:0x20", "open", "bind:0x21", "read:0x43", "write:0x12:1", "opener:0",
+      "read:0x43", "opener:1", "bind:0x20", "read:0x43"},
+     "ok\n" SILENCE "ok\nok\nok\n" SILENCE SILENCE "0x41\nok\n0x41\n"},
+    {"WithOneChipForAllOpeners",
+     {},
+     {"open", "bind:0x20", "open", "bind:0x20", "write:0x81:0x1E", "opener:0", "read:0x81"},
+     "ok\nok\nok\nok\nok\n0x1E\n"},
+    {"WithByteDataTransfersOnly",
+     {},
+     {"open", "bind:0x20", "functions", "word:0x43", "rdwr", "unknown"},
+     "ok\nok\nok\n0x180000\nOperation not supported\nOperation not supported\nInappropriate ioctl for "
+     "device\n"},
+    {"PoweringWhatIsPluggedAsRealTimePasses",
+     {"--plug", "1 class=4 watts=12"},
+     {"open", "bind:0x20", "write:0x81:30", "write:0x12:0x0C", "write:0x14:0x22", "await:0x10:0x22",
+      "read:0x0D", "read:0x93"},
+     "ok\nok\nok\nok\nok\n0x22\n0x44\n0x0C\n"},
+    {"WithoutADeviceWhenThereIsNoAdapter", {"--no-adapter"}, {"open"}, "No such file or directory\n"},
+    {"WithTheAdapterOfAnAbsentChip",
+     {"--absent"},
+     {"open", "bind:0x20", "read:0x43", "write:0x12:0"},
+     "ok\nok\n" SILENCE SILENCE},
+    {"ChangedBeforeItStartsByCommandsWithoutATime",
+     {"--command", "reg 0x20 0x33", "--command", "bus register 0x21"},
+     {"open", "bind:0x20", "read:0x20", "read:0x21", "read:0x20"},
+     "ok\nok\n0x33\n" SILENCE "0x33\n"},
+    {"ChangedByCommandsAndPlugsInTheirOrder",
+     {"--stepped", "--plug", "0", "--command", "unplug 0", "--plug", "1"},
+     {"open", "bind:0x20", "write:0x12:0xFF", "write:0x14:0xFF", "await:0x0D:0x64", "read:0x0C"},
+     "ok\nok\nok\nok\n0x64\n0x06\n"},
+    {"ChangedWhileItRunsByCommandsWithATime",
+     {"--command", "0.4 reg 0x20 3", "--command", "0.2 reg 0x20 2", "--command", "0.3 reg 0x21 2",
+      "--command", "1000 reg 0x20 4", "--command", "reg 0x20 1"},
+     {"open", "bind:0x20", "await:0x21:2", "await:0x20:3", "read:0x20"},
+     "ok\nok\n0x02\n0x03\n0x03\n"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Bus, ProbedCard, testing::ValuesIn(SIGHTS),
+                         [](const auto& sight) { return std::string(sight.param.name); });
 
 TEST(PoeCardOptions, HelpIsPrintedWithStatus0AndNothingIsRun) {
   const CardResult result = runCard({"--help", "--", CARD_PROBE, "say:ran"});
@@ -116,16 +134,16 @@ const std::pair<std::vector<std::string>, std::string> BAD_LINES[] = {
      "can "
      "be written"},
     {{"--plug", "4", "--", "true"}, "--plug: '4' is no PORT" ACCEPTED_PLUG},
-    {{"--plug", "", "--", "true"}, "--plug: PORT is missing" ACCEPTED_PLUG},
-    {{"--plug", "0 class=5", "--", "true"}, "--plug: 'class=5' is no class=C" ACCEPTED_PLUG},
+    {{"--control", "/tmp/" + std::string(103, 'x'), "--", "true"},
+     "--control: the path of 108 characters is too long; accepted are 107"},
+    {{"--control", "/no/such/directory/control", "--", "true"},
+     "--control: cannot make /no/such/directory/control: No such file or directory; accepted is a path in a "
+     "directory that can be written"},
 };
 
 TEST(PoeCardOptions, ThatAreWrongGetOneLineThatSaysWhatIsAcceptedAndStatus2) {
   for (const auto& [arguments, message] : BAD_LINES) {
-    const CardResult result = runCard(arguments);
-    EXPECT_EQ(result.err, "poe_card: " + message + "\n");
-    EXPECT_EQ(result.out, "") << message;
-    EXPECT_EQ(result.status, 2) << message;
+    expectRefusal(runCard(arguments), message);
   }
 }
 

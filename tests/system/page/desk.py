@@ -1,4 +1,4 @@
-"""The service on a simulated card, and its page, as processes of a test."""
+"""The service on a simulated card, its page and other programs, as processes of a test."""
 
 import json
 import os
@@ -35,7 +35,7 @@ class Desk:
         open(self.log, "w", encoding="utf-8").close()
         self._children = []
         with open(os.path.join(self.folder, "service.out"), "w", encoding="utf-8") as output:
-            self._start([self.path("poe_card"), "--control", self.control, "--log", self.log, "--record", self.record, *options, "--",
+            self.start([self.path("poe_card"), "--control", self.control, "--log", self.log, "--record", self.record, *options, "--",
                          self.path("poe_service")], stdout=output, stderr=output)
         wait_until(lambda: "POE now setting default configuration" in self.log_text(), "the service does not start")
 
@@ -63,7 +63,8 @@ class Desk:
     def path(self, program):
         return os.path.join(self.binaries, program)
 
-    def _start(self, words, **pipes):
+    def start(self, words, **pipes):
+        """A program that ends with the desk."""
         child = subprocess.Popen(words, **pipes)
         self._children.append(child)
         return child
@@ -107,7 +108,7 @@ class Desk:
         return json.loads(output)
 
     def serve(self, *options, port=0):
-        return Page(self, self._start([self.path("poectl"), "serve", "--port", str(port), "--control", self.control, *options],
+        return Page(self, self.start([self.path("poectl"), "serve", "--port", str(port), "--control", self.control, *options],
                                       stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True))
 
 

@@ -1,10 +1,10 @@
 // "poectl preflight" and "poectl clean": what a killed process left goes away, what somebody serves stays.
 #include "tests/support/process/listeners.h"
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/started_command.h"
 #include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
-#include "tests/system/process/started_command.h"
 
 #include <csignal>
 
@@ -36,20 +36,17 @@ TEST_F(PoectlClean, RemovesTheQueuesThatNobodyServesAndNamesThem) {
   leave("/queueToPoe");
   leave("/queueToMain");
   EXPECT_EQ(poectl("preflight").output, "queue /queueToPoe exists" + LEFT_OVER + "\n");
-  const CommandResult result = poectl("clean");
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, "removed queue /queueToPoe\nremoved queue /queueToMain\n");
+  EXPECT_EQ(poectl("clean"), printed("removed queue /queueToPoe\nremoved queue /queueToMain\n"));
   EXPECT_EQ(poectl("clean").output, "");
   EXPECT_EQ(poectl("preflight").status, 0);
 }
 
 TEST_F(PoectlClean, LeavesTheQueuesOfARunningServiceAndMainProcess) {
   startService();
-  const CommandResult result = poectl("clean");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "left queue /queueToPoe: process " + std::to_string(service->pid()) +
-                               " (poe_service) serves it\nleft queue /queueToMain: process " +
-                               std::to_string(getpid()) + " (poe_process_tes) serves it\n");
+  EXPECT_EQ(poectl("clean"),
+            (CommandResult{1, "left queue /queueToPoe: process " + std::to_string(service->pid()) +
+                                  " (poe_service) serves it\nleft queue /queueToMain: process " +
+                                  std::to_string(getpid()) + " (poe_process_tes) serves it\n"}));
   ConfigSender().send(onePort());
   EXPECT_TRUE(waitForPort0(2)) << "the service can still be configured";
 }
@@ -67,9 +64,7 @@ TEST_F(PoectlClean, RemovesWhatAKilledWatchLeftUnderARunningService) {
   const std::string refusal = "poectl: queue /queueToMain exists" + LEFT_OVER;
   for (const char* const fromQueue :
        {"status --from queue", "watch --from queue --seconds 1", "watch --example --seconds 1"}) {
-    const CommandResult refused = poectl(fromQueue);
-    EXPECT_EQ(refused.status, 1) << fromQueue;
-    EXPECT_EQ(refused.output, refusal + "\n") << fromQueue;
+    EXPECT_EQ(poectl(fromQueue), (CommandResult{1, refusal + "\n"})) << fromQueue;
   }
   for (const char* const chosen : {"status", "watch --count 1"}) {
     const CommandResult fallback = poectl(chosen);
@@ -89,9 +84,7 @@ TEST_F(PoectlClean, RemovesWhatAKilledWatchLeftUnderARunningService) {
 
 TEST_F(PoectlClean, RemovesWhatIsServedOnlyByForce) {
   startService();
-  const CommandResult result = poectl("clean --force");
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, "removed queue /queueToPoe\nremoved queue /queueToMain\n");
+  EXPECT_EQ(poectl("clean --force"), printed("removed queue /queueToPoe\nremoved queue /queueToMain\n"));
 }
 
 TEST_F(PoectlClean, LeavesAQueueWhenThePortIsTakenBySomebodyThatItCannotSee) {
@@ -119,7 +112,7 @@ TEST_F(PoectlClean, LeavesAUsersQueueThatAServiceOfAnotherUserServes) {
   EXPECT_EQ(fchown(queue, 4711, 4711), 0);
   mq_close(queue);
   startService();
-  const CommandResult result = run("setpriv --reuid 4711 --clear-groups " + std::string(POECTL) + " clean");
+  const CommandResult result = run("setpriv --reuid 4711 --clear-groups " POECTL " clean");
   EXPECT_EQ(result.status, 1);
   EXPECT_TRUE(containsPattern(result.output,
                               "left queue /queueToPoe: it cannot be known whether somebody serves it: "
@@ -147,7 +140,7 @@ TEST_F(PoectlClean, LeavesAQueueWhoseOwnerHasAProcessThatCannotBeLookedInto) {
   }
   char byte = 0;
   EXPECT_EQ(read(ready[0], &byte, 1), 1);
-  const CommandResult result = run("setpriv --reuid 4712 --clear-groups " + std::string(POECTL) + " clean");
+  const CommandResult result = run("setpriv --reuid 4712 --clear-groups " POECTL " clean");
   const std::string line =
       "left queue /queueToMain: it cannot be known whether somebody serves it: process " +
       std::to_string(hidden) +
@@ -169,10 +162,9 @@ TEST_F(PoectlClean, IsNotRecommendedByPreflightBesideARunningService) {
             "port 10001 on 127.0.0.1 is taken: a service, of which there can be only one, is running "
             "already, or another program listens there\n");
   service.reset();
-  const CommandResult left = poectl("preflight");
-  EXPECT_EQ(left.status, 1);
-  EXPECT_EQ(left.output, "queue /queueToMain exists: process " + std::to_string(getpid()) +
-                             " (poe_process_tes) serves it, and there can be only one\n");
+  EXPECT_EQ(poectl("preflight"),
+            (CommandResult{1, "queue /queueToMain exists: process " + std::to_string(getpid()) +
+                                  " (poe_process_tes) serves it, and there can be only one\n"}));
 }
 
 } // namespace

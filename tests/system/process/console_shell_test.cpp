@@ -25,7 +25,7 @@ protected:
 
   // A new terminal with the console at its prompt, with its history below the folder.
   void open() {
-    terminal.emplace("XDG_STATE_HOME=" + folder.path().string() + " " + POECTL + " console");
+    terminal.emplace("XDG_STATE_HOME=" + folder.path().string() + " " POECTL " console");
     ASSERT_TRUE(terminal->shows("poe>"));
   }
 
@@ -61,7 +61,7 @@ TEST_F(PoectlShell, CompletesWordsOnATerminalAndKeepsAHistory) {
 TEST_F(PoectlShell, HasItsHistoryBelowTheHomeWithoutAFolderForStates) {
   for (const std::string without : {"XDG_STATE_HOME=", "--unset=XDG_STATE_HOME"}) {
     const std::string home = folder.file(without);
-    terminal.emplace("env " + without + " HOME=" + home + " " + POECTL + " console");
+    terminal.emplace("env " + without + " HOME=" + home + " " POECTL " console");
     ASSERT_TRUE(terminal->shows("poe>")) << without;
     terminal->press("nobody Enter quit Enter");
     expectEnd();

@@ -1,59 +1,39 @@
 // "poectl status" and "poectl watch" beside a main process that is not poectl.
+#include "poectl/record/record_line.h"
+#include "poectl/scenario/scenario.h"
+#include "poectl/service/queue.h"
 #include "poectl/status/status_field.h"
 #include "tests/support/process/process_fixture.h"
 #include "tests/support/process/reading_main_process.h"
+#include "tests/support/process/started_command.h"
 #include "tests/support/process/temporary_directory.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
-#include "tests/system/process/started_command.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
-#include <map>
 #include <sstream>
 
 namespace {
 
-using Values = std::map<std::string, std::vector<std::int64_t>>; // of a field: of the chip, or of each port
-
-Values valuesOf(const PoeStatus& status) {
-  Values values;
-  for (const StatusField& field : CHIP_FIELDS) {
-    values[field.name] = {field.read(status, 0)};
-  }
-  for (unsigned port = 0; port < POE_PORTS; port++) {
-    forEachPortField(
-        [&](const StatusField& field) { values[field.name].push_back(field.read(status, port)); });
-  }
-  return values;
-}
-
-// The same from the indented JSON, whose every value has a line.
-Values valuesIn(const std::string& json) {
-  const Values known = valuesOf({});
-  Values values;
-  std::istringstream lines(json);
-  for (std::string line; std::getline(lines, line);) {
-    const std::size_t start = line.find('"') + 1;
-    const std::string name = line.substr(start, line.find('"', start) - start);
-    if (known.count(name) != 0) {
-      values[name].push_back(std::stoll(line.substr(line.find(": ") + 2)));
-    }
-  }
-  return values;
-}
-
-std::string asText(const Values& values) {
+// A line for each field that is not missing: its value of the chip, or those of the ports.
+std::string valuesOf(const PoeStatus& status, const std::set<std::string>& missing = {}) {
   std::string text;
-  for (const auto& [name, numbers] : values) {
-    text += name;
-    for (const std::int64_t number : numbers) {
-      text += " " + std::to_string(number);
+  const auto add = [&](const StatusField& field, unsigned places) {
+    if (missing.count(field.name) == 0) {
+      text += field.name;
+      for (unsigned place = 0; place < places; place++) {
+        text += " " + std::to_string(field.read(status, place));
+      }
+      text += "\n";
     }
-    text += "\n";
+  };
+  for (const StatusField& field : CHIP_FIELDS) {
+    add(field, 1);
   }
+  forEachPortField([&](const StatusField& field) { add(field, POE_PORTS); });
   return text;
 }
 
@@ -67,7 +47,7 @@ protected:
 
   void startConfigured() {
     start({"--plug", "0 class=2 watts=6"});
-    EXPECT_EQ(run(std::string(POECTL) + " example | " + POECTL + " apply -").status, 0);
+    EXPECT_EQ(run(POECTL " example | " POECTL " apply -").status, 0);
     EXPECT_TRUE(waitUntil([&] { return mainProcess.last().port[0].operStatus == 3; }));
     mainProcess.await(1);
   }
@@ -88,17 +68,19 @@ protected:
         return testing::AssertionFailure() << result.output;
       }
       mainProcess.await(1);
-      const Values shown = valuesIn(result.output);
-      difference = "shown:\n" + asText(shown);
+      const Snapshot snapshot = parseRecord(result.output.substr(result.output.find('{')));
+      const std::string shown = valuesOf(snapshot.status, snapshot.missing);
+      std::set<std::string> missing;
+      if (!busIsOk && snapshot.missing.count("powerConsumption") != 0) {
+        missing.insert("powerConsumption");
+      }
+      difference = "shown:\n" + shown;
       for (const PoeStatus& message : {before, mainProcess.last()}) {
-        Values received = valuesOf(message);
-        if (!busIsOk && shown.count("powerConsumption") == 0) {
-          received.erase("powerConsumption");
-        }
+        const std::string received = valuesOf(message, missing);
         if (shown == received) {
           return testing::AssertionSuccess();
         }
-        difference += "received:\n" + asText(received);
+        difference += "received:\n" + received;
       }
     }
     return testing::AssertionFailure() << difference;
@@ -225,20 +207,17 @@ TEST_F(BesideMainProcess, WatchShowsEventsAndASilentConsole) {
 TEST_F(BesideMainProcess, RefusesWhatOnlyTheQueueCanDo) {
   const std::string beside =
       "--example is for snapshots from the queue: nothing is sent to the service beside a main "
-      "process, whose next configuration would undo it\n";
+      "process, whose next configuration would undo it";
   const std::pair<const char*, std::string> rows[] = {
       {"watch --example", beside},
       {"watch --example --from console", beside},
-      {"watch --from queue --every 2",
-       "--every is for snapshots from the console; --from queue excludes it\n"},
+      {"watch --from queue --every 2", "--every is for snapshots from the console; --from queue excludes it"},
       {"status --from queue --no-bus",
-       "--no-bus is for snapshots from the console; --from queue excludes it\n"},
-      {"status --from main", "--from: there is no source 'main'; queue and console are accepted\n"},
+       "--no-bus is for snapshots from the console; --from queue excludes it"},
+      {"status --from main", "--from: there is no source 'main'; queue and console are accepted"},
   };
   for (const auto& [command, error] : rows) {
-    const CommandResult result = poectl(command);
-    EXPECT_EQ(result.status, 2) << command;
-    EXPECT_EQ(result.output, "poectl: " + error) << command;
+    EXPECT_EQ(poectl(command), refusedWith(error)) << command;
   }
   const CommandResult nobody = poectl("status");
   EXPECT_EQ(nobody.status, 1);
@@ -253,26 +232,30 @@ class ScenarioBesideMainProcess : public BesideMainProcess,
                                   public ::testing::WithParamInterface<std::string> {
 protected:
   // Carries out a step. Returns whether it can change the card.
-  bool carryOut(const std::string& line) {
-    std::istringstream words(line.substr(0, line.find(" #")));
-    std::string verb;
-    std::string rest;
-    words >> verb;
-    std::getline(words >> std::ws, rest);
-    if (verb == "apply" && rest != "again") {
-      const CommandResult result = poectl("apply " SCENARIOS "/" + rest);
-      EXPECT_EQ(result.status, 0) << result.output;
-    } else if (verb == "card") {
-      card(rest);
-      if (rest.rfind("bus ", 0) == 0) {
-        bus = rest.substr(4);
+  bool carryOut(const Step& step) {
+    if (const auto* const apply = std::get_if<ApplyStep>(&step.action)) {
+      sendConfig(apply->config);
+    } else if (const auto* const change = std::get_if<CardStep>(&step.action)) {
+      card(change->words);
+      if (change->words.rfind("bus ", 0) == 0) {
+        bus = change->words.substr(4);
       }
-    } else if (verb == "console") {
-      EXPECT_EQ(poectl("console " + rest.substr(0, rest.find(" shows"))).status, 0) << line;
+    } else if (const auto* const console = std::get_if<ConsoleStep>(&step.action)) {
+      EXPECT_EQ(poectl("console " + console->words).status, 0) << step.text;
     } else {
       return false;
     }
     return true;
+  }
+
+  // Compares when the card has changed since the last time.
+  void expectSame(const std::string& place) {
+    if (isChanged && isComparable()) {
+      mainProcess.await(1);
+      ASSERT_TRUE(snapshotEqualsMessage(bus == "ok")) << "before " << place;
+      comparisons++;
+      isChanged = false;
+    }
   }
 
   // A snapshot of a bus where every Nth transfer fails meets other failures than the cycle before or after
@@ -280,19 +263,17 @@ protected:
   bool isComparable() const { return bus.rfind("every ", 0) != 0; }
 
   std::string bus = "ok";
+  bool isChanged = true;
+  int comparisons = 0;
 };
 
 TEST_P(ScenarioBesideMainProcess, SnapshotsEqualTheMessages) {
-  std::vector<std::string> steps = [] {
-    std::ifstream file(std::string(SCENARIOS "/") + GetParam() + ".play");
-    std::ostringstream text;
-    text << file.rdbuf();
-    return linesOf(text.str());
-  }();
+  const std::string path = std::string(SCENARIOS "/") + GetParam() + ".play";
   std::vector<std::string> options;
-  for (const std::string& step : steps) {
-    if (const std::string mark = "# poe_card: "; step.rfind(mark, 0) == 0) {
-      std::istringstream words(step.substr(mark.size()));
+  std::ifstream file(path);
+  for (std::string line; std::getline(file, line);) {
+    if (const std::string mark = "# poe_card: "; line.rfind(mark, 0) == 0) {
+      std::istringstream words(line.substr(mark.size()));
       for (std::string word; words >> std::quoted(word, '\'');) {
         options.push_back(word);
       }
@@ -300,19 +281,14 @@ TEST_P(ScenarioBesideMainProcess, SnapshotsEqualTheMessages) {
     }
   }
   start(options);
-  steps.emplace_back("expect the same at the end");
-  int comparisons = 0;
-  bool isChanged = true; // since the last comparison
-  for (const std::string& step : steps) {
-    const bool isLook = step.rfind("expect", 0) == 0 || step.rfind("after", 0) == 0;
-    if (isLook && isChanged && isComparable()) {
-      mainProcess.await(1);
-      ASSERT_TRUE(snapshotEqualsMessage(bus == "ok")) << "before " << step;
-      comparisons++;
-      isChanged = false;
+  for (const Step& step : readScenario(path)) {
+    if (carryOut(step)) {
+      isChanged = true;
+    } else {
+      ASSERT_NO_FATAL_FAILURE(expectSame(step.text));
     }
-    isChanged |= carryOut(step);
   }
+  expectSame("the end");
   EXPECT_GE(comparisons, 1);
 }
 

@@ -25,13 +25,15 @@ const std::string OFF = port(false, 3, 0);
 const std::string USUAL =
     configuration("bank0 = 100", port(true, 1, 15000), port(true, 2, 30000), port(true, 3, 15000));
 
+const std::vector<std::string> TWO_DEVICES = {"--plug", "0 class=2 watts=6", "--plug", "1 class=4 watts=22"};
+
 struct Card {
   const char* name;
-  std::string configuration;         // empty: none is sent
-  std::vector<std::string> options;  // of poe_card
-  std::vector<std::string> commands; // for the card that is set up
-  std::vector<std::string> verdicts; // name and place of each
-  const char* evidence;              // a part of the output; empty for a healthy card
+  std::string configuration;                      // empty: none is sent
+  std::vector<std::string> commands;              // for the card that is set up
+  std::vector<std::string> verdicts;              // name and place of each
+  const char* evidence;                           // a part of the output; empty for a healthy card
+  std::vector<std::string> options = TWO_DEVICES; // of poe_card
 };
 
 // The name of the test.
@@ -39,99 +41,87 @@ void PrintTo(const Card& card, std::ostream* out) {
   *out << card.name;
 }
 
-const std::vector<std::string> TWO_DEVICES = {"--plug", "0 class=2 watts=6", "--plug", "1 class=4 watts=22"};
+std::vector<std::string> twoDevices(const std::string& device) {
+  return {"--plug", "0 " + device, "--plug", "1 " + device};
+}
 
 const Card CARDS[] = {
-    {"HealthyWithEmptyPorts", USUAL, TWO_DEVICES, {}, {}, ""},
+    {"HealthyWithEmptyPorts", USUAL, {}, {}, ""},
     {"HealthyWithoutPortLimits",
      configuration("bank0 = 60", port(true, 1, 0), port(true, 2, 0), port(true, 3, 0)),
-     TWO_DEVICES,
      {},
      {},
      ""},
     {"HealthyWithAPortSwitchedOff",
      configuration("bank0 = 60", port(true, 1, 15000), OFF, port(true, 3, 15000)),
-     TWO_DEVICES,
      {},
      {},
      ""},
-    {"HealthyAfterOneBusError", USUAL, TWO_DEVICES, {"bus fail 1"}, {}, ""},
-    {"LowSupply", USUAL, TWO_DEVICES, {"supply 40"}, {"supply-low"}, "main voltage (V) = 40.0"},
-    {"ThermalShutdown", USUAL, TWO_DEVICES, {"thermal on"}, {"thermal-shutdown"}, "thermal shutdown = TRUE"},
-    {"FetError", USUAL, TWO_DEVICES, {"fault 1 fet"}, {"fet-error, port 1"}, "channel 1: fet_error = TRUE"},
+    {"HealthyAfterOneBusError", USUAL, {"bus fail 1"}, {}, ""},
+    {"LowSupply", USUAL, {"supply 40"}, {"supply-low"}, "main voltage (V) = 40.0"},
+    {"ThermalShutdown", USUAL, {"thermal on"}, {"thermal-shutdown"}, "thermal shutdown = TRUE"},
+    {"FetError", USUAL, {"fault 1 fet"}, {"fet-error, port 1"}, "channel 1: fet_error = TRUE"},
     {"HotMosfet",
      USUAL,
-     TWO_DEVICES,
      {"fault 0 overtemperature"},
      {"mosfet-hot, port 0"},
      "channel 0: mosfet_overtemperature = TRUE"},
     {"BadSignature",
      USUAL,
-     TWO_DEVICES,
      {"plug 2 signature=low"},
      {"bad-signature, port 2"},
      "channel 2: det_status = RSIG_TOO_LOW"},
-    {"ShortOfAPoweredPort",
-     USUAL,
-     TWO_DEVICES,
-     {"short 0"},
-     {"bad-signature, port 0"},
-     "channel 0: det_status = SHORT"},
+    {"ShortOfAPoweredPort", USUAL, {"short 0"}, {"bad-signature, port 0"}, "channel 0: det_status = SHORT"},
     {"Bank7",
      configuration("bank0 = 100\nbank7 = 10", port(true, 1, 15000), port(true, 2, 30000), OFF),
-     TWO_DEVICES,
      {},
      {"bank-7"},
      "info: - power_limit[7] = 10"},
     {"LimitsAboveTheBank",
      configuration("bank0 = 30", port(true, 1, 20000), port(true, 1, 20000), OFF),
-     {"--plug", "0 class=3 watts=8", "--plug", "1 class=3 watts=8"},
      {},
      {"limits-above-bank"},
-     "has no room for the limit of port 1 (20 W)"},
+     "has no room for the limit of port 1 (20 W)",
+     twoDevices("class=3 watts=8")},
     {"LimitsOf40WattsAboveTheBank",
      configuration("bank0 = 60", port(true, 1, 40000), port(true, 1, 40000), OFF),
-     {"--plug", "0 class=3 watts=8", "--plug", "1 class=3 watts=8"},
      {},
      {"limits-above-bank"},
-     "has no room for the limit of port 1 (40 W)"},
+     "has no room for the limit of port 1 (40 W)",
+     twoDevices("class=3 watts=8")},
     {"LimitBelowTheDevice",
      configuration("bank0 = 100", port(true, 1, 15000), port(true, 2, 15000), OFF),
-     TWO_DEVICES,
      {},
      {"denied-by-port-limit, port 1"},
      "CLASS_4 may draw 30 W, the port's limit is 15 W"},
     {"BankTooSmall",
      configuration("bank0 = 20", port(true, 1, 0), port(true, 2, 0), OFF),
-     {"--plug", "0 class=3 watts=12", "--plug", "1 class=3 watts=12"},
      {},
      {"denied-by-bank, port 1"},
-     "the other ports leave 8 W of bank 0 with its 20 W"},
+     "the other ports leave 8 W of bank 0 with its 20 W",
+     twoDevices("class=3 watts=12")},
     {"WrongActiveBank",
      configuration("bank0 = 100", port(true, 1, 0), OFF, OFF),
-     TWO_DEVICES,
      {"bank 3"},
      {"denied-by-bank, port 0"},
      "0 W of bank 3 with its 0 W"},
     {"DeviceAboveItsClass",
      USUAL,
-     {"--plug", "0 class=1 watts=10"},
      {},
      {"denied-device, port 0"},
-     "CLASS_1 may draw 4 W, the port's limit is 15 W"},
+     "CLASS_1 may draw 4 W, the port's limit is 15 W",
+     {"--plug", "0 class=1 watts=10"}},
     {"PortHeldByAForeignProgram",
      USUAL,
-     TWO_DEVICES,
      {"reg 0x12 0xF3"},
      {"foreign-program, port 1"},
      "the port's mode in register 0x12 is 0 instead of 3"},
     {"PortSwitchedOnByAForeignProgram",
      configuration("bank0 = 100", port(true, 1, 15000), OFF, OFF),
-     TWO_DEVICES,
      {"reg 0x14 0xFF", "reg 0x12 0x0F"},
      {"foreign-program, port 1"},
      "register 0x12 is 3 instead of 0"},
-    {"NoConfiguration", "", TWO_DEVICES, {}, {"not-configured"}, "poeport 0: admin enable = FALSE"},
+    {"NoConfiguration", "", {}, {"not-configured"}, "poeport 0: admin enable = FALSE"},
 };
 
 // "supply-low", "fet-error, port 1": the numbered lines.
@@ -208,29 +198,24 @@ INSTANTIATE_TEST_SUITE_P(, DiagnoseCard, ::testing::ValuesIn(CARDS),
                          [](const auto& test) { return std::string(test.param.name); });
 
 struct BusCase {
-  const char* name;
   Card card;
   const char* options;
   unsigned poePortReports;
 };
 
 void PrintTo(const BusCase& bus, std::ostream* out) {
-  *out << bus.name;
+  *out << bus.card.name;
 }
 
 const BusCase BUS_CASES[] = {
-    {"UsedOnAHealthyCard",
-     {"", USUAL, {"--plug", "0", "--plug", "1", "--plug", "2", "--plug", "3"}, {}, {}, ""},
+    {{"UsedOnAHealthyCard", USUAL, {}, {}, "", {"--plug", "0", "--plug", "1", "--plug", "2", "--plug", "3"}},
      "",
      4},
-    {"NotUsedWhenForbidden", {"", USUAL, TWO_DEVICES, {}, {}, ""}, "--no-bus", 0},
-    {"NotUsedWhenDead", {"", USUAL, TWO_DEVICES, {"bus dead"}, {"chip-unreachable"}, ""}, "", 0},
-    {"NotUsedWhenErrorsGrow", {"", USUAL, TWO_DEVICES, {"bus every 100"}, {"bus-errors"}, ""}, "", 0},
-    {"NotUsedWhenOneRegisterFails",
-     {"", USUAL, TWO_DEVICES, {"bus register 0x43"}, {"bus-errors"}, ""},
-     "",
-     0},
-    {"NotUsedWithoutAnAdapter", {"", "", {"--no-adapter"}, {}, {"chip-unreachable"}, ""}, "", 0},
+    {{"NotUsedWhenForbidden", USUAL, {}, {}, ""}, "--no-bus", 0},
+    {{"NotUsedWhenDead", USUAL, {"bus dead"}, {"chip-unreachable"}, ""}, "", 0},
+    {{"NotUsedWhenErrorsGrow", USUAL, {"bus every 100"}, {"bus-errors"}, ""}, "", 0},
+    {{"NotUsedWhenOneRegisterFails", USUAL, {"bus register 0x43"}, {"bus-errors"}, ""}, "", 0},
+    {{"NotUsedWithoutAnAdapter", "", {}, {"chip-unreachable"}, "", {"--no-adapter"}}, "", 0},
 };
 
 class DiagnoseBus : public Diagnose, public ::testing::WithParamInterface<BusCase> {};
@@ -248,10 +233,10 @@ TEST_P(DiagnoseBus, IsTreatedWithCare) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, DiagnoseBus, ::testing::ValuesIn(BUS_CASES),
-                         [](const auto& test) { return std::string(test.param.name); });
+                         [](const auto& test) { return std::string(test.param.card.name); });
 
 TEST_F(Diagnose, UsesAFailingBusWhenToldTo) {
-  start({"", USUAL, TWO_DEVICES, {"bus register 0x43"}, {}, ""});
+  start({"", USUAL, {"bus register 0x43"}, {}, ""});
   diagnose("--bus");
   EXPECT_GE(poePortReports(), 4U);
 }
@@ -310,10 +295,8 @@ TEST_F(Diagnose, FindsAServiceWithoutItsConsole) {
 }
 
 TEST_F(Diagnose, RefusesALogThatIsMissing) {
-  const CommandResult result = poectl("diagnose --log " + folder.file("none"));
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.output,
-            "poectl: the log '" + folder.file("none") + "' cannot be read: No such file or directory\n");
+  EXPECT_EQ(poectl("diagnose --log /nowhere"),
+            refusedWith("the log '/nowhere' cannot be read: No such file or directory"));
 }
 
 } // namespace

@@ -1,11 +1,11 @@
 // The example of a main process in C, with the real service.
 #include "tests/support/process/main_process.h"
 #include "tests/support/process/service_process.h"
+#include "tests/support/process/started_command.h"
 #include "tests/support/process/temporary_directory.h"
 #include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
-#include "tests/system/process/started_command.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>

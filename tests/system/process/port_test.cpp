@@ -1,10 +1,10 @@
 // "poectl port", "diff" and "save" beside the real service on the simulated card.
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/started_command.h"
 #include "tests/support/process/temporary_directory.h"
 #include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
-#include "tests/system/process/started_command.h"
 
 #include <algorithm>
 #include <csignal>
@@ -96,9 +96,7 @@ TEST_F(PoectlPort, ChangesOneValueInTheFileAndTheRegistersFollow) {
   };
   std::string text = FILE_TEXT;
   for (const Row& row : rows) {
-    const CommandResult result = port(row.words);
-    EXPECT_EQ(result.status, 0) << row.words;
-    EXPECT_EQ(result.output, file + row.output);
+    EXPECT_EQ(port(row.words), printed(file + row.output)) << row.words;
     text = replaced(text, row.oldText, row.newText);
     EXPECT_EQ(folder.read("card.toml"), text) << row.words;
     const std::string shown =
@@ -116,41 +114,36 @@ TEST_F(PoectlPort, SendsNothingAndLeavesTheFileWhenSomethingIsWrong) {
   const std::string badText = folder.read("bad.toml");
   const mqd_t queue = mq_open("/queueToPoe", O_CREAT | O_RDONLY, 0600, nullptr);
   ASSERT_NE(queue, -1);
-  const std::string verbs = "; on, off, cycle, limit W and priority P are accepted\n";
+  const std::string verbs = "; on, off, cycle, limit W and priority P are accepted";
   const std::string limits =
-      " is no limit; 0 to 40 with up to 3 decimals (W; 0 means 40) or 0mW to 40000mW is accepted\n";
+      " is no limit; 0 to 40 with up to 3 decimals (W; 0 means 40) or 0mW to 40000mW is accepted";
   const std::pair<std::string, std::string> rows[] = {
-      {"4 off --file " + file, "poectl: '4' is no port; 0 to 3 is accepted\n"},
-      {"x off --file " + file, "poectl: 'x' is no port; 0 to 3 is accepted\n"},
-      {"0 of --file " + file, "poectl: there is no verb 'of'" + verbs},
-      {"0 off 1 --file " + file, "poectl: off takes no value" + verbs},
-      {"0 limit --file " + file, "poectl: limit needs a value" + verbs},
-      {"0 limit 41 --file " + file, "poectl: '41'" + limits},
-      {"0 limit 40001mW --file " + file, "poectl: '40001mW'" + limits},
-      {"0 limit 40.001 --file " + file, "poectl: '40.001'" + limits},
-      {"0 limit 4294968 --file " + file, "poectl: '4294968'" + limits},
-      {"0 limit 15. --file " + file, "poectl: '15.'" + limits},
-      {"0 limit .4 --file " + file, "poectl: '.4'" + limits},
-      {"0 limit 15.4000 --file " + file, "poectl: '15.4000'" + limits},
-      {"0 limit 15.-4 --file " + file, "poectl: '15.-4'" + limits},
-      {"0 limit 15.4mW --file " + file, "poectl: '15.4mW'" + limits},
-      {"0 priority 4 --file " + file, "poectl: '4' is no priority; 1 to 3 is accepted\n"},
-      {"0 off",
-       "poectl: no configuration file is named; --file FILE or the environment variable POECTL_FILE is "
-       "accepted\n"},
-      {"0 off --file -", "poectl: ./-: cannot be read: No such file or directory\n"},
-      {"0 off --file " + folder.path().string(),
-       "poectl: " + folder.path().string() + ": a regular file is accepted\n"},
+      {"4 off --file " + file, "'4' is no port; 0 to 3 is accepted"},
+      {"x off --file " + file, "'x' is no port; 0 to 3 is accepted"},
+      {"0 of --file " + file, "there is no verb 'of'" + verbs},
+      {"0 off 1 --file " + file, "off takes no value" + verbs},
+      {"0 limit --file " + file, "limit needs a value" + verbs},
+      {"0 limit 41 --file " + file, "'41'" + limits},
+      {"0 limit 40001mW --file " + file, "'40001mW'" + limits},
+      {"0 limit 40.001 --file " + file, "'40.001'" + limits},
+      {"0 limit 4294968 --file " + file, "'4294968'" + limits},
+      {"0 limit 15. --file " + file, "'15.'" + limits},
+      {"0 limit .4 --file " + file, "'.4'" + limits},
+      {"0 limit 15.4000 --file " + file, "'15.4000'" + limits},
+      {"0 limit 15.-4 --file " + file, "'15.-4'" + limits},
+      {"0 limit 15.4mW --file " + file, "'15.4mW'" + limits},
+      {"0 priority 4 --file " + file, "'4' is no priority; 1 to 3 is accepted"},
+      {"0 off", "no configuration file is named; --file FILE or the environment variable POECTL_FILE is "
+                "accepted"},
+      {"0 off --file -", "./-: cannot be read: No such file or directory"},
+      {"0 off --file " + folder.path().string(), folder.path().string() + ": a regular file is accepted"},
       {"0 off --file " + bad,
-       "poectl: " + bad +
-           ":12:9: 'limit' is out of range: 30001000; a whole number from 0 to 40000 (mW; 0 "
-           "means 40000) is accepted\n"},
-      {"3 cycle --file " + file, "poectl: port 3 is off in " + file + "; a port that is on is accepted\n"},
+       bad + ":12:9: 'limit' is out of range: 30001000; a whole number from 0 to 40000 (mW; 0 "
+             "means 40000) is accepted"},
+      {"3 cycle --file " + file, "port 3 is off in " + file + "; a port that is on is accepted"},
   };
   for (const auto& [words, error] : rows) {
-    const CommandResult result = poectl("port " + words);
-    EXPECT_EQ(result.status, 2) << words;
-    EXPECT_EQ(result.output, error);
+    EXPECT_EQ(poectl("port " + words), refusedWith(error)) << words;
   }
   mq_attr attributes{};
   EXPECT_EQ(mq_getattr(queue, &attributes), 0);
@@ -252,11 +245,10 @@ TEST_F(PoectlPort, DiffAndSaveShowWhatTheServiceHas) {
   EXPECT_EQ(same.status, 0);
   EXPECT_EQ(same.output, head + "same\n");
   const std::string other = folder.write("other.toml", replaced(FILE_TEXT, "15_000", "14_999"));
-  const CommandResult different = poectl("diff " + other);
-  EXPECT_EQ(different.status, 1);
-  EXPECT_EQ(different.output, head + "port 0 (camera), limit: 14 W in the file, 15 W in the service\n");
+  EXPECT_EQ(poectl("diff " + other),
+            (CommandResult{1, head + "port 0 (camera), limit: 14 W in the file, 15 W in the service\n"}));
   const std::string saved = folder.file("saved.toml");
-  EXPECT_EQ(run("POECTL_FILE=" + file + " " + POECTL + " save >" + saved).output,
+  EXPECT_EQ(run("POECTL_FILE=" + file + " " POECTL " save >" + saved).output,
             "poectl: reads the service's settings with 49 transfers on the chip's bus\n");
   EXPECT_EQ(poectl("diff " + saved).output, head + "same\n");
   EXPECT_NE(poectl("check " + saved).output.find("port 0 (camera): on, priority 1, 15 W\n"),
@@ -265,7 +257,7 @@ TEST_F(PoectlPort, DiffAndSaveShowWhatTheServiceHas) {
 
 TEST_F(PoectlPort, NamesOfTheFileAreInEveryOutputOfTheStatus) {
   start();
-  const std::string byVariable = "POECTL_FILE=" + file + " " + POECTL + " ";
+  const std::string byVariable = "POECTL_FILE=" + file + " " POECTL " ";
   EXPECT_NE(run(byVariable + "status").output.find("\n   0  camera  "), std::string::npos);
   EXPECT_NE(poectl("status --json --file " + file).output.find("\"name\": \"camera\""), std::string::npos);
   EXPECT_NE(poectl("status --json --no-bus --file " + file).output.find("\"name\": \"camera\""),
@@ -286,7 +278,7 @@ TEST_F(PoectlPort, NamesOfTheFileAreInEveryOutputOfTheStatus) {
   EXPECT_EQ(refused.status, 2);
   const std::string reason = ": cannot be read: No such file or directory\n";
   EXPECT_EQ(refused.output, "poectl: " + folder.file("nothing") + reason);
-  EXPECT_EQ(run("POECTL_FILE=" + folder.file("nothing") + " " + POECTL + " status").output,
+  EXPECT_EQ(run("POECTL_FILE=" + folder.file("nothing") + " " POECTL " status").output,
             "poectl: POECTL_FILE names " + folder.file("nothing") + reason);
 }
 

@@ -1,9 +1,9 @@
 // "poectl publish" beside the real service.
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/started_command.h"
 #include "tests/support/process/temporary_directory.h"
 #include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
-#include "tests/system/process/started_command.h"
 
 namespace {
 
@@ -19,21 +19,18 @@ TEST_F(Publish, RefusesWhatItCannotDo) {
   folder.write("file", "");
   const std::string there = " --directory " + folder.path().string();
   const std::pair<std::string, std::string> rows[] = {
-      {"", "poectl: --directory is missing; the name of a directory is accepted\n"},
+      {"", "--directory is missing; the name of a directory is accepted"},
       {" --directory /nowhere",
-       "poectl: /nowhere: cannot be used: No such file or directory; a directory that exists is accepted\n"},
+       "/nowhere: cannot be used: No such file or directory; a directory that exists is accepted"},
       {" --directory " + folder.file("file"),
-       "poectl: " + folder.file("file") +
-           ": cannot be used: Not a directory; a directory that exists is "
-           "accepted\n"},
-      {there + " --from afar", "poectl: --from: there is no source 'afar'; queue and console are accepted\n"},
+       folder.file("file") + ": cannot be used: Not a directory; a directory that exists is "
+                             "accepted"},
+      {there + " --from afar", "--from: there is no source 'afar'; queue and console are accepted"},
       {there + " --from queue --every 2",
-       "poectl: --every is for snapshots from the console; --from queue excludes it\n"},
+       "--every is for snapshots from the console; --from queue excludes it"},
   };
   for (const auto& [arguments, error] : rows) {
-    const CommandResult result = run("timeout 10 " POECTL " publish" + arguments);
-    EXPECT_EQ(result.status, 2) << arguments;
-    EXPECT_EQ(result.output, error) << arguments;
+    EXPECT_EQ(run("timeout 10 " POECTL " publish" + arguments), refusedWith(error)) << arguments;
   }
 }
 

@@ -1,10 +1,10 @@
 // Records of the real service on the simulated card: made by watch, replayed and drawn.
 #include "tests/support/process/process_fixture.h"
+#include "tests/support/process/started_command.h"
 #include "tests/support/process/temporary_directory.h"
 #include "tests/support/process/wait_until.h"
 #include "tests/system/process/command.h"
 #include "tests/system/process/pattern.h"
-#include "tests/system/process/started_command.h"
 
 #include <sys/stat.h>
 
@@ -32,7 +32,7 @@ protected:
     for (const auto& step : steps) {
       const std::string& command = step.first;
       const std::string& event = step.second; // a lambda cannot capture a structured binding
-      ASSERT_EQ(run(std::string(POECTL) + " card --control " + socket + " " + command).status, 0) << command;
+      ASSERT_EQ(run(POECTL " card --control " + socket + " " + command).status, 0) << command;
       ASSERT_TRUE(waitUntil([&] { return watch.output().find(event) != std::string::npos; }))
           << command << "\n"
           << watch.output();
@@ -81,10 +81,8 @@ TEST_F(PoectlRecord, HasWhatWatchPrintsBesideIt) {
 
 TEST_F(PoectlRecord, ThatIsRefusedKeepsWatchFromStarting) {
   ASSERT_EQ(mkfifo(record.c_str(), 0600), 0);
-  const CommandResult result = poectl("watch --count 1 --record " + record);
-  EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.output, "poectl: " + record +
-                               ": is no regular file; accepted is a regular file, or a name that is free\n");
+  EXPECT_EQ(poectl("watch --count 1 --record " + record),
+            refusedWith(record + ": is no regular file; accepted is a regular file, or a name that is free"));
 }
 
 // A limit of the shell stands for a full disk.
@@ -106,29 +104,24 @@ TEST_F(PoectlRecord, ThatIsDamagedIsShownUpToTheDamage) {
   const CommandResult json = poectl("replay --json " + record);
   EXPECT_EQ(json.status, 2);
   EXPECT_EQ(json.output, first + error);
-  const CommandResult skipped = poectl("replay --json --skip-damaged " + record);
-  EXPECT_EQ(skipped.status, 0);
-  EXPECT_EQ(skipped.output, "poectl: " + record + ":2: the line is cut; passed over\n" + first);
-  const CommandResult plot = poectl("plot " + record + " --out " + folder.file("p.svg"));
-  EXPECT_EQ(plot.status, 2);
-  EXPECT_EQ(plot.output, error);
+  EXPECT_EQ(poectl("replay --json --skip-damaged " + record),
+            printed("poectl: " + record + ":2: the line is cut; passed over\n" + first));
+  EXPECT_EQ(poectl("plot " + record + " --out " + folder.file("p.svg")), (CommandResult{2, error}));
   EXPECT_NE(folder.read("p.svg"), "");
 }
 
 TEST_F(PoectlRecord, IsNotOverwrittenByItsPlot) {
   ASSERT_EQ(poectl("watch --events --count 1 --record " + record).status, 0);
   const std::string before = folder.read("r");
-  const CommandResult plot = poectl("plot " + record + " --out " + record);
-  EXPECT_EQ(plot.status, 2);
-  EXPECT_EQ(plot.output, "poectl: --out names the record itself; accepted is another file\n");
+  EXPECT_EQ(poectl("plot " + record + " --out " + record),
+            refusedWith("--out names the record itself; accepted is another file"));
   EXPECT_EQ(folder.read("r"), before);
 }
 
 TEST_F(PoectlRecord, IsNotDrawnWithoutGnuplot) {
   ASSERT_EQ(poectl("watch --events --count 1 --record " + record).status, 0);
-  const CommandResult plot = run("PATH=" + folder.path().string() + "; " + POECTL + " plot " + record);
-  EXPECT_EQ(plot.status, 1);
-  EXPECT_EQ(plot.output, "poectl: gnuplot is not installed; the Debian package gnuplot-nox has it\n");
+  EXPECT_EQ(run("PATH=" + folder.path().string() + "; " POECTL " plot " + record),
+            failedWith("gnuplot is not installed; the Debian package gnuplot-nox has it"));
 }
 
 } // namespace

@@ -33,8 +33,7 @@ TEST_F(Report, HasTheConsoleTheQueuesTheDiagnosisAndTheServicesLogOnly) {
   startService();
   const std::string log = folder.write("log", "Jan  1 00:00:05 card sshd[7]: a password of somebody\n"
                                               "Jan  1 00:00:06 card poe_service[8]: POE now setting\n");
-  const std::string command =
-      "SECRET_OF_THE_USER=hunter2 " + std::string(POECTL) + " report --out " + out + " --log " + log;
+  const std::string command = "SECRET_OF_THE_USER=hunter2 " POECTL " report --out " + out + " --log " + log;
   const CommandResult result = run(command);
   EXPECT_EQ(result.status, 0) << result.output;
   EXPECT_NE(result.output.find("wrote " + out), std::string::npos) << result.output;
@@ -71,7 +70,7 @@ TEST_F(Report, SaysWhatItCouldNotGetAndIsNotHeldUpByAProgramThatHangsOrFloods) {
   fake("dpkg-query", "exec yes");
   fake("journalctl", "echo 'Jan 1 poe_service[8]: a line of the journal'; echo '-- cursor: s=1'");
   const CommandResult result =
-      run("PATH=" + folder.path().string() + ":$PATH " + POECTL + " report --out " + out);
+      run("PATH=" + folder.path().string() + ":$PATH " POECTL " report --out " + out);
   EXPECT_EQ(result.status, 0) << result.output;
   const std::string report = folder.read("report.txt");
   const std::string missing = section(report, "Not available");
@@ -86,22 +85,16 @@ TEST_F(Report, SaysWhatItCouldNotGetAndIsNotHeldUpByAProgramThatHangsOrFloods) {
 
 TEST_F(Report, IsWrittenToANewFileOrNotAtAll) {
   const std::string earlier = folder.write("earlier", "an earlier report");
-  const CommandResult existing = poectl("report --out " + earlier);
-  EXPECT_EQ(existing.status, 2);
-  EXPECT_EQ(existing.output,
-            "poectl: '" + earlier + "' exists already; the name of a new file is accepted\n");
+  EXPECT_EQ(poectl("report --out " + earlier),
+            refusedWith("'" + earlier + "' exists already; the name of a new file is accepted"));
   EXPECT_EQ(folder.read("earlier"), "an earlier report");
-  const CommandResult nowhere = poectl("report --out " + folder.file("missing/report"));
-  EXPECT_EQ(nowhere.status, 2);
-  EXPECT_EQ(nowhere.output,
-            "poectl: '" + folder.file("missing/report") + "' cannot be written: No such file or directory\n");
+  EXPECT_EQ(poectl("report --out /nowhere/report"),
+            refusedWith("'/nowhere/report' cannot be written: No such file or directory"));
 }
 
 TEST_F(Report, LeavesNoPartOfAFileThatDoesNotFit) {
-  const CommandResult result =
-      run("ulimit -f 1; trap '' XFSZ; " + std::string(POECTL) + " report --no-bus --out " + out);
-  EXPECT_EQ(result.status, 2) << result.output;
-  EXPECT_EQ(result.output, "poectl: '" + out + "' cannot be written: File too large\n");
+  EXPECT_EQ(run("ulimit -f 1; trap '' XFSZ; " POECTL " report --no-bus --out " + out),
+            refusedWith("'" + out + "' cannot be written: File too large"));
   EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 

@@ -17,24 +17,6 @@ TEST_F(StartUp, WritesItsMilestonesInOrderAndAtOnceAlsoIntoAFile) {
   EXPECT_EQ(outputAfterStart(), "");
 }
 
-TEST_F(StartUp, CreatesTheInboundQueueForTenMessagesOf2000Bytes) {
-  startService();
-  const ConfigSender sender;
-  EXPECT_EQ(sender.attributes().mq_maxmsg, 10);
-  EXPECT_EQ(sender.attributes().mq_msgsize, 2000);
-  EXPECT_EQ(sender.attributes().mq_flags, 0);
-  EXPECT_EQ(sender.permissions(), 0644U);
-}
-
-TEST_F(StartUp, GoesOnWithoutItsConsoleWhenThePortIsTaken) {
-  const FileDescriptor taken(listenOnPort(10001));
-  startService();
-  EXPECT_NE(service->output().find(
-                "<3> debug console: cannot listen on 127.0.0.1 port 10001: Address already in use"),
-            std::string::npos);
-  EXPECT_TRUE(service->isRunning());
-}
-
 // What the descriptors of a process stand for.
 std::map<int, std::filesystem::path> descriptorsOf(pid_t process) {
   std::map<int, std::filesystem::path> descriptors;

@@ -7,10 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -37,18 +34,14 @@ std::string TmuxTerminal::refusal() {
   return terminal >= 0 ? "" : "no pseudo-terminals (" + reason + "): mount devpts at /dev/pts";
 }
 
-TmuxTerminal::TmuxTerminal(const std::string& command) : m_folder(::testing::TempDir() + "tmux_XXXXXX") {
-  EXPECT_NE(mkdtemp(m_folder.data()), nullptr);
-  const std::string file = m_folder + "/script";
-  std::ofstream(file) << script(command);
-  EXPECT_EQ(tmux("new-session -d -x 80 -y 24 'sh " + file + "'"), "");
-  EXPECT_EQ(tmux("pipe-pane -O 'cat >" + m_folder + "/sent'"), "");
+TmuxTerminal::TmuxTerminal(const std::string& command) {
+  EXPECT_EQ(tmux("new-session -d -x 80 -y 24 'sh " + m_folder.write("script", script(command)) + "'"), "");
+  EXPECT_EQ(tmux("pipe-pane -O 'cat >" + m_folder.file("sent") + "'"), "");
   press("Enter");
 }
 
 TmuxTerminal::~TmuxTerminal() {
   tmux("kill-server");
-  run("rm -r " + m_folder);
 }
 
 void TmuxTerminal::press(const std::string& keys) {
@@ -69,32 +62,21 @@ std::string TmuxTerminal::screen() const {
 }
 
 std::string TmuxTerminal::row(unsigned number) const {
-  std::istringstream rows(screen());
-  std::string line;
-  for (unsigned row = 0; row <= number; row++) {
-    std::getline(rows, line);
-  }
-  return line;
+  const std::vector<std::string> rows = linesOf(screen());
+  return number < rows.size() ? rows[number] : "";
 }
 
 bool TmuxTerminal::shows(const std::string& text) const {
-  const auto end = std::chrono::steady_clock::now() + MAX_WAIT;
-  while (screen().find(text) == std::string::npos) {
-    if (std::chrono::steady_clock::now() > end) {
-      ADD_FAILURE() << "not shown: " << text << "\nbut:\n" << screen();
-      return false;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return true;
+  const bool isShown =
+      waitUntil([&] { return screen().find(text) != std::string::npos; }, std::chrono::milliseconds(20));
+  EXPECT_TRUE(isShown) << "not shown: " << text << "\nbut:\n" << screen();
+  return isShown;
 }
 
 std::string TmuxTerminal::sent() const {
-  std::ostringstream text;
-  text << std::ifstream(m_folder + "/sent").rdbuf();
-  return text.str();
+  return m_folder.read("sent");
 }
 
 std::string TmuxTerminal::tmux(const std::string& arguments) const {
-  return run("env -u TMUX tmux -u -S " + m_folder + "/socket -f /dev/null " + arguments).output;
+  return run("env -u TMUX tmux -u -S " + m_folder.file("socket") + " -f /dev/null " + arguments).output;
 }

@@ -1,6 +1,8 @@
 // A terminal of tmux: what a program on it shows, and keys for it.
 #pragma once
 
+#include "tests/support/process/temporary_directory.h"
+
 #include <string>
 
 class TmuxTerminal {
@@ -36,5 +38,5 @@ public:
 private:
   std::string tmux(const std::string& arguments) const;
 
-  std::string m_folder;
+  const TemporaryDirectory m_folder;
 };

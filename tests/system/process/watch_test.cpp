@@ -55,15 +55,14 @@ TEST_F(PoectlWatch, PrintsNothingButEvents) {
 
 TEST_F(PoectlWatch, EndsQuietlyWhenItsReaderHasSeenEnough) {
   startConfigurable();
-  const CommandResult result = run(std::string(POECTL) + " watch --json --seconds 10 | head -n 1 | wc -l");
+  const CommandResult result = run(POECTL " watch --json --seconds 10 | head -n 1 | wc -l");
   EXPECT_EQ(result.output, "1\n");
 }
 
 TEST_F(PoectlWatch, SaysThatItsOutputCannotBeWritten) {
   startConfigurable();
-  const CommandResult result = poectl("watch --seconds 10 >/dev/full");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "poectl: cannot write to standard output: No space left on device\n");
+  EXPECT_EQ(poectl("watch --seconds 10 >/dev/full"),
+            failedWith("cannot write to standard output: No space left on device"));
 }
 
 } // namespace

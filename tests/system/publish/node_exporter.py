@@ -5,13 +5,14 @@ Runs in namespaces of its own, with the loopback up.
 """
 import subprocess
 import sys
-import tempfile
-import time
 import urllib.request
 from pathlib import Path
 
+sys.dont_write_bytecode = True  # beside the sources
+sys.path.append(str(Path(__file__).parent / "../page"))
+from desk import Desk, wait_until
+
 PORT = 9100
-CARD = ["--plug", "0 class=2 watts=6"]
 
 
 def samples(text):
@@ -28,20 +29,12 @@ def samples(text):
 
 
 def served():
-    with urllib.request.urlopen(f"http://127.0.0.1:{PORT}/metrics", timeout=10) as reply:
-        return reply.read().decode()
-
-
-def wait_until(condition, what):
-    end = time.monotonic() + 20
-    while time.monotonic() < end:
-        try:
-            if condition():
-                return
-        except OSError:  # not there yet
-            pass
-        time.sleep(0.05)
-    sys.exit(f"not within 20 s: {what}")
+    """Nothing while the node exporter is not there yet."""
+    try:
+        with urllib.request.urlopen(f"http://127.0.0.1:{PORT}/metrics", timeout=10) as reply:
+            return reply.read().decode()
+    except OSError:
+        return ""
 
 
 def same_is_served(metrics):
@@ -61,48 +54,36 @@ def same_is_served(metrics):
 
 
 def main():
-    programs = Path(sys.argv[1])
-    started = []
-    with tempfile.TemporaryDirectory() as folder:
-        files = Path(folder, "files")
+    with Desk(sys.argv[1], ["--plug", "0 class=2 watts=6"]) as desk:
+        files = Path(desk.folder, "files")
         files.mkdir()
         metrics = files / "poe.prom"
+        names = Path(desk.folder, "card.toml")
+        names.write_text(desk.poectl("example")[1].replace("[port.0]", "[port.0]\nname = 'door \"A\\1\"'", 1))
 
         def start(*command):
-            started.append(subprocess.Popen([str(word) for word in command], stdin=subprocess.DEVNULL,
-                                            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
-            return started[-1]
+            return desk.start([str(word) for word in command], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
         def says(line):
             return metrics.exists() and f"\n{line}\n" in metrics.read_text()
 
-        try:
-            names = Path(folder, "card.toml")
-            names.write_text(subprocess.run([programs / "poectl", "example"], stdout=subprocess.PIPE, check=True).stdout.decode()
-                             .replace("[port.0]", "[port.0]\nname = 'door \"A\\1\"'", 1))
-            start("prometheus-node-exporter", "--collector.disable-defaults", "--collector.textfile",
-                  f"--collector.textfile.directory={files}", f"--web.listen-address=127.0.0.1:{PORT}")
-            start(programs / "poe_card", *CARD, "--log", Path(folder, "log"), "--", programs / "poe_service")
-            for source in ("queue", "console"):
-                publisher = start(programs / "poectl", "publish", "--directory", files, "--from", source, "--file", names)
-                wait_until(lambda: says("poe_up 1") and f'"{source}"' in metrics.read_text(), f"values from the {source}")
-                if source == "queue":
-                    subprocess.run([programs / "poectl", "apply", names], stderr=subprocess.DEVNULL, check=True)
-                    wait_until(lambda: "} 3\n" in metrics.read_text(), "power of port 0")
-                wait_until(lambda: "poe_up 1" in served(), "the node exporter")
-                count = same_is_served(metrics)
-                checked = subprocess.run(["promtool", "check", "metrics"], stdin=metrics.open(), capture_output=True, text=True,
-                                         check=False)
-                if checked.returncode != 0 or checked.stdout + checked.stderr != "":
-                    sys.exit(f"promtool: {checked.stdout}{checked.stderr}")
-                print(f"{count} values from the {source} are served as they were written")
-                publisher.terminate()
-                publisher.wait(10)
-                wait_until(lambda: "\npoe_up 0\n" in served(), "the end of the publisher")
-        finally:
-            for process in started:
-                process.kill()
-                process.wait()
+        start("prometheus-node-exporter", "--collector.disable-defaults", "--collector.textfile",
+              f"--collector.textfile.directory={files}", f"--web.listen-address=127.0.0.1:{PORT}")
+        for source in ("queue", "console"):
+            publisher = start(desk.path("poectl"), "publish", "--directory", files, "--from", source, "--file", names)
+            wait_until(lambda: says("poe_up 1") and f'"{source}"' in metrics.read_text(), f"no values from the {source}")
+            if source == "queue":
+                desk.apply(names)
+                wait_until(lambda: "} 3\n" in metrics.read_text(), "port 0 gets no power")
+            wait_until(lambda: "poe_up 1" in served(), "the node exporter does not serve the values")
+            count = same_is_served(metrics)
+            checked = subprocess.run(["promtool", "check", "metrics"], stdin=metrics.open(), capture_output=True, text=True,
+                                     check=False)
+            if checked.returncode != 0 or checked.stdout + checked.stderr != "":
+                sys.exit(f"promtool: {checked.stdout}{checked.stderr}")
+            print(f"{count} values from the {source} are served as they were written")
+            desk.end(publisher)
+            wait_until(lambda: "\npoe_up 0\n" in served(), "the end of the publisher is not served")
 
 
 main()

@@ -101,87 +101,6 @@ TEST_F(Play, WaitsAsLongAsTheStepSays) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2500));
 }
 
-struct FailureRow {
-  const char* name;
-  const char* steps; // the last one fails
-  const char* reason;
-};
-
-class PlayFailure : public Play, public ::testing::WithParamInterface<FailureRow> {};
-
-TEST_P(PlayFailure, HasItsReason) {
-  const CommandResult result = play(GetParam().steps);
-  const std::size_t failure = result.output.find("not ok");
-  ASSERT_NE(failure, std::string::npos) << result.output;
-  const std::size_t reason = result.output.find('\n', failure) + 1;
-  const std::string expected = std::string("# ") + GetParam().reason + "\n";
-  EXPECT_EQ(result.output.substr(reason, expected.size()), expected) << result.output;
-  EXPECT_EQ(result.output.find("not ok", reason), std::string::npos) << result.output;
-  EXPECT_EQ(result.status, 1);
-}
-
-const FailureRow FAILURES[] = {
-    {"WithinSeconds", "expect chip mainPower 5 within 1.5", "chip mainPower is 0; expected is 5"},
-    {"WithinSecondsWithoutAMessage",
-     "after 1 message\ncard temperature 50\nexpect chip deviceTemperature 50 within 0.1",
-     "no status message came"},
-    {"Stays", "after 1 message\ncard temperature 50\nexpect chip deviceTemperature stays 40 for 3 messages",
-     "chip deviceTemperature is 50; expected is 40"},
-    {"StaysAlready",
-     "card temperature 50\nafter 1 message\n"
-     "expect chip deviceTemperature stays 40 for 3 messages",
-     "chip deviceTemperature is 50; expected is 40"},
-    {"TooMuch", "card reg 0x79 2\nexpect port 0 overLoadCounter +1 within 2 messages",
-     "port 0 overLoadCounter is 2, +2 since the last apply, card or console step; expected is +1"},
-    {"OfAnOlderStep",
-     "card reg 0x79 2\nexpect port 0 overLoadCounter +2\ncard temperature 20\n"
-     "expect port 0 overLoadCounter +2 within 1 message",
-     "port 0 overLoadCounter is 2, +0 since the last apply, card or console step; expected is +2"},
-    {"PortsOfTwoMessages",
-     "apply four_ports.toml\nafter 1 message\ncard reg 0x79 1\nafter 2 messages\n"
-     "expect ports 0,1 overLoadCounter +1 within 2 messages",
-     "port 1 overLoadCounter is 0, +0 since the last apply, card or console step; expected is +1"},
-    {"CountersSince",
-     "after 1 message\ncard reg 0x79 1\nexpect ports 1,2 counters unchanged since line 1\ncard temperature "
-     "30\nexpect ports 0,1 counters unchanged since line 1",
-     "port 0 overLoadCounter is 1, was 0; expected is no change since line 1"},
-    {"CountersSinceALaterLine",
-     "card reg 0x79 1\nafter 2 messages\ncard reg 0x79 2\nexpect ports 0 counters unchanged since line 2",
-     "port 0 overLoadCounter is 2, was 1; expected is no change since line 2"},
-    {"LogAfterTheMark", "mark log\nexpect log \"Card is ready\" within 1 message",
-     "no line of the log has this text"},
-    {"Register", "expect register 0x43 0x42 within 1 message", "register 0x43 is 0x41; expected is 0x42"},
-    {"RegisterStays", "card reg 0x15 1\nexpect register 0x15 stays 0x00 for 1 message",
-     "register 0x15 is 0x01; expected is 0x00"},
-    {"Log", "expect log \"no such line\" within 1 message", "no line of the log has this text"},
-    {"LogInOrder", "expect log \"default configuration\"\nexpect log \"Card is ready\" within 1 message",
-     "no line of the log has this text"},
-    {"NoLog", "expect no log \"default configuration\"", "a line of the log has this text"},
-    {"NoLogLater", "card power-cycle\nexpect no log \"not initialised\" for 3 messages",
-     "a line of the log has this text"},
-    {"ConsoleShows", "console readReg 0x43 shows \"0x43:0x42\"", "the reply does not have this text:"},
-};
-
-INSTANTIATE_TEST_SUITE_P(Steps, PlayFailure, ::testing::ValuesIn(FAILURES),
-                         [](const auto& row) { return std::string(row.param.name); });
-
-TEST_F(Play, StopsAtAStepThatCannotBeDone) {
-  const CommandResult result = play("card unplug 4\nwait 1\n");
-  const std::string start = "TAP version 13\n1..2\nnot ok 1 - line 1: card unplug 4\n# card: ";
-  EXPECT_EQ(result.output.substr(0, start.size()), start);
-  const std::string end = "\nBail out! what follows line 1 needs that step\n";
-  EXPECT_EQ(result.output.substr(result.output.size() - std::min(end.size(), result.output.size())), end);
-  EXPECT_EQ(std::count(result.output.begin(), result.output.end(), '\n'), 5) << result.output;
-  EXPECT_EQ(result.status, 1);
-}
-
-TEST_F(Play, NeverJudgesAMessageFromBeforeTheStep) {
-  const CommandResult result = play("after 1 message\n"
-                                    "card temperature 50\n"
-                                    "expect chip deviceTemperature 40 within 1 message\n");
-  EXPECT_NE(result.output.find("\nnot ok 3 - "), std::string::npos) << result.output;
-}
-
 TEST_F(Play, BailsOutWithoutAService) {
   const CommandResult result = playAlone("wait 1\n");
   EXPECT_EQ(result.output,
@@ -215,44 +134,27 @@ TEST_F(Play, WaitsForTheCardTheServiceAndTheLogThatStartLater) {
 }
 
 TEST_F(Play, BailsOutAtASignalAndRemovesItsQueue) {
-  const CommandResult result =
-      run(ISOLATED " bash -c '" BIN "/poectl play " + m_folder.write("f.play", "wait 9") +
-          " & while " BIN "/poectl preflight >/dev/null 2>&1; do sleep 0.05; done; kill $!; wait $!; "
-          "echo status $?; " BIN "/poectl preflight'");
-  EXPECT_EQ(result.output, "TAP version 13\n1..1\nBail out! interrupted by a signal\nstatus 1\n");
-  EXPECT_EQ(result.status, 0) << "nothing is left behind";
+  EXPECT_EQ(run(ISOLATED " bash -c '" BIN "/poectl play " + m_folder.write("f.play", "wait 9") +
+                " & while " BIN "/poectl preflight >/dev/null 2>&1; do sleep 0.05; done; kill $!; wait $!; "
+                "echo status $?; " BIN "/poectl preflight'"),
+            printed("TAP version 13\n1..1\nBail out! interrupted by a signal\nstatus 1\n"))
+      << "nothing is left behind";
 }
 
 // Nothing is printed or created for a file that is refused.
 TEST_F(Play, RefusesABadFileWithOneLineAndStatus2) {
-  const CommandResult unknown = playAlone("wait 1\nplug 0\n");
-  EXPECT_EQ(unknown.output,
-            "poectl: " + m_file +
-                ":2:1: unknown step 'plug'; apply, card, console, wait, after, mark and expect "
-                "are accepted\n");
-  EXPECT_EQ(unknown.status, 2);
-  const CommandResult configuration = playAlone("apply none.toml\n");
-  EXPECT_EQ(configuration.output, "poectl: " + m_file + ":1:7: apply: " + m_folder.file("none.toml") +
-                                      ": cannot be read: No such file or directory\n");
-  EXPECT_EQ(configuration.status, 2);
-  const CommandResult log = playAlone("wait 1\nexpect log \"a\"\n");
-  EXPECT_EQ(log.output,
-            "poectl: " + m_file + ":2:1: the step needs the log's file; --log FILE is accepted\n");
-  EXPECT_EQ(log.status, 2);
-  EXPECT_EQ(playAlone("mark log\n").output,
-            "poectl: " + m_file + ":1:1: the step needs the log's file; --log FILE is accepted\n");
-  const CommandResult noLog = playAlone("expect log \"a\"\n", "--log /nowhere/service.log");
-  EXPECT_EQ(noLog.output, "poectl: /nowhere/service.log: cannot be read: No such file or directory\n");
-  EXPECT_EQ(noLog.status, 2);
-}
-
-TEST_F(Play, TakesTheScenarioFromStandardInput) {
-  const CommandResult result = run("echo plug | " BIN "/poectl play -");
-  EXPECT_EQ(
-      result.output,
-      "poectl: standard input:1:1: unknown step 'plug'; apply, card, console, wait, after, mark and expect "
-      "are accepted\n");
-  EXPECT_EQ(result.status, 2);
+  const std::string noLog = ": the step needs the log's file; --log FILE is accepted";
+  const std::string noFile = ": cannot be read: No such file or directory";
+  const std::string unknown =
+      ":2:1: unknown step 'plug'; apply, card, console, wait, after, mark and expect are accepted";
+  EXPECT_EQ(playAlone("wait 1\nplug 0\n"), refusedWith(m_file + unknown));
+  EXPECT_EQ(run("printf 'wait 1\nplug' | " BIN "/poectl play -"), refusedWith("standard input" + unknown));
+  EXPECT_EQ(playAlone("apply none.toml\n"),
+            refusedWith(m_file + ":1:7: apply: " + m_folder.file("none.toml") + noFile));
+  EXPECT_EQ(playAlone("wait 1\nexpect log \"a\"\n"), refusedWith(m_file + ":2:1" + noLog));
+  EXPECT_EQ(playAlone("mark log\n"), refusedWith(m_file + ":1:1" + noLog));
+  EXPECT_EQ(playAlone("expect log \"a\"\n", "--log /nowhere/service.log"),
+            refusedWith("/nowhere/service.log" + noFile));
 }
 
 } // namespace

@@ -1,7 +1,5 @@
 #include "tests/target/scenarios/card_proxy.h"
 
-#include "tests/target/scenarios/virtio_bus.h"
-
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -51,7 +49,7 @@ void CardProxy::serve(int timeout) {
 
 void CardProxy::takeLines() {
   for (std::size_t end = 0; (end = m_received.find('\n')) != std::string::npos;) {
-    const std::string reply = askCard(m_serial, "card " + m_received.substr(0, end));
+    const std::string reply = m_serial.askCard("card " + m_received.substr(0, end));
     m_received.erase(0, end + 1);
     send(m_client, reply.data(), reply.size(), MSG_NOSIGNAL);
   }

@@ -1,6 +1,6 @@
 #include "tests/target/scenarios/kernel_bus.h"
 
-#include "tests/target/scenarios/virtio_bus.h"
+#include "tests/target/scenarios/serial_line.h"
 
 #include <cerrno>
 
@@ -45,7 +45,7 @@ void KernelBus::endServiceInItsSleep() {
 }
 
 std::string KernelBus::card(const std::string& words) {
-  std::string reply = askCard(serial(), words);
+  std::string reply = serial().askCard(words);
   EXPECT_NE(reply.compare(0, 6, "error:"), 0) << reply;
   return reply;
 }

@@ -1,6 +1,5 @@
 // What the service costs when the kernel's I2C adapter leads to the simulated card.
 #include "tests/target/scenarios/kernel_bus.h"
-#include "tests/target/support/system_calls.h"
 #include "tests/target/support/tap_listener.h"
 
 namespace {
@@ -36,24 +35,5 @@ TEST_F(KernelCost, OfTwentyCyclesIsASecondEachAndNoMemory) {
   measured("resident memory", std::to_string(after.memory) + " kB");
   EXPECT_EQ(log.take(), "");
 }
-
-#ifdef HAS_STRACE
-TEST_F(KernelCost, OfACycleIs64TransfersAndSixOtherCalls) {
-  startTraced(SERVICE);
-  for (int message = 0; message < 4; message++) {
-    status->next();
-  }
-  endServiceInItsSleep();
-  const SystemCalls calls = callsOfCycles(1);
-  EXPECT_EQ(calls.at("ioctl"), 64);
-  int all = 0;
-  for (const auto& [name, count] : calls) {
-    all += count;
-  }
-  EXPECT_LE(all, 72) << "a cycle under strace can show a receive more";
-  measured("system calls of a cycle", std::to_string(all));
-  EXPECT_EQ(log.take(), START_LOG);
-}
-#endif
 
 } // namespace

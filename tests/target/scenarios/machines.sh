@@ -43,19 +43,15 @@ start_scenario_machine() {
 # run_bus_tests NAME COMMAND...: runs the tests of kernel_bus_tests on a machine whose adapter is a card outside. The second
 # serial port carries the card's commands. COMMAND runs the program here and lists its tests.
 run_bus_tests() {
-  local name=$1 place=build/target/$1.bus machine
-  local log=$place.log
+  local name=$1 place=build/target/$1.bus
   shift
-  expected_names "$@" >"$place.names"
-  "${name}_machine" "build/target/$name.cpio.gz" program=/bin/kernel_bus_tests
   rm -f "$place".{serial,card,control,log}
-  more_devices=(-chardev "socket,id=serial,path=$place.serial,server=on,wait=off" -serial chardev:serial
+  local more_options=(-chardev "socket,id=serial,path=$place.serial,server=on,wait=off" -serial chardev:serial
     -chardev "socket,id=card,path=$place.card,server=on,wait=on" -device vhost-user-i2c-pci,chardev=card)
   tests/target/scenarios/card_of_machine build/release/bin/poe_card "$place" \
     >"$place.card_log" 2>&1 &
   machines+=($!)
-  run_machine "$log" "${machine[@]}"
-  judge "$log" "$place.names"
+  run_on_machine "$name" "build/target/$name.cpio.gz" "$place" program=/bin/kernel_bus_tests -- "$@"
 }
 
 # wait_for SECONDS COMMAND...: until the command succeeds.

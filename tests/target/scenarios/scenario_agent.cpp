@@ -12,7 +12,7 @@
 #include "tests/support/process/system_log.h"
 #include "tests/target/scenarios/card_proxy.h"
 #include "tests/target/scenarios/serial_line.h"
-#include "tests/target/scenarios/virtio_bus.h"
+#include "tests/target/support/chip.h"
 #include "tests/target/support/program.h"
 #include "tests/target/support/time_of_day.h"
 

@@ -40,3 +40,14 @@ void SerialLine::write(const std::string& line) {
     written += count > 0 ? static_cast<std::size_t>(count) : 0;
   }
 }
+
+std::string SerialLine::askCard(const std::string& words) {
+  write(words);
+  std::string reply;
+  std::string line;
+  do {
+    line = read();
+    reply += line + "\n";
+  } while (!line.empty());
+  return reply;
+}

@@ -15,6 +15,8 @@ public:
   std::string read();
   // Writes one line.
   void write(const std::string& line);
+  // Passes a command on to the card outside. Returns the lines of the reply and the empty line after them.
+  std::string askCard(const std::string& words);
 
 private:
   int m_fd;

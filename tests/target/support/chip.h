@@ -29,9 +29,10 @@ private:
   int m_file;
 };
 
-// The adapter appears with the kernel's modules and goes with them. Nobody may have it open when it goes.
+// Loads the modules of the adapter, so that /dev/i2c-0 is there: i2c-stub, or the simulated card outside of
+// the machine. A failure is a failed test.
 void insertAdapter();
-void removeAdapter();
+void insertVirtioAdapter();
 
 // A register of each line that differs, for the report of a failed comparison.
 std::string differences(const Registers& actual, const Registers& expected);

@@ -81,21 +81,25 @@ int Program::wait(std::chrono::milliseconds timeout) {
   return WIFEXITED(m_status) ? WEXITSTATUS(m_status) : 128 + WTERMSIG(m_status);
 }
 
+long statusValue(const std::string& folder, const std::string& name) {
+  std::ifstream lines(folder + "/status");
+  for (std::string line; std::getline(lines, line);) {
+    if (line.compare(0, name.size(), name) == 0) {
+      return std::stol(line.substr(name.size()));
+    }
+  }
+  ADD_FAILURE() << "no " << name << " in " << folder;
+  return -1;
+}
+
 Footprint footprintOf(pid_t pid) {
   clockid_t clock{};
   timespec time{};
   EXPECT_EQ(clock_getcpuclockid(pid, &clock), 0);
   EXPECT_EQ(clock_gettime(clock, &time), 0);
-  Footprint footprint{
-      -1, std::chrono::seconds(time.tv_sec) +
+  return {statusValue("/proc/" + std::to_string(pid), "VmRSS:"),
+          std::chrono::seconds(time.tv_sec) +
               std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::nanoseconds(time.tv_nsec))};
-  std::ifstream lines("/proc/" + std::to_string(pid) + "/status");
-  for (std::string line; std::getline(lines, line);) {
-    if (line.compare(0, 6, "VmRSS:") == 0) {
-      footprint.memory = std::stol(line.substr(6));
-    }
-  }
-  return footprint;
 }
 
 Result run(const std::vector<std::string>& commandLine, std::chrono::milliseconds timeout) {

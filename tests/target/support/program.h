@@ -38,9 +38,13 @@ struct Result {
   std::string output;
 };
 
+// The number after a name, such as "VmRSS:", in the status of a process or thread, whose folder of /proc this
+// is. -1, after a test failure, when there is none.
+long statusValue(const std::string& folder, const std::string& name);
+
 // What a process has used up to now.
 struct Footprint {
-  long memory; // kB of resident memory; -1 when it cannot be read
+  long memory; // kB of resident memory
   std::chrono::microseconds processorTime;
 };
 Footprint footprintOf(pid_t pid);

@@ -25,3 +25,9 @@ void TapListener::OnTestEnd(const ::testing::TestInfo& test) {
 void measured(const std::string& what, const std::string& value) {
   std::printf("# measured: %s: %s\n", what.c_str(), value.c_str());
 }
+
+void measured(const std::string& what, double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.2f", value);
+  measured(what, std::string(text));
+}

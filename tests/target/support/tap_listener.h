@@ -17,3 +17,4 @@ private:
 
 // A measured value, for the report: "# measured: WHAT: VALUE".
 void measured(const std::string& what, const std::string& value);
+void measured(const std::string& what, double value); // with two decimals

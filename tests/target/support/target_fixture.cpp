@@ -1,7 +1,5 @@
 #include "tests/target/support/target_fixture.h"
 
-#include "tests/target/support/system_calls.h"
-
 #include <csignal>
 #include <mqueue.h>
 
@@ -26,19 +24,17 @@ void TargetTest::TearDown() {
   EXPECT_EQ(log.take(), "");
 }
 
-void TargetTest::startService(const std::string& program) {
-  start({program});
-}
-
-void TargetTest::startTraced(const std::string& program) {
-  start(traced(program));
-}
-
-void TargetTest::start(const std::vector<std::string>& commandLine) {
+void TargetTest::startService(const std::vector<std::string>& commandLine) {
   status.reset(); // with the messages of a service before this one
   status = std::make_unique<MainProcessQueue>();
   service = std::make_unique<Program>(commandLine);
   status->next();
+}
+
+void TargetTest::takeMessages(int count) {
+  for (int message = 0; message < count; message++) {
+    status->next();
+  }
 }
 
 void TargetTest::killService() {

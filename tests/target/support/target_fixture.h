@@ -24,10 +24,10 @@ protected:
   void TearDown() override;
 
   // Creates "/queueToMain", starts the service and waits for its first status message.
-  void startService(const std::string& program = SERVICE);
+  void startService(const std::vector<std::string>& commandLine = {SERVICE});
 
-  // The same under strace; callsOfCycles tells what it called.
-  void startTraced(const std::string& program);
+  // Takes this number of status messages.
+  void takeMessages(int count);
 
   // Kills the service, as the card ends it. Its queue stays.
   void killService();
@@ -49,7 +49,4 @@ protected:
   SystemLog log;
   std::unique_ptr<MainProcessQueue> status;
   std::unique_ptr<Program> service;
-
-private:
-  void start(const std::vector<std::string>& commandLine);
 };

@@ -1,31 +1,37 @@
 #include "platform/better_sleep.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <limits>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "stepped_clock.h"
 #include "system_calls.h"
 
-TEST(BetterSleep, SleepsToAnAbsoluteTimeOnTheMonotonicClock) {
-  const SteppedClock clock(10250);
-  const ScriptedSleep sleep;
-  BetterSleep(1.5);
+namespace {
+
+// That the sleep asks once for this time on the monotonic clock.
+void expectSleepTo(const ScriptedSleep& sleep, std::time_t seconds, long nanoseconds) {
   ASSERT_EQ(sleep.requests().size(), 1U);
   EXPECT_EQ(sleep.requests()[0].clock, CLOCK_MONOTONIC);
   EXPECT_EQ(sleep.requests()[0].flags, TIMER_ABSTIME);
-  EXPECT_EQ(sleep.requests()[0].time.tv_sec, 11);
-  EXPECT_EQ(sleep.requests()[0].time.tv_nsec, 750000000);
+  EXPECT_EQ(sleep.requests()[0].time.tv_sec, seconds);
+  EXPECT_EQ(sleep.requests()[0].time.tv_nsec, nanoseconds);
 }
 
-TEST(BetterSleep, CarriesOverIntoTheNextSecond) {
-  const SteppedClock clock(10750);
-  const ScriptedSleep sleep;
-  BetterSleep(1.5);
-  ASSERT_EQ(sleep.requests().size(), 1U);
-  EXPECT_EQ(sleep.requests()[0].time.tv_sec, 12);
-  EXPECT_EQ(sleep.requests()[0].time.tv_nsec, 250000000);
+} // namespace
+
+TEST(BetterSleep, SleepsToAnAbsoluteTimeOnTheMonotonicClockAndCarriesOverIntoTheNextSecond) {
+  const std::tuple<std::uint64_t, std::time_t, long> rows[] = {{10250, 11, 750000000},
+                                                               {10750, 12, 250000000}};
+  for (const auto& [now, seconds, nanoseconds] : rows) {
+    const SteppedClock clock(now);
+    const ScriptedSleep sleep;
+    BetterSleep(1.5);
+    expectSleepTo(sleep, seconds, nanoseconds);
+  }
 }
 
 TEST(BetterSleep, GoesOnToTheSameEndAfterEachSignal) {
@@ -60,8 +66,6 @@ TEST(BetterSleep, OfAVeryLongTimeIsCutToOneThatFitsThirtyTwoBits) {
     const SteppedClock clock(1000500);
     const ScriptedSleep sleep;
     BetterSleep(seconds);
-    ASSERT_EQ(sleep.requests().size(), 1U) << seconds;
-    EXPECT_EQ(sleep.requests()[0].time.tv_sec, 1000001000);
-    EXPECT_EQ(sleep.requests()[0].time.tv_nsec, 500000000);
+    expectSleepTo(sleep, 1000001000, 500000000);
   }
 }

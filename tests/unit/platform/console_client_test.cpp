@@ -54,6 +54,12 @@ protected:
 
   void serve(short events) { m_client.serve(events, m_buffer); }
 
+  // A round in which these bytes come.
+  void take(const std::string& bytes) {
+    write(bytes);
+    serve(POLLIN);
+  }
+
   const SteppedClock m_clock{100000};
   const Echo m_echo{"Echo"};
   const Talker m_huge{"Huge", [](const auto&) { return std::string(REPLY_SIZE, 'x'); }};
@@ -77,15 +83,13 @@ TEST_F(ConsoleClientTest, WaitsForInputWithoutADeadline) {
 
 TEST_F(ConsoleClientTest, IsAnsweredInTheRoundInWhichItsCommandComes) {
   read();
-  write("Echo one\n");
-  serve(POLLIN);
+  take("Echo one\n");
   EXPECT_EQ(read(), "[one]\n> ");
 }
 
 TEST_F(ConsoleClientTest, IsReadyWhileItHasMoreCommands) {
   read();
-  write("Echo one\nEcho two\n");
-  serve(POLLIN);
+  take("Echo one\nEcho two\n");
   EXPECT_EQ(read(), "[one]\n> ");
   EXPECT_TRUE(m_client.isReady());
   serve(0);
@@ -95,15 +99,13 @@ TEST_F(ConsoleClientTest, IsReadyWhileItHasMoreCommands) {
 
 TEST_F(ConsoleClientTest, WaitsForRoomWhileOutputWaits) {
   read();
-  write("Huge\nEcho one\n");
-  serve(POLLIN);
+  take("Huge\nEcho one\n");
   EXPECT_EQ(m_client.events(), POLLOUT);
   EXPECT_FALSE(m_client.isReady());
 }
 
 TEST_F(ConsoleClientTest, TakesNoInputWhileOutputWaits) {
-  write("Huge\n");
-  serve(POLLIN);
+  take("Huge\n");
   serve(POLLIN);
   write("Echo one\n");
   serve(POLLIN | POLLOUT);
@@ -112,8 +114,7 @@ TEST_F(ConsoleClientTest, TakesNoInputWhileOutputWaits) {
 }
 
 TEST_F(ConsoleClientTest, IsGivenUpAfterAMinuteWithoutProgress) {
-  write("Huge\n");
-  serve(POLLIN);
+  take("Huge\n");
   EXPECT_EQ(m_client.deadline(), 160000U);
   SteppedClock::advance(59999);
   serve(POLLOUT);
@@ -125,8 +126,7 @@ TEST_F(ConsoleClientTest, IsGivenUpAfterAMinuteWithoutProgress) {
 }
 
 TEST_F(ConsoleClientTest, HasAnotherMinuteAfterEachProgress) {
-  write("Huge\n");
-  serve(POLLIN);
+  take("Huge\n");
   SteppedClock::advance(59999);
   EXPECT_FALSE(read().empty());
   serve(POLLOUT);
@@ -134,8 +134,7 @@ TEST_F(ConsoleClientTest, HasAnotherMinuteAfterEachProgress) {
 }
 
 TEST_F(ConsoleClientTest, HasNoDeadlineAnyMoreWhenAllIsSent) {
-  write("Huge\n");
-  serve(POLLIN);
+  take("Huge\n");
   std::size_t received = 0;
   for (std::string part = read(); !part.empty(); part = read()) {
     received += part.size();
@@ -162,18 +161,15 @@ TEST_F(ConsoleClientTest, HasTwoSecondsToCloseAfterQuit) {
 }
 
 TEST_F(ConsoleClientTest, WritingDoesNotProlongTheTimeToClose) {
-  write("quit\n");
-  serve(POLLIN);
+  take("quit\n");
   SteppedClock::advance(1000);
-  write("Echo one\n");
-  serve(POLLIN);
+  take("Echo one\n");
   EXPECT_FALSE(m_client.isGone());
   EXPECT_EQ(m_client.deadline(), 102000U);
 }
 
 TEST_F(ConsoleClientTest, IsGoneWhenItClosesAfterQuit) {
-  write("quit\n");
-  serve(POLLIN);
+  take("quit\n");
   m_pair.theirs = FileDescriptor();
   serve(0);
   EXPECT_FALSE(m_client.isGone());
@@ -197,16 +193,14 @@ TEST_F(ConsoleClientTest, IsGoneAtAReset) {
 TEST_F(ConsoleClientTest, AnEventWithNothingToReceiveHarmsNothing) {
   serve(POLLIN);
   EXPECT_TRUE(m_client.isServed());
-  write("quit\n");
-  serve(POLLIN);
+  take("quit\n");
   serve(POLLIN);
   EXPECT_FALSE(m_client.isServed());
   EXPECT_FALSE(m_client.isGone());
 }
 
 TEST_F(ConsoleClientTest, IsGoneWhenItBreaksOffWhileOutputWaits) {
-  write("Huge\n");
-  serve(POLLIN);
+  take("Huge\n");
   m_pair.theirs = FileDescriptor();
   serve(POLLHUP);
   EXPECT_TRUE(m_client.isGone());
@@ -215,8 +209,7 @@ TEST_F(ConsoleClientTest, IsGoneWhenItBreaksOffWhileOutputWaits) {
 TEST_F(ConsoleClientTest, IsIdleUntilACommandComesAndAgainWhenTheReplyIsSent) {
   EXPECT_TRUE(m_client.isIdle());
   read();
-  write("Huge\n");
-  serve(POLLIN);
+  take("Huge\n");
   EXPECT_FALSE(m_client.isIdle());
   while (!m_client.isIdle()) {
     EXPECT_NE(read(), "");
@@ -229,16 +222,14 @@ TEST_F(ConsoleClientTest, IsActiveWhenBytesGoInOrOut) {
   SteppedClock::advance(5);
   serve(0);
   EXPECT_EQ(m_client.lastActive(), 100000U);
-  write("E");
-  serve(POLLIN);
+  take("E");
   EXPECT_EQ(m_client.lastActive(), 100005U);
 }
 
 TEST_F(ConsoleClientTest, IsAnsweredAsIfItHadNotNegotiated) {
   read();
-  write("\xFF\xFD\x03\xFF\xFB\x18"
-        "Echo \xFF\xFA\x18\n\xFF\xF0one\n");
-  serve(POLLIN);
+  take("\xFF\xFD\x03\xFF\xFB\x18"
+       "Echo \xFF\xFA\x18\n\xFF\xF0one\n");
   EXPECT_EQ(read(), "[one]\n> ");
 }
 
@@ -246,8 +237,7 @@ TEST_F(ConsoleClientTest, ThatIsDismissedGetsTheReasonAndIsNotServedAnyMore) {
   read();
   m_client.dismiss("No room\n");
   EXPECT_FALSE(m_client.isServed());
-  write("Echo one\n");
-  serve(POLLIN);
+  take("Echo one\n");
   EXPECT_EQ(read(), "No room\n");
   EXPECT_TRUE(isAtEnd());
 }

@@ -42,13 +42,9 @@ public:
 
 } // namespace
 
-TEST(ConsoleCommand, HandsTheWordsAfterTheNameToTheObject) {
+TEST(ConsoleCommand, HandsTheWordsAfterTheNameToTheObjectWhateverBlanksAndTabsSeparateThem) {
   const Echo echo("Echo");
   EXPECT_EQ(run("Echo one two"), "[one][two]\n");
-}
-
-TEST(ConsoleCommand, SeparatesWordsAtAnyNumberOfBlanksAndTabs) {
-  const Echo echo("Echo");
   EXPECT_EQ(run(" \tEcho \t one\t\ttwo  three \t"), "[one][two][three]\n");
 }
 
@@ -66,19 +62,12 @@ TEST(ConsoleCommand, TheHandlerGetsTheWholeBufferZeroed) {
   EXPECT_EQ(recorder.m_buffer, std::string(100, '\0'));
 }
 
-TEST(ConsoleCommand, TheReplyEndsAtTheFirstNul) {
-  const Talker talker("Talker", [](const auto&) { return std::string("ab\0cd", 5); });
-  EXPECT_EQ(run("Talker"), "ab");
-}
-
-TEST(ConsoleCommand, AReplyThatFillsTheBufferNeedsNoNul) {
-  const Talker talker("Talker", [](const auto&) { return std::string(1000, 'x'); });
-  EXPECT_EQ(run("Talker", 64), std::string(64, 'x'));
-}
-
-TEST(ConsoleCommand, AnEmptyBufferGivesAnEmptyReply) {
-  const Talker talker("Talker", [](const auto&) { return std::string(1000, 'x'); });
-  EXPECT_EQ(run("Talker", 0), "");
+TEST(ConsoleCommand, TheReplyEndsAtTheFirstNulOrWithTheBuffer) {
+  const Talker brief("Brief", [](const auto&) { return std::string("ab\0cd", 5); });
+  const Talker endless("Endless", [](const auto&) { return std::string(1000, 'x'); });
+  EXPECT_EQ(run("Brief"), "ab");
+  EXPECT_EQ(run("Endless", 64), std::string(64, 'x'));
+  EXPECT_EQ(run("Endless", 0), "");
 }
 
 TEST(ConsoleCommand, TheReplyOfAnUnknownCommandIsThatOfTheHandler) {
@@ -86,30 +75,18 @@ TEST(ConsoleCommand, TheReplyOfAnUnknownCommandIsThatOfTheHandler) {
   EXPECT_EQ(run("Silent one"), "");
 }
 
-TEST(ConsoleCommand, HelpListsTheObjectsInTheOrderOfTheirConstruction) {
+TEST(ConsoleCommand, HelpAsksEachObjectInTheOrderOfTheirConstructionForItsLineAndPassesTheCommandToIt) {
+  EXPECT_EQ(run("help"), "");
   const Echo second("B");
   const Echo first("A");
-  EXPECT_EQ(run("help"), "B\nA\n");
-}
-
-TEST(ConsoleCommand, HelpAsksEachObjectForItsLineAndPassesTheCommandToIt) {
-  const Echo echo("Echo");
   const Recorder recorder;
-  EXPECT_EQ(run("help"), "Echo\n<help>\n");
-}
-
-TEST(ConsoleCommand, HelpListsNothingWhenThereIsNoObject) {
-  EXPECT_EQ(run("help"), "");
+  EXPECT_EQ(run("help"), "B\nA\n<help>\n");
+  EXPECT_EQ(run("help A"), "B\nA\n<help><A>\n");
 }
 
 TEST(ConsoleCommand, AnObjectNamedHelpGoesBeforeTheList) {
   const Echo echo("help");
   EXPECT_EQ(run("help"), "\n");
-}
-
-TEST(ConsoleCommand, HelpMayHaveFurtherWords) {
-  const Echo echo("Echo");
-  EXPECT_EQ(run("help Echo"), "Echo\n");
 }
 
 TEST(ConsoleCommand, AnUnknownObjectIsNamedAndTheOthersListed) {
@@ -120,25 +97,16 @@ TEST(ConsoleCommand, AnUnknownObjectIsNamedAndTheOthersListed) {
 
 TEST(ConsoleCommand, NamesAreMatchedWholeAndInTheirCase) {
   const Echo echo("Echo");
-  EXPECT_EQ(run("Ech"), "No such object: Ech\nEcho\n");
-  EXPECT_EQ(run("Echoo"), "No such object: Echoo\nEcho\n");
-  EXPECT_EQ(run("echo"), "No such object: echo\nEcho\n");
+  for (const std::string& name :
+       {std::string("Ech"), std::string("Echoo"), std::string("echo"), std::string("Echo\0", 5)}) {
+    EXPECT_EQ(run(name + " one"), "No such object: " + name + "\nEcho\n");
+  }
 }
 
-TEST(ConsoleCommand, ANulMakesAnotherName) {
-  const Echo echo("Echo");
-  EXPECT_EQ(run(std::string("Echo\0 one", 9)), std::string("No such object: Echo\0\nEcho\n", 27));
-}
-
-TEST(ConsoleCommand, OfTwoObjectsWithOneNameTheFirstAnswers) {
-  const Talker first("Same", [](const auto&) { return "first"; });
+TEST(ConsoleCommand, OfTwoObjectsWithOneNameTheFirstAnswersAndTheOtherWhenItIsGone) {
+  auto first = std::make_unique<Talker>("Same", [](const auto&) { return "first"; });
   const Talker second("Same", [](const auto&) { return "second"; });
   EXPECT_EQ(run("Same"), "first");
-}
-
-TEST(ConsoleCommand, OfTwoObjectsWithOneNameTheOtherAnswersWhenTheFirstIsGone) {
-  auto first = std::make_unique<Echo>("Same");
-  const Talker second("Same", [](const auto&) { return "second"; });
   first.reset();
   EXPECT_EQ(run("Same"), "second");
 }
@@ -153,19 +121,18 @@ TEST(ConsoleCommand, HasAsManyWordsAsALineCanHold) {
   EXPECT_EQ(recorder.m_argc, 500U);
 }
 
-TEST(ConsoleCommand, BlanksAreNoCommand) {
-  EXPECT_TRUE(ConsoleCommand("").isEmpty());
-  EXPECT_TRUE(ConsoleCommand(" \t ").isEmpty());
-  EXPECT_FALSE(ConsoleCommand(" x ").isEmpty());
-}
-
-TEST(ConsoleCommand, QuitIsTheFirstWord) {
-  EXPECT_TRUE(ConsoleCommand("quit").isQuit());
-  EXPECT_TRUE(ConsoleCommand(" quit\t").isQuit());
-  EXPECT_TRUE(ConsoleCommand("quit now").isQuit());
-  EXPECT_FALSE(ConsoleCommand("Quit").isQuit());
-  EXPECT_FALSE(ConsoleCommand("quitter").isQuit());
-  EXPECT_FALSE(ConsoleCommand("").isQuit());
+TEST(ConsoleCommand, BlanksAreNoCommandAndQuitIsTheFirstWord) {
+  for (const char* const blank : {"", " \t "}) {
+    EXPECT_TRUE(ConsoleCommand(blank).isEmpty());
+    EXPECT_FALSE(ConsoleCommand(blank).isQuit());
+  }
+  for (const char* const quit : {"quit", " quit\t", "quit now"}) {
+    EXPECT_TRUE(ConsoleCommand(quit).isQuit()) << quit;
+  }
+  for (const char* const other : {" x ", "Quit", "quitter"}) {
+    EXPECT_FALSE(ConsoleCommand(other).isQuit()) << other;
+    EXPECT_FALSE(ConsoleCommand(other).isEmpty()) << other;
+  }
 }
 
 TEST(ConsoleCommand, TheListLeavesAnObjectOutThatDoesNotAnswerToNoName) {

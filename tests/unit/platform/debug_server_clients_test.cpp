@@ -26,6 +26,14 @@ constexpr std::uint32_t HUGE_REPLY = 1024 * 1024;
 
 const std::string CLOSED = "Closed for a new client: at most 16 are served, this one was idle longest\n";
 
+std::string repeated(const std::string& command, int times) {
+  std::string commands;
+  for (int i = 0; i < times; ++i) {
+    commands += command;
+  }
+  return commands;
+}
+
 using Connections = std::vector<std::unique_ptr<ConsoleConnection>>;
 
 class DebugServerClients : public testing::Test {
@@ -127,11 +135,7 @@ TEST_F(DebugServerClients, TakesOneCommandOfEachClientInTurn) {
   });
   const auto eager = connected();
   const auto modest = connected();
-  std::string commands;
-  for (int i = 0; i < 20; ++i) {
-    commands += "Talker a\n";
-  }
-  eager->send(commands);
+  eager->send(repeated("Talker a\n", 20));
   ASSERT_TRUE(entered.wait());
   modest->send("Talker b\nTalker b\n");
   leave.open();
@@ -152,12 +156,8 @@ TEST_F(DebugServerClients, CommandsLeaveAPauseInWhichAThreadThatWaitsForTheirMut
   });
   const auto one = connected();
   const auto other = connected();
-  std::string commands;
-  for (int i = 0; i < 20; ++i) {
-    commands += "Talker\n";
-  }
-  one->send(commands);
-  other->send(commands + "quit\n");
+  one->send(repeated("Talker\n", 20));
+  other->send(repeated("Talker\n", 20) + "quit\n");
   other->receiveToEnd();
   EXPECT_GE(shortest, std::chrono::microseconds(100));
 }

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstring>
 #include <functional>
 #include <future>
 #include <memory>
@@ -89,11 +90,17 @@ TEST(Cdebugable, TheBaseHandlerKnowsNoCommandAndWritesNothing) {
   EXPECT_STREQ(out, "kept");
 }
 
-TEST(Cdebugable, FindsItselfByTheEmptyName) {
+TEST(Cdebugable, FindsItselfByItsNameAndTheEmptyOneAndCutsItToTheBuffer) {
   Cdebugable object("Name");
-  std::array<char, 16> out{};
-  EXPECT_EQ(object.dbgFind("", out.data(), out.size()), 1U);
-  EXPECT_STREQ(out.data(), "Name");
+  for (const char* const wanted : {"", "Name"}) {
+    char out[] = "012345";
+    EXPECT_EQ(object.dbgFind(wanted, out, 0), 1U);
+    EXPECT_STREQ(out, "012345");
+    for (const char* const found : {"", "Na", "Name"}) {
+      EXPECT_EQ(object.dbgFind(wanted, out, static_cast<std::uint32_t>(std::strlen(found)) + 1), 1U);
+      EXPECT_STREQ(out, found);
+    }
+  }
 }
 
 TEST(Cdebugable, IsNotFoundByAnotherNameAndLeavesTheBufferAlone) {
@@ -103,24 +110,6 @@ TEST(Cdebugable, IsNotFoundByAnotherNameAndLeavesTheBufferAlone) {
     EXPECT_EQ(object.dbgFind(other, out, sizeof(out)), 0U) << other;
     EXPECT_STREQ(out, "kept");
   }
-}
-
-TEST(Cdebugable, CutsItsNameToTheBuffer) {
-  Cdebugable object("Name");
-  char out[] = "012345";
-  EXPECT_EQ(object.dbgFind("Name", out, 5), 1U);
-  EXPECT_STREQ(out, "Name");
-  EXPECT_EQ(object.dbgFind("Name", out, 3), 1U);
-  EXPECT_STREQ(out, "Na");
-  EXPECT_EQ(object.dbgFind("Name", out, 1), 1U);
-  EXPECT_STREQ(out, "");
-}
-
-TEST(Cdebugable, WritesNothingIntoABufferOfNoSize) {
-  Cdebugable object("Name");
-  char out[] = "kept";
-  EXPECT_EQ(object.dbgFind("Name", out, 0), 1U);
-  EXPECT_STREQ(out, "kept");
 }
 
 TEST(Cdebugable, HelpsWithItsName) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ostream>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -10,9 +12,10 @@ namespace {
 
 using Result = LineReader::Result;
 
-// Gives the reader `bytes` in pieces of `pieceSize` and returns the lines that come out, "(too long)" for
-// each that was thrown away.
-std::vector<std::string> lines(LineReader& reader, const std::string& bytes, std::size_t pieceSize) {
+// Gives a reader `bytes` in pieces of `pieceSize` and returns the lines that come out, "(too long)" for each
+// that was thrown away.
+std::vector<std::string> lines(const std::string& bytes, std::size_t pieceSize) {
+  LineReader reader;
   std::vector<std::string> result;
   std::string line;
   for (std::size_t at = 0; at < bytes.size();) {
@@ -28,64 +31,56 @@ std::vector<std::string> lines(LineReader& reader, const std::string& bytes, std
   return result;
 }
 
-} // namespace
-
-// The same in pieces of any size.
-class LineReaderInPieces : public testing::TestWithParam<std::size_t> {
-protected:
-  std::vector<std::string> read(const std::string& bytes) { return lines(m_reader, bytes, GetParam()); }
-
-  LineReader m_reader;
-};
-
-INSTANTIATE_TEST_SUITE_P(, LineReaderInPieces, testing::Values(1, 2, 3, 7, 1023, 1024, 1025, 4096));
-
-TEST_P(LineReaderInPieces, TakesTheLineEndOff) {
-  EXPECT_EQ(read("one\ntwo\r\n"), (std::vector<std::string>{"one", "two"}));
-}
-
-TEST_P(LineReaderInPieces, TakesEmptyLines) {
-  EXPECT_EQ(read("\n\r\n\n"), (std::vector<std::string>{"", "", ""}));
-}
-
-TEST_P(LineReaderInPieces, TakesOnlyTheLastCarriageReturnOff) {
-  EXPECT_EQ(read("a\rb\r\r\n"), (std::vector<std::string>{"a\rb\r"}));
-}
-
-TEST_P(LineReaderInPieces, TakesNoLineWithoutItsEnd) {
-  EXPECT_EQ(read("one\ntwo"), (std::vector<std::string>{"one"}));
-  EXPECT_FALSE(m_reader.hasLine());
-}
-
-TEST_P(LineReaderInPieces, TakesALineOf1024Bytes) {
-  const std::string longest(1024, 'x');
-  EXPECT_EQ(read(longest + "\n" + longest + "\r\nnext\n"),
-            (std::vector<std::string>{longest, longest, "next"}));
-}
-
-TEST_P(LineReaderInPieces, ThrowsALineOf1025BytesAwayAsAWhole) {
-  const std::string tooLong(1025, 'x');
-  EXPECT_EQ(read(tooLong + "\nnext\n" + tooLong + "\r\nlast\n"),
-            (std::vector<std::string>{"(too long)", "next", "(too long)", "last"}));
-}
-
-TEST_P(LineReaderInPieces, CountsACarriageReturnThatIsNotPartOfTheEnd) {
-  EXPECT_EQ(read(std::string(1024, 'x') + "\rx\nnext\n"), (std::vector<std::string>{"(too long)", "next"}));
-}
-
-TEST_P(LineReaderInPieces, ThrowsAVeryLongLineAwayOnce) {
-  EXPECT_EQ(read(std::string(100000, 'x') + "\nnext\n"), (std::vector<std::string>{"(too long)", "next"}));
-}
-
-TEST_P(LineReaderInPieces, KeepsBytesOfAllValues) {
+std::string allBytesButTheLineEnd() {
   std::string all;
   for (int byte = 0; byte < 256; ++byte) {
     if (byte != '\n') {
       all += static_cast<char>(byte);
     }
   }
-  EXPECT_EQ(read(all + "\n"), std::vector<std::string>{all});
+  return all;
 }
+
+struct Row {
+  const char* name;
+  std::string bytes;
+  std::vector<std::string> lines;
+};
+
+void PrintTo(const Row& row, std::ostream* out) {
+  *out << row.name;
+}
+
+const std::string LONGEST(1024, 'x');
+const std::string TOO_LONG(1025, 'x');
+const std::string BYTES = allBytesButTheLineEnd();
+
+const Row ROWS[] = {
+    {"TakesTheLineEndOff", "one\ntwo\r\n", {"one", "two"}},
+    {"TakesEmptyLines", "\n\r\n\n", {"", "", ""}},
+    {"TakesOnlyTheLastCarriageReturnOff", "a\rb\r\r\n", {"a\rb\r"}},
+    {"TakesNoLineWithoutItsEnd", "one\ntwo", {"one"}},
+    {"TakesALineOf1024Bytes", LONGEST + "\n" + LONGEST + "\r\nnext\n", {LONGEST, LONGEST, "next"}},
+    {"ThrowsALineOf1025BytesAwayAsAWhole",
+     TOO_LONG + "\nnext\n" + TOO_LONG + "\r\nlast\n",
+     {"(too long)", "next", "(too long)", "last"}},
+    {"CountsACarriageReturnThatIsNotPartOfTheEnd", LONGEST + "\rx\nnext\n", {"(too long)", "next"}},
+    {"ThrowsAVeryLongLineAwayOnce", std::string(100000, 'x') + "\nnext\n", {"(too long)", "next"}},
+    {"KeepsBytesOfAllValues", BYTES + "\n", {BYTES}},
+};
+
+class LineReaderInPieces : public testing::TestWithParam<Row> {};
+
+TEST_P(LineReaderInPieces, OfAnySizeGivesTheLines) {
+  for (const std::size_t pieceSize : {1U, 2U, 3U, 7U, 1023U, 1024U, 1025U, 4096U}) {
+    EXPECT_EQ(lines(GetParam().bytes, pieceSize), GetParam().lines) << "in pieces of " << pieceSize;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, LineReaderInPieces, testing::ValuesIn(ROWS),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+} // namespace
 
 TEST(LineReader, SaysThatALineIsThereBeforeItIsTaken) {
   LineReader reader;

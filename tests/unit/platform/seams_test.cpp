@@ -21,15 +21,11 @@ TEST(Seams, LogLinesOfThePlatformAreCaptured) {
       (LogLines{{LOG_ERR, "debug console: cannot listen on 127.0.0.1 port 1234: Permission denied\n"}}));
 }
 
-TEST(Seams, ThePlatformsClockStandsAndSteps) {
+TEST(Seams, ThePlatformsClockAndSleepAreTheTests) {
   const SteppedClock clock(5000);
-  EXPECT_EQ(monotonicMilliseconds(), 5000U);
+  const ScriptedSleep sleep;
   SteppedClock::advance(1234);
   EXPECT_EQ(monotonicMilliseconds(), 6234U);
-}
-
-TEST(Seams, ThePlatformsSleepIsScripted) {
-  const ScriptedSleep sleep;
   BetterSleep(0.01);
   EXPECT_EQ(sleep.requests().size(), 1U);
 }

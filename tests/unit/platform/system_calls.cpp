@@ -7,13 +7,6 @@
 
 namespace {
 
-std::atomic<int> g_acceptError{0};
-std::atomic<int> g_acceptCalls{0};
-std::atomic<bool> g_smallSendBuffers{false};
-std::atomic<int> g_longReplyError{0};
-std::atomic<bool> g_oneByteSends{false};
-std::atomic<int> g_eventfdError{0};
-std::atomic<Gate*> g_eventfdWritten{nullptr};
 std::atomic<int> g_failingFamily{AF_UNSPEC};
 std::atomic<FailingFamily::Call> g_failingCall{FailingFamily::Call::SOCKET};
 std::atomic<int> g_familyError{0};
@@ -51,15 +44,15 @@ int __real_eventfd_write(int fd, eventfd_t value);
 int __real_clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* rest);
 
 int __wrap_accept4(int socket, sockaddr* address, socklen_t* size, int flags) {
-  const int error = g_acceptError; // read once: the test may end it meanwhile
+  const int error = SystemCalls::acceptError; // read once: the test may end it meanwhile
   if (error == 0) {
     const int accepted = __real_accept4(socket, address, size, flags);
-    if (const int buffer = 64 * 1024; g_smallSendBuffers) {
+    if (const int buffer = 64 * 1024; SystemCalls::hasSmallSendBuffers) {
       setsockopt(accepted, SOL_SOCKET, SO_SNDBUF, &buffer, sizeof buffer);
     }
     return accepted;
   }
-  ++g_acceptCalls;
+  ++SystemCalls::acceptCalls;
   errno = error;
   return -1;
 }
@@ -84,24 +77,24 @@ int __wrap_bind(int socket, const sockaddr* address, socklen_t size) {
 }
 
 ssize_t __wrap_send(int socket, const void* bytes, std::size_t size, int flags) {
-  if (const int error = g_longReplyError; error != 0 && size > 4096) {
+  if (const int error = SystemCalls::longReplyError; error != 0 && size > 4096) {
     errno = error;
     return -1;
   }
-  return __real_send(socket, bytes, g_oneByteSends ? std::min<std::size_t>(size, 1) : size, flags);
+  return __real_send(socket, bytes, SystemCalls::sendsOneByte ? std::min<std::size_t>(size, 1) : size, flags);
 }
 
 int __wrap_eventfd(unsigned count, int flags) {
-  if (g_eventfdError == 0) {
+  if (SystemCalls::eventfdError == 0) {
     return __real_eventfd(count, flags);
   }
-  errno = g_eventfdError;
+  errno = SystemCalls::eventfdError;
   return -1;
 }
 
 int __wrap_eventfd_write(int fd, eventfd_t value) {
   const int result = __real_eventfd_write(fd, value);
-  if (Gate* gate = g_eventfdWritten) {
+  if (Gate* gate = SystemCalls::eventfdWritten) {
     gate->open();
   }
   return result;
@@ -117,43 +110,6 @@ int __wrap_clock_nanosleep(clockid_t clock, int flags, const timespec* time, tim
 
 } // extern "C"
 
-FailingAccept::FailingAccept(int error) {
-  g_acceptCalls = 0;
-  g_acceptError = error;
-}
-
-FailingAccept::~FailingAccept() {
-  g_acceptError = 0;
-}
-
-int FailingAccept::calls() {
-  return g_acceptCalls;
-}
-
-SmallSendBuffers::SmallSendBuffers() {
-  g_smallSendBuffers = true;
-}
-
-SmallSendBuffers::~SmallSendBuffers() {
-  g_smallSendBuffers = false;
-}
-
-NoRoomForLongReplies::NoRoomForLongReplies(int error) {
-  g_longReplyError = error;
-}
-
-NoRoomForLongReplies::~NoRoomForLongReplies() {
-  g_longReplyError = 0;
-}
-
-OneByteSends::OneByteSends() {
-  g_oneByteSends = true;
-}
-
-OneByteSends::~OneByteSends() {
-  g_oneByteSends = false;
-}
-
 FailingFamily::FailingFamily(int family, Call call, int error) {
   g_familyError = error;
   g_failingCall = call;
@@ -162,22 +118,6 @@ FailingFamily::FailingFamily(int family, Call call, int error) {
 
 FailingFamily::~FailingFamily() {
   g_failingFamily = AF_UNSPEC;
-}
-
-FailingEventfd::FailingEventfd(int error) {
-  g_eventfdError = error;
-}
-
-FailingEventfd::~FailingEventfd() {
-  g_eventfdError = 0;
-}
-
-WatchedEventfd::WatchedEventfd(Gate& gate) {
-  g_eventfdWritten = &gate;
-}
-
-WatchedEventfd::~WatchedEventfd() {
-  g_eventfdWritten = nullptr;
 }
 
 ScriptedSleep::ScriptedSleep(const std::vector<int>& results) {

@@ -7,48 +7,72 @@
 #include <atomic>
 #include <cerrno>
 #include <ctime>
+#include <sys/socket.h>
 #include <vector>
 
-// While it exists, accept4() fails with `error`.
-class FailingAccept {
+// What the replaced functions do; a test changes it by the classes below.
+namespace SystemCalls {
+inline std::atomic<int> acceptError{0};
+inline std::atomic<int> acceptCalls{0};
+inline std::atomic<bool> hasSmallSendBuffers{false};
+inline std::atomic<int> longReplyError{0};
+inline std::atomic<bool> sendsOneByte{false};
+inline std::atomic<int> eventfdError{0};
+inline std::atomic<Gate*> eventfdWritten{nullptr};
+} // namespace SystemCalls
+
+// Gives a setting a value while it exists.
+template <typename Value>
+class ScopedSetting {
 public:
-  explicit FailingAccept(int error);
-  FailingAccept(const FailingAccept&) = delete;
-  FailingAccept& operator=(const FailingAccept&) = delete;
-  ~FailingAccept();
+  ScopedSetting(const ScopedSetting&) = delete;
+  ScopedSetting& operator=(const ScopedSetting&) = delete;
+
+protected:
+  ScopedSetting(std::atomic<Value>* setting, Value value) : m_setting(*setting) { m_setting = value; }
+  ~ScopedSetting() { m_setting = Value{}; }
+
+private:
+  std::atomic<Value>& m_setting;
+};
+
+// While it exists, accept4() fails with `error`.
+class FailingAccept : ScopedSetting<int> {
+public:
+  explicit FailingAccept(int error) : ScopedSetting(&SystemCalls::acceptError, error) {
+    SystemCalls::acceptCalls = 0;
+  }
 
   // How often it has failed.
-  static int calls();
+  static int calls() { return SystemCalls::acceptCalls; }
 };
 
 // While it exists, what accept4() accepts sends from a buffer of 64 kB: more than a stalled client
 // with a small buffer takes later, so that its connection does not become writable again.
-class SmallSendBuffers {
-public:
-  SmallSendBuffers();
-  SmallSendBuffers(const SmallSendBuffers&) = delete;
-  SmallSendBuffers& operator=(const SmallSendBuffers&) = delete;
-  ~SmallSendBuffers();
+struct SmallSendBuffers : ScopedSetting<bool> {
+  SmallSendBuffers() : ScopedSetting(&SystemCalls::hasSmallSendBuffers, true) {}
 };
 
 // While it exists, send() fails for more than 4 kB. It finds no room, as when a client reads nothing, at once
 // and for good: a connection takes a little more whenever its client's system acknowledges what it has. Or it
 // fails with another error.
-class NoRoomForLongReplies {
-public:
-  explicit NoRoomForLongReplies(int error = EAGAIN);
-  NoRoomForLongReplies(const NoRoomForLongReplies&) = delete;
-  NoRoomForLongReplies& operator=(const NoRoomForLongReplies&) = delete;
-  ~NoRoomForLongReplies();
+struct NoRoomForLongReplies : ScopedSetting<int> {
+  explicit NoRoomForLongReplies(int error = EAGAIN) : ScopedSetting(&SystemCalls::longReplyError, error) {}
 };
 
 // While it exists, send() takes one byte of what it is given.
-class OneByteSends {
-public:
-  OneByteSends();
-  OneByteSends(const OneByteSends&) = delete;
-  OneByteSends& operator=(const OneByteSends&) = delete;
-  ~OneByteSends();
+struct OneByteSends : ScopedSetting<bool> {
+  OneByteSends() : ScopedSetting(&SystemCalls::sendsOneByte, true) {}
+};
+
+// While it exists, eventfd() fails with `error`.
+struct FailingEventfd : ScopedSetting<int> {
+  explicit FailingEventfd(int error) : ScopedSetting(&SystemCalls::eventfdError, error) {}
+};
+
+// While it exists, `gate` opens after each eventfd_write().
+struct WatchedEventfd : ScopedSetting<Gate*> {
+  explicit WatchedEventfd(Gate& gate) : ScopedSetting(&SystemCalls::eventfdWritten, &gate) {}
 };
 
 // While it exists, one call for a listening socket of the address family fails with `error`.
@@ -59,24 +83,6 @@ public:
   FailingFamily(const FailingFamily&) = delete;
   FailingFamily& operator=(const FailingFamily&) = delete;
   ~FailingFamily();
-};
-
-// While it exists, eventfd() fails with `error`.
-class FailingEventfd {
-public:
-  explicit FailingEventfd(int error);
-  FailingEventfd(const FailingEventfd&) = delete;
-  FailingEventfd& operator=(const FailingEventfd&) = delete;
-  ~FailingEventfd();
-};
-
-// While it exists, `gate` opens after each eventfd_write().
-class WatchedEventfd {
-public:
-  explicit WatchedEventfd(Gate& gate);
-  WatchedEventfd(const WatchedEventfd&) = delete;
-  WatchedEventfd& operator=(const WatchedEventfd&) = delete;
-  ~WatchedEventfd();
 };
 
 // While it exists, clock_nanosleep() does not sleep: it notes what is asked for and returns `results` one by

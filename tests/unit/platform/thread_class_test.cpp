@@ -84,16 +84,12 @@ std::intptr_t exitValue(ThreadClass* object, pthread_t* thread) {
 } // namespace
 
 TEST(ThreadClass, RunsOnTheCreatedThreadAndItsResultIsTheExitValue) {
-  Worker worker(42);
-  pthread_t thread{};
-  EXPECT_EQ(exitValue(&worker, &thread), 42);
-  EXPECT_TRUE(pthread_equal(worker.thread(), thread));
-}
-
-TEST(ThreadClass, ANegativeResultKeepsItsSign) {
-  Worker worker(-1);
-  pthread_t thread{};
-  EXPECT_EQ(exitValue(&worker, &thread), -1);
+  for (const int result : {42, -1}) {
+    Worker worker(result);
+    pthread_t thread{};
+    EXPECT_EQ(exitValue(&worker, &thread), result);
+    EXPECT_TRUE(pthread_equal(worker.thread(), thread));
+  }
 }
 
 TEST(ThreadClass, TheBaseRunPrintsThatItRunsAndReturnsZero) {

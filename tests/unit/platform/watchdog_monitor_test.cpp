@@ -32,6 +32,22 @@ std::string state(const watchdogMonitor& client) {
   return buffer.data();
 }
 
+// Of the client PoeMain.
+std::string stateText(const std::string& timeout, const std::string& lastFed, const std::string& state) {
+  return "watchdog client         : PoeMain\n"
+         "time-out (ms)           : " +
+         timeout + "\nlast fed (ms ago)       : " + lastFed + "\nstate                   : " + state + "\n";
+}
+
+LogLine lateLine(const std::string& client, const std::string& gap, const std::string& timeout) {
+  return {LOG_CRIT,
+          "watchdog client " + client + " not fed for " + gap + " ms (time-out " + timeout + " ms)\n"};
+}
+
+LogLine fedLine(const std::string& client, const std::string& gap) {
+  return {LOG_CRIT, "watchdog client " + client + " fed again after " + gap + " ms\n"};
+}
+
 std::size_t threads() {
   const std::filesystem::directory_iterator tasks("/proc/self/task");
   return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
@@ -60,10 +76,7 @@ std::size_t threadsBefore() {
 
 TEST(WatchdogMonitor, ShowsAClientThatIsNotStarted) {
   const watchdogMonitor client("PoeMain");
-  EXPECT_EQ(state(client), "watchdog client         : PoeMain\n"
-                           "time-out (ms)           : 0\n"
-                           "last fed (ms ago)       : 0\n"
-                           "state                   : NOT STARTED\n");
+  EXPECT_EQ(state(client), stateText("0", "0", "NOT STARTED"));
 }
 
 TEST(WatchdogMonitor, ShowsThatAClientWasFed) {
@@ -73,10 +86,7 @@ TEST(WatchdogMonitor, ShowsThatAClientWasFed) {
   SteppedClock::advance(1000);
   client.wdm_notify(7);
   SteppedClock::advance(12);
-  EXPECT_EQ(state(client), "watchdog client         : PoeMain\n"
-                           "time-out (ms)           : 60000\n"
-                           "last fed (ms ago)       : 12\n"
-                           "state                   : IN TIME\n");
+  EXPECT_EQ(state(client), stateText("60000", "12", "IN TIME"));
 }
 
 TEST(WatchdogMonitor, ShowsAndReportsAClientThatIsLateAndOneThatIsFedAgain) {
@@ -84,15 +94,11 @@ TEST(WatchdogMonitor, ShowsAndReportsAClientThatIsLateAndOneThatIsFedAgain) {
   watchdogMonitor client("PoeMain");
   client.wdm_start(60000);
   SteppedClock::advance(60001);
-  EXPECT_EQ(state(client), "watchdog client         : PoeMain\n"
-                           "time-out (ms)           : 60000\n"
-                           "last fed (ms ago)       : 60001\n"
-                           "state                   : LATE\n");
-  EXPECT_EQ(awaitLog(1),
-            (LogLines{{LOG_CRIT, "watchdog client PoeMain not fed for 60001 ms (time-out 60000 ms)\n"}}));
+  EXPECT_EQ(state(client), stateText("60000", "60001", "LATE"));
+  EXPECT_EQ(awaitLog(1), LogLines{lateLine("PoeMain", "60001", "60000")});
   SteppedClock::advance(499);
   client.wdm_notify(0);
-  EXPECT_EQ(takeLog(), (LogLines{{LOG_CRIT, "watchdog client PoeMain fed again after 60500 ms\n"}}));
+  EXPECT_EQ(takeLog(), LogLines{fedLine("PoeMain", "60500")});
 }
 
 TEST(WatchdogMonitor, ReportsALateClientAtItsDeadlineAndNotBefore) {
@@ -103,11 +109,9 @@ TEST(WatchdogMonitor, ReportsALateClientAtItsDeadlineAndNotBefore) {
   ASSERT_TRUE(SteppedClock::isWaitedFor());
   second.wdm_start(1000);
   SteppedClock::advance(1001);
-  EXPECT_EQ(awaitLog(1),
-            (LogLines{{LOG_CRIT, "watchdog client Second not fed for 1001 ms (time-out 1000 ms)\n"}}));
+  EXPECT_EQ(awaitLog(1), LogLines{lateLine("Second", "1001", "1000")});
   SteppedClock::advance(59000);
-  EXPECT_EQ(awaitLog(1),
-            (LogLines{{LOG_CRIT, "watchdog client First not fed for 60001 ms (time-out 60000 ms)\n"}}));
+  EXPECT_EQ(awaitLog(1), LogLines{lateLine("First", "60001", "60000")});
 }
 
 TEST(WatchdogMonitor, ALogThatWaitsHoldsUpOnlyWhoHasSomethingToReportAndKeepsTheOrder) {
@@ -129,8 +133,7 @@ TEST(WatchdogMonitor, ALogThatWaitsHoldsUpOnlyWhoHasSomethingToReportAndKeepsThe
     EXPECT_EQ(StoppedLog::awaitWriter(), 1U); // the other waits for its turn
   }
   fedAgain.get();
-  EXPECT_EQ(takeLog(), (LogLines{{LOG_CRIT, "watchdog client Late not fed for 1001 ms (time-out 1000 ms)\n"},
-                                 {LOG_CRIT, "watchdog client Late fed again after 1001 ms\n"}}));
+  EXPECT_EQ(takeLog(), (LogLines{lateLine("Late", "1001", "1000"), fedLine("Late", "1001")}));
 }
 
 TEST(WatchdogMonitor, ReportsTheLatenessThatNoCheckHasSeenAtTheLatestWhenTheClientIsDestroyed) {
@@ -140,8 +143,7 @@ TEST(WatchdogMonitor, ReportsTheLatenessThatNoCheckHasSeenAtTheLatestWhenTheClie
     client.wdm_start(60000);
     SteppedClock::advance(60001);
   }
-  EXPECT_EQ(takeLog(),
-            (LogLines{{LOG_CRIT, "watchdog client PoeMain not fed for 60001 ms (time-out 60000 ms)\n"}}));
+  EXPECT_EQ(takeLog(), LogLines{lateLine("PoeMain", "60001", "60000")});
 }
 
 TEST(WatchdogMonitor, CutsItsStateToTheBuffer) {
@@ -355,7 +357,7 @@ TEST(KeepAlive, IsNotSentWhileAClientIsLateAndIsSentAgainAfterwards) {
   SteppedClock::advance(5000);
   EXPECT_EQ(manager.message(50), "");
   late.wdm_notify(0);
-  EXPECT_EQ(takeLog(), (LogLines{{LOG_CRIT, "watchdog client Late fed again after 65001 ms\n"}}));
+  EXPECT_EQ(takeLog(), LogLines{fedLine("Late", "65001")});
   SteppedClock::advance(5000);
   EXPECT_EQ(manager.message(MAX_WAIT), "WATCHDOG=1");
 }
@@ -388,6 +390,5 @@ TEST(WatchdogMonitor, ReportsThatThereIsNoThreadAndHasOneFromTheNextStartOn) {
                                  "unavailable\n"}}));
   client.wdm_start(1000);
   SteppedClock::advance(1001);
-  EXPECT_EQ(awaitLog(1),
-            (LogLines{{LOG_CRIT, "watchdog client PoeMain not fed for 1001 ms (time-out 1000 ms)\n"}}));
+  EXPECT_EQ(awaitLog(1), LogLines{lateLine("PoeMain", "1001", "1000")});
 }

@@ -1,5 +1,7 @@
-// The control socket of the simulated card, with a card whose replies are laid down here.
+// The control socket of the simulated card, with a card whose replies are laid down here, and what poectl
+// learns from its state.
 #include "poectl/card/card_client.h"
+#include "poectl/card/card_state.h"
 
 #include "tests/support/process/hostile_peer.h"
 #include "tests/support/process/listeners.h"
@@ -144,12 +146,34 @@ TEST_P(CardClientHostileCard, IsRefusedInTime) {
 
 const ReplyRow REPLIES[] = {
     {"Floods", HostilePeer::flood, " replies with more than 65536 bytes, which is the most accepted"},
-    {"Drips", HostilePeer::drip, " does not reply"},
     {"IsSilent", HostilePeer::silent, " does not reply"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Cards, CardClientHostileCard, ::testing::ValuesIn(REPLIES),
                          [](const auto& row) { return std::string(row.param.name); });
+
+TEST(ParseCardState, ReadsPortsThermalShutdownAndBus) {
+  const CardState state = parseCardState(
+      "port 0: device=good class=4 watts=22.5 phase=delivering fault=none class-error=pending\n"
+      "port 3: device=none class=0 watts=0 phase=off fault=fet class-error=none\n"
+      "temperature=40\nthermal=on\nbus=dead\n");
+  EXPECT_EQ(state.port[0].device, "device=good class=4 watts=22.5 class-error=pending");
+  EXPECT_EQ(state.port[0].watts, 22.5);
+  EXPECT_EQ(state.port[1].device, "");
+  EXPECT_EQ(state.port[3].device, "device=none class=0 watts=0 fault=fet");
+  EXPECT_TRUE(state.thermal);
+  EXPECT_FALSE(state.busOk);
+}
+
+TEST(ParseCardState, PassesOverWhatItDoesNotKnow) {
+  const CardState state =
+      parseCardState("port\nport 4: device=good watts=9\nport x\nthermal=off\nbus=ok\n=\n\n");
+  for (const CardPort& port : state.port) {
+    EXPECT_EQ(port.device, "");
+  }
+  EXPECT_FALSE(state.thermal);
+  EXPECT_TRUE(state.busOk);
+}
 
 TEST(CardClientAsk, MakesControlCharactersVisible) {
   ScriptedCard card({"port 0: \033[2Jnone\n\n", "error: \033]0;title\a\n\n"});

@@ -24,9 +24,8 @@ TEST(PoectlCard, ChangesTheCardAndPrintsItsReply) {
 }
 
 TEST(PoectlCard, TakesItsCommandsFromStandardInput) {
-  const CommandResult result = onCard("printf \"reg 0x15 3\\nreg 0x15\\nreg 0x12\\n\" | $card");
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.output, "0x15 0x03\n0x12 0x00\n");
+  EXPECT_EQ(onCard("printf \"reg 0x15 3\\nreg 0x15\\nreg 0x12\\n\" | $card"),
+            printed("0x15 0x03\n0x12 0x00\n"));
 }
 
 TEST(PoectlCard, EndsItsInputAtARefusedLine) {
@@ -38,10 +37,9 @@ TEST(PoectlCard, EndsItsInputAtARefusedLine) {
 }
 
 TEST(PoectlCard, SaysWhenThereIsNoCard) {
-  const CommandResult result = run(POECTL " card --control /nowhere/card.socket show");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.output, "poectl: cannot reach the simulated card on /nowhere/card.socket: No such file or "
-                           "directory; is poe_card running with --control?\n");
+  EXPECT_EQ(run(POECTL " card --control /nowhere/card.socket show"),
+            failedWith("cannot reach the simulated card on /nowhere/card.socket: No such file or directory; "
+                       "is poe_card running with --control?"));
 }
 
 } // namespace

@@ -13,10 +13,6 @@ namespace {
 
 class FileReplacementTest : public ::testing::Test {
 protected:
-  std::size_t files() const {
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder.path()),
-                                                  std::filesystem::directory_iterator()));
-  }
   static std::string refusal(const std::string& name) {
     return errorText<InputError>([&] { FileReplacement(name, "new").putInPlace(); });
   }
@@ -39,7 +35,7 @@ TEST_F(FileReplacementTest, KeepsModeAndOwnerAndTheLinkThatLeadsToTheFile) {
   EXPECT_EQ(status.st_mode & 07777U, 0640U);
   EXPECT_EQ(status.st_uid, isRoot ? 1234 : geteuid());
   EXPECT_EQ(status.st_gid, isRoot ? 5678 : getegid());
-  EXPECT_EQ(files(), 2U);
+  EXPECT_EQ(folder.entries(), 2U);
 }
 
 TEST_F(FileReplacementTest, LeavesTheOldContentsUntilItIsPutInPlace) {
@@ -48,7 +44,7 @@ TEST_F(FileReplacementTest, LeavesTheOldContentsUntilItIsPutInPlace) {
     EXPECT_EQ(folder.read("card.toml"), "old");
   }
   EXPECT_EQ(folder.read("card.toml"), "old");
-  EXPECT_EQ(files(), 1U) << "nothing is left beside it";
+  EXPECT_EQ(folder.entries(), 1U) << "nothing is left beside it";
 }
 
 TEST_F(FileReplacementTest, RefusesWhatIsNoFileAndWhatMayNotBeWritten) {

@@ -3,10 +3,11 @@
 
 #include "poectl/status/status_export.h"
 #include "poectl/status/timestamp.h"
+#include "tests/support/error_text.h"
+#include "tests/support/process/console_connection.h"
 #include "tests/support/process/temporary_directory.h"
 
 #include <gtest/gtest.h>
-#include <iterator>
 #include <malloc.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -54,11 +55,6 @@ protected:
     return line == std::string::npos ? "" : text.substr(start, text.find('\n', start) - start);
   }
 
-  static std::size_t entries(const std::filesystem::path& directory) {
-    return static_cast<std::size_t>(
-        std::distance(std::filesystem::directory_iterator(directory), std::filesystem::directory_iterator()));
-  }
-
   const TemporaryDirectory folder;
   Publication::Clock::time_point now{1h};
   std::string warnings;
@@ -70,7 +66,7 @@ TEST_F(PublicationTest, HoldsOneLineAndTheMetricsOfTheSnapshot) {
             "# HELP poe_up 1 while snapshots come, 0 when the last one is stale or there is none.\n"
             "# TYPE poe_up gauge\n"
             "poe_up 0\n");
-  EXPECT_EQ(entries(folder.path()), 1U);
+  EXPECT_EQ(folder.entries(), 1U);
   const Snapshot snapshot = message(1, 3);
   g_syncs = 0;
   files->take(snapshot, now);
@@ -84,7 +80,7 @@ TEST_F(PublicationTest, HoldsOneLineAndTheMetricsOfTheSnapshot) {
             "# TYPE poe_snapshot_age_seconds gauge\n"
             "poe_snapshot_age_seconds{source=\"queue\"} 0.000\n" +
                 snapshotPrometheus(snapshot));
-  EXPECT_EQ(entries(folder.path()), 2U) << "nothing is left beside them";
+  EXPECT_EQ(folder.entries(), 2U) << "nothing is left beside them";
   EXPECT_EQ(warnings, "");
 }
 
@@ -146,18 +142,13 @@ TEST_F(PublicationTest, ReplacesWhatIsNoSnapshot) {
                           ":1: the line is cut; there is no record before it; it is replaced\n");
   files->take(message(1), now);
   EXPECT_EQ(folder.read("status.json").rfind("{\"version\":1,\"time\":", 0), 0U);
-  EXPECT_EQ(entries(folder.path()), 2U);
+  EXPECT_EQ(folder.entries(), 2U);
 }
 
 TEST_F(PublicationTest, RefusesADirectoryThatAnotherOneHas) {
   const auto first = publication();
-  try {
-    publication();
-    FAIL() << "accepted";
-  } catch (const InputError& error) {
-    EXPECT_EQ(error.what(),
-              folder.path().string() + ": another program publishes there; another directory is accepted");
-  }
+  EXPECT_EQ(errorText<InputError>([&] { publication(); }),
+            folder.path().string() + ": another program publishes there; another directory is accepted");
 }
 
 TEST_F(PublicationTest, SaysOnceThatAFileCannotBeWrittenAndOnceThatItCan) {
@@ -191,14 +182,14 @@ TEST_F(PublicationTest, HoldsNoMoreAfterADayThanAfterAnHour) {
   };
   passHours(1, true);
   const std::size_t heap = mallinfo2().uordblks; // 0 under a sanitizer
-  const std::size_t descriptors = entries("/proc/self/fd");
+  const std::size_t descriptors = openDescriptors();
   passHours(9, true);
   passHours(1.5, false);
   EXPECT_EQ(value("poe_snapshot_age_seconds"), "5400.000");
   passHours(12.5, true);
   EXPECT_LE(mallinfo2().uordblks, heap + 4096);
-  EXPECT_EQ(entries("/proc/self/fd"), descriptors);
-  EXPECT_EQ(entries(folder.path()), 2U);
+  EXPECT_EQ(openDescriptors(), descriptors);
+  EXPECT_EQ(folder.entries(), 2U);
   EXPECT_EQ(warnings, "");
 }
 

@@ -4,6 +4,7 @@
 #include "poectl/scenario/scenario_player.h"
 #include "tests/support/process/temporary_directory.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 
@@ -18,6 +19,7 @@ struct Stage {
   unsigned messages = 1000;   // then the service is silent
   unsigned signalAfter = -1U; // messages
   unsigned hotFrom = -1U;     // the first message with thermalShutdown
+  std::string log;            // grows by the line "late" before message 3
   std::string done;           // what reached service, card and console
 };
 
@@ -51,7 +53,9 @@ StatusReceiver::Event StatusReceiver::next(Milliseconds limit, PoeStatus& status
     return Event::TIME_UP;
   }
   stage->now = std::max(stage->now, due);
-  stage->sent++;
+  if (++stage->sent == 3) {
+    std::ofstream(stage->log, std::ios::app) << "late\n";
+  }
   status = {};
   status.mainPower = stage->sent;
   status.port[0].overLoadCounter = stage->sent;
@@ -73,7 +77,7 @@ std::string consoleLine(const std::string& words) {
 
 std::string askConsole(const std::string& command, const ConsoleWait& wait) {
   note(command + " within " + std::to_string(wait.limit.count()));
-  return "a reply\n";
+  return "a reply\n\nof two\n";
 }
 
 CardClient::CardClient(const std::string& path, int /*stop*/) : m_path(path) {}
@@ -107,8 +111,8 @@ protected:
   ~Player() override { stage = nullptr; }
 
   // The whole output.
-  std::string tapOf(const std::string& text) {
-    const Scenario scenario = parseScenario(text, "f.play", [](const std::string& file) {
+  std::string tapOf(const std::string& steps) {
+    const Scenario scenario = parseScenario(steps, "f.play", [](const std::string& file) {
       PoeConfig config{};
       config.bankPowerLimit[0] = static_cast<std::uint32_t>(std::stoul(file));
       return config;
@@ -118,13 +122,17 @@ protected:
     StatusReceiver receiver([](const std::string&) {});
     std::optional<CardClient> card;
     card.emplace("card");
-    std::optional<LogFollower> log(m_folder.write("log", "one\ntwo\nthree\n"));
+    m_stage.log = m_folder.write("log", "one\ntwo\nthree\n");
+    std::optional<LogFollower> log(m_stage.log);
     try {
       ScenarioPlayer(receiver, card, log, tap).play(scenario);
     } catch (const PlayStopped& stopped) {
       tap.bailOut(stopped.what());
     }
-    return out.str();
+    const std::string text = out.str();
+    EXPECT_EQ(tap.allOk(),
+              text.find("not ok") == std::string::npos && text.find("Bail") == std::string::npos);
+    return text;
   }
 
   // The verdicts, each failure with its first comment, and what the play has taken.
@@ -201,6 +209,9 @@ const Row ROWS[] = {
      "not ok: chip mainPower is 4; expected is 5; 4 messages, 4000 ms"},
     {"JudgesTheMessageOfTheStepBefore", "after 1 message\nexpect chip mainPower 2 within 1 message",
      "ok; ok; 2 messages, 2000 ms"},
+    {"WaitsForFiveMessagesByItself", "expect chip mainPower 6", "ok; 6 messages, 6000 ms"},
+    {"WaitsForNoMoreByItself", "expect chip mainPower 7",
+     "not ok: chip mainPower is 6; expected is 7; 6 messages, 6000 ms"},
     {"HoldsWithinSeconds", "expect chip mainPower 3 within 2.5", "ok; 3 messages, 3000 ms"},
     {"TakesNoSecondMore", "expect chip mainPower 4 within 2.5",
      "not ok: chip mainPower is 3; expected is 4; 3 messages, 3500 ms"},
@@ -217,9 +228,13 @@ const Row ROWS[] = {
     {"JudgesStaysAtOnce", "after 1 message\nexpect chip thermalShutdown stays 0 for 3 messages",
      HOT_AT_ONCE.c_str(), hotFrom(2)},
     {"Waits", "wait 2.5", "ok; 3 messages, 3500 ms"},
+    {"WaitsForTheShortestTime", "wait 0.1", "ok; 1 messages, 1100 ms"},
+    {"WaitsForTheLongestTime", "wait 3600", "ok; 1000 messages, 3601000 ms"},
     {"ReceivesMessages", "after 3 messages", "ok; 4 messages, 4000 ms"},
     {"CountsFromTheLastMessageBeforeTheStep", "card a\nexpect port 0 overLoadCounter +2 within 2 messages",
      "ok; ok; 3 messages, 3000 ms"},
+    {"CountsNothingMore", "card a\nexpect port 1 overLoadCounter stays +0 for 1 message",
+     "ok; ok; 2 messages, 2000 ms"},
     {"CountsAgainFromTheNextStep",
      "card a\nafter 2 messages\ncard b\nexpect port 0 overLoadCounter +3 within 2 messages",
      "ok; ok; ok; not ok: port 0 overLoadCounter is 5, +2 since the last apply, card or console step; "
@@ -231,9 +246,12 @@ const Row ROWS[] = {
      "after 1 message\nexpect ports 1,2,3 counters unchanged since line 1 for 2 messages",
      "ok; ok; 4 messages, 4000 ms"},
     {"ComparesCountersWithTheEndOfTheLine",
-     "after 2 messages\nexpect ports 0 counters unchanged since line 1 for 1 message",
+     "after 2 messages\nexpect port 0 counters unchanged since line 1 for 1 message",
      "ok; not ok: port 0 overLoadCounter is 4, was 3; expected is no change since line 1; 4 messages, 4000 "
      "ms"},
+    {"ComparesCountersOnce",
+     "after 2 messages\nafter 1 message\nexpect port 0 counters unchanged since line 2",
+     "ok; ok; ok; 4 messages, 4000 ms"},
     {"ReceivesAMessageMoreBeforeItComparesCounters",
      "card a\nexpect ports 1,2,3 counters unchanged since line 1 for 2 messages",
      "ok; ok; 4 messages, 4000 ms"},
@@ -242,6 +260,9 @@ const Row ROWS[] = {
      "ok; not ok: port 0 overLoadCounter is 2, was 1; expected is no change since line 1; 2 messages, 2000 "
      "ms"},
     {"LooksAtARegisterAtOnce", "expect register 0x10 0x01", "ok; 1 messages, 1000 ms"},
+    {"LooksAtTheLastRegister", "expect register 0xCE 0xfF", "ok; 1 messages, 1000 ms"},
+    {"LooksAtARegisterByDecimalNumbers", "after 9 messages\nexpect register 16 010",
+     "ok; ok; 10 messages, 10000 ms"},
     {"LooksAtARegisterAfterEachMessage", "expect register 0x10 0x03 within 2 messages",
      "ok; 3 messages, 3000 ms"},
     {"SeesARegisterChange", "expect register 0x10 stays 0x01 for 2 messages",
@@ -253,6 +274,10 @@ const Row ROWS[] = {
      "ok; ok; not ok: no line of the log has this text; 4 messages, 4000 ms"},
     {"FindsALineThatMustBeAbsent", "expect no log \"two\" for 2 messages",
      "not ok: a line of the log has this text; 1 messages, 1000 ms"},
+    {"FindsALineThatComesLater", "expect log \"late\" within 2 messages", "ok; 3 messages, 3000 ms"},
+    {"FindsALineLaterThatMustBeAbsent", "expect no log \"late\" for 2 messages",
+     "not ok: a line of the log has this text; 3 messages, 3000 ms"},
+    {"LooksOnceForALineThatMustBeAbsent", "expect no log \"late\"", "ok; 1 messages, 1000 ms"},
     {"LooksForATextInAReply", "console info shows \"a reply\"\nconsole info shows \"another\"",
      "ok; not ok: the reply does not have this text:; 1 messages, 1000 ms"},
     {"EndsWithARefusal", "wait 1\ncard nonsense\nwait 1",
@@ -273,15 +298,22 @@ INSTANTIATE_TEST_SUITE_P(Rows, PlayerStep, ::testing::ValuesIn(ROWS),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Player, DoesWhatTheStepsSayAndPrintsTheReplies) {
-  EXPECT_EQ(tapOf("apply 50\nconsole info\nwait 1\napply again\ncard show it\n"),
-            "TAP version 13\n1..5\n"
-            "ok 1 - line 1: apply 50\n"
-            "ok 2 - line 2: console info\n# a reply\n"
-            "ok 3 - line 3: wait 1\n"
-            "ok 4 - line 4: apply again\n"
-            "ok 5 - line 5: card show it\n");
+  EXPECT_EQ(tapOf("# head\n\napply \"50 W.toml\"  # later\n\tconsole  info\nwait 1\napply 60\napply again\n"
+                  "card plug  0 watts=6\nconsole shows shows \"a  # b\"\nconsole a\\b \"shows\" \"b\""),
+            "TAP version 13\n1..8\n"
+            "ok 1 - line 3: apply \"50 W.toml\"\n"
+            "ok 2 - line 4: console info\n# a reply\n#\n# of two\n"
+            "ok 3 - line 5: wait 1\n"
+            "ok 4 - line 6: apply 60\n"
+            "ok 5 - line 7: apply again\n"
+            "ok 6 - line 8: card plug 0 watts=6\n"
+            "not ok 7 - line 9: console shows shows \"a  \\# b\"\n"
+            "# the reply does not have this text:\n# a reply\n#\n# of two\n"
+            "ok 8 - line 10: console a\\\\b \"shows\" \"b\"\n# a reply\n#\n# of two\n");
   EXPECT_EQ(m_stage.done, "apply 50 W within 1000 at 1000\nline of info within 10000 at 1000\n"
-                          "apply 50 W within 1000 at 2000\ncard show it at 2000\n");
+                          "apply 60 W within 1000 at 2000\napply 60 W within 1000 at 2000\n"
+                          "card plug 0 watts=6 at 2000\nline of shows within 10000 at 2000\n"
+                          "line of a\\b shows b within 10000 at 2000\n");
 }
 
 TEST_F(Player, PrintsTheReplyOfTheCardAfterTheResult) {

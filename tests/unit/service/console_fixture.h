@@ -34,11 +34,6 @@ protected:
     return text.substr(0, length);
   }
 
-  void makeEngineWithoutDriver() {
-    const FailingNew noDriver(sizeof(CPD69104));
-    makeEngine();
-  }
-
   // Runs the engine for one cycle after `prepare` and then the step.
   void afterACycle(const Step& prepare, const Step& step) {
     makeEngine();

@@ -57,13 +57,6 @@ TEST_F(DriverConstruction, CutsALongDevicePathAtNineteenCharacters) {
   EXPECT_EQ(takeLog(), driverError(294, "Cannot open I2C driver /dev/i2c--214748364: No such device\n"));
 }
 
-TEST_F(DriverConstruction, DestructionClosesAlsoADescriptorThatNeverWas) {
-  bus.openErrors = {ENOENT};
-  { CPD69104 driver(0, 0x20); }
-  takeLog();
-  EXPECT_EQ(bus.closed, std::vector<int>{-1});
-}
-
 using PoeWriteReg = DriverTest;
 
 TEST_F(PoeWriteReg, TakesAPositiveResultAsSuccess) {

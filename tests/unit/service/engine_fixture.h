@@ -64,6 +64,16 @@ protected:
 
   void makeEngine() { engine = std::make_unique<CPD69104Engine>(); }
 
+  // Engines for whose driver object or watchdog client there is no memory.
+  void makeEngineWithoutDriver() {
+    const FailingNew noDriver(sizeof(CPD69104));
+    makeEngine();
+  }
+  void makeEngineWithoutWatchdog() {
+    const FailingNew noWatchdog(sizeof(watchdogMonitor));
+    makeEngine();
+  }
+
   using Step = std::function<void()>;
 
   // Starts the worker and runs one cycle for each step; the step is taken after its cycle. After the last the

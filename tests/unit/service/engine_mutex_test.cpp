@@ -46,7 +46,10 @@ protected:
     takeLog();
   }
 
-  Transfers outside; // made without the mutex
+  void note() { held.push_back(threadHoldsGuard()); }
+
+  Transfers outside;      // made without the mutex
+  std::vector<bool> held; // at each note()
 };
 
 TEST_F(EngineMutex, IsHeldForEveryTransferOfTheWorker) {
@@ -98,8 +101,7 @@ TEST_F(EngineMutex, IsHeldUntilTheWholeEngineIsConstructedForAConsoleThatComesBe
 
 TEST_F(EngineMutex, IsNotHeldWhileAStatusIsSent) {
   makeEngine();
-  std::vector<bool> held;
-  posix.onSend = [&] { held.push_back(threadHoldsGuard()); };
+  posix.onSend = [&] { note(); };
   runCycles({[] {}});
   EXPECT_THAT(held, ElementsAre(false));
   takeLog();
@@ -124,10 +126,9 @@ TEST_F(EngineMutex, IsHeldFromApplyingAConfigurationUntilItIsStored) {
 
 TEST_F(EngineMutex, IsHeldWhenACycleFeedsTheWatchdog) {
   makeEngine();
-  std::vector<bool> held;
   onWatchdogEvent([&](const std::string& event) {
     if (event == "PoeEngine notify 0") {
-      held.push_back(threadHoldsGuard());
+      note();
     }
   });
   runCycles({[] {}, [] {}});
@@ -137,16 +138,14 @@ TEST_F(EngineMutex, IsHeldWhenACycleFeedsTheWatchdog) {
 
 TEST_F(EngineMutex, IsHeldWhileTheConsoleAsksTheWatchdog) {
   makeEngine();
-  std::vector<bool> held;
-  onWatchdogEvent([&](const std::string&) { held.push_back(threadHoldsGuard()); });
+  onWatchdogEvent([&](const std::string&) { note(); });
   reply({"info"});
   EXPECT_THAT(held, ElementsAre(true));
 }
 
 TEST_F(EngineMutex, IsNotHeldWhileAWorkerIsJoinedThatNeedsItForItsLastCycle) {
   makeEngine();
-  std::vector<bool> held;
-  posix.onJoin = [&] { held.push_back(threadHoldsGuard()); };
+  posix.onJoin = [&] { note(); };
   engine->start();
   engine->stop();
   engine->start();
@@ -156,9 +155,8 @@ TEST_F(EngineMutex, IsNotHeldWhileAWorkerIsJoinedThatNeedsItForItsLastCycle) {
 
 TEST_F(EngineMutex, IsHeldWhileDestructionClosesTheBusAndDeletesTheWatchdog) {
   makeEngine();
-  std::vector<bool> held;
-  bus.onClose = [&] { held.push_back(threadHoldsGuard()); };
-  onWatchdogEvent([&](const std::string&) { held.push_back(threadHoldsGuard()); });
+  bus.onClose = [&] { note(); };
+  onWatchdogEvent([&](const std::string&) { note(); });
   engine.reset();
   EXPECT_THAT(held, ElementsAre(true, true));
 }

@@ -91,8 +91,7 @@ TEST_F(Console, InfoOfAChipThatDoesNotAnswerShowsZerosAndFalse) {
 }
 
 TEST_F(Console, InfoWithoutAWatchdogClientSaysSoAndGoesOn) {
-  const FailingNew noWatchdog(sizeof(watchdogMonitor));
-  makeEngine();
+  makeEngineWithoutWatchdog();
   EXPECT_EQ(reply({"info"}), INFO_TITLE + "m_state                 = IDLE\n\nNo watchdog device found\n\n" +
                                  driverInfo("IDLE", "FALSE", 0) + ZERO_FIGURES);
 }
@@ -239,20 +238,9 @@ TEST_F(Console, ChannelDecodesEveryDetectionAndClassCode) {
   for (unsigned code = 0; code < 8; code++) {
     afterACycle([&] { registers[0x0F] = static_cast<std::uint8_t>(code | code << 4); },
                 [&] {
-                  EXPECT_EQ(reply({"channel", "3"}), std::string("channel 3\n"
-                                                                 "============\n"
-                                                                 "  enable                  = FALSE\n"
-                                                                 "  power_good              = FALSE\n"
-                                                                 "  det_status              = ") +
-                                                         detection[code] +
-                                                         "\n  pclass                  = " + classes[code] +
-                                                         "\n"
-                                                         "  fet_error               = FALSE\n"
-                                                         "  mosfet_overtemperature  = FALSE\n"
-                                                         "  in_pm_mode              = FALSE\n"
-                                                         "  passed_MSCC_cap_det     = FALSE\n"
-                                                         "  det_fail                = FALSE\n"
-                                                         "\n");
+                  const std::string expected = std::string("  det_status              = ") + detection[code] +
+                                               "\n  pclass                  = " + classes[code] + "\n";
+                  EXPECT_NE(reply({"channel", "3"}).find(expected), std::string::npos) << expected;
                 });
   }
 }

@@ -1,17 +1,10 @@
 // The process entry, stepped: the order of its calls, its receive loop, and each of its steps failing.
 #include "components/PoeDriver/pd69104_engine.h"
 #include "platform/debug_server.h"
-#include "platform/trace_object.h"
 #include "tests/support/doubles/allocation.h"
-#include "tests/support/doubles/i2c_bus.h"
-#include "tests/support/doubles/log_capture.h"
-#include "tests/support/doubles/main_doubles.h"
-#include "tests/support/doubles/platform_doubles.h"
-#include "tests/support/doubles/posix_doubles.h"
+#include "tests/unit/service/main_fixture.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <future>
 #include <gmock/gmock.h>
 #include <sys/mman.h>
@@ -19,18 +12,12 @@
 #include <thread>
 #include <unistd.h>
 
-int poeServiceMain();
-extern std::uint8_t g_running;
-
 namespace {
 
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
-
-const LogLine READY = {6, "[INFO] main:80 (main) - Card is ready"};
-const LogLine INTERRUPTED = {
-    2, "[CRITICAL] main:126 (main) - msg receive failed mqd=1f - Interrupted system call\n"};
+using Main = MainTest;
 
 std::vector<char> bytes(std::uint32_t msgId, std::size_t length) {
   std::vector<char> message(std::max(length, sizeof msgId));
@@ -49,56 +36,8 @@ std::vector<char> configuration() {
   return raw;
 }
 
-class Main : public StrictLogTest {
-protected:
-  Main() {
-    g_running = 1;
-    takeWatchdogEvents();
-    ::testing::internal::CaptureStdout();
-  }
-
-  ~Main() override { EXPECT_EQ(g_traceObject, nullptr); }
-
-  // Runs the process. The worker's thread never gets to run.
-  int run() {
-    const int exitCode = poeServiceMain();
-    output = ::testing::internal::GetCapturedStdout();
-    return exitCode;
-  }
-
-  // The order of everything that happens to the queue and the server.
-  static std::vector<std::string> eventsWith(unsigned receives) {
-    std::vector<std::string> events = {"mq_open /queueToPoe", "server created 10001 8192", "server start"};
-    for (unsigned i = 0; i < receives; i++) {
-      events.insert(events.end(), {"mq_getattr", "mq_timedreceive"});
-    }
-    events.insert(events.end(), {"server stop", "server deleted", "mq_close 31", "mq_unlink /queueToPoe"});
-    return events;
-  }
-
-  std::vector<std::string> watchdogEventsWith(unsigned passes) {
-    std::vector<std::string> events = {"PoeMain created", "PoeEngine created", "PoeMain start 60000"};
-    events.insert(events.end(), passes, "PoeMain notify 0");
-    events.insert(events.end(), {"PoeEngine deleted", "PoeMain deleted"});
-    return events;
-  }
-
-  RegisterFile registers;
-  I2cBus bus{registers};
-  PosixDoubles posix;
-  MainDoubles doubles;
-  std::string output;
-};
-
 TEST_F(Main, StartsAndStopsEverythingInOrder) {
-  EXPECT_EQ(run(), 0);
-  EXPECT_EQ(output,
-            "Now starting debugServer\n(server start)\nNow starting pd69104\n...Cpd69104Engine::start\n");
-  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(1)));
-  EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(1)));
-  EXPECT_THAT(posix.calls, ElementsAre("pthread_create", "pthread_join"));
-  EXPECT_EQ(bus.closed, std::vector<int>{I2cBus::DESCRIPTOR});
-  EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
+  expectOrderlyRun();
 }
 
 bool isDevNull(int descriptor) {
@@ -111,6 +50,7 @@ bool isDevNull(int descriptor) {
 // What the standard descriptors stand for when the process opens its queue, the first thing that it
 // opens.
 TEST_F(Main, OpensDevNullForEachStandardDescriptorThatIsClosedAndForNoOther) {
+  ::testing::internal::CaptureStdout();
   for (int closed = 0; closed < 8; closed++) {
     const int saved[] = {dup(0), dup(1), dup(2)};
     bool null[3] = {};
@@ -164,37 +104,15 @@ TEST_F(Main, TakesDownTheWorkerTheServerTheEngineTheQueueAndTheWatchdogInThisOrd
   takeLog();
 }
 
-TEST_F(Main, CreatesTheTraceObjectOfTheModulePoe) {
-  doubles.onEvent = [](const std::string&) {
-    ASSERT_NE(g_traceObject, nullptr);
-    EXPECT_STREQ(g_traceObject->name(), "Poe");
-  };
-  EXPECT_EQ(run(), 0);
-  takeLog();
-}
-
-TEST_F(Main, HasTheTraceObjectBeforeTheFirstWatchdogClientAndUntilTheLastIsGone) {
-  std::vector<std::string> withoutTrace;
-  unsigned events = 0;
-  onWatchdogEvent([&](const std::string& event) {
-    events++;
-    if (g_traceObject == nullptr) {
-      withoutTrace.push_back(event);
-    }
+TEST_F(Main, HasATraceObjectOfTheModulePoeBeforeTheFirstWatchdogClientAndUntilTheLastIsGone) {
+  std::vector<std::string> names;
+  onWatchdogEvent([&](const std::string&) {
+    names.emplace_back(g_traceObject != nullptr ? g_traceObject->name() : "none");
   });
   EXPECT_EQ(run(), 0);
   onWatchdogEvent({});
-  EXPECT_EQ(events, 6U);
-  EXPECT_THAT(withoutTrace, ElementsAre());
+  EXPECT_EQ(names, std::vector<std::string>(6, "Poe"));
   takeLog();
-}
-
-TEST_F(Main, FeedsItsWatchdogAndGoesOnAfterEachTimeOut) {
-  doubles.receives = {{{}, ETIMEDOUT}, {{}, ETIMEDOUT}, {{}, ETIMEDOUT}};
-  EXPECT_EQ(run(), 0);
-  EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(4)));
-  EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(4)));
-  EXPECT_EQ(takeLog(), (LogLines{READY, INTERRUPTED}));
 }
 
 // MainDoubles compares the deadline.
@@ -233,18 +151,14 @@ TEST_F(Main, ReadsTheTraceLevelAnewForEveryLine) {
   g_traceObject = new TraceObject("Test", 5);
   doubles.receives = {{bytes(5, 4), 0}};
   EXPECT_EQ(run(), 0);
-  EXPECT_EQ(takeLog(), (LogLines{{3, "[ERROR] main:138 (main) - Unkown msgid 5 received\n"}, INTERRUPTED}));
+  EXPECT_EQ(takeLog(), (LogLines{unknownId(5), INTERRUPTED}));
 }
 
 TEST_F(Main, ReportsEveryUnknownIdAndIgnoresAMessageOfNoLength) {
   doubles.receives = {{bytes(17, 188), 0}, {{}, 0}, {bytes(0xFFFFFFFF, 4), 0}, {bytes(1, 2000), 0}};
   EXPECT_EQ(run(), 0);
   EXPECT_THAT(doubles.events, ElementsAreArray(eventsWith(5)));
-  EXPECT_EQ(takeLog(), (LogLines{READY,
-                                 {3, "[ERROR] main:138 (main) - Unkown msgid 17 received\n"},
-                                 {3, "[ERROR] main:138 (main) - Unkown msgid -1 received\n"},
-                                 {3, "[ERROR] main:138 (main) - Unkown msgid 1 received\n"},
-                                 INTERRUPTED}));
+  EXPECT_EQ(takeLog(), (LogLines{READY, unknownId(17), unknownId(0xFFFFFFFF), unknownId(1), INTERRUPTED}));
 }
 
 TEST_F(Main, CompletesAShortMessageFromTheOneBefore) {
@@ -253,16 +167,9 @@ TEST_F(Main, CompletesAShortMessageFromTheOneBefore) {
   doubles.receives = {{bytes(0x01020304, 4), 0}, {{1, 1, 1}, 0}, {{2}, 0}};
   EXPECT_EQ(run(), 0);
   constexpr bool IS_BIG_ENDIAN = __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__;
-  const std::uint32_t completed = IS_BIG_ENDIAN ? 0x01010104 : 0x01010101;
-  const std::uint32_t completedAgain = IS_BIG_ENDIAN ? 0x02010104 : 0x01010102;
-  EXPECT_EQ(
-      takeLog(),
-      (LogLines{
-          READY,
-          {3, "[ERROR] main:138 (main) - Unkown msgid 16909060 received\n"},
-          {3, "[ERROR] main:138 (main) - Unkown msgid " + std::to_string(completed) + " received\n"},
-          {3, "[ERROR] main:138 (main) - Unkown msgid " + std::to_string(completedAgain) + " received\n"},
-          INTERRUPTED}));
+  EXPECT_EQ(takeLog(),
+            (LogLines{READY, unknownId(0x01020304), unknownId(IS_BIG_ENDIAN ? 0x01010104 : 0x01010101),
+                      unknownId(IS_BIG_ENDIAN ? 0x02010104 : 0x01010102), INTERRUPTED}));
 }
 
 // With its worker in the pause between two cycles, the engine takes it.
@@ -292,43 +199,19 @@ TEST_F(Main, HandsAConfigurationToTheEngineWhichAppliesIt) {
   EXPECT_EQ(takeLog(), (LogLines{READY, {6, "POE now setting default configuration\n"}, INTERRUPTED}));
 }
 
-// What a failed start leaves: created, not started, deleted.
-const std::vector<std::string> NOT_STARTED = {"mq_open /queueToPoe", "server created 10001 8192",
-                                              "server stop", "server deleted"};
-
-TEST_F(Main, WithoutItsQueueCreatesAndDeletesTheRestStartsNothingAndReturnsMinusOne) {
-  doubles.openError = ENOSPC;
-  EXPECT_EQ(run(), -1);
-  EXPECT_EQ(output, "");
-  std::vector<std::string> expected = NOT_STARTED;
-  expected.insert(expected.end(), {"mq_close -1", "mq_unlink /queueToPoe"});
-  EXPECT_THAT(doubles.events, ElementsAreArray(expected));
-  EXPECT_THAT(doubles.running, ElementsAre(true, false, false, false, false, false));
-  EXPECT_THAT(takeWatchdogEvents(), ElementsAreArray(watchdogEventsWith(0)));
-  EXPECT_TRUE(posix.calls.empty());
-  EXPECT_EQ(bus.opened.size(), 1U);
-  EXPECT_EQ(bus.closed.size(), 1U);
-  EXPECT_EQ(takeLog(),
-            (LogLines{{2, "[CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - No space left on "
-                          "device(28)\n"}}));
-}
-
 TEST_F(Main, DoesNotSayThatItListensToAQueueThatItCouldNotOpen) {
   g_traceObject = new TraceObject("Test", 7);
   doubles.openError = ENOSPC;
   EXPECT_EQ(run(), -1);
-  EXPECT_EQ(takeLog(),
-            (LogLines{{2, "[CRITICAL] main:74 (main) - msg open  failed  /queueToPoe - No space left on "
-                          "device(28)\n"}}));
+  EXPECT_EQ(takeLog(), LogLines{openFailed(ENOSPC)});
 }
 
 TEST_F(Main, WithoutAWatchdogClientCreatesAndDeletesTheRestStartsNothingAndReturnsMinusOne) {
   const FailingNew noWatchdog(sizeof(watchdogMonitor)); // neither the engine's
   EXPECT_EQ(run(), -1);
   EXPECT_EQ(output, "");
-  std::vector<std::string> expected = NOT_STARTED;
-  expected.insert(expected.end(), {"mq_close 31", "mq_unlink /queueToPoe"});
-  EXPECT_THAT(doubles.events, ElementsAreArray(expected));
+  EXPECT_THAT(doubles.events, ElementsAre("mq_open /queueToPoe", "server created 10001 8192", "server stop",
+                                          "server deleted", "mq_close 31", "mq_unlink /queueToPoe"));
   EXPECT_THAT(doubles.running, Each(false));
   EXPECT_TRUE(takeWatchdogEvents().empty());
   EXPECT_TRUE(posix.calls.empty());

@@ -74,39 +74,25 @@ TEST(CardCommand, UnplugDrawAndShortAreOfTheirPort) {
   EXPECT_EQ(card.chip.reg(0x10), 0x00);
 }
 
-TEST(CardCommand, FaultsAreSetAndMended) {
+TEST(CardCommand, FaultsAndEnvironmentAreSetAndMended) {
+  struct Row {
+    const char* command;
+    unsigned reg;
+    unsigned value; // of the register afterwards
+  };
+  const Row rows[] = {{"fault 1 fet", 0x4E, 0x02},     {"fault 1 overtemperature", 0x75, 0x10},
+                      {"fault 1 none", 0x75, 0x00},    {"temperature 71.5", 0x70, 0x67},
+                      {"temperature -27", 0x70, 0x00}, {"thermal on", 0x42, 0x80},
+                      {"thermal off", 0x42, 0x00},     {"supply 48", 0x72, 0x20},
+                      {"bank 15", 0x91, 0x78},         {"reg 0x90 0", 0x90, 0x00},
+                      {"power-cycle", 0x90, 0x90}};
   Card card;
-  EXPECT_EQ(run(card, "fault 1 fet"), "ok\n");
-  EXPECT_EQ(card.chip.fault(1), ChipModel::Fault::Fet);
-  run(card, "fault 1 overtemperature");
-  EXPECT_EQ(card.chip.fault(1), ChipModel::Fault::OverTemperature);
-  run(card, "fault 1 none");
-  EXPECT_EQ(card.chip.fault(1), ChipModel::Fault::None);
+  for (const Row& row : rows) {
+    EXPECT_EQ(run(card, row.command), "ok\n");
+    EXPECT_EQ(card.chip.reg(static_cast<std::uint8_t>(row.reg)), row.value) << row.command;
+  }
   EXPECT_EQ(run(card, "class-error 3"), "ok\n");
   EXPECT_TRUE(card.chip.classErrorPending(3));
-}
-
-TEST(CardCommand, TheEnvironmentIsSet) {
-  Card card;
-  EXPECT_EQ(run(card, "temperature 71.5"), "ok\n");
-  EXPECT_EQ(card.chip.temperature(), 71.5);
-  run(card, "temperature -27");
-  EXPECT_EQ(card.chip.reg(0x70), 0);
-  EXPECT_EQ(run(card, "thermal on"), "ok\n");
-  EXPECT_EQ(card.chip.reg(0x42), 0x80);
-  run(card, "thermal off");
-  EXPECT_EQ(card.chip.reg(0x42), 0x00);
-  EXPECT_EQ(run(card, "supply 48"), "ok\n");
-  EXPECT_EQ(card.chip.supply(), 48.0);
-  EXPECT_EQ(run(card, "bank 15"), "ok\n");
-  EXPECT_EQ(card.chip.reg(0x91), 0x78);
-}
-
-TEST(CardCommand, PowerCycleBringsThePowerOnValuesBack) {
-  Card card;
-  card.chip.write(0x90, 0);
-  EXPECT_EQ(run(card, "power-cycle"), "ok\n");
-  EXPECT_NE(card.chip.reg(0x90), 0);
 }
 
 TEST(CardCommand, BusFaultsAreSetAndEnded) {

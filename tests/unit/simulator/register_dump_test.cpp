@@ -1,6 +1,7 @@
 // Register images as text.
 #include "simulator/card/register_dump.h"
 #include "tests/support/error_text.h"
+#include "tests/support/process/command.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -12,16 +13,6 @@ namespace {
 
 std::string errorOf(const std::string& text) {
   return errorText<RegisterDumpError>([&] { readRegisterDump(text); });
-}
-
-std::vector<std::string> linesOf(const std::string& text) {
-  std::vector<std::string> lines;
-  for (std::size_t start = 0; start < text.size();) {
-    const std::size_t end = text.find('\n', start);
-    lines.push_back(text.substr(start, end - start));
-    start = end + 1;
-  }
-  return lines;
 }
 
 TEST(RegisterDump, IsWrittenInTheFormOfI2cdump) {

@@ -17,6 +17,12 @@ int read(SimulatedCard& card, std::uint8_t address) {
   return card.read(address, &value) ? value : -1;
 }
 
+void powerPort0(SimulatedCard& card) {
+  card.answer("plug 0");
+  card.write(0x12, 0x03);
+  card.write(0x14, 0x11);
+}
+
 std::vector<TimedCommand> scheduleOf(const std::vector<std::string>& commands) {
   std::vector<TimedCommand> schedule;
   for (const std::string& command : commands) {
@@ -64,13 +70,6 @@ TEST_F(SteppedCard, AnswersAtOnceWhenItsWaitsEnd) {
   end.join();
 }
 
-TEST_F(SteppedCard, AnswersNothingWhenTheChipIsAbsent) {
-  card.setPresent(false);
-  EXPECT_EQ(read(card, 0x43), -1);
-  EXPECT_FALSE(card.write(0x12, 0));
-  EXPECT_EQ(card.answer("reg 0x43"), "0x43 0x41\n");
-}
-
 // Transfers until the port 0 is powered.
 int transfersToPower(SimulatedCard& card) {
   int made = 0;
@@ -81,33 +80,25 @@ int transfersToPower(SimulatedCard& card) {
 }
 
 TEST_F(SteppedCard, AgesBy15MillisecondsWithEachTransfer) {
-  card.answer("plug 0");
-  card.write(0x12, 0x03);
-  card.write(0x14, 0x11);
+  powerPort0(card);
   EXPECT_EQ(transfersToPower(card), 19) << "300 ms after the last write";
 }
 
 TEST_F(SteppedCard, AgesWithTransfersThatFailToo) {
-  card.answer("plug 0");
-  card.write(0x12, 0x03);
-  card.write(0x14, 0x11);
+  powerPort0(card);
   card.answer("bus fail 15");
   EXPECT_EQ(transfersToPower(card), 19);
 }
 
 TEST_F(SteppedCard, DoesNotAgeOtherwise) {
-  card.answer("plug 0");
-  card.write(0x12, 0x03);
-  card.write(0x14, 0x11);
+  powerPort0(card);
   std::this_thread::sleep_for(std::chrono::milliseconds(200)); // detection takes 150 ms
   EXPECT_NE(card.answer("show").find("phase=detecting"), std::string::npos);
 }
 
 TEST(RealTimeCard, AgesByItself) {
   SimulatedCard card;
-  card.answer("plug 0");
-  card.write(0x12, 0x03);
-  card.write(0x14, 0x11);
+  powerPort0(card);
   EXPECT_TRUE(waitUntil([&] { return card.answer("reg 0x10") == "0x10 0x11\n"; }));
 }
 
@@ -133,7 +124,8 @@ TEST_F(SteppedCard, RunsACommandAtItsOwnTimeBetweenTwoTransfers) {
   EXPECT_EQ(read(card, 0x0C) & 7, 4);
 }
 
-TEST_F(SteppedCard, RecordsEachTransferAsOneLine) {
+TEST_F(SteppedCard, RecordsEachTransferAsOneLineOfANewRecord) {
+  directory.write("record", "old\n");
   card.record(std::make_unique<TransferRecord>(recordPath(), false));
   card.write(0x12, 0xFF);
   read(card, 0x43);
@@ -190,12 +182,6 @@ TEST_F(SteppedCard, NamesTheFirstEightUnknownRegisters) {
   EXPECT_EQ(countedAccesses(card),
             "unknown-registers=12: 0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07 and 4 more\n"
             "read-only-writes=0\n");
-}
-
-TEST_F(SteppedCard, BeginsTheRecordAnew) {
-  directory.write("record", "old\n");
-  card.record(std::make_unique<TransferRecord>(recordPath(), false));
-  EXPECT_EQ(record(), "");
 }
 
 // What a program and a schedule make of a card, as a record with times.

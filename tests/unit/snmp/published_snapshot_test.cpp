@@ -1,6 +1,7 @@
 // When a published snapshot is read, and when it is stale.
 #include "poectl/snmp/published_snapshot.h"
 
+#include "tests/support/process/console_connection.h"
 #include "tests/support/process/temporary_directory.h"
 #include "tests/unit/poectl/record/record_sample.h"
 
@@ -77,11 +78,7 @@ TEST_F(Published, IsStaleAfterTwoAndAHalfPeriodsBeforeAndAfterItsTime) {
 // A new file each 5 minutes, and two looks at each.
 TEST_F(Published, HoldsNoMoreAfterADayThanAfterAnHour) {
   std::size_t heap = 0; // 0 under a sanitizer
-  const auto descriptors = [] {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
-                         std::filesystem::directory_iterator());
-  };
-  const auto before = descriptors();
+  const std::size_t descriptors = openDescriptors();
   for (unsigned step = 0; step < 24 * 12; step++) {
     publish(lineOf(1'000'000 + step));
     for (const int after : {0, 3000}) {
@@ -90,7 +87,7 @@ TEST_F(Published, HoldsNoMoreAfterADayThanAfterAnHour) {
     heap = step == 12 ? mallinfo2().uordblks : heap;
   }
   EXPECT_LE(mallinfo2().uordblks, heap + 4096);
-  EXPECT_EQ(descriptors(), before);
+  EXPECT_EQ(openDescriptors(), descriptors);
 }
 
 // One line for each reason, however often it is asked.

@@ -25,14 +25,6 @@ protected:
   const std::string m_path = m_folder.file("service.log");
 };
 
-TEST_F(LogFollowerTest, FindsLinesInTheirOrder) {
-  append("one\ntwo\nthree\n");
-  LogFollower log(m_path);
-  EXPECT_TRUE(log.find("wo"));
-  EXPECT_FALSE(log.find("one")) << "it is in front of the last line that was found";
-  EXPECT_TRUE(log.find("three"));
-}
-
 TEST_F(LogFollowerTest, FindsALineOnlyOnce) {
   append("restart\n");
   LogFollower log(m_path);
@@ -75,11 +67,6 @@ TEST_F(LogFollowerTest, ShowsTheLastLinesAfterTheOneThatWasFound) {
   EXPECT_EQ(log.lastLines(), "3\n4\n5\n6\n7\n");
   EXPECT_TRUE(log.find("6"));
   EXPECT_EQ(log.lastLines(), "7\n");
-}
-
-TEST_F(LogFollowerTest, RefusesALogThatIsNotThere) {
-  EXPECT_EQ(refusalOf("/nowhere/service.log"),
-            "/nowhere/service.log: cannot be read: No such file or directory");
 }
 
 TEST_F(LogFollowerTest, DoesNotWaitForAFifo) {

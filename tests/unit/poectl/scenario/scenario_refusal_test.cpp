@@ -1,4 +1,5 @@
 // Scenario files: the line that refuses a bad one.
+#include "poectl/config/example_config.h"
 #include "poectl/scenario/scenario.h"
 #include "tests/support/error_text.h"
 #include "tests/support/process/temporary_directory.h"
@@ -203,12 +204,9 @@ std::string readingError(const std::string& path) {
 
 TEST(ScenarioFile, FindsItsConfigurationsBesideIt) {
   const TemporaryDirectory folder;
-  folder.write("c.toml", "[banks]\nbank0 = 77\n[port.0]\nenable = true\npriority = 1\nlimit = 0\n"
-                         "[port.1]\nenable = true\npriority = 1\nlimit = 0\n"
-                         "[port.2]\nenable = true\npriority = 1\nlimit = 0\n"
-                         "[port.3]\nenable = true\npriority = 1\nlimit = 0\n");
+  folder.write("c.toml", EXAMPLE_FILE);
   const Scenario scenario = readScenario(folder.write("f.play", "apply c.toml"));
-  EXPECT_EQ(std::get<ApplyStep>(scenario.at(0).action).config.bankPowerLimit[0], 77U);
+  EXPECT_EQ(std::get<ApplyStep>(scenario.at(0).action).config.bankPowerLimit[0], 100U);
 }
 
 TEST(ScenarioFile, IsRefusedForAConfigurationThatIsRefused) {

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -42,14 +43,24 @@ public:
   }
 
   pid_t pid() const { return m_pid; }
-  void send(int signal) const { kill(m_pid, signal); }
+  void send(int signal) const {
+    if (m_pid > 0) {
+      kill(m_pid, signal);
+    }
+  }
 
   // Waits for its end. Returns the wait status.
   int wait() {
-    int status = 0;
-    waitpid(m_pid, &status, 0);
-    m_pid = -1;
-    return status;
+    ended(0);
+    return m_status;
+  }
+
+  // The wait status when it has ended.
+  std::optional<int> ended(int options = WNOHANG) {
+    if (m_pid > 0 && waitpid(m_pid, &m_status, options) == m_pid) {
+      m_pid = -1;
+    }
+    return m_pid < 0 ? std::optional(m_status) : std::nullopt;
   }
 
   // What it has written so far.
@@ -63,6 +74,7 @@ public:
 
 private:
   pid_t m_pid = -1;
+  int m_status = 0;
   int m_output = -1;
   std::string m_text;
 };

@@ -1,4 +1,4 @@
-#include "tests/target/support/system_calls.h"
+#include "benchmarks/system_calls.h"
 
 #include <fstream>
 #include <gtest/gtest.h>

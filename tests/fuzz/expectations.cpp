@@ -1,8 +1,21 @@
-#include "tests/fuzz/refusal.h"
+#include "tests/fuzz/expectations.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <gtest/gtest.h>
+
+void expectOneLine(const std::string& text) {
+  EXPECT_TRUE(std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; })) << text;
+}
+
+void expectLines(const std::string& text) {
+  for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end + 1) {
+    end = text.find('\n', begin);
+    ASSERT_NE(end, std::string::npos) << text;
+    EXPECT_NE(end, begin) << "an empty line in: " << text;
+    expectOneLine(text.substr(begin, end - begin));
+  }
+}
 
 void expectRefusal(const std::string& line, const std::string& text) {
   EXPECT_TRUE(std::none_of(line.begin(), line.end(), [](char character) {
