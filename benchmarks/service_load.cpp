@@ -34,26 +34,10 @@ private:
   std::thread m_thread;
 };
 
-// How much of the time between the two is in stalls, which are in the order of their beginnings.
-Duration stalled(const std::vector<TimedBus::Stall>& stalls, Clock::time_point begin, Clock::time_point end) {
-  Duration time{0};
-  Clock::time_point reached = begin;
-  for (const TimedBus::Stall& stall : stalls) {
-    const Clock::time_point from = std::max(reached, stall.due);
-    const Clock::time_point to = std::min(end, stall.end);
-    if (from < to) {
-      time += to - from;
-      reached = to;
-    }
-  }
-  return time;
-}
-
 // As many cycles of the running service.
 std::vector<TimedBus::Cycle> runCycles(unsigned count) {
   Service::awaitEndOfCycle();
   TimedBus::takeCycles();
-  TimedBus::takeStalls();
   std::vector<TimedBus::Cycle> cycles;
   while (cycles.size() < count) {
     std::this_thread::sleep_for(100ms);
@@ -84,17 +68,15 @@ void measureLoad(unsigned count) {
   BareThread bare;
   const std::vector<TimedBus::Cycle> cycles = runCycles(count);
   const std::vector<Duration>& bareLateness = bare.stop();
-  std::vector<TimedBus::Stall> stalls = TimedBus::takeStalls();
-  std::sort(stalls.begin(), stalls.end(), [](const auto& a, const auto& b) { return a.due < b.due; });
   std::vector<Duration> lateness;
-  std::vector<Duration> own;
+  std::vector<Duration> waited;
   for (const TimedBus::Cycle& cycle : cycles) {
     lateness.emplace_back(cycle.begin - cycle.due);
-    own.push_back(lateness.back() - stalled(stalls, cycle.due, cycle.begin));
+    waited.push_back(cycle.waited);
   }
   std::printf("what,times,allowed (ms),later than allowed,p50 (ms),p99 (ms),max (ms)\n");
   printLateness("a cycle begins", lateness);
-  printLateness("a cycle begins without the time of late wake-ups", own);
+  printLateness("a cycle waits for transfers of others", waited);
   printLateness("a bare thread wakes", bareLateness);
 }
 

@@ -1,5 +1,6 @@
 #include "benchmarks/timed_bus.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstring>
@@ -23,7 +24,6 @@ namespace {
 using namespace TimedBus;
 
 constexpr int DESCRIPTOR = 0x7A11;
-constexpr std::chrono::microseconds STALL{100};
 constexpr unsigned FIRST_OF_CYCLE = 0x90; // nothing else that is measured reads this register
 
 std::mutex mutex;
@@ -35,11 +35,12 @@ Clock::time_point busySince;
 Cycle current{};
 bool inCycle = false;
 std::vector<Cycle> ended;
+std::vector<Clock::time_point> endsBetweenCycles; // of transfers since the last cycle
 Clock::time_point sleepEnd;
+Clock::time_point awake;
 std::thread::id worker;
 bool isRecording = false;
 std::vector<Transfer> transfers;
-std::vector<Stall> stalls;
 
 std::array<std::uint8_t, 256> chipInOrder() {
   std::array<std::uint8_t, 256> registers{};
@@ -64,7 +65,9 @@ Duration beginTransfer(const i2c_smbus_ioctl_data& request) {
   if (request.command == FIRST_OF_CYCLE && request.read_write == I2C_SMBUS_READ) {
     inCycle = true;
     state.cyclesBegun++;
-    current = {sleepEnd, busySince};
+    const auto waited = std::count_if(endsBetweenCycles.begin(), endsBetweenCycles.end(),
+                                      [](Clock::time_point end) { return end > awake; });
+    current = {sleepEnd, busySince, static_cast<double>(waited) * transferTime};
     worker = std::this_thread::get_id();
   }
   return transferTime;
@@ -76,6 +79,9 @@ void endTransfer(const i2c_smbus_ioctl_data& request) {
   state.busy = busyUntil(now);
   isBusy = false;
   state.transfers++;
+  if (!inCycle) {
+    endsBetweenCycles.push_back(now);
+  }
   if (isRecording) {
     transfers.push_back({busySince, now, request.command, std::this_thread::get_id() == worker});
   }
@@ -104,6 +110,7 @@ Clock::time_point endCycle(Clock::time_point requested) {
   const Clock::time_point now = Clock::now();
   const bool isShorter = pauseTime != Duration(0);
   sleepEnd = isShorter ? now + std::chrono::duration_cast<Clock::duration>(pauseTime) : requested;
+  endsBetweenCycles.clear();
   if (inCycle) {
     inCycle = false;
     ended.push_back(current);
@@ -144,16 +151,6 @@ void TimedBus::sleepUntil(Clock::time_point end) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
   const timespec time{seconds.count(), std::chrono::nanoseconds(sinceEpoch - seconds).count()};
   __real_clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &time, nullptr);
-  const Clock::time_point now = Clock::now();
-  if (now > end + STALL) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    stalls.push_back({end, now});
-  }
-}
-
-std::vector<TimedBus::Stall> TimedBus::takeStalls() {
-  const std::lock_guard<std::mutex> lock(mutex);
-  return std::exchange(stalls, {});
 }
 
 std::vector<TimedBus::Cycle> TimedBus::takeCycles() {
@@ -197,6 +194,8 @@ int __wrap_clock_nanosleep(clockid_t /*clock*/, int /*flags*/, const timespec* r
                            timespec* /*remaining*/) {
   const auto requested = std::chrono::seconds(request->tv_sec) + std::chrono::nanoseconds(request->tv_nsec);
   sleepUntil(endCycle(Clock::time_point(requested)));
+  const std::lock_guard<std::mutex> lock(mutex);
+  awake = Clock::now();
   return 0;
 }
 }

@@ -34,22 +34,13 @@ Record record();
 struct Cycle {
   Clock::time_point due; // the end of the sleep before it
   Clock::time_point begin;
+  Duration waited; // time of the transfers of others that ended between waking from that sleep and begin
 };
 
 // Those that have ended since the last call.
 std::vector<Cycle> takeCycles();
 
-// A time in which a thread was to run and did not: the computer woke it late, by more than 0.1 ms.
-struct Stall {
-  Clock::time_point due;
-  Clock::time_point end;
-};
-
-// Sleeps and notes a stall.
 void sleepUntil(Clock::time_point end);
-
-// Those of all threads since the last call.
-std::vector<Stall> takeStalls();
 
 // A transfer of the worker or of another thread.
 struct Transfer {
