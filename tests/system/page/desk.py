@@ -32,12 +32,18 @@ class Desk:
         self.control = os.path.join(self.folder, "card.socket")
         self.log = os.path.join(self.folder, "service.log")
         self.record = os.path.join(self.folder, "record")
-        open(self.log, "w", encoding="utf-8").close()
+        for file in (self.log, self.record):
+            open(file, "w", encoding="utf-8").close()
         self._children = []
         with open(os.path.join(self.folder, "service.out"), "w", encoding="utf-8") as output:
             self.start([self.path("poe_card"), "--control", self.control, "--log", self.log, "--record", self.record, *options, "--",
                          self.path("poe_service")], stdout=output, stderr=output)
-        wait_until(lambda: "POE now setting default configuration" in self.log_text(), "the service does not start")
+        # In its first cycle, which begins with this register, it takes configurations; while it starts, it drops them.
+        wait_until(lambda: "R 0x90 " in self.record_text(), "the service does not start")
+
+    def record_text(self):
+        with open(self.record, encoding="utf-8") as file:
+            return file.read()
 
     def log_text(self):
         with open(self.log, encoding="utf-8") as file:
