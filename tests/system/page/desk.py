@@ -7,7 +7,7 @@ import subprocess
 import tempfile
 import time
 
-MAX_WAIT_S = 20
+MAX_WAIT_S = 40
 
 
 def wait_until(condition, what=None):

@@ -12,7 +12,7 @@ import sys
 import time
 import unittest
 
-from desk import Desk, wait_until
+from desk import MAX_WAIT_S, Desk, wait_until
 
 BIN = os.path.abspath(sys.argv.pop(1))
 MAX_CONNECTIONS = 64
@@ -74,7 +74,7 @@ class Server(unittest.TestCase):
 
     def await_text(self, peer, text):
         received = b""
-        end = time.monotonic() + 60
+        end = time.monotonic() + MAX_WAIT_S
         while text.encode() not in received:
             block = peer.recv(65536)
             self.assertTrue(block and time.monotonic() < end, received[-300:])
