@@ -1,4 +1,4 @@
-// What is created at the start of a service, and a console server in use, with each of their allocations failing in turn.
+// What a service creates at its start, and a console server in use, with each allocation failing in turn.
 #include "tests/support/doubles/allocation.h"
 
 #include <atomic>
