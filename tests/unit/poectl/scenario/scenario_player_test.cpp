@@ -129,7 +129,7 @@ protected:
     } catch (const PlayStopped& stopped) {
       tap.bailOut(stopped.what());
     }
-    const std::string text = out.str();
+    std::string text = out.str();
     EXPECT_EQ(tap.allOk(),
               text.find("not ok") == std::string::npos && text.find("Bail") == std::string::npos);
     return text;
