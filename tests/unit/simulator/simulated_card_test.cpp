@@ -51,6 +51,16 @@ TEST_F(SteppedCard, LetsTransfersFailWithoutAnyEffect) {
   EXPECT_EQ(read(card, 0x13), 0);
 }
 
+TEST_F(SteppedCard, AcknowledgesItsAddressUnlessItIsAbsentOrItsBusIsDead) {
+  EXPECT_TRUE(card.acknowledges());
+  card.answer("bus dead");
+  EXPECT_FALSE(card.acknowledges());
+  card.answer("bus every 1");
+  EXPECT_TRUE(card.acknowledges());
+  card.setPresent(false);
+  EXPECT_FALSE(card.acknowledges());
+}
+
 TEST_F(SteppedCard, AnswersLateAndUnchangedUntilTheBusIsWell) {
   const auto start = std::chrono::steady_clock::now();
   card.answer("bus late 20");
@@ -142,6 +152,14 @@ TEST_F(SteppedCard, RecordsEachTransferAsOneLineOfANewRecord) {
                       "W 0x0C 0x0A failed\n"
                       "W 0x0C 0x0A read-only\n");
   EXPECT_TRUE(card.recordComplete());
+}
+
+TEST_F(SteppedCard, RecordsTheSecondsSinceTheStartWhenAsked) {
+  card.record(std::make_unique<TransferRecord>(recordPath(), true));
+  card.write(0x12, 0xFF);
+  read(card, 0x43);
+  EXPECT_EQ(record(), "0.015000 W 0x12 0xFF\n"
+                      "0.030000 R 0x43 0x41\n");
 }
 
 // The lines of "show" that count the accesses that no program has a reason to make.
