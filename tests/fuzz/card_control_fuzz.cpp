@@ -24,7 +24,8 @@ void expectReply(const std::string& reply) {
   EXPECT_EQ(reply.back(), '\n');
   EXPECT_NE(reply.front(), '\n') << "the empty line is the end of the reply";
   EXPECT_EQ(reply.find("\n\n"), std::string::npos) << "an empty line in the reply";
-  if (reply.compare(0, 7, "error: ") == 0) { // one line that tells what is accepted
+  // An error is one line, which tells what is accepted.
+  if (reply.rfind("error: ", 0) == 0) {
     expectOneLine(reply.substr(0, reply.size() - 1));
     EXPECT_NE(reply.find("; accepted "), std::string::npos) << reply;
     EXPECT_LT(reply.size(), 600U);
